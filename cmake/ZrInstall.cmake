@@ -1,0 +1,26 @@
+# SPDX-License-Identifier: BSD-3-Clause
+# CMake packages and the pkg-config file of the install tree.
+
+include(CMakePackageConfigHelpers)
+
+function(zr_install_package name)
+  set(destination "${CMAKE_INSTALL_LIBDIR}/cmake/${name}")
+  configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/${name}Config.cmake.in"
+    "${PROJECT_BINARY_DIR}/${name}Config.cmake" INSTALL_DESTINATION "${destination}")
+  write_basic_package_version_file("${PROJECT_BINARY_DIR}/${name}ConfigVersion.cmake"
+    COMPATIBILITY SameMajorVersion)
+  install(FILES "${PROJECT_BINARY_DIR}/${name}Config.cmake"
+                "${PROJECT_BINARY_DIR}/${name}ConfigVersion.cmake"
+          DESTINATION "${destination}")
+  install(EXPORT ${name}Targets NAMESPACE ${ARGV1} DESTINATION "${destination}")
+endfunction()
+
+if(ZRDCMEXPORT_PLATFORM STREQUAL "bundled")
+  zr_install_package(zrplatform zrplatform::)
+endif()
+zr_install_package(zrdcmexport zrdcmexport::)
+
+configure_file("${PROJECT_SOURCE_DIR}/cmake/zrdcmexport.pc.in"
+               "${PROJECT_BINARY_DIR}/zrdcmexport.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/zrdcmexport.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

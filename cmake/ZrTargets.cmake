@@ -1,0 +1,38 @@
+# SPDX-License-Identifier: BSD-3-Clause
+# How our targets are made: warnings, language, visibility and versions stand here once.
+
+# Warnings for our own code. DCMTK's imported targets are system headers and stay silent.
+add_library(zr_developer_flags INTERFACE)
+if(PROJECT_IS_TOP_LEVEL)
+  target_compile_options(zr_developer_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wold-style-cast -Wnon-virtual-dtor)
+endif()
+
+# Sources are C++20, public headers C++17; symbols are hidden unless a header exports them.
+function(zr_configure_target target)
+  target_compile_features(${target} PRIVATE cxx_std_20)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:zr_developer_flags>)
+endfunction()
+
+# zr_platform_library(NAME HEADERS ... SOURCES ...): a shared platform library, zrplatform::NAME.
+function(zr_platform_library name)
+  cmake_parse_arguments(ARG "" "" "HEADERS;SOURCES" ${ARGN})
+  add_library(${name} SHARED ${ARG_SOURCES})
+  add_library(zrplatform::${name} ALIAS ${name})
+  zr_configure_target(${name})
+  target_compile_features(${name} INTERFACE cxx_std_17)
+  set_target_properties(${name} PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    VERIFY_INTERFACE_HEADER_SETS ON)
+  target_sources(${name} PUBLIC FILE_SET HEADERS
+    BASE_DIRS "${PROJECT_SOURCE_DIR}/src/platform" FILES ${ARG_HEADERS})
+  install(TARGETS ${name} EXPORT zrplatformTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endfunction()
