@@ -25,7 +25,7 @@ demo: deps ## make phantoms, decode them and leave pictures in demo/
 	scripts/demo.sh build/demo/src/tools/zrdcm/zrdcm demo
 
 test: deps build ## build and run every test; SAN=address,undefined under sanitizers
-	ctest --preset $(PRESET)
+	ctest --preset $(PRESET) $(CTEST_ARGUMENTS)
 
 bench: deps ## measure against memcpy and DCMTK
 	scripts/bench.sh
