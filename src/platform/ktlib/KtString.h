@@ -27,7 +27,7 @@ public:
   /// @param format  printf format, written in the source: never text from outside. A null pointer
   ///                gives empty text.
   /// @return the formatted text; empty when a conversion fails (a wide character that the locale
-  ///         cannot express)
+  ///         cannot express) or the text would have 2 GiB and more
   [[nodiscard]] static KtString printf(const char* format, ...)
       __attribute__((format(printf, 1, 2)));
   /// As `printf`, with the arguments in a list; the list is left as `vprintf` leaves it.
