@@ -17,7 +17,7 @@ public:
   /// A copy that nobody shares yet.
   KtHandable(const KtHandable&) noexcept {}
   /// Leaves the count as it is.
-  KtHandable& operator=(const KtHandable&) noexcept { return *this; }  // NOLINT(*-copy-assign*)
+  KtHandable& operator=(const KtHandable&) noexcept { return *this; }
   virtual ~KtHandable();
 
   /// Adds an owner. Also for constant objects, since sharing does not change the value.

@@ -31,7 +31,7 @@ MD5 digestOf(const DigestBytes& bytes) {
 std::string MD5::hex() const {
   static constexpr char kDigits[] = "0123456789abcdef";
   std::string text;
-  text.reserve(2 * MD5_DIGEST_LENGTH);
+  text.reserve(MD5_DIGEST_STRING_LENGTH);
   for (const std::uint8_t byte : bytesOf(*this)) {
     text += kDigits[byte >> 4U];
     text += kDigits[byte & 0xFU];

@@ -6,17 +6,6 @@
 #include <cstdio>
 #include <ostream>
 
-namespace {
-// The length of the formatted text; below 0 when a conversion fails.
-int measure(const char* format, va_list arguments) {
-  va_list copy;
-  va_copy(copy, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, copy);
-  va_end(copy);
-  return length;
-}
-}  // namespace
-
 KtString KtString::printf(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
@@ -26,7 +15,13 @@ KtString KtString::printf(const char* format, ...) {
 }
 
 KtString KtString::vprintf(const char* format, va_list arguments) {
-  const int length = format == nullptr ? 0 : measure(format, arguments);
+  if (format == nullptr) {
+    return {};
+  }
+  va_list copy;
+  va_copy(copy, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, copy);
+  va_end(copy);
   if (length <= 0) {
     return {};
   }
