@@ -52,8 +52,9 @@ public:
   /// overwritten; after a failed write it is left behind empty, so that a fragment is not mistaken
   /// for a file.
   ///
-  /// @param dim1   columns, positive
-  /// @param dim2   rows, positive
+  /// @param dim1   positive; usually the columns
+  /// @param dim2   positive; usually the rows. Only the product counts: Rows (0028,0010) and
+  ///               Columns (0028,0011) are attributes for the caller to set.
   /// @param pixels dim1 x dim2 samples, row by row; read only
   /// @see PS3.10 section 7 (DICOM File Format), PS3.5 annex A.2 (Explicit VR Little Endian)
   [[nodiscard]] bool writeImageAsIs(int dim1, int dim2, unsigned short* pixels);

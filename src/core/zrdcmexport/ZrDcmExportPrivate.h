@@ -6,16 +6,16 @@
 #include <ktlib/KtPrimType.h>
 #include <ktlib/KtString.h>
 
+class DcmDataset;
+class DcmFileFormat;
 class DcmItem;
+class DcmMetaInfo;
 
 /// Implementation of the export writer, and the root node of the attributes that it writes.
 ///
 /// Everything that fails here answers false, keeps its message for `lastError()` and logs it as
 /// "Reformat: ..."; what fails in the tree is logged twice, by the tree and by the writer.
 class ZrDcmExportPrivate : public ZrDcmData {
-private:
-  KtString lastError_;
-
 public:
   KtString outputBaseDirectory;        ///< directory of the files; its existence is not required
   KtString filename;                   ///< relative to the directory
@@ -40,7 +40,8 @@ public:
 
   /// Writes one file from the tree and a pixel buffer.
   ///
-  /// @param dim1 columns   @param dim2 rows
+  /// @param dim1   positive, as is `dim2`; only the product counts. It is taken in 32 bits.
+  /// @param dim2   see `dim1`
   /// @param pixels dim1 x dim2 x samplesPerPixel samples as they are to stand in the file
   /// @param type   U8, S16 or U16; with any other type the file gets no Pixel Data
   bool writeImageAsIs(int dim1, int dim2, void* pixels, KtPrimType type, int samplesPerPixel);
@@ -58,4 +59,11 @@ public:
 
   /// Logs an error as "Reformat: ..." and keeps it.
   void setLastError(const KtString& message);
+
+private:
+  bool fail(const KtString& message);
+  void fillMetaInfo(DcmFileFormat& file) const;
+  bool writeFile(DcmMetaInfo& metaInfo, DcmDataset& dataset);
+
+  KtString lastError_;
 };

@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// The export writer: checks its directory, turns the tree of texts and a pixel buffer into a DCMTK
+// file object and writes that, meta information first. The tree itself is ZrDcmData's matter, the
+// way of the bytes to the disk ZrDcmOutputFile's.
+#include "ZrDcmExportPrivate.h"
+
+#include "ZrDcmOutputFile.h"
+
+#include <ktlib/KtFilename.h>
+#include <ktlib/KtLogFile.h>
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+#ifndef ZRDCMEXPORT_UID_ROOT
+#error "the build names the root of our unique identifiers"
+#endif
+
+namespace {
+
+// In order of occurrence; the missing blanks behind two brackets are part of the texts.
+constexpr const char* kNoInputData = "[addParameters] No input data!";
+constexpr const char* kNullPointer = "[writeImage] null pointer exception!";
+constexpr const char* kInvalidDimensions =
+    "[writeImage] invalid dimension parameters or samples per pixel argument!";
+constexpr const char* kNoDataset = "[writeImage] failed to create dcmdataset!";
+constexpr const char* kNoMetaInfo = "[writeImage] failed to create dcmmetainfo!";
+constexpr const char* kTagsFailed = "[writeImage]failed to write dcm tags to dcmdataset!";
+constexpr const char* kPixelDataFailed =
+    "[writeImage]failed to write dcm pixel data to dcmdataset!";
+constexpr const char* kNoDirectory = "[writeImage] no outputBaseDirectory specified!";
+constexpr const char* kMetaInfoFailed = "[writeImage] failed to write metainfo!";
+constexpr const char* kDatasetFailed = "[writeImage] failed to write dataset!";
+
+constexpr const char* kImplementationSuffix = ".1.0.51.20070901";
+
+/// Deliberate: the decimal number, not the octal mode of the same digits; hosts' file libraries
+/// know what they make of it. Test: SetOutputBaseDirectory.CreatesAMissingDirectory
+constexpr int kDirectoryMode = 755;
+
+/// File meta attributes belong to the writer (PS3.10 section 7.1). Only whole keys tell: a key that
+/// merely parses to group 2 is not one.
+bool isFileMetaKey(const KtString& key) {
+  return key.substr(0, 4) == KtString("G0002");
+}
+
+/// Whether an attribute describes sample values and therefore has the VR "US or SS", depending on
+/// the Pixel Representation: smallest and largest values (0028,0106)..(0028,0111), Pixel Padding
+/// Value (0028,0120). See PS3.6 section 6, PS3.3 C.7.6.3.
+bool takesVrOfSamples(unsigned int group, unsigned int element) {
+  return group == 0x0028 && (element == 0x0120 || (element >= 0x0106 && element <= 0x0111));
+}
+
+DcmTag tagOf(unsigned int group, unsigned int element) {
+  return {static_cast<Uint16>(group), static_cast<Uint16>(element)};
+}
+
+DcmTag tagWithVr(const ZrDcmTag& node, KtPrimType type) {
+  DcmTag tag = tagOf(node.group, node.element);
+  if (takesVrOfSamples(node.group, node.element)) {
+    if (type == KtPrimType::U16) {
+      tag.setVR(EVR_US);
+    } else if (type == KtPrimType::S16) {
+      tag.setVR(EVR_SS);
+    }
+  }
+  return tag;
+}
+
+/// Deliberate: 32 bits, converted to signed, as the writer has always counted; a caller of this
+/// internal class keeps below. Test: WriteImageAsIs.CountsSamplesIn32Bits
+int sampleCount(int dim1, int dim2, int samplesPerPixel) {
+  return static_cast<int>(static_cast<unsigned int>(dim2) * static_cast<unsigned int>(dim1) *
+                          static_cast<unsigned int>(samplesPerPixel));
+}
+
+/// Puts the samples as they stand; other types than the three of the writer put nothing.
+OFCondition putPixelData(DcmItem& dataset, const void* pixels, int count, KtPrimType type) {
+  // A negative count becomes a huge one, which DCMTK refuses.
+  const auto values = static_cast<unsigned long>(count);
+  switch (type.code()) {
+    case KtPrimType::U8:
+      return dataset.putAndInsertUint8Array(DCM_PixelData, static_cast<const Uint8*>(pixels),
+                                            values);
+    case KtPrimType::S16:
+    case KtPrimType::U16:
+      return dataset.putAndInsertUint16Array(DCM_PixelData, static_cast<const Uint16*>(pixels),
+                                             values);
+    default:
+      return EC_Normal;
+  }
+}
+
+/// Group lengths and lengths of sequences for the form in which the file is written.
+void computeLengths(DcmItem& part) {
+  // What cannot be computed shows when the part is written.
+  (void)part.computeGroupLengthAndPadding(EGL_recalcGL, EPD_noChange, EXS_LittleEndianExplicit,
+                                          EET_ExplicitLength, 0, 0, 0);
+}
+
+}  // namespace
+
+ZrDcmExportPrivate::ZrDcmExportPrivate()
+    : implementationVersionName("ZrDcmExport"), uidRoot(ZRDCMEXPORT_UID_ROOT) {
+  implementationClassUID = uidRoot;
+  implementationClassUID += kImplementationSuffix;
+}
+
+bool ZrDcmExportPrivate::setDicomTag(const KtString& key, const KtString& value) {
+  if (!ZrDcmData::setDicomTag(key, value, true)) {
+    return fail(ZrDcmData::lastError);
+  }
+  return true;
+}
+
+bool ZrDcmExportPrivate::setOutputBaseDirectory(const char* path) {
+  KtString directory(path);
+  // A bare drive means its current directory, not its root.
+  if (!directory.empty() && directory[directory.length() - 1] == ':') {
+    directory += "\\";
+  }
+  outputBaseDirectory = directory;
+
+  const KtFilename file(directory);
+  KtLogFile& log = getTheLogInstance();
+  if (!file.exists()) {
+    if (!file.create(kDirectoryMode)) {
+      log.printf("Reformat: Unable to create base output directory %s", directory.c_str());
+      return false;
+    }
+    return true;
+  }
+  if (!file.isDirectory()) {
+    log.printf("Reformat: base output directory %s is not a directory", directory.c_str());
+    return false;
+  }
+  if (!file.isWriteable()) {
+    log.printf("Reformat: base output directory %s is read-only", directory.c_str());
+    return false;
+  }
+  return true;
+}
+
+bool ZrDcmExportPrivate::setFilename(const char* name) {
+  filename = KtString(name);
+  return true;
+}
+
+bool ZrDcmExportPrivate::addParameters(const GxParamBundle* bundle) {
+  if (bundle == nullptr) {
+    return fail(kNoInputData);
+  }
+  if (!ZrDcmData::addParameters(bundle, true)) {
+    return fail(ZrDcmData::lastError);
+  }
+  return true;
+}
+
+bool ZrDcmExportPrivate::writeImageAsIs(int dim1, int dim2, void* pixels, KtPrimType type,
+                                        int samplesPerPixel) {
+  if (pixels == nullptr) {
+    return fail(kNullPointer);
+  }
+  if (dim1 <= 0 || dim2 <= 0 || samplesPerPixel <= 0) {
+    return fail(kInvalidDimensions);
+  }
+  DcmFileFormat file;
+  DcmDataset* dataset = file.getDataset();
+  if (dataset == nullptr) {
+    return fail(kNoDataset);
+  }
+  if (file.getMetaInfo() == nullptr) {
+    return fail(kNoMetaInfo);
+  }
+  fillMetaInfo(file);
+  if (!writeDicomTags(dataset, this, type, true)) {
+    return fail(kTagsFailed);
+  }
+  const int count = sampleCount(dim1, dim2, samplesPerPixel);
+  if (putPixelData(*dataset, pixels, count, type).bad()) {
+    return fail(kPixelDataFailed);
+  }
+  if (outputBaseDirectory.empty()) {
+    return fail(kNoDirectory);
+  }
+  return writeFile(*file.getMetaInfo(), *dataset);
+}
+
+bool ZrDcmExportPrivate::writeDicomTags(DcmItem* item, const ZrDcmData* node, KtPrimType type,
+                                        bool flag) {
+  for (const ZrDcmTag& tag : node->tags) {
+    if (isFileMetaKey(tag.key)) {
+      continue;
+    }
+    if (item->putAndInsertString(tagWithVr(tag, type), tag.value.c_str(), true).bad()) {
+      return false;
+    }
+  }
+  for (const ZrDcmSequence& sequence : node->sequences) {
+    const DcmTag tag = tagOf(sequence.group, sequence.element);
+    long number = 0;
+    for (const ZrDcmData& itemNode : sequence.items) {
+      DcmItem* child = nullptr;
+      // Without an item there is nothing to fill: such an item is left out, and no failure.
+      (void)item->findOrCreateSequenceItem(tag, child, number);
+      if (child != nullptr && !writeDicomTags(child, &itemNode, type, flag)) {
+        return false;
+      }
+      ++number;
+    }
+  }
+  return true;
+}
+
+KtString ZrDcmExportPrivate::lastError() const {
+  return lastError_;
+}
+
+void ZrDcmExportPrivate::setLastError(const KtString& message) {
+  getTheLogInstance().printf("Reformat: %s", message.c_str());
+  lastError_ = message;
+}
+
+bool ZrDcmExportPrivate::fail(const KtString& message) {
+  setLastError(message);
+  return false;
+}
+
+void ZrDcmExportPrivate::fillMetaInfo(DcmFileFormat& file) const {
+  // Makes the fixed attributes of the still empty file; what fails shows when the file is written.
+  (void)file.validateMetaInfo(EXS_LittleEndianExplicit, EWM_fileformat);
+
+  DcmMetaInfo& meta = *file.getMetaInfo();
+  (void)meta.putAndInsertString(DCM_MediaStorageSOPClassUID, dicomTag("G0008-0016", ""), true);
+  (void)meta.putAndInsertString(DCM_MediaStorageSOPInstanceUID, dicomTag("G0008-0018", ""), true);
+  (void)meta.putAndInsertString(DCM_ImplementationClassUID, implementationClassUID.c_str(), true);
+  (void)meta.putAndInsertString(DCM_ImplementationVersionName, implementationVersionName.c_str(),
+                                true);
+}
+
+bool ZrDcmExportPrivate::writeFile(DcmMetaInfo& metaInfo, DcmDataset& dataset) {
+  const KtString path = KtString::printf("%s/%s", outputBaseDirectory.c_str(), filename.c_str());
+  ZrDcmOutputFile output(path.c_str());
+  computeLengths(metaInfo);
+  computeLengths(dataset);
+  if (!output.write(metaInfo)) {
+    return fail(kMetaInfoFailed);
+  }
+  if (!output.write(dataset)) {
+    return fail(kDatasetFailed);
+  }
+  output.keep();
+  return true;
+}
