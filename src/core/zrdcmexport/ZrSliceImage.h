@@ -113,11 +113,12 @@ public:
   [[nodiscard]] bool process(DcmItem& item, std::string& errorText, int firstFrame, int lastFrame,
                              void* target, unsigned long targetSize);
 
-  /// Places the slice at a frame of its pixel memory: stores the six arguments in the fields of the
-  /// same names and sets `rescale`, `sampleOffset`, `voiWindow` and `pixelSpacing` to NaN, until
+  /// Places the slice at a frame of its pixel memory: stores the six arguments in the fields of their
+  /// names and sets `rescale`, `sampleOffset`, `voiWindow` and `pixelSpacing` to NaN, until
   /// the slice's owner sets them again. `buffer`, `data`, `overlays` and `convertSamples` stay.
-  void setFrameOffset(int frameOffset, unsigned int bytesPerSample, unsigned int samplesPerPixel,
-                      const KtVec3l& extent, bool lossy, bool valid);
+  void setFrameOffset(int newFrameOffset, unsigned int newBytesPerSample,
+                      unsigned int newSamplesPerPixel, const KtVec3l& newExtent, bool isLossy,
+                      bool isValid);
 
   /// Line that maps samples as they stand in memory to modality values (for CT: Hounsfield units).
   ///
