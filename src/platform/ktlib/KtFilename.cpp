@@ -4,6 +4,7 @@
 // knows the permission bits of a file but not whether this process has them.
 #include <ktlib/KtFilename.h>
 
+#include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
 #include <system_error>
@@ -45,7 +46,8 @@ bool KtFilename::isDirectory() const {
 }
 
 bool KtFilename::isWriteable() const {
-  return ::access(text_.c_str(), W_OK) == 0;
+  // The effective user counts, as it does when a file is opened.
+  return ::faccessat(AT_FDCWD, text_.c_str(), W_OK, AT_EACCESS) == 0;
 }
 
 bool KtFilename::create(int mode) const {
