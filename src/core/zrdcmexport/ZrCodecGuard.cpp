@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Which compressed frames are safe to decode. What each check keeps away from DCMTK's decoders:
+//
+//   4 GiB and more        sizes wrap at 32 bits and the decoder writes beyond its buffer
+//   RLE, whole frame      stripes that yield less than a plane leave heap contents in the samples;
+//                         an empty last stripe is read before its start
+//   RLE, frame alone      a short fragment or a stripe outside it is read beyond its end
+//   JPEG, frame header    a smaller image than the attributes promise leaves heap contents; a larger
+//                         promise than the stream allocates gigabytes; a marker for temporary use
+//                         makes the search for the header endless
+#include "ZrCodecGuard.h"
+
+#include "ZrCodecStream.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dccodec.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+#include <algorithm>
+
+namespace Zrg {
+
+namespace {
+
+constexpr unsigned long long kFourGiB = 1ULL << 32;
+
+/// The decoders' own search for the first fragment of a frame, which DCMTK keeps protected.
+struct StartFragment : DcmCodec {
+  using DcmCodec::determineStartFragment;
+};
+
+Uint16 numberOf(DcmItem& item, const DcmTagKey& key) {
+  Uint16 value = 0;
+  return item.findAndGetUint16(key, value).good() ? value : Uint16{0};
+}
+
+}  // namespace
+
+CodecGuard::CodecGuard(DcmItem& item, DcmPixelData& pixelData)
+    : columns_(numberOf(item, DCM_Columns)),
+      rows_(numberOf(item, DCM_Rows)),
+      samplesPerPixel_(numberOf(item, DCM_SamplesPerPixel)),
+      bitsAllocated_(numberOf(item, DCM_BitsAllocated)),
+      bitsStored_(numberOf(item, DCM_BitsStored)) {
+  Sint32 frames = 0;
+  if (item.findAndGetSint32(DCM_NumberOfFrames, frames).good() && frames > 0) {
+    numberOfFrames_ = static_cast<unsigned long long>(frames);
+  }
+  if (pixelData.hasRepresentation(EXS_LittleEndianExplicit, nullptr)) {
+    return;  // decoded before, or never compressed: no decoder will run
+  }
+  E_TransferSyntax syntax = EXS_Unknown;
+  const DcmRepresentationParameter* parameter = nullptr;
+  pixelData.getOriginalRepresentationKey(syntax, parameter);
+  if (pixelData.getEncapsulatedRepresentation(syntax, parameter, sequence_).good() &&
+      sequence_ != nullptr) {
+    codec_ = codecOf(syntax);
+  }
+}
+
+CodecGuard::Codec CodecGuard::codecOf(E_TransferSyntax syntax) {
+  if (syntax == EXS_RLELossless) {
+    return Codec::Rle;
+  }
+  if (syntax == EXS_JPEGLSLossless || syntax == EXS_JPEGLSLossy) {
+    return Codec::JpegLs;
+  }
+  return syntax >= EXS_JPEGProcess1 && syntax <= EXS_JPEGProcess14SV1 ? Codec::Jpeg : Codec::None;
+}
+
+unsigned long long CodecGuard::pixelsPerFrame() const {
+  return static_cast<unsigned long long>(rows_) * columns_;
+}
+
+unsigned long long CodecGuard::bytesPerPixel() const {
+  return (bitsAllocated_ + 7ULL) / 8 * samplesPerPixel_;
+}
+
+bool CodecGuard::isCountable(unsigned long long frames) const {
+  if (codec_ == Codec::None) {
+    return true;
+  }
+  // The JPEG-LS decoder takes two bytes a sample as soon as more than 8 bits are stored, whatever
+  // Bits Allocated says.
+  const unsigned long long bytesPerSample =
+      std::max((bitsAllocated_ + 7ULL) / 8, bitsStored_ > 8 ? 2ULL : 1ULL);
+  const unsigned long long samples = pixelsPerFrame() * samplesPerPixel_;  // below 2^48
+  return samples == 0 || frames <= (kFourGiB - 1) / bytesPerSample / samples;
+}
+
+bool CodecGuard::allFramesAreSafe() {
+  if (codec_ == Codec::None) {
+    return true;
+  }
+  if (!isCountable()) {
+    return false;
+  }
+  if (codec_ == Codec::Rle) {
+    return rleFramesAreWhole();
+  }
+  // Decoded together, the samples take the size that the first stream says: Bits Allocated follows.
+  const std::optional<unsigned long long> frameSize = jpegYield(1);
+  return frameSize && jpegFramesAgree(1, decodedFrames(), *frameSize);
+}
+
+bool CodecGuard::colourModelIsSafe() {
+  return codec_ != Codec::Jpeg || frameIsSafe(0, 1, pixelsPerFrame() * bytesPerPixel());
+}
+
+bool CodecGuard::framesAreSafe(unsigned long first, unsigned long count) {
+  if (codec_ == Codec::None) {
+    return true;
+  }
+  const unsigned long long frameSize = pixelsPerFrame() * bytesPerPixel();
+  const std::optional<Uint32> start = startFragmentOf(static_cast<Uint32>(first));
+  if (!start || !isCountable(count)) {
+    return false;
+  }
+  if (codec_ != Codec::Rle) {
+    return jpegFramesAgree(*start, count, frameSize);
+  }
+  for (unsigned long i = 0; i < count; ++i) {
+    const auto fragment = static_cast<Uint32>(*start + i);
+    if (!frameIsSafe(static_cast<Uint32>(first + i), fragment, frameSize)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool CodecGuard::frameIsSafe(Uint32 frame, Uint32 startFragment, unsigned long long frameSize) {
+  if (codec_ == Codec::None) {
+    return true;
+  }
+  const std::optional<Uint32> start = startFragment != 0 ? startFragment : startFragmentOf(frame);
+  if (!start || !isCountable(1)) {
+    return false;
+  }
+  if (codec_ != Codec::Rle) {
+    return jpegYield(*start) == frameSize;
+  }
+  FragmentStream fragment(*sequence_, *start, *start + 1UL);
+  return pixelsPerFrame() * bytesPerPixel() == frameSize &&
+         passRleFrame(fragment, {static_cast<unsigned int>(bytesPerPixel()), pixelsPerFrame()});
+}
+
+unsigned long CodecGuard::decodedFrames() const {
+  const unsigned long fragments = sequence_->card();
+  const unsigned long long frames = std::min<unsigned long long>(
+      numberOfFrames_, fragments > 0 ? fragments - 1 : 0);  // fragment 0 is the offset table
+  return std::max(1UL, static_cast<unsigned long>(frames));
+}
+
+std::optional<Uint32> CodecGuard::startFragmentOf(Uint32 frame) const {
+  // The JPEG-LS decoder alone believes the fragments more than Number of Frames.
+  const unsigned long long frames = codec_ == Codec::JpegLs ? decodedFrames() : numberOfFrames_;
+  Uint32 fragment = 0;
+  if (StartFragment::determineStartFragment(frame, static_cast<Sint32>(frames), sequence_, fragment)
+          .bad()) {
+    return std::nullopt;
+  }
+  return fragment;
+}
+
+bool CodecGuard::startsJpegImage(unsigned long fragment) const {
+  FragmentStream stream(*sequence_, fragment, sequence_->card());
+  Uint8 prefix = 0;
+  Uint8 marker = 0;
+  return stream.read(prefix) && stream.read(marker) && prefix == 0xFF && marker == 0xD8;
+}
+
+/// Bytes that the JPEG image in a fragment fills when its size agrees with the attributes.
+std::optional<unsigned long long> CodecGuard::jpegYield(unsigned long fragment) const {
+  FragmentStream stream(*sequence_, fragment, sequence_->card());
+  const std::optional<JpegFrameHeader> header =
+      readJpegFrameHeader(stream, codec_ == Codec::JpegLs ? JpegFamily::JpegLs : JpegFamily::Jpeg);
+  if (!header || header->rows != rows_ || header->columns != columns_ ||
+      header->components != samplesPerPixel_) {
+    return std::nullopt;
+  }
+  return pixelsPerFrame() * samplesPerPixel_ * (header->precision > 8 ? 2 : 1);
+}
+
+bool CodecGuard::rleFramesAreWhole() const {
+  const unsigned long frames = decodedFrames();
+  unsigned long fragment = 1;
+  for (unsigned long frame = 0; frame < frames; ++frame) {
+    FragmentStream stream(*sequence_, fragment, sequence_->card());
+    if (!passRleFrame(stream, {static_cast<unsigned int>(bytesPerPixel()), pixelsPerFrame()})) {
+      return false;
+    }
+    fragment = stream.fragment() + 1;
+  }
+  return true;
+}
+
+/// Whether the next `count` JPEG images, the first in the given fragment, fill `frameSize` bytes
+/// each. Where a frame ends is known to the decoder alone; a start of image never stands inside the
+/// coded samples, so that every fragment which begins with one begins a frame.
+bool CodecGuard::jpegFramesAgree(unsigned long fragment, unsigned long count,
+                                 unsigned long long frameSize) const {
+  const unsigned long end = sequence_->card();
+  unsigned long images = 0;
+  for (unsigned long i = fragment; i < end && images < count; ++i) {
+    if (i == fragment || startsJpegImage(i)) {
+      if (jpegYield(i) != frameSize) {
+        return false;
+      }
+      ++images;
+    }
+  }
+  return images > 0;
+}
+
+bool allImagesAreSafe(DcmItem& item) {
+  auto* const dataset = dynamic_cast<DcmDataset*>(&item);
+  if (dataset == nullptr) {
+    DcmElement* element = nullptr;
+    (void)item.findAndGetElement(DCM_PixelData, element);  // none: the cast says so
+    auto* const pixelData = dynamic_cast<DcmPixelData*>(element);
+    return pixelData == nullptr || CodecGuard(item, *pixelData).allFramesAreSafe();
+  }
+  DcmStack stack;
+  stack.push(dataset);
+  while (dataset->search(DCM_PixelData, stack, ESM_afterStackTop, OFTrue).good()) {
+    auto* const pixelData = dynamic_cast<DcmPixelData*>(stack.top());
+    auto* const owner = dynamic_cast<DcmItem*>(stack.elem(1));
+    if (pixelData != nullptr && owner != nullptr &&
+        !CodecGuard(*owner, *pixelData).allFramesAreSafe()) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace Zrg

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctypes.h"
+#include "dcmtk/dcmdata/dcxfer.h"
+
+#include <optional>
+
+class DcmItem;
+class DcmPixelData;
+class DcmPixelSequence;
+
+namespace Zrg {
+
+/// Asks of encapsulated pixel data whether DCMTK's decoders may be trusted with it.
+///
+/// Those decoders count sizes in 32 bits, take what an RLE header says of its stripes, and leave
+/// whatever a stream does not fill as it comes from the heap. The guard reads the compressed frames
+/// as far as it must to know that none of this can happen. Data that is not compressed, or that is
+/// compressed in a way which DCMTK has no decoder for, is never refused here.
+///
+/// A guard reads the item's attributes once, when it is made, and is used for one call.
+class CodecGuard {
+public:
+  /// @param item      holds the attributes of the image; only read.
+  /// @param pixelData the item's pixel data; must outlive the guard.
+  CodecGuard(DcmItem& item, DcmPixelData& pixelData);
+
+  /// Whether the samples of `frames` frames stay below 4 GiB, which is all that decoders that
+  /// decode them together can count.
+  [[nodiscard]] bool isCountable(unsigned long long frames) const;
+  /// The same for all frames that Number of Frames promises.
+  [[nodiscard]] bool isCountable() const { return isCountable(numberOfFrames_); }
+
+  /// Whether all frames may be decoded together.
+  [[nodiscard]] bool allFramesAreSafe();
+
+  /// Whether DCMTK may find out the colour model, for which it decodes the first frame of JPEG.
+  [[nodiscard]] bool colourModelIsSafe();
+
+  /// Whether `count` frames from `first` on may be decoded one by one, each into a buffer of the
+  /// size that the attributes ask for.
+  [[nodiscard]] bool framesAreSafe(unsigned long first, unsigned long count);
+
+  /// Whether one frame may be decoded alone and fills `frameSize` bytes, neither more nor less.
+  ///
+  /// @param frame         0-based index of the frame.
+  /// @param startFragment index of its first fragment, as the decoder will be told: 0 lets it be
+  ///                      found the way the decoder does.
+  /// @param frameSize     bytes that the frame is expected to fill.
+  [[nodiscard]] bool frameIsSafe(Uint32 frame, Uint32 startFragment, unsigned long long frameSize);
+
+private:
+  enum class Codec { None, Rle, Jpeg, JpegLs };
+
+  [[nodiscard]] static Codec codecOf(E_TransferSyntax syntax);
+  [[nodiscard]] unsigned long long pixelsPerFrame() const;
+  [[nodiscard]] unsigned long long bytesPerPixel() const;
+  [[nodiscard]] unsigned long decodedFrames() const;
+  [[nodiscard]] std::optional<Uint32> startFragmentOf(Uint32 frame) const;
+  [[nodiscard]] bool startsJpegImage(unsigned long fragment) const;
+  [[nodiscard]] std::optional<unsigned long long> jpegYield(unsigned long fragment) const;
+  [[nodiscard]] bool rleFramesAreWhole() const;
+  [[nodiscard]] bool jpegFramesAgree(unsigned long fragment, unsigned long count,
+                                     unsigned long long frameSize) const;
+
+  Codec codec_ = Codec::None;
+  DcmPixelSequence* sequence_ = nullptr;
+  Uint16 columns_ = 0;
+  Uint16 rows_ = 0;
+  Uint16 samplesPerPixel_ = 0;
+  Uint16 bitsAllocated_ = 0;
+  Uint16 bitsStored_ = 0;
+  unsigned long long numberOfFrames_ = 1;
+};
+
+/// Whether everything may be decoded that DCMTK decodes together with an item's own pixel data: for
+/// a dataset the images of all nested items (icons), for an item its own image alone.
+[[nodiscard]] bool allImagesAreSafe(DcmItem& item);
+
+}  // namespace Zrg

@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Reads compressed frames just far enough to know what a decoder would make of them.
+//
+// RLE frame (PS3.5 Annex G), all numbers little endian, offsets from the first byte of the header:
+//
+//   0   Uint32      number of stripes n
+//   4   Uint32[15]  offset of each stripe, 0 for stripes that are not there
+//   64  stripes     PackBits runs: control byte c, then
+//                     c < 128   c + 1 literal bytes
+//                     c >= 128  one byte that stands for 257 - c equal bytes (DCMTK takes 128 so, too)
+//
+// JPEG image: SOI, then marker segments (FF, marker, 16-bit big endian length that counts itself,
+// payload) and markers without a length, up to the frame header:
+//
+//   length, Uint8 precision, Uint16 rows, Uint16 columns, Uint8 components, ...
+#include "ZrCodecStream.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcpixseq.h"
+#include "dcmtk/dcmdata/dcpxitem.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace Zrg {
+
+namespace {
+
+constexpr unsigned int kRleHeaderSize = 64;
+constexpr unsigned int kMostRleStripes = 15;
+
+constexpr Uint8 kMarkerPrefix = 0xFF;
+constexpr Uint8 kStuffedZero = 0x00;
+constexpr Uint8 kTemporaryUse = 0x01;
+constexpr Uint8 kUndefined = 0x02;
+constexpr Uint8 kLastReserved = 0xBF;
+constexpr Uint8 kHuffmanTables = 0xC4;
+constexpr Uint8 kJpegExtension = 0xC8;
+constexpr Uint8 kArithmeticConditioning = 0xCC;
+constexpr Uint8 kFirstRestart = 0xD0;
+constexpr Uint8 kStartOfImage = 0xD8;
+constexpr Uint8 kEndOfImage = 0xD9;
+constexpr Uint8 kStartOfScan = 0xDA;
+constexpr Uint8 kJpegLsFrame = 0xF7;
+
+bool readBigEndian16(FragmentStream& stream, Uint16& value) {
+  Uint8 high = 0;
+  Uint8 low = 0;
+  if (!stream.read(high) || !stream.read(low)) {
+    return false;
+  }
+  value = static_cast<Uint16>(high << 8 | low);
+  return true;
+}
+
+bool readLittleEndian32(FragmentStream& stream, Uint32& value) {
+  value = 0;
+  for (unsigned int shift = 0; shift < 32; shift += 8) {
+    Uint8 byte = 0;
+    if (!stream.read(byte)) {
+      return false;
+    }
+    value |= static_cast<Uint32>(byte) << shift;
+  }
+  return true;
+}
+
+/// Whether a stripe of up to `available` bytes yields `wanted` bytes; takes no more than it needs.
+bool passRleStripe(FragmentStream& stream, unsigned long long available,
+                   unsigned long long wanted) {
+  unsigned long long yielded = 0;
+  while (yielded < wanted) {
+    Uint8 control = 0;
+    if (available == 0 || !stream.read(control)) {
+      return false;
+    }
+    --available;
+    const unsigned long long payload = control < 128 ? control + 1ULL : 1ULL;
+    const unsigned long long taken = stream.skip(std::min(payload, available));
+    available -= taken;
+    if (control < 128) {
+      yielded += taken;
+    } else if (taken == 1) {
+      yielded += 257ULL - control;
+    }
+  }
+  return true;
+}
+
+bool isFrameMarker(Uint8 marker, JpegFamily family) {
+  if (family == JpegFamily::JpegLs) {
+    return marker == kJpegLsFrame;
+  }
+  return marker >= 0xC0 && marker <= 0xCF && marker != kHuffmanTables && marker != kJpegExtension &&
+         marker != kArithmeticConditioning;
+}
+
+/// Restarts, a repeated start of image and reserved markers stand alone.
+bool standsAlone(Uint8 marker) {
+  return (marker > kUndefined && marker <= kLastReserved) ||
+         (marker >= kFirstRestart && marker <= kStartOfImage);
+}
+
+/// Markers that end the search. DCMTK's search for the frame header stands still at a marker for
+/// temporary use and would never come back, so no stream that has one may reach it.
+bool endsSearch(Uint8 marker) {
+  return marker == kTemporaryUse || marker == kStuffedZero || marker == kUndefined ||
+         marker == kEndOfImage || marker == kStartOfScan;
+}
+
+bool readMarker(FragmentStream& stream, Uint8& marker) {
+  Uint8 prefix = 0;
+  if (!stream.read(prefix) || prefix != kMarkerPrefix) {
+    return false;
+  }
+  marker = kMarkerPrefix;
+  while (marker == kMarkerPrefix) {  // any number of fill bytes may stand before a marker
+    if (!stream.read(marker)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::optional<JpegFrameHeader> readFrameParameters(FragmentStream& stream) {
+  Uint16 length = 0;
+  JpegFrameHeader header{};
+  if (!readBigEndian16(stream, length) || !stream.read(header.precision) ||
+      !readBigEndian16(stream, header.rows) || !readBigEndian16(stream, header.columns) ||
+      !stream.read(header.components)) {
+    return std::nullopt;
+  }
+  return header;
+}
+
+bool skipSegment(FragmentStream& stream) {
+  Uint16 length = 0;
+  if (!readBigEndian16(stream, length) || length < sizeof(length)) {
+    return false;
+  }
+  const unsigned long long payload = length - sizeof(length);
+  return stream.skip(payload) == payload;
+}
+
+}  // namespace
+
+FragmentStream::FragmentStream(DcmPixelSequence& sequence, unsigned long first, unsigned long end)
+    : sequence_(sequence), fragment_(first), next_(first), end_(end) {}
+
+unsigned long long FragmentStream::skip(unsigned long long count) {
+  unsigned long long skipped = 0;
+  while (skipped < count && (cursor_ != limit_ || enterNextFragment())) {
+    const auto here = static_cast<unsigned long long>(limit_ - cursor_);
+    const unsigned long long step = std::min(count - skipped, here);
+    cursor_ += step;
+    skipped += step;
+  }
+  return skipped;
+}
+
+unsigned long long FragmentStream::position() const {
+  return before_ + static_cast<unsigned long long>(cursor_ - start_);
+}
+
+unsigned long long FragmentStream::fragmentLength() {
+  if (start_ == nullptr) {
+    (void)enterNextFragment();  // without a fragment the length is 0, which is the answer
+  }
+  return static_cast<unsigned long long>(limit_ - start_);
+}
+
+bool FragmentStream::enterNextFragment() {
+  while (next_ < end_) {
+    DcmPixelItem* item = nullptr;
+    Uint8* bytes = nullptr;
+    if (sequence_.getItem(item, next_).bad() || item == nullptr ||
+        item->getUint8Array(bytes).bad()) {
+      next_ = end_;
+      return false;
+    }
+    const unsigned long index = next_++;
+    if (bytes != nullptr && item->getLength() > 0) {
+      before_ = position();
+      fragment_ = index;
+      start_ = bytes;
+      cursor_ = bytes;
+      limit_ = bytes + item->getLength();
+      return true;
+    }
+  }
+  return false;
+}
+
+bool passRleFrame(FragmentStream& stream, const RleLayout& layout) {
+  std::array<Uint32, 1 + kMostRleStripes> header{};
+  if (stream.fragmentLength() < kRleHeaderSize) {  // DCMTK copies it from the first fragment
+    return false;
+  }
+  for (Uint32& value : header) {
+    if (!readLittleEndian32(stream, value)) {
+      return false;
+    }
+  }
+  const Uint32 stripes = header[0];
+  if (stripes < 1 || stripes > kMostRleStripes || stripes != layout.stripes) {
+    return false;
+  }
+  for (Uint32 stripe = 1; stripe <= stripes; ++stripe) {
+    const unsigned long long begin = header[stripe];
+    const unsigned long long end =
+        stripe < stripes ? header[stripe + 1] : std::numeric_limits<unsigned long long>::max();
+    if (begin < stream.position() || end < begin) {
+      return false;
+    }
+    (void)stream.skip(begin - stream.position());
+    if (stream.position() != begin || !passRleStripe(stream, end - begin, layout.planeSize)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::optional<JpegFrameHeader> readJpegFrameHeader(FragmentStream& stream, JpegFamily family) {
+  Uint8 prefix = 0;
+  Uint8 marker = 0;
+  if (!stream.read(prefix) || prefix != kMarkerPrefix || !stream.read(marker) ||
+      marker != kStartOfImage) {
+    return std::nullopt;
+  }
+  while (readMarker(stream, marker)) {
+    if (isFrameMarker(marker, family)) {
+      return readFrameParameters(stream);
+    }
+    if (endsSearch(marker) || (!standsAlone(marker) && !skipSegment(stream))) {
+      return std::nullopt;
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace Zrg

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctypes.h"
+
+#include <optional>
+
+class DcmPixelSequence;
+
+namespace Zrg {
+
+/// Bytes of neighbouring fragments of encapsulated pixel data, read forward as one stream. Fragments
+/// are loaded when they are reached; one that cannot be loaded ends the stream.
+class FragmentStream {
+public:
+  /// The fragments `first` to `end` - 1 of a sequence; fragment 0 holds the offset table. The
+  /// sequence must outlive the stream.
+  FragmentStream(DcmPixelSequence& sequence, unsigned long first, unsigned long end);
+
+  /// Takes the next byte; false at the end of the stream.
+  bool read(Uint8& byte) {
+    if (cursor_ == limit_ && !enterNextFragment()) {
+      return false;
+    }
+    byte = *cursor_++;
+    return true;
+  }
+
+  /// Takes up to `count` bytes without looking at them; returns how many there were.
+  unsigned long long skip(unsigned long long count);
+
+  /// Bytes taken so far.
+  [[nodiscard]] unsigned long long position() const;
+
+  /// Bytes of the fragment that the stream stands in; that of the first one before any is taken.
+  [[nodiscard]] unsigned long long fragmentLength();
+
+  /// Index of the fragment that the last byte came from.
+  [[nodiscard]] unsigned long fragment() const { return fragment_; }
+
+private:
+  bool enterNextFragment();
+
+  DcmPixelSequence& sequence_;
+  unsigned long fragment_;
+  unsigned long next_;
+  unsigned long end_;
+  unsigned long long before_ = 0;  // bytes of the fragments before the one the stream stands in
+  const Uint8* start_ = nullptr;
+  const Uint8* cursor_ = nullptr;
+  const Uint8* limit_ = nullptr;
+};
+
+/// What an RLE frame must hold: a header and one stripe for every byte of a pixel.
+struct RleLayout {
+  unsigned int stripes;          ///< bytes of a pixel
+  unsigned long long planeSize;  ///< bytes that a stripe must yield: the pixels of the frame
+};
+
+/// Walks an RLE frame from its header to the byte that completes its last stripe, without decoding.
+///
+/// @return true when the header agrees with the layout and every stripe yields a whole plane from
+///         bytes that are there. The stream then stands in the last fragment of the frame.
+/// @see PS3.5 Annex G (RLE Lossless compression)
+[[nodiscard]] bool passRleFrame(FragmentStream& stream, const RleLayout& layout);
+
+/// What the frame header of a JPEG or JPEG-LS stream says.
+struct JpegFrameHeader {
+  Uint8 precision;   ///< bits of a sample
+  Uint16 rows;       ///< lines of the image
+  Uint16 columns;    ///< samples of a line
+  Uint8 components;  ///< samples of a pixel
+};
+
+enum class JpegFamily { Jpeg, JpegLs };
+
+/// Reads the frame header of the JPEG image that starts where the stream stands.
+///
+/// @return nothing when the scan, the end of the image or a byte that is no marker comes first, or
+///         when the stream is one that the decoder's own search for the header does not survive.
+/// @see ITU-T T.81 B.2 (marker segments), ITU-T T.87 C.2 (JPEG-LS)
+[[nodiscard]] std::optional<JpegFrameHeader> readJpegFrameHeader(FragmentStream& stream,
+                                                                 JpegFamily family);
+
+}  // namespace Zrg

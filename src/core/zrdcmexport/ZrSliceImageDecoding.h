@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <ktlib/KtString.h>
+#include <ktlib/KtVec2f.h>
+#include <zrdcmexport/ZrSliceImage.h>
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctypes.h"
+#include "dcmtk/dcmdata/dcxfer.h"
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+
+class DcmItem;
+class DcmPixelData;
+
+/// The steps of SliceImage::process, one subject a source file: attributes, monochrome, colour.
+namespace Zrg::Decoding {
+
+/// What the Image Pixel and Multi-frame modules say of the samples. @see PS3.3 C.7.6.3, C.7.6.6
+struct ImageAttributes {
+  Uint16 columns = 0;
+  Uint16 rows = 0;
+  Uint16 frames = 1;                            ///< the low 16 bits of Number of Frames, at least 1
+  unsigned int bytesPerSample = 0;              ///< Bits Allocated in whole bytes
+  E_TransferSyntax storedSyntax = EXS_Unknown;  ///< how the pixel data element holds its samples
+  KtString photometricInterpretation;
+  bool monochrome = false;
+};
+
+/// The frames to decode, 0-based and inside the image.
+struct FrameRange {
+  int first = 0;
+  int last = 0;
+  int count = 0;
+  bool all = false;  ///< all frames were asked for, as a whole
+};
+
+/// One call of SliceImage::process: what to decode and where to put it.
+struct Task {
+  DcmItem& item;
+  DcmPixelData& pixelData;
+  const ImageAttributes& attributes;
+  const FrameRange& frames;
+  void* target;              ///< the caller's memory, or null
+  unsigned long targetSize;  ///< bytes of `target`
+};
+
+/// The item's own pixel data element; null, with the message set, when there is none.
+[[nodiscard]] DcmPixelData* findPixelData(DcmItem& item, std::string& errorText);
+
+/// Whether the image was lossy-compressed at some time: its attribute says so, or else its transfer
+/// syntax is not known to keep every sample. @see PS3.3 C.7.6.1.1.5 (Lossy Image Compression)
+[[nodiscard]] bool isLossy(DcmItem& item);
+
+/// Reads what decoding needs to know; nothing, with the message set, when something is missing.
+[[nodiscard]] std::optional<ImageAttributes> readImageAttributes(DcmItem& item,
+                                                                 DcmPixelData& pixelData,
+                                                                 std::string& errorText);
+
+/// (slope, intercept); (1, 0) unless both are there and the slope is not 0.
+[[nodiscard]] KtVec2f readRescale(DcmItem& item);
+/// (centre, width) of the first window; NaN unless both are there.
+[[nodiscard]] KtVec2f readWindow(DcmItem& item);
+/// (column spacing, row spacing); NaN unless both are there.
+[[nodiscard]] KtVec2f readSpacing(DcmItem& item);
+
+/// Frames from `firstFrame` to `lastFrame`, clamped to an image of `frames` frames (at least 1). A
+/// negative first frame means all.
+[[nodiscard]] FrameRange clampFrames(int firstFrame, int lastFrame, int frames);
+
+/// Whether `required` bytes fit into the caller's target; sets the message when they do not.
+[[nodiscard]] bool fitsTarget(const Task& task, std::size_t required, std::string& errorText);
+
+/// Zeroed memory for samples, so that no byte which a decoder leaves out shows something else;
+/// empty, with the message set, when there is none.
+[[nodiscard]] std::shared_ptr<char> allocateSamples(std::size_t size, std::string& errorText);
+
+/// Decodes a MONOCHROME1 or MONOCHROME2 image into the slice; sets the message on failure.
+[[nodiscard]] bool decodeMonochrome(SliceImage& slice, const Task& task, std::string& errorText);
+
+/// Renders any other image into the slice as interleaved 8-bit RGB; sets the message on failure.
+[[nodiscard]] bool decodeColour(SliceImage& slice, const Task& task, std::string& errorText);
+
+/// Message of every allocation that fails, and of every failed sample conversion.
+inline constexpr char kOutOfMemory[] = "out of memory";
+
+}  // namespace Zrg::Decoding

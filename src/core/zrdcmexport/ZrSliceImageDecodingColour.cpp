@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Colour, palettes included: always delivered as interleaved RGB with 8 bits a sample. Frames that
+// the decoders deliver in that form are taken from them directly; everything else is rendered by
+// DCMTK's image classes.
+#include "ZrCodecGuard.h"
+#include "ZrSliceImageDecoding.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+// Registers colour rendering with DCMTK's image classes when the library is loaded.
+#include "dcmtk/dcmimage/diregist.h"
+#include "dcmtk/dcmimgle/dcmimage.h"
+#include "dcmtk/dcmimgle/didocu.h"
+
+#include <new>
+
+namespace Zrg::Decoding {
+
+namespace {
+
+constexpr char kNoDocumentMemory[] = "Unable to create valid DiDocument object (out of memory)";
+constexpr char kNoDocument[] = "Unable to create valid DiDocument object";
+constexpr char kNoPixelDataInDocument[] = "Unable to locate DcmPixelData in DiDocument object";
+constexpr char kNoImageMemory[] = "Unable to create valid DicomImage object (out of memory)";
+constexpr char kNoUncompressedData[] = "Uncompressed data has size 0";
+constexpr char kTooLarge[] = "pixel data has an unsupported uncompressed size of more than 4GB";
+constexpr char kNotRendered[] = "DicomImage::getOutputData() failed";
+constexpr char kFrameNotDecompressed[] = "DcmPixelData::getUncompressedFrame() failed";
+
+constexpr unsigned long long kFourGiB = 1ULL << 32;
+constexpr int kBitsPerSample = 8;
+constexpr int kInterleaved = 0;
+
+/// One colour image on its way to RGB.
+struct Rendering {
+  unsigned long flags = 0;  ///< of DCMTK's image classes
+  std::unique_ptr<DiDocument> document;
+  DcmPixelData* decoder = nullptr;    ///< the document's pixel data
+  DcmItem* decoderItem = nullptr;     ///< the document's dataset
+  std::unique_ptr<DicomImage> image;  ///< null when frames are taken from the decoder directly
+  unsigned long frameSize = 0;        ///< bytes of a frame as it is delivered
+};
+
+/// Makes sure that there is a Planar Configuration: decoders and image classes ask for it. Returns
+/// whether samples stand plane by plane.
+bool completePlanarConfiguration(DcmItem& item) {
+  Uint16 configuration = 0;
+  if (item.findAndGetUint16(DCM_PlanarConfiguration, configuration).bad()) {
+    // Nothing depends on this at once; what cannot be decoded without it says so itself.
+    (void)item.putAndInsertUint16(DCM_PlanarConfiguration, 0, OFTrue);
+    return false;
+  }
+  return configuration != 0;
+}
+
+void announceRgb(SliceImage& slice) {
+  slice.samplesPerPixel = 3;
+  slice.bytesPerSample = 1;
+}
+
+/// Whether all frames of the item may be decompressed together, as both kinds of DCMTK's image
+/// objects do it when they are opened on all frames.
+bool mayDecompressAll(const Task& task, std::string& errorText) {
+  if (!CodecGuard(task.item, task.pixelData).isCountable()) {
+    errorText = kTooLarge;
+    return false;
+  }
+  if (!allImagesAreSafe(task.item)) {
+    errorText = kNoUncompressedData;
+    return false;
+  }
+  return true;
+}
+
+bool mayOpenDocument(const Task& task, std::string& errorText) {
+  if (task.frames.all) {
+    return mayDecompressAll(task, errorText);
+  }
+  if (!CodecGuard(task.item, task.pixelData).colourModelIsSafe()) {
+    errorText = kFrameNotDecompressed;
+    return false;
+  }
+  return true;
+}
+
+bool mayOpenImage(const Task& task, std::string& errorText) {
+  if (task.frames.all) {
+    return mayDecompressAll(task, errorText);
+  }
+  CodecGuard guard(task.item, task.pixelData);
+  const auto first = static_cast<unsigned long>(task.frames.first);
+  const auto count = static_cast<unsigned long>(task.frames.count);
+  if (!guard.isCountable(count)) {
+    errorText = kTooLarge;
+    return false;
+  }
+  if (!guard.colourModelIsSafe() || !guard.framesAreSafe(first, count)) {
+    errorText = kNoUncompressedData;
+    return false;
+  }
+  return true;
+}
+
+/// Opens the item as a document and finds its decoder.
+bool openDocument(SliceImage& slice, const Task& task, Rendering& rendering,
+                  std::string& errorText) {
+  if (!mayOpenDocument(task, errorText)) {
+    return false;
+  }
+  try {
+    rendering.document =
+        std::make_unique<DiDocument>(&task.item, task.attributes.storedSyntax, rendering.flags,
+                                     static_cast<unsigned long>(task.frames.first),
+                                     static_cast<unsigned long>(task.frames.count));
+  } catch (const std::bad_alloc&) {
+    errorText = kNoDocumentMemory;
+    throw;
+  }
+  rendering.decoderItem = dynamic_cast<DcmItem*>(rendering.document->getDicomObject());
+  if (rendering.decoderItem == nullptr) {
+    errorText = kNoDocument;
+    return false;
+  }
+  rendering.decoder = rendering.document->getPixelData();
+  if (rendering.decoder == nullptr) {
+    errorText = kNoPixelDataInDocument;
+    return false;
+  }
+  announceRgb(slice);
+  return true;
+}
+
+/// Whether the document's frames come out of the decoder in another form than interleaved RGB, or in
+/// a size that it does not deliver. Sets the size of a frame.
+bool needsImage(const Task& task, Rendering& rendering) {
+  const DcmXfer syntax(rendering.document->getTransferSyntax());
+  const bool isRgb = task.attributes.photometricInterpretation == "RGB";
+  Uint32 frameSize = 0;
+  const OFCondition status =
+      rendering.decoder->getUncompressedFrameSize(rendering.decoderItem, frameSize);
+  rendering.frameSize = frameSize;
+  return !syntax.isEncapsulated() || (!syntax.isLossy() && !isRgb) || status.bad() ||
+         frameSize % 2 != 0;
+}
+
+/// Opens the item as an image, which may turn out to have nothing to show: a frame size of 0.
+bool openImage(const Task& task, Rendering& rendering, std::string& errorText) {
+  if (!mayOpenImage(task, errorText)) {
+    return false;
+  }
+  E_TransferSyntax syntax = task.attributes.storedSyntax;
+  if (rendering.document != nullptr) {
+    // The document may have decompressed the pixel data in place; what was compressed is gone then.
+    const DcmRepresentationParameter* parameter = nullptr;
+    task.pixelData.getOriginalRepresentationKey(syntax, parameter);
+  }
+  try {
+    rendering.image = std::make_unique<DicomImage>(&task.item, syntax, rendering.flags,
+                                                   static_cast<unsigned long>(task.frames.first),
+                                                   static_cast<unsigned long>(task.frames.count));
+  } catch (const std::bad_alloc&) {
+    errorText = kNoImageMemory;
+    throw;
+  }
+  (void)rendering.image->hideAllOverlays(0);  // 0 says that there are none
+  rendering.frameSize = rendering.image->getOutputDataSize(kBitsPerSample);
+  return true;
+}
+
+bool findDestination(SliceImage& slice, const Task& task, std::size_t required,
+                     std::string& errorText) {
+  if (slice.buffer != nullptr || slice.data != nullptr) {
+    // Deliberate: a slice that has memory keeps it, and it is trusted to be large enough.
+    // Test: SliceDecodingColour.WritesIntoTheMemoryThatTheSliceHas
+    return true;
+  }
+  if (task.target != nullptr) {
+    if (!fitsTarget(task, required, errorText)) {
+      return false;
+    }
+    slice.data = static_cast<char*>(task.target);
+    return true;
+  }
+  slice.buffer = allocateSamples(required, errorText);
+  return slice.buffer != nullptr;
+}
+
+bool renderFrame(const Rendering& rendering, unsigned long frame, char* destination) {
+  return rendering.image->getOutputData(destination, rendering.frameSize, kBitsPerSample, frame,
+                                        kInterleaved) != 0;
+}
+
+/// Takes a frame from the decoder as it comes.
+bool decodeFrame(const Rendering& rendering, char* destination, std::string& errorText) {
+  // Deliberate: always the first frame of the dataset. This way is meant for single frames; with a
+  // range of frames every one of them is the first. Test: SliceDecodingColour
+  // .RangeOfDirectlyDecodedFramesRepeatsTheFirstFrameOfTheDataset
+  constexpr Uint32 kFirstFrame = 0;
+  Uint32 startFragment = 0;
+  OFString colourModel;
+  const auto frameSize = static_cast<Uint32>(rendering.frameSize);
+  CodecGuard guard(*rendering.decoderItem, *rendering.decoder);
+  if (!guard.frameIsSafe(kFirstFrame, startFragment, frameSize)) {
+    errorText = kFrameNotDecompressed;
+    return false;
+  }
+  const OFCondition status =
+      rendering.decoder->getUncompressedFrame(rendering.decoderItem, kFirstFrame, startFragment,
+                                              destination, frameSize, colourModel, nullptr);
+  if (status.good()) {
+    return true;
+  }
+  errorText = kFrameNotDecompressed;
+  const std::string reason = status.text();
+  if (!reason.empty()) {
+    errorText += ": " + reason;
+  }
+  return false;
+}
+
+bool deliverFrames(SliceImage& slice, const Task& task, const Rendering& rendering,
+                   std::string& errorText) {
+  const unsigned long long total = static_cast<unsigned long long>(rendering.frameSize) *
+                                   static_cast<unsigned long long>(task.frames.count);
+  if (!findDestination(slice, task, total, errorText)) {
+    return false;
+  }
+  char* const start = (slice.data != nullptr ? slice.data : slice.buffer.get()) + slice.frameOffset;
+  for (int frame = 0; frame < task.frames.count; ++frame) {
+    // Deliberate: the position of a frame is counted in 32 bits. Larger images fail to render.
+    const Uint32 position = static_cast<Uint32>(frame) * static_cast<Uint32>(rendering.frameSize);
+    if (rendering.image == nullptr) {
+      if (!decodeFrame(rendering, start + position, errorText)) {
+        return false;
+      }
+    } else if (!renderFrame(rendering, static_cast<unsigned long>(frame), start + position)) {
+      errorText = total >= kFourGiB ? kTooLarge : kNotRendered;
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+bool decodeColour(SliceImage& slice, const Task& task, std::string& errorText) {
+  Rendering rendering;
+  const bool wideSamples = slice.bytesPerSample >= 2;
+  bool render = completePlanarConfiguration(task.item) || wideSamples;
+  rendering.flags = task.frames.all ? 0 : CIF_UsePartialAccessToPixelData;
+
+  if (render || task.attributes.photometricInterpretation == "PALETTE COLOR") {
+    announceRgb(slice);
+    render = true;
+  } else {
+    if (!openDocument(slice, task, rendering, errorText)) {
+      return false;
+    }
+    render = needsImage(task, rendering);
+  }
+  if (render && !openImage(task, rendering, errorText)) {
+    return false;
+  }
+  if (rendering.frameSize == 0) {
+    errorText = kNoUncompressedData;
+    return false;
+  }
+  return deliverFrames(slice, task, rendering, errorText);
+}
+
+}  // namespace Zrg::Decoding
