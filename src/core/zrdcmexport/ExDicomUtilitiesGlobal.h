@@ -42,8 +42,9 @@ namespace ExDicomUtilities {
 ///                         makes every sample 0
 /// @param highBit          High Bit, 0-based; more than the sample's highest counts as the highest
 /// @return good; or bad with code 1 when the source is null or of no integer type, when there is no
-///         memory for the target (all three are reported to the log), or when the source is the
-///         target and cannot be converted in place. Nothing is written when the result is bad.
+///         memory for the target (which is then a container without samples), or when the source is
+///         the target and cannot be converted in place. All but the last are reported to the log.
+///         No sample is changed when the result is bad.
 /// @see PS3.5 8.1.1 (Pixel Data Encoding), PS3.3 C.11.1 (Modality LUT Module)
 [[nodiscard]] ZRDCMEXPORT_API KtResult extractSample_applyLUT_makeUnsigned(
     const KtHandle<ZrDataAccess>& inoutSourceData, KtHandle<ZrDataAccess>& outTargetData,
