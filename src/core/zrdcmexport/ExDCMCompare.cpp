@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 //
-// Order of two images of a series. Each dataset is walked once to find the elements that the switched
-// criteria read; a look-up per attribute would walk it again every time, and to its end for each
-// attribute that is absent. Then one function per criterion compares the values, in the order in
-// which they decide.
+// Order of two images of a series. Each dataset is walked once to find the elements that the criteria
+// read; a look-up per attribute would walk it again every time, and to its end for each attribute that
+// is absent. Then one function per criterion compares the values, in the order in which they decide.
 
 #include <zrdcmexport/ExDCM.h>
 
@@ -22,6 +21,7 @@ namespace ExDCM {
 
 namespace {
 
+// What a comparison reads, in the order of the keys.
 enum Attribute : std::size_t {
   kImageType,
   kSliceThickness,
@@ -37,58 +37,36 @@ enum Attribute : std::size_t {
   kAttributeCount
 };
 
-// Set of attributes, one bit each.
-using AttributeSet = unsigned;
+// A key as one number, in the order in which DCMTK keeps the elements of a dataset.
+using KeyNumber = std::uint32_t;
 
-constexpr AttributeSet setOf(Attribute attribute) {
-  return 1U << attribute;
+KeyNumber numberOf(const DcmTagKey& key) {
+  return (static_cast<KeyNumber>(key.getGroup()) << 16U) | key.getElement();
 }
 
-// Which attribute a key stands for; kAttributeCount for every other key.
+// The keys that decide. The private ones are known by number alone.
 //
-// Deliberate: the private elements are known by number alone, whatever creator the dataset names for
-// their block. Test: Compare.FindsPrivateElementsWhoeverCreatedTheBlock
-Attribute attributeOf(const DcmTagKey& key) {
-  switch ((static_cast<std::uint32_t>(key.getGroup()) << 16U) | key.getElement()) {
-    case 0x00080008:
-      return kImageType;
-    case 0x00180050:
-      return kSliceThickness;
-    case 0x00180081:
-      return kEchoTime;
-    case 0x0020000e:
-      return kSeriesInstanceUID;
-    case 0x00200013:
-      return kInstanceNumber;
-    case 0x00200100:
-      return kTemporalPositionIdentifier;
-    case 0x00451033:
-      return kPctRpeakDelay;
-    case 0x20051412:
-      return kVendorIndex;
-    case 0x20051413:
-      return kVendorSubIndex;
-    case 0x70051005:
-      return kToshibaCardiacPhase;
-    case 0x70051016:
-      return kToshibaVolumeUID;
-    default:
-      return kAttributeCount;
-  }
-}
+// Deliberate: whatever creator the dataset names for their block.
+// Test: Compare.FindsPrivateElementsWhoeverCreatedTheBlock
+constexpr std::array<KeyNumber, kAttributeCount> kKeys = {
+    0x00080008, 0x00180050, 0x00180081, 0x0020000e, 0x00200013, 0x00200100,
+    0x00451033, 0x20051412, 0x20051413, 0x70051005, 0x70051016};
 
 // The elements of one dataset that decide its place, and their values.
 class OrderAttributes {
 public:
-  OrderAttributes(DcmDataset& dataset, AttributeSet wanted) {
-    AttributeSet missing = wanted;
-    for (DcmObject* object = dataset.nextInContainer(nullptr); object != nullptr && missing != 0;
+  // Reads the attributes up to `last`. Both the elements of a dataset and the keys are sorted.
+  OrderAttributes(DcmDataset& dataset, Attribute last) {
+    std::size_t next = 0;
+    for (DcmObject* object = dataset.nextInContainer(nullptr); object != nullptr && next <= last;
          object = dataset.nextInContainer(object)) {
-      const Attribute attribute = attributeOf(object->getTag());
-      // An item may hold a key twice when its file did; DCMTK's look-up yields the first as well.
-      if (attribute != kAttributeCount && elements_.at(attribute) == nullptr) {
-        elements_.at(attribute) = static_cast<DcmElement*>(object);
-        missing &= ~setOf(attribute);
+      const KeyNumber key = numberOf(object->getTag());
+      while (next <= last && kKeys.at(next) < key) {
+        ++next;
+      }
+      if (next <= last && kKeys.at(next) == key) {
+        elements_.at(next) = static_cast<DcmElement*>(object);
+        ++next;
       }
     }
   }
@@ -123,6 +101,25 @@ public:
 private:
   std::array<DcmElement*, kAttributeCount> elements_{};
 };
+
+// The attribute with the largest key that any of the criteria reads; a walk may end behind it, which
+// spares it the overlays and private blocks of most datasets.
+Attribute lastAttribute(bool byVendorIndices, bool byTemporalPosition, bool byRpeakDelay,
+                        bool byVolumeUID, bool byCardiacPhase) {
+  if (byVolumeUID) {
+    return kToshibaVolumeUID;
+  }
+  if (byCardiacPhase) {
+    return kToshibaCardiacPhase;
+  }
+  if (byVendorIndices) {
+    return kVendorSubIndex;
+  }
+  if (byRpeakDelay) {
+    return kPctRpeakDelay;
+  }
+  return byTemporalPosition ? kTemporalPositionIdentifier : kInstanceNumber;
+}
 
 // The criteria: negative, positive, or 0 when the criterion does not tell the datasets apart.
 
@@ -199,16 +196,10 @@ int compareVolumeUID(const OrderAttributes& first, const OrderAttributes& second
 
 int compare(DcmDataset* first, DcmDataset* second, bool byVendorIndices, bool byTemporalPosition,
             bool byRpeakDelay, bool byEchoTime, bool byVolumeUID, bool byCardiacPhase) {
-  const AttributeSet wanted =
-      setOf(kSeriesInstanceUID) | setOf(kImageType) | setOf(kSliceThickness) |
-      setOf(kInstanceNumber) | (byEchoTime ? setOf(kEchoTime) : 0U) |
-      (byVendorIndices ? setOf(kVendorIndex) | setOf(kVendorSubIndex) : 0U) |
-      (byTemporalPosition ? setOf(kTemporalPositionIdentifier) : 0U) |
-      (byRpeakDelay ? setOf(kPctRpeakDelay) : 0U) |
-      (byCardiacPhase ? setOf(kToshibaCardiacPhase) : 0U) |
-      (byVolumeUID ? setOf(kToshibaVolumeUID) : 0U);
-  const OrderAttributes a(*first, wanted);
-  const OrderAttributes b(*second, wanted);
+  const Attribute last =
+      lastAttribute(byVendorIndices, byTemporalPosition, byRpeakDelay, byVolumeUID, byCardiacPhase);
+  const OrderAttributes a(*first, last);
+  const OrderAttributes b(*second, last);
 
   int result = compareImageType(a, b);
   if (result == 0 && byEchoTime) {

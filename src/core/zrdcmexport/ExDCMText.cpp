@@ -20,7 +20,7 @@ namespace ExDCM {
 
 namespace {
 
-// Deliberate: AE is not among them. Test: Refused/RefusedVR.GivesNoText
+// Deliberate: AE is not among them. Test: RefusedVR.GivesNoTextAndIsKept
 bool isTextVR(DcmEVR vr) {
   switch (vr) {
     case EVR_AS:

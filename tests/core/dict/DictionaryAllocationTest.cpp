@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: BSD-3-Clause
+//
+// Registration when memory runs out. This program replaces operator new for itself and DCMTK, so that
+// the n-th allocation of a thread fails.
+#include "DictionaryAccess.h"
+
+#include <zrdcmexport/ExDCM.h>
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcdict.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <future>
+#include <new>
+#include <thread>
+
+namespace {
+
+// Allocations of this thread until one fails; negative: none fails.
+thread_local long allocationsLeft = -1;
+
+void* allocateOrThrow(std::size_t size) {
+  if (allocationsLeft == 0) {
+    throw std::bad_alloc();
+  }
+  if (allocationsLeft > 0) {
+    --allocationsLeft;
+  }
+  void* memory = std::malloc(size > 0 ? size : 1);
+  if (memory == nullptr) {
+    throw std::bad_alloc();
+  }
+  return memory;
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  return allocateOrThrow(size);
+}
+void* operator new[](std::size_t size) {
+  return allocateOrThrow(size);
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
+namespace {
+
+// True when registration runs out of memory at its n-th allocation.
+bool failsAt(long allocation, GlobalDcmDataDictionary& dictionary) {
+  allocationsLeft = allocation;
+  try {
+    ExDCM::addPrivateTagsToDict(&dictionary);
+  } catch (const std::bad_alloc&) {
+    allocationsLeft = -1;
+    return true;
+  }
+  allocationsLeft = -1;
+  return false;
+}
+
+// Registers from another thread, where a lock that was left behind would show as a standstill.
+bool registersFromAnotherThread(GlobalDcmDataDictionary& dictionary) {
+  std::promise<void> promise;
+  std::future<void> done = promise.get_future();
+  std::thread([&dictionary, promise = std::move(promise)]() mutable {
+    ExDCM::addPrivateTagsToDict(&dictionary);
+    promise.set_value();
+  }).detach();
+  return done.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+}
+
+TEST(RegistrationWithoutMemory, FreesItsLocksAndCanBeRepeated) {
+  // Each allocation at the beginning, then every seventh: an entry takes three or four of them.
+  long lastFailure = 0;
+  for (long allocation = 0;; allocation += allocation < 70 ? 1 : 7) {
+    GlobalDcmDataDictionary& dictionary = dict::emptyDictionary();
+    if (!failsAt(allocation, dictionary)) {
+      break;
+    }
+    lastFailure = allocation;
+
+    ASSERT_TRUE(registersFromAnotherThread(dictionary)) << "allocation " << allocation;
+    ASSERT_EQ(dict::countEntries(dictionary), 70) << "allocation " << allocation;
+  }
+
+  EXPECT_GT(lastFailure, 3 * 60);
+}
+
+TEST(RegistrationWithoutMemory, KeepsEntriesThatWereAddedBefore) {
+  GlobalDcmDataDictionary& dictionary = dict::emptyDictionary();
+  ASSERT_TRUE(failsAt(200, dictionary));
+
+  const int kept = dict::countEntries(dictionary);
+
+  EXPECT_GT(kept, 0);
+  EXPECT_LT(kept, 70);
+}
+
+}  // namespace

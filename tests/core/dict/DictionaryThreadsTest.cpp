@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "DictionaryAccess.h"
+
+#include <zrdcmexport/ExDCM.h>
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcdict.h"
+#include "dcmtk/dcmdata/dctag.h"
+
+#include <gtest/gtest.h>
+
+#include <barrier>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr int kThreads = 8;
+
+// Runs `work` in all threads at once.
+template <class Work>
+void atOnce(const Work& work) {
+  std::barrier start(kThreads);
+  std::vector<std::thread> threads;
+  threads.reserve(kThreads);
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&start, &work, i] {
+      start.arrive_and_wait();
+      work(i);
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+}
+
+TEST(RegistrationFromThreads, ExtendsOneDictionaryOnce) {
+  for (int round = 0; round < 20; ++round) {
+    GlobalDcmDataDictionary& dictionary = dict::emptyDictionary();
+    std::vector<int> counts(kThreads);
+
+    // Whoever comes first, everybody finds the full set when the call returns.
+    atOnce([&](int i) {
+      ExDCM::addPrivateTagsToDict(&dictionary);
+      counts.at(static_cast<std::size_t>(i)) = dict::countEntries(dictionary);
+    });
+
+    EXPECT_EQ(counts, std::vector<int>(kThreads, 70));
+  }
+}
+
+TEST(RegistrationFromThreads, ExtendsDifferentDictionariesAtTheSameTime) {
+  std::vector<GlobalDcmDataDictionary*> dictionaries;
+  for (int i = 0; i < kThreads; ++i) {
+    dictionaries.push_back(&dict::emptyDictionary());
+  }
+
+  atOnce([&](int i) {
+    for (std::size_t k = 0; k < kThreads; ++k) {
+      ExDCM::addPrivateTagsToDict(dictionaries.at((static_cast<std::size_t>(i) + k) % kThreads));
+    }
+  });
+
+  for (GlobalDcmDataDictionary* dictionary : dictionaries) {
+    EXPECT_EQ(dict::countEntries(*dictionary), 70);
+  }
+}
+
+TEST(RegistrationFromThreads, GivesEveryThreadTheGlobalEntries) {
+  std::vector<DcmEVR> found(kThreads, EVR_UNKNOWN);
+
+  atOnce([&](int i) {
+    if (i % 2 == 0) {
+      ExDCM::registerPrivateDicomTags();
+    } else {
+      ExDCM::addPrivateTagsToDict(nullptr);
+    }
+    found.at(static_cast<std::size_t>(i)) =
+        ExDCM::zorlanTag(ExDCM::PrivateTag::RegistrationInfo).getEVR();
+  });
+
+  EXPECT_EQ(found, std::vector<DcmEVR>(kThreads, EVR_DS));
+}
+
+TEST(RegistrationFromThreads, LetsReadersThrough) {
+  GlobalDcmDataDictionary& dictionary = dict::emptyDictionary();
+  std::vector<int> results(kThreads, -1);
+
+  // A reader sees nothing or everything: the write lock is held while all entries are added.
+  atOnce([&](int i) {
+    if (i == 0) {
+      ExDCM::addPrivateTagsToDict(&dictionary);
+    }
+    results.at(static_cast<std::size_t>(i)) = dict::countEntries(dictionary);
+  });
+
+  for (const int result : results) {
+    EXPECT_TRUE(result == 0 || result == 70) << result;
+  }
+}
+
+}  // namespace
