@@ -253,6 +253,9 @@ public:
   [[nodiscard]] unsigned int bytesPerPixel();
 
 private:
+  bool decodeAllFrames(DcmDataset& dataset, std::string& errorText);
+  static unsigned int storedSampleBytes(unsigned int bytesPerSample);
+
   KtDArray<KtDArray<SliceImage>> volumes_;
   KtDArray<KtDArray<unsigned int>> frameNumbers_;
   unsigned int bytesPerPixel_ = 2;
