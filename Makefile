@@ -36,7 +36,7 @@ fuzz: deps ## run every fuzzer for SECONDS each
 format: ## format the sources in place
 	scripts/format.sh
 
-tidy: ## run clang-tidy over the library, the platform and the tools
+tidy: ## run clang-tidy over the library and the platform
 	scripts/tidy.sh
 
 docs: ## build the reference documentation
