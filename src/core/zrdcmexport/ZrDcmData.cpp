@@ -26,11 +26,9 @@ constexpr const char* kNoBundle = "[addParameters] dynamic_cast to GxParamBundle
 constexpr const char* kStartSequenceFailed = "[addParameters] startSequence failed.";
 constexpr const char* kItemFailed = "[addParameters] item->addParameters failed.";
 
-/// Group and element of a key; what cannot be read is 0.
+/// Reads group and element from a key; what does not parse stays as it is.
 void parseKey(const KtString& key, unsigned int& group, unsigned int& element) {
-  group = 0;
-  element = 0;
-  // The zeros above are the answer to a key that does not parse.
+  // How much was read does not matter: the callers' numbers begin as 0.
   (void)std::sscanf(key.c_str(), "G%x-%x", &group, &element);
 }
 
@@ -74,13 +72,13 @@ KtString itemName(int number) {
 
 }  // namespace
 
-ZrDcmTag::ZrDcmTag(const KtString& tagKey, const KtString& tagValue)
-    : group(0), element(0), value(tagValue), key(tagKey) {
+ZrDcmTag::ZrDcmTag(KtString tagKey, KtString tagValue)
+    : value(std::move(tagValue)), key(std::move(tagKey)) {
   parseKey(key, group, element);
 }
 
-ZrDcmSequence::ZrDcmSequence(const KtString& sequenceKey, ZrDcmData* parentNode)
-    : group(0), element(0), key(sequenceKey), parent(parentNode) {
+ZrDcmSequence::ZrDcmSequence(KtString sequenceKey, ZrDcmData* parentNode)
+    : key(std::move(sequenceKey)), parent(parentNode) {
   parseKey(key, group, element);
 }
 

@@ -21,26 +21,26 @@ class ZrDcmData;
 /// backslash). A plain value.
 class ZrDcmTag {
 public:
-  unsigned int group;    ///< parsed from the key; 0 where the key does not parse
-  unsigned int element;  ///< parsed from the key; 0 where the key does not parse
+  unsigned int group = 0;    ///< parsed from the key; 0 where the key does not parse
+  unsigned int element = 0;  ///< parsed from the key; 0 where the key does not parse
   KtString value;
   KtString key;
 
   /// Parses the numbers with "G%x-%x"; of "G0002" only the group is read.
-  ZrDcmTag(const KtString& tagKey, const KtString& tagValue);
+  ZrDcmTag(KtString tagKey, KtString tagValue);
 };
 
 /// One sequence attribute with its items. A plain value.
 class ZrDcmSequence {
 public:
-  unsigned int group;    ///< parsed from the key as for a tag
-  unsigned int element;  ///< parsed from the key as for a tag
+  unsigned int group = 0;    ///< parsed from the key as for a tag
+  unsigned int element = 0;  ///< parsed from the key as for a tag
   KtString key;
   KtDArray<ZrDcmData> items;  ///< item i becomes DICOM item number i
   ZrDcmData* parent;  ///< node that the sequence was started in; not owned, not followed when
                       ///< that node is copied or moved
 
-  ZrDcmSequence(const KtString& sequenceKey, ZrDcmData* parentNode);
+  ZrDcmSequence(KtString sequenceKey, ZrDcmData* parentNode);
 };
 
 /// One node: a dataset or a sequence item. A plain value that owns all that is below it.

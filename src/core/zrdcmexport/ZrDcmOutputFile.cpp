@@ -18,8 +18,7 @@ int duplicate(int descriptor) {
 
 }  // namespace
 
-ZrDcmOutputFile::ZrDcmOutputFile(const char* path)
-    : file_(std::fopen(path, "wbe")), descriptor_(-1), whole_(false) {
+ZrDcmOutputFile::ZrDcmOutputFile(const char* path) : file_(std::fopen(path, "wbe")) {
   if (file_ == nullptr) {
     return;
   }

@@ -36,7 +36,7 @@ private:
   [[nodiscard]] bool allBytesTaken();
 
   std::FILE* file_;                              // closed by the stream
-  int descriptor_;                               // a second one of the same file, ours
+  int descriptor_ = -1;                          // a second one of the same file, ours
   std::unique_ptr<DcmOutputFileStream> stream_;  // null when the file could not be opened
-  bool whole_;
+  bool whole_ = false;
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The public face of the export writer, used as an application uses it.
 #include "core/export/ExportFixture.h"
+#include "core/export/FailingMemory.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 
@@ -12,43 +13,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <new>
+#include <optional>
 #include <vector>
-
-namespace {
-
-/// How many allocations still succeed before all fail; negative: none fails.
-thread_local int allocationsLeft = -1;
-
-}  // namespace
-
-// This program's own operator new: the only way to see what happens when memory runs out.
-void* operator new(std::size_t size) {
-  if (allocationsLeft == 0) {
-    throw std::bad_alloc();
-  }
-  if (allocationsLeft > 0) {
-    --allocationsLeft;
-  }
-  void* memory = std::malloc(size == 0 ? 1 : size);
-  if (memory == nullptr) {
-    throw std::bad_alloc();
-  }
-  return memory;
-}
-
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
 
 namespace {
 
@@ -207,11 +177,10 @@ TEST_F(Export, AnswersFalseToEverythingWhenMemoryRanOutAtItsCreation) {
   int allocations = 0;
   for (bool failed = true; failed; ++allocations) {
     ASSERT_LT(allocations, 100);
-    allocationsLeft = allocations;
-    auto* writer = new (std::nothrow) ZrDcmExport;
-    allocationsLeft = -1;
-    if (writer == nullptr) {
-      continue;
+    std::optional<ZrDcmExport> writer;
+    {
+      const exporting::FailingMemory memory(allocations);
+      writer.emplace();
     }
     GxParamBundle bundle("root");
     failed = !writer->setFilename("image.dcm");
@@ -223,7 +192,6 @@ TEST_F(Export, AnswersFalseToEverythingWhenMemoryRanOutAtItsCreation) {
       EXPECT_FALSE(writer->addParameters(&bundle));
       EXPECT_EQ(writer->lastError(), "");
     }
-    delete writer;
   }
   EXPECT_GT(allocations, 2) << "no allocation of the writer has failed";
   EXPECT_THAT(log_.texts(), IsEmpty());
