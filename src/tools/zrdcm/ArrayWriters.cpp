@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Files that scripts and viewers read: bare samples, NumPy arrays, NRRD volumes. All of them hold
+// the samples in little endian, whatever machine writes them.
+#include "ArrayWriters.h"
+
+#include "OutputFile.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+
+namespace zrdcm {
+
+namespace {
+
+void writeSamples(OutputFile& file, const SampleArray& array) {
+  if (bytesOf(array.type) == 1 || std::endian::native == std::endian::little) {
+    file.write(array.bytes, array.byteCount());
+    return;
+  }
+  std::vector<unsigned char> row(array.columns * array.channels * 2);
+  for (std::size_t at = 0; at < array.byteCount(); at += row.size()) {
+    for (std::size_t i = 0; i < row.size(); i += 2) {
+      row[i] = array.bytes[at + i + 1];
+      row[i + 1] = array.bytes[at + i];
+    }
+    file.write(row.data(), row.size());
+  }
+}
+
+const char* npyType(SampleType type) {
+  switch (type) {
+    case SampleType::kU8:
+      return "|u1";
+    case SampleType::kS8:
+      return "|i1";
+    case SampleType::kU16:
+      return "<u2";
+    case SampleType::kS16:
+      return "<i2";
+  }
+  return "";
+}
+
+const char* nrrdType(SampleType type) {
+  switch (type) {
+    case SampleType::kU8:
+      return "uint8";
+    case SampleType::kS8:
+      return "int8";
+    case SampleType::kU16:
+      return "uint16";
+    case SampleType::kS16:
+      return "int16";
+  }
+  return "";
+}
+
+std::string npyHeader(const SampleArray& array) {
+  std::string shape = std::to_string(array.frames) + ", " + std::to_string(array.rows) + ", " +
+                      std::to_string(array.columns);
+  if (array.channels != 1) {
+    shape += ", " + std::to_string(array.channels);
+  }
+  std::string text = std::string("{'descr': '") + npyType(array.type) +
+                     "', 'fortran_order': False, 'shape': (" + shape + "), }";
+
+  // magic (6), version (2), header length (2), header; together a multiple of 64, newline last.
+  constexpr std::size_t kPreludeBytes = 10;
+  while ((kPreludeBytes + text.size() + 1) % 64 != 0) {
+    text += ' ';
+  }
+  text += '\n';
+  std::string header("\x93NUMPY\x01\x00", 8);
+  header += static_cast<char>(text.size() & 0xFFU);
+  header += static_cast<char>(text.size() >> 8U);
+  return header + text;
+}
+
+std::string number(double value) {
+  if (std::isnan(value)) {
+    return "nan";
+  }
+  char text[32];
+  (void)std::snprintf(text, sizeof text, "%.9g", value);  // always fits
+  return text;
+}
+
+// Header fields are one line each, so line breaks in values from a file become blanks.
+std::string oneLine(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < 0x20; }, ' ');
+  return text;
+}
+
+std::string nrrdHeader(const SampleArray& array, const NrrdHeader& header) {
+  const bool colour = array.channels != 1;
+  const std::string channelSize = colour ? std::to_string(array.channels) + " " : "";
+  std::string text = "NRRD0004\n";
+  if (!header.content.empty()) {
+    text += "content: " + oneLine(header.content) + "\n";
+  }
+  text += std::string("type: ") + nrrdType(array.type) + "\n";
+  text += std::string("dimension: ") + (colour ? "4" : "3") + "\n";
+  text += "sizes: " + channelSize + std::to_string(array.columns) + " " +
+          std::to_string(array.rows) + " " + std::to_string(array.frames) + "\n";
+  text += std::string("spacings: ") + (colour ? "nan " : "") + number(header.spacingMm[0]) + " " +
+          number(header.spacingMm[1]) + " " + number(header.spacingMm[2]) + "\n";
+  text += std::string("kinds: ") + (colour ? "RGB-color " : "") + "domain domain domain\n";
+  text += "endian: little\nencoding: raw\n";
+  for (const auto& [key, value] : header.attributes) {
+    text += key + ":=" + oneLine(value) + "\n";
+  }
+  return text + "\n";
+}
+
+}  // namespace
+
+void writeRaw(const std::filesystem::path& target, const SampleArray& array) {
+  OutputFile file(target);
+  writeSamples(file, array);
+  file.commit();
+}
+
+void writeNpy(const std::filesystem::path& target, const SampleArray& array) {
+  OutputFile file(target);
+  file.write(npyHeader(array));
+  writeSamples(file, array);
+  file.commit();
+}
+
+void writeNrrd(const std::filesystem::path& target, const SampleArray& array,
+               const NrrdHeader& header) {
+  OutputFile file(target);
+  file.write(nrrdHeader(array, header));
+  writeSamples(file, array);
+  file.commit();
+}
+
+}  // namespace zrdcm

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "SampleArray.h"
+
+#include <array>
+#include <filesystem>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zrdcm {
+
+/// Writes the samples alone: all frames in order, row by row, little endian, colour interleaved.
+/// @throws Failure when the file cannot be written.
+void writeRaw(const std::filesystem::path& target, const SampleArray& array);
+
+/// Writes NumPy's .npy format, version 1.0, in C order.
+///
+/// Shape: (frames, rows, columns), for colour (frames, rows, columns, 3); the frame axis is there
+/// for a single frame too, so that a script need not tell the cases apart.
+/// @throws Failure when the file cannot be written.
+/// @see https://numpy.org/doc/stable/reference/generated/numpy.lib.format.html
+void writeNpy(const std::filesystem::path& target, const SampleArray& array);
+
+/// What a NRRD header says about the samples, besides their layout.
+struct NrrdHeader {
+  static constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
+
+  /// Millimetres between columns, rows and frames; NaN where unknown.
+  std::array<double, 3> spacingMm{kUnknown, kUnknown, kUnknown};
+  std::string content;                                          ///< one line about the image
+  std::vector<std::pair<std::string, std::string>> attributes;  ///< further keys and values
+};
+
+/// Writes NRRD with an attached header (NRRD0004, encoding raw): axes columns, rows, frames, and
+/// in front of them the three channels of colour.
+/// @throws Failure when the file cannot be written.
+/// @see https://teem.sourceforge.net/nrrd/format.html
+void writeNrrd(const std::filesystem::path& target, const SampleArray& array,
+               const NrrdHeader& header);
+
+}  // namespace zrdcm

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "DicomFile.h"
+#include "FrameRange.h"
+#include "SampleArray.h"
+
+#include <zrdcmexport/ZrSliceImage.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace zrdcm {
+
+/// What to decode, and how.
+struct DecodeRequest {
+  std::optional<FrameRange> frames;  ///< all frames when not set
+  bool stored = false;               ///< leave monochrome samples as they are stored
+  bool overlays = false;             ///< the slice's overlays are wanted
+};
+
+/// Decoded frames together with everything they point into.
+struct DecodedImage {
+  std::unique_ptr<DicomFile> file;  ///< may own the samples, so it lives as long as they do
+  Zrg::SliceImage slice;            ///< attributes and pixel memory
+  SampleArray samples;              ///< the frames asked for, nothing else
+  FrameRange frames{0, 0};          ///< their numbers in the file
+  int firstHeldFrame = 0;           ///< the frame of the file that the slice's memory begins with
+  bool monochrome = false;
+  bool darkIsHigh = false;  ///< MONOCHROME1: the highest value is shown black
+};
+
+/// Decodes the frames asked for, colour or not, however they are stored.
+///
+/// Monochrome samples come out unsigned, with the modality LUT applied, or with `stored` as their
+/// bytes are (then the sample type is signed when Pixel Representation says so); colour comes out
+/// as 8-bit RGB.
+/// @throws Failure when the file cannot be read or decoded, or has no such frames.
+DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest& request);
+
+}  // namespace zrdcm

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <filesystem>
+
+namespace zrdcm {
+
+/// All that `zrdcm info` knows about a file, as one JSON object.
+///
+/// | key                 | value                                                                |
+/// |---------------------|----------------------------------------------------------------------|
+/// | file                | the path as given                                                    |
+/// | ok, error           | whether its image decodes; the reason when not                       |
+/// | sopClass, modality  | {uid, name}; text                                                    |
+/// | transferSyntax      | {uid, name}                                                          |
+/// | pixelFormat         | {photometricInterpretation, bitsAllocated, bitsStored, highBit, signed} |
+/// | multiFrame, multiFrameVolume, enhanced | the library's predicates                          |
+/// | image               | {columns, rows, frames, bytesPerSample, samplesPerPixel, lossy, rescale [slope, |
+/// |                     | intercept], sampleOffset, voiWindow [centre, width], pixelSpacing [column, row]} |
+/// | luts                | {modality, palette}: {entries, firstMapped, values, bits} each       |
+/// | overlays            | [{group, frame, origin [x, y], size [w, h]}]: embedded in the samples |
+/// | splitting           | {splittable, reason, reversed, volumes [[frame numbers in slice order]]} |
+///
+/// Absent values are null. A file that cannot be read has null in everything but `file`, `ok` and
+/// `error`. Nothing is thrown for a bad file, lack of memory included.
+nlohmann::ordered_json reportFile(const std::filesystem::path& path);
+
+}  // namespace zrdcm

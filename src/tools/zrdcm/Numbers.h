@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <ktlib/KtVec2f.h>
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace zrdcm {
+
+/// The shortest decimal text that reads back as this number: 0.1, not 0.100000001.
+std::string shortest(float value);
+
+/// The number as JSON, in its shortest form; null when it is NaN or infinite.
+nlohmann::ordered_json jsonNumber(float value);
+
+/// [x, y], or null when either component is NaN or infinite.
+nlohmann::ordered_json jsonPair(const KtVec2f& pair);
+
+}  // namespace zrdcm

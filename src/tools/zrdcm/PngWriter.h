@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "SampleArray.h"
+
+#include <filesystem>
+
+namespace zrdcm {
+
+/// Writes one frame as PNG: gray or RGB, 8 or 16 bits a sample as the array has them.
+///
+/// Samples are written as they are; PNG knows no signed samples, so signed ones keep their bits.
+/// @throws Failure when the frame is too large for PNG or the file cannot be written.
+void writePng(const std::filesystem::path& target, const SampleArray& frame);
+
+}  // namespace zrdcm

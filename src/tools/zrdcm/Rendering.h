@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "DecodedImage.h"
+#include "SampleArray.h"
+
+#include <optional>
+
+namespace zrdcm {
+
+/// The modality values that are spread over black to white.
+struct Window {
+  double centre;
+  double width;
+  /// Edges at centre -/+ width/2 (VOI LUT Function LINEAR_EXACT) instead of the half steps of
+  /// LINEAR, which only make sense for integer values and widths above 1.
+  bool exact;
+};
+
+/// The window to show an image through: the user's, else the file's, else the range of the values
+/// that occur in the frames (without those that mark padding). For monochrome images.
+/// @see PS3.3 C.11.2.1.2 (Window Center and Window Width)
+Window windowFor(const DecodedImage& image, const std::optional<Window>& wanted);
+
+/// One frame as it looks on a screen, 8 bits: monochrome through the window (MONOCHROME1 turned
+/// round, so that it looks right where 255 is white), colour as it is.
+/// @param index 0-based among `image.samples`
+Picture renderFrame(const DecodedImage& image, std::size_t index, const Window& window);
+
+/// Draws the overlays of the slice that lie on this frame, each group in its own colour.
+/// @return the picture in RGB
+Picture burnOverlays(const Picture& picture, const DecodedImage& image, std::size_t index);
+
+}  // namespace zrdcm

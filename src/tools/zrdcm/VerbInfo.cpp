@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// zrdcm info: what files hold and how they decode, as a listing or as JSON.
+#include "ExitStatus.h"
+#include "FileReport.h"
+#include "Messages.h"
+#include "Numbers.h"
+#include "Progress.h"
+#include "Verb.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zrdcm {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kFooter = R"(Goes on after a file that cannot be handled; the exit status is 1
+then. With --json an array comes out, one object a file, absent values null.
+
+Examples:
+  zrdcm info ct.dcm
+  zrdcm info --json *.dcm | jq '.[] | {file, ok, error}')";
+
+struct InfoOptions {
+  std::vector<std::string> files;
+  bool json = false;
+};
+
+std::string plain(const Json& value) {
+  if (value.is_null()) {
+    return "-";
+  }
+  if (value.is_number_float()) {
+    return shortest(value.get<float>());  // 1 rather than 1.0
+  }
+  return value.is_string() ? printable(value.get<std::string>())
+                           : value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string uidWithName(const Json& value) {
+  if (value.is_null()) {
+    return "-";
+  }
+  return value["name"].is_null() ? plain(value["uid"])
+                                 : plain(value["name"]) + " (" + plain(value["uid"]) + ")";
+}
+
+void line(const std::string& label, const std::string& text) {
+  constexpr std::size_t kLabelWidth = 20;
+  const std::size_t blanks = label.size() < kLabelWidth ? kLabelWidth - label.size() : 1;
+  say("  " + label + std::string(blanks, ' ') + text);
+}
+
+std::string pairText(const Json& pair, const char* first, const char* second) {
+  return pair.is_null()
+             ? "-"
+             : std::string(first) + " " + plain(pair[0]) + ", " + second + " " + plain(pair[1]);
+}
+
+std::string pixelText(const Json& format) {
+  const std::string sign =
+      format["signed"].is_null() ? "" : (format["signed"].get<bool>() ? ", signed" : ", unsigned");
+  return plain(format["photometricInterpretation"]) + ", " + plain(format["bitsStored"]) +
+         " bits in " + plain(format["bitsAllocated"]) + ", high bit " + plain(format["highBit"]) +
+         sign;
+}
+
+std::string kindText(const Json& report) {
+  std::string text;
+  for (const auto& [key, word] :
+       {std::pair{"multiFrame", "multi-frame"}, std::pair{"multiFrameVolume", "volume"},
+        std::pair{"enhanced", "enhanced"}}) {
+    if (report[key].is_boolean() && report[key].get<bool>()) {
+      text += (text.empty() ? "" : ", ") + std::string(word);
+    }
+  }
+  return text.empty() ? "single image" : text;
+}
+
+std::string tableText(const Json& table) {
+  if (table.is_null()) {
+    return "none";
+  }
+  return plain(table["entries"]) + " entries of " + plain(table["values"]) + " x " +
+         plain(table["bits"]) + " bits, first maps " + plain(table["firstMapped"]);
+}
+
+std::string groupName(unsigned group) {
+  char text[8];
+  (void)std::snprintf(text, sizeof text, "%04X", group & 0xFFFFU);  // always fits
+  return text;
+}
+
+void describeImage(const Json& image) {
+  line("size", plain(image["columns"]) + " x " + plain(image["rows"]) + " x " +
+                   plain(image["frames"]) + " (columns, rows, frames)");
+  line("decoded", plain(image["samplesPerPixel"]) + " x " +
+                      std::to_string(8 * image["bytesPerSample"].get<unsigned>()) +
+                      " bits a pixel" + (image["lossy"].get<bool>() ? ", lossy" : ""));
+  line("rescale", pairText(image["rescale"], "slope", "intercept") + ", samples shifted by " +
+                      plain(image["sampleOffset"]));
+  line("window", pairText(image["voiWindow"], "centre", "width"));
+  line("pixel spacing", pairText(image["pixelSpacing"], "column", "row"));
+}
+
+void describeOverlays(const Json& overlays) {
+  if (overlays.empty()) {
+    line("overlays", "none embedded");
+  }
+  for (const Json& overlay : overlays) {
+    line("overlay " + groupName(overlay["group"].get<unsigned>()),
+         "frame " + plain(overlay["frame"]) + ", " + plain(overlay["size"][0]) + " x " +
+             plain(overlay["size"][1]) + " at (" + plain(overlay["origin"][0]) + ", " +
+             plain(overlay["origin"][1]) + ")");
+  }
+}
+
+void describeSplitting(const Json& splitting) {
+  if (!splitting["splittable"].get<bool>()) {
+    line("splits", "no: " + plain(splitting["reason"]));
+    return;
+  }
+  const Json& volumes = splitting["volumes"];
+  line("splits", "into " + std::to_string(volumes.size()) +
+                     (volumes.size() == 1 ? " volume of " : " volumes of ") +
+                     std::to_string(volumes.empty() ? 0 : volumes[0].size()) + " slices" +
+                     (splitting["reversed"].get<bool>() ? ", reversed" : ""));
+}
+
+void describe(const Json& report) {
+  say(plain(report["file"]));
+  if (!report["transferSyntax"].is_null()) {
+    line("object", uidWithName(report["sopClass"]));
+    line("modality", plain(report["modality"]));
+    line("kind", kindText(report));
+    line("transfer syntax", uidWithName(report["transferSyntax"]));
+    line("pixels", pixelText(report["pixelFormat"]));
+  }
+  if (!report["ok"].get<bool>()) {
+    line("not decoded", plain(report["error"]));
+    return;
+  }
+  describeImage(report["image"]);
+  line("modality LUT", tableText(report["luts"]["modality"]));
+  line("palette", tableText(report["luts"]["palette"]));
+  describeOverlays(report["overlays"]);
+  describeSplitting(report["splitting"]);
+}
+
+int info(const InfoOptions& options) {
+  int status = kDone;
+  Json reports = Json::array();
+  Progress progress("reading", options.json ? options.files.size() : 1);
+  for (const std::string& file : options.files) {
+    const Json report = reportFile(file);
+    if (!report["ok"].get<bool>()) {
+      progress.clear();
+      complain(file + ": " + report["error"].get<std::string>());
+      status = kFailed;
+    }
+    if (options.json) {
+      reports.push_back(report);
+    } else {
+      describe(report);
+    }
+    progress.advance();
+  }
+  progress.clear();
+  if (options.json) {
+    sayJson(reports);
+  }
+  return status;
+}
+
+}  // namespace
+
+VerbAction configureInfo(CLI::App& command) {
+  auto options = std::make_shared<InfoOptions>();
+  command.add_option("files", options->files, "The DICOM files")->type_name("FILE")->required();
+  command.add_flag("--json", options->json, "Print an array of objects, one a file");
+  command.footer(kFooter);
+  return [options] { return info(*options); };
+}
+
+}  // namespace zrdcm

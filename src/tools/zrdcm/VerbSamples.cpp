@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// zrdcm samples: phantom datasets, drawn anew on every call, the same bytes each time.
+#include "ExitStatus.h"
+#include "Messages.h"
+#include "OutputFile.h"
+#include "Progress.h"
+#include "Verb.h"
+#include "phantoms/Phantom.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zrdcm {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kFooter = R"(Each phantom is written in plain little endian and again in the
+codings that fit it: RLE, JPEG lossless, JPEG-LS, JPEG baseline. The files are the same on every
+day and machine: UIDs and dates are fixed.
+
+Example:
+  zrdcm samples phantoms && zrdcm info phantoms/*.dcm)";
+
+struct SamplesOptions {
+  std::string folder;
+  bool json = false;
+};
+
+using DrawPhantom = phantoms::Phantom (*)(unsigned number);
+
+// The place in this table is part of the UIDs: new phantoms go to its end.
+constexpr DrawPhantom kPhantoms[] = {phantoms::ctThorax,       phantoms::ctAbdomenWithOverlays,
+                                     phantoms::mrBrainWithLut, phantoms::radiographInverse,
+                                     phantoms::petPalette,     phantoms::ultrasoundRgb,
+                                     phantoms::ultrasoundYbr,  phantoms::doseVolume};
+
+int writeSamples(const SamplesOptions& options) {
+  createFolder(options.folder);
+  const phantoms::Encoders encoders;
+  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  Progress progress("drawing", std::size(kPhantoms));
+  std::vector<std::string> names;
+  for (unsigned i = 0; i < std::size(kPhantoms); ++i) {
+    const phantoms::Phantom phantom = kPhantoms[i](i + 1);
+    for (const fs::path& file : phantoms::writePhantom(phantom, options.folder)) {
+      names.push_back(file.string());
+      list.push_back({{"file", file.string()}, {"shows", phantom.shows}});
+    }
+    progress.advance();
+  }
+  progress.clear();
+  if (options.json) {
+    sayJson(list);
+  } else {
+    for (const std::string& name : names) {
+      say(name);
+    }
+  }
+  return kDone;
+}
+
+}  // namespace
+
+VerbAction configureSamples(CLI::App& command) {
+  auto options = std::make_shared<SamplesOptions>();
+  command.add_option("dir", options->folder, "Where to write; made when it is not there")
+      ->type_name("DIR")
+      ->required();
+  command.add_flag("--json", options->json, "List the files as JSON");
+  command.footer(kFooter);
+  return [options] { return writeSamples(*options); };
+}
+
+}  // namespace zrdcm
