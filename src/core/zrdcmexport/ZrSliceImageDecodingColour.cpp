@@ -47,7 +47,7 @@ bool completePlanarConfiguration(DcmItem& item) {
   Uint16 configuration = 0;
   if (item.findAndGetUint16(DCM_PlanarConfiguration, configuration).bad()) {
     // Nothing depends on this at once; what cannot be decoded without it says so itself.
-    (void)item.putAndInsertUint16(DCM_PlanarConfiguration, 0, OFTrue);
+    (void)item.putAndInsertUint16(DCM_PlanarConfiguration, 0);
     return false;
   }
   return configuration != 0;

@@ -204,7 +204,9 @@ StoredBits readStoredBits(DcmItem& item, unsigned int bytesPerSample) {
   int highBit = allocated - 1;
   if (item.findAndGetOFString(DCM_HighBit, text).good()) {
     const int value = std::atoi(text.c_str());
-    // A high bit cannot stand above all stored bits. With none stored there is no bit to point at.
+    // Deliberate: a high bit is believed only below Bits Stored; stored bits that stand at the top
+    // of the sample are taken for the lowest. Without stored bits there is none to point at.
+    // Test: Samples/SliceDecodingConversion, HighBitAboveTheStoredBits
     highBit = std::max(0, value < stored ? value : stored - 1);
   }
   bits.highBit = static_cast<unsigned int>(highBit);

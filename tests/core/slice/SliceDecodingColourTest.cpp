@@ -1,0 +1,442 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Colour and palettes: interleaved 8-bit RGB whatever is stored.
+#include "SliceDecodingFixtures.h"
+#include "support/Compression.h"
+#include "support/ImageBuilder.h"
+#include "support/RowName.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace {
+
+using decoding::decodeAll;
+using decoding::decodeInto;
+using decoding::decodeRange;
+using decoding::frameOf;
+using decoding::Outcome;
+using decoding::samplesOf;
+using support::ImageBuilder;
+using support::paletteImage;
+using support::rgbImage;
+
+using Bytes = std::vector<int>;
+
+// Two pixels of two frames, all samples different.
+const Bytes kTwoFrames = {10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120};
+
+std::unique_ptr<DcmDataset> encode(DcmDataset& native, E_TransferSyntax syntax) {
+  return DcmXfer(syntax).isEncapsulated() ? support::compress(native, syntax)
+                                          : support::readBack(native, syntax);
+}
+
+// --- What comes out is RGB
+
+struct ColourImage {
+  const char* name;
+  ImageBuilder builder;
+  E_TransferSyntax syntax;
+  Bytes rgb;
+  int tolerance = 0;  // DCMTK rounds down where it computes RGB
+};
+
+/// A row is printed by its name, not by its bytes.
+void PrintTo(const ColourImage& image, std::ostream* stream) {
+  *stream << image.name;
+}
+
+void expectNear(const Bytes& samples, const Bytes& expected, int tolerance) {
+  ASSERT_EQ(samples.size(), expected.size());
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    EXPECT_LE(std::abs(samples[i] - expected[i]), tolerance) << "sample " << i;
+  }
+}
+
+class SliceDecodingColourOf : public testing::TestWithParam<ColourImage> {
+protected:
+  std::unique_ptr<DcmDataset> dataset = encode(*GetParam().builder.build(), GetParam().syntax);
+};
+
+TEST_P(SliceDecodingColourOf, AllFramesIsInterleavedRgb) {
+  const Outcome outcome = decodeAll(*dataset);
+
+  ASSERT_TRUE(outcome.done) << outcome.errorText;
+  EXPECT_EQ(outcome.slice.samplesPerPixel, 3U);
+  EXPECT_EQ(outcome.slice.bytesPerSample, 1U);
+  EXPECT_EQ(outcome.slice.sampleOffset, 0);
+  expectNear(samplesOf(outcome.slice), GetParam().rgb, GetParam().tolerance);
+}
+
+TEST_P(SliceDecodingColourOf, TheFirstFrameAloneIsTheSame) {
+  const Outcome outcome = decodeRange(*dataset, 0, 0);
+
+  ASSERT_TRUE(outcome.done) << outcome.errorText;
+  const Bytes rgb = samplesOf(outcome.slice);
+  ASSERT_FALSE(rgb.empty());
+  expectNear(rgb, frameOf(GetParam().rgb, rgb.size(), 0), GetParam().tolerance);
+}
+
+TEST_P(SliceDecodingColourOf, ATargetIsFilledAndNotAByteMore) {
+  std::vector<unsigned char> target(GetParam().rgb.size());
+
+  const Outcome outcome = decodeInto(target, *dataset, decoding::kAllFrames, 0);
+
+  ASSERT_TRUE(outcome.done) << outcome.errorText;
+  EXPECT_EQ(outcome.slice.buffer, nullptr);
+  expectNear(decoding::numbers(target), GetParam().rgb, GetParam().tolerance);
+}
+
+TEST_P(SliceDecodingColourOf, APlainItemGivesTheSame) {
+  const std::unique_ptr<DcmItem> item = decoding::asItem(*dataset);
+
+  const Outcome outcome = decodeAll(*item);
+
+  ASSERT_TRUE(outcome.done) << outcome.errorText;
+  expectNear(samplesOf(outcome.slice), GetParam().rgb, GetParam().tolerance);
+}
+
+TEST_P(SliceDecodingColourOf, ASecondTimeIsTheSame) {
+  Zrg::SliceImage slice;
+  std::string errorText;
+
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_TRUE(slice.process(*dataset, errorText, decoding::kAllFrames, 0, nullptr, 0))
+        << errorText;
+    expectNear(samplesOf(slice), GetParam().rgb, GetParam().tolerance);
+  }
+}
+
+ImageBuilder twoFramesRgb() {
+  return rgbImage(2, 1).samples(kTwoFrames).frames(2);
+}
+
+ImageBuilder oddFrameRgb() {
+  return rgbImage(1, 1).samples({11, 22, 33});
+}
+
+const std::vector<ColourImage> kColourImages = {
+    {"RgbImplicit", twoFramesRgb(), EXS_LittleEndianImplicit, kTwoFrames},
+    {"RgbExplicit", twoFramesRgb(), EXS_LittleEndianExplicit, kTwoFrames},
+    {"RgbBigEndian", twoFramesRgb(), EXS_BigEndianExplicit, kTwoFrames},
+    {"RgbDeflated", twoFramesRgb(), EXS_DeflatedLittleEndianExplicit, kTwoFrames},
+    {"RgbRle", twoFramesRgb(), EXS_RLELossless, kTwoFrames},
+    {"RgbJpegLossless", twoFramesRgb(), EXS_JPEGProcess14SV1, kTwoFrames},
+    {"RgbJpegLs", twoFramesRgb(), EXS_JPEGLSLossless, kTwoFrames},
+    {"RgbOddFrame", oddFrameRgb(), EXS_LittleEndianExplicit, {11, 22, 33}},
+    {"RgbOddFrameRle", oddFrameRgb(), EXS_RLELossless, {11, 22, 33}},
+    {"RgbOddFrameJpegLs", oddFrameRgb(), EXS_JPEGLSLossless, {11, 22, 33}},
+    {"RgbByPlane",
+     rgbImage(2, 1).planar(1).samples({10, 40, 20, 50, 30, 60}),
+     EXS_LittleEndianExplicit,
+     {10, 20, 30, 40, 50, 60}},
+    {"RgbByPlaneRle",
+     rgbImage(2, 1).planar(1).samples({10, 40, 20, 50, 30, 60}),
+     EXS_RLELossless,
+     {10, 20, 30, 40, 50, 60}},
+    {"Rgb16Bit",
+     rgbImage(2, 1).unsigned16().samples({0x0A00, 0x1400, 0x1E00, 0xFFFF, 0, 0x8000}),
+     EXS_LittleEndianExplicit,
+     {10, 20, 30, 255, 0, 128}},
+    // Grey in YBR_FULL: luminance alone, both differences at their middle.
+    {"YbrFullGrey",
+     rgbImage(2, 1).photometric("YBR_FULL").samples({7, 128, 128, 200, 128, 128}),
+     EXS_LittleEndianExplicit,
+     {7, 7, 7, 200, 200, 200},
+     1},
+    {"YbrFullGreyRle",
+     rgbImage(2, 1).photometric("YBR_FULL").samples({7, 128, 128, 200, 128, 128}),
+     EXS_RLELossless,
+     {7, 7, 7, 200, 200, 200},
+     1},
+    {"Palette",
+     paletteImage(2, 1).samples({0, 200}),
+     EXS_LittleEndianExplicit,
+     {0, 255, 128, 200, 55, 128}},
+    {"PaletteRle",
+     paletteImage(2, 1).samples({0, 200}),
+     EXS_RLELossless,
+     {0, 255, 128, 200, 55, 128}},
+    {"PaletteOddFrame", paletteImage(1, 1).samples({5}), EXS_LittleEndianImplicit, {5, 250, 128}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Images, SliceDecodingColourOf, testing::ValuesIn(kColourImages),
+                         support::nameOf<ColourImage>);
+
+TEST(SliceDecodingColour, OfLossyJpegIsNearTheOriginal) {
+  std::vector<int> samples;
+  for (int i = 0; i < 16 * 16; ++i) {  // soft ramps: what JPEG keeps well
+    samples.insert(samples.end(), {i / 2, 255 - i / 2, 100});
+  }
+  const auto dataset =
+      support::compress(*rgbImage(16, 16).samples(samples).build(), EXS_JPEGProcess1);
+
+  const Outcome range = decodeRange(*dataset, 0, 0);
+  const Outcome all = decodeAll(*dataset);
+
+  ASSERT_TRUE(range.done) << range.errorText;
+  ASSERT_TRUE(all.done) << all.errorText;
+  EXPECT_TRUE(all.slice.lossy);
+  const Bytes rgb = samplesOf(all.slice);
+  EXPECT_EQ(samplesOf(range.slice), rgb);
+  expectNear(rgb, samples, 24);
+}
+
+// --- Ranges of frames
+
+struct Syntax {
+  const char* name;
+  E_TransferSyntax syntax;
+};
+
+class SliceDecodingColourRange : public testing::TestWithParam<Syntax> {};
+
+TEST_P(SliceDecodingColourRange, OfRenderedFramesGivesThoseFrames) {
+  const auto dataset =
+      encode(*paletteImage(2, 1).samples({0, 1, 2, 3, 4, 5}).frames(3).build(), GetParam().syntax);
+
+  const Outcome outcome = decodeRange(*dataset, 1, 2);
+
+  ASSERT_TRUE(outcome.done) << outcome.errorText;
+  EXPECT_EQ(outcome.slice.extent.z, 2);
+  EXPECT_EQ(samplesOf(outcome.slice), (Bytes{2, 253, 128, 3, 252, 128, 4, 251, 128, 5, 250, 128}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Syntaxes, SliceDecodingColourRange,
+                         testing::Values(Syntax{"Native", EXS_LittleEndianExplicit},
+                                         Syntax{"Rle", EXS_RLELossless},
+                                         Syntax{"JpegLs", EXS_JPEGLSLossless},
+                                         Syntax{"JpegLossless", EXS_JPEGProcess14SV1}),
+                         support::nameOf<Syntax>);
+
+TEST(SliceDecodingColour, RangeOfNativeFramesGivesThoseFrames) {
+  const auto dataset = twoFramesRgb().build();
+
+  EXPECT_EQ(samplesOf(decodeRange(*dataset, 1, 1).slice), frameOf(kTwoFrames, 6, 1));
+}
+
+// The direct way is meant for single frames and always takes the first one.
+TEST(SliceDecodingColour, RangeOfDirectlyDecodedFramesRepeatsTheFirstFrameOfTheDataset) {
+  for (const E_TransferSyntax syntax :
+       {EXS_RLELossless, EXS_JPEGProcess14SV1, EXS_JPEGLSLossless}) {
+    const auto dataset = support::compress(
+        *rgbImage(2, 1)
+             .samples({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18})
+             .frames(3)
+             .build(),
+        syntax);
+
+    const Outcome outcome = decodeRange(*dataset, 1, 2);
+
+    ASSERT_TRUE(outcome.done) << outcome.errorText;
+    EXPECT_EQ(outcome.slice.extent.z, 2);
+    EXPECT_EQ(samplesOf(outcome.slice), (Bytes{1, 2, 3, 4, 5, 6, 1, 2, 3, 4, 5, 6}));
+  }
+}
+
+// --- Memory and attributes
+
+TEST(SliceDecodingColour, GivesTheItemAPlanarConfigurationWhenItHasNone) {
+  const auto dataset = rgbImage(2, 1).without(DCM_PlanarConfiguration).build();
+
+  ASSERT_TRUE(decodeAll(*dataset).done);
+
+  Uint16 configuration = 7;
+  ASSERT_TRUE(dataset->findAndGetUint16(DCM_PlanarConfiguration, configuration).good());
+  EXPECT_EQ(configuration, 0);
+}
+
+TEST(SliceDecodingColour, KeepsThePlanarConfigurationOfTheItem) {
+  const auto dataset = rgbImage(2, 1).planar(1).build();
+
+  ASSERT_TRUE(decodeAll(*dataset).done);
+
+  Uint16 configuration = 7;
+  ASSERT_TRUE(dataset->findAndGetUint16(DCM_PlanarConfiguration, configuration).good());
+  EXPECT_EQ(configuration, 1);
+}
+
+TEST(SliceDecodingColour, KeepsRescaleAndWindowAndReadsNoModalityLut) {
+  support::DatasetBuilder lut;
+  lut.withUint16s(DCM_LUTDescriptor, {2, 0, 16}).withWords(DCM_LUTData, {1000, 2000});
+  const auto dataset = rgbImage(1, 1)
+                           .samples({1, 2, 3})
+                           .rescale("2", "3")
+                           .window("40", "80")
+                           .withItem(DCM_ModalityLUTSequence, lut)
+                           .build();
+
+  const Outcome outcome = decodeAll(*dataset);
+
+  EXPECT_EQ(outcome.slice.rescale, KtVec2f(2, 3));
+  EXPECT_EQ(outcome.slice.voiWindow, KtVec2f(40, 80));
+  EXPECT_EQ(outcome.slice.sampleOffset, 0);
+  EXPECT_EQ(samplesOf(outcome.slice), (Bytes{1, 2, 3}));
+}
+
+TEST(SliceDecodingColour, BurnsNoOverlayIn) {
+  const auto dataset = paletteImage(2, 1)
+                           .samples({0, 200})
+                           .overlayPlane(0x6000, 0)
+                           .withBytes(DcmTagKey(0x6000, 0x3000), {0xFF, 0xFF})
+                           .build();
+
+  EXPECT_EQ(samplesOf(decodeAll(*dataset).slice), (Bytes{0, 255, 128, 200, 55, 128}));
+}
+
+TEST(SliceDecodingColour, OwnsItsMemoryWhenThereIsNoTarget) {
+  auto dataset = rgbImage(1, 1).samples({1, 2, 3}).build();
+
+  const Outcome outcome = decodeAll(*dataset);
+  dataset.reset();
+
+  EXPECT_EQ(outcome.slice.data, nullptr);
+  ASSERT_NE(outcome.slice.buffer, nullptr);
+  EXPECT_EQ(samplesOf(outcome.slice), (Bytes{1, 2, 3}));
+}
+
+TEST(SliceDecodingColour, WritesIntoTheMemoryThatTheSliceHas) {
+  const auto dataset = rgbImage(1, 1).samples({1, 2, 3}).build();
+  std::vector<unsigned char> own(4, 0x5A);
+  std::vector<unsigned char> target(1, 0x5A);
+  Zrg::SliceImage slice;
+  slice.data = reinterpret_cast<char*>(own.data());
+  std::string errorText;
+
+  ASSERT_TRUE(
+      slice.process(*dataset, errorText, decoding::kAllFrames, 0, target.data(), target.size()));
+
+  EXPECT_EQ(own, (std::vector<unsigned char>{1, 2, 3, 0x5A}));
+  EXPECT_EQ(target, std::vector<unsigned char>(1, 0x5A));
+}
+
+TEST(SliceDecodingColour, HonoursTheFrameOffsetOfTheSlice) {
+  const auto dataset = rgbImage(1, 1).samples({1, 2, 3}).build();
+  std::vector<unsigned char> own(8, 0x5A);
+  Zrg::SliceImage slice;
+  slice.data = reinterpret_cast<char*>(own.data());
+  slice.frameOffset = 4;
+  std::string errorText;
+
+  ASSERT_TRUE(slice.process(*dataset, errorText, decoding::kAllFrames, 0, nullptr, 0));
+
+  EXPECT_EQ(own, (std::vector<unsigned char>{0x5A, 0x5A, 0x5A, 0x5A, 1, 2, 3, 0x5A}));
+}
+
+TEST(SliceDecodingColour, PutsSuccessiveFramesInSuccessiveCellsOfTheSamples) {
+  const auto dataset = twoFramesRgb().build();
+
+  const Outcome outcome = decodeAll(*dataset);
+
+  EXPECT_EQ(outcome.slice.extent, KtVec3l(2, 1, 2));
+  EXPECT_EQ(samplesOf(outcome.slice), kTwoFrames);
+}
+
+// --- What goes wrong
+
+TEST(SliceDecodingColour, RefusesATargetThatIsOneByteTooSmallAndLeavesItAlone) {
+  const auto dataset = twoFramesRgb().build();
+  std::vector<unsigned char> target(11, 0x5A);
+
+  const Outcome outcome = decodeInto(target, *dataset, decoding::kAllFrames, 0);
+
+  EXPECT_FALSE(outcome.done);
+  EXPECT_EQ(outcome.errorText, "Invalid target size: buffer 11 bytes, required 12 bytes");
+  EXPECT_EQ(target, std::vector<unsigned char>(11, 0x5A));
+}
+
+TEST(SliceDecodingColour, RefusesATargetTooSmallForDirectlyDecodedFrames) {
+  const auto dataset = support::compress(*twoFramesRgb().build(), EXS_RLELossless);
+  std::vector<unsigned char> target(5, 0x5A);
+
+  const Outcome outcome = decodeInto(target, *dataset, 0, 0);
+
+  EXPECT_EQ(outcome.errorText, "Invalid target size: buffer 5 bytes, required 6 bytes");
+  EXPECT_EQ(target, std::vector<unsigned char>(5, 0x5A));
+}
+
+TEST(SliceDecodingColour, LeavesTheRestOfALargerTargetAlone) {
+  const auto dataset = rgbImage(1, 1).samples({1, 2, 3}).build();
+  std::vector<unsigned char> target(5, 0x5A);
+
+  ASSERT_TRUE(decodeInto(target, *dataset, 0, 0).done);
+
+  EXPECT_EQ(target, (std::vector<unsigned char>{1, 2, 3, 0x5A, 0x5A}));
+}
+
+TEST(SliceDecodingColour, NeedsADatasetOrItemToOpen) {
+  // Meta information can hold the same elements, but no image.
+  DcmMetaInfo metaInfo;
+  const auto image = rgbImage(1, 1).build();
+  for (unsigned long i = 0; i < image->card(); ++i) {
+    ASSERT_TRUE(metaInfo.insert(dynamic_cast<DcmElement*>(image->getElement(i)->clone())).good());
+  }
+
+  EXPECT_EQ(decodeAll(metaInfo).errorText, "Unable to create valid DiDocument object");
+}
+
+TEST(SliceDecodingColour, FindsNoPixelDataInAnEmptyElement) {
+  const auto dataset = rgbImage(2, 2).build();
+  ASSERT_TRUE(dataset->putAndInsertUint8Array(DCM_PixelData, nullptr, 0).good());
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, "Unable to locate DcmPixelData in DiDocument object");
+}
+
+TEST(SliceDecodingColour, RefusesWhatCannotBeRendered) {
+  const auto dataset = rgbImage(2, 2).photometric("HSL").build();
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, "Uncompressed data has size 0");
+}
+
+TEST(SliceDecodingColour, RefusesBitsOutsideTheSamples) {
+  const auto dataset = rgbImage(2, 2).withUint16(DCM_HighBit, 40).build();
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, "Uncompressed data has size 0");
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, "Uncompressed data has size 0");
+}
+
+TEST(SliceDecodingColour, SaysWhyADecoderRefusedAFrame) {
+  const auto dataset =
+      decoding::encapsulate(*rgbImage(2, 2).build(), EXS_JPEG2000LosslessOnly, {{1, 2, 3, 4}});
+
+  EXPECT_EQ(decodeAll(*dataset).errorText,
+            "DcmPixelData::getUncompressedFrame() failed: Pixel representation cannot be changed");
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText,
+            "DcmPixelData::getUncompressedFrame() failed: Pixel representation cannot be changed");
+}
+
+TEST(SliceDecodingColour, FailsAtAFrameThatIsNotThere) {
+  // The number is -1 for DCMTK, which takes it for one frame, and 65535 in 16 bits.
+  const auto dataset = rgbImage(2, 2).with(DCM_NumberOfFrames, "-1").build();
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, "DicomImage::getOutputData() failed");
+}
+
+TEST(SliceDecodingColour, NamesTheSizeWhenAFrameOfALargeImageIsNotThere) {
+  // 65535 frames of 150 x 150 are more than 4 GiB; there is one, and memory for one.
+  const auto dataset = rgbImage(150, 150).with(DCM_NumberOfFrames, "-1").build();
+  std::vector<unsigned char> own(150 * 150 * 3);
+  Zrg::SliceImage slice;
+  slice.data = reinterpret_cast<char*>(own.data());
+  std::string errorText;
+
+  EXPECT_FALSE(slice.process(*dataset, errorText, decoding::kAllFrames, 0, nullptr, 0));
+
+  EXPECT_EQ(errorText, "pixel data has an unsupported uncompressed size of more than 4GB");
+}
+
+TEST(SliceDecodingColour, LeavesTheSampleLayoutOfMonochromeToMonochrome) {
+  const auto colour = rgbImage(2, 1).build();
+  const auto monochrome = support::monochromeImage(2, 1).samples({3, 4}).build();
+  Zrg::SliceImage slice;
+  std::string errorText;
+  ASSERT_TRUE(slice.process(*colour, errorText, decoding::kAllFrames, 0, nullptr, 0));
+
+  ASSERT_TRUE(slice.process(*monochrome, errorText, decoding::kAllFrames, 0, nullptr, 0));
+
+  EXPECT_EQ(slice.samplesPerPixel, 1U);
+  EXPECT_EQ(slice.bytesPerSample, 2U);
+  EXPECT_EQ(samplesOf(slice), (Bytes{3, 4}));
+}
+
+}  // namespace

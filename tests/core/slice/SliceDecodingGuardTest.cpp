@@ -1,0 +1,419 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Compressed frames that break decoders which trust them. Each must be refused with a message, with
+// nothing read or written where it must not be, and nothing delivered that no decoder wrote.
+#include "SliceDecodingFixtures.h"
+#include "support/Compression.h"
+#include "support/ImageBuilder.h"
+#include "support/RowName.h"
+#include "zrdcmexport/ZrCodecGuard.h"
+#include "zrdcmexport/ZrCodecStream.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using decoding::decodeAll;
+using decoding::decodeInto;
+using decoding::decodeRange;
+using decoding::Fragment;
+using decoding::Outcome;
+using decoding::rleFrame;
+using support::ImageBuilder;
+using support::monochromeImage;
+using support::paletteImage;
+using support::rgbImage;
+
+constexpr const char* kWholeRefused = "Pixel data can't be decompressed";
+constexpr const char* kFrameRefused = "Error decompressing frames";
+constexpr const char* kNothingToRender = "Uncompressed data has size 0";
+constexpr const char* kDirectRefused = "DcmPixelData::getUncompressedFrame() failed";
+constexpr const char* kTooLarge =
+    "pixel data has an unsupported uncompressed size of more than 4GB";
+
+/// A frame of 64 x 64 pixels of one byte: runs of 128 equal bytes.
+Fragment wholeStripe() {
+  Fragment stripe;
+  for (int run = 0; run < 32; ++run) {
+    stripe.insert(stripe.end(), {129, static_cast<Uint8>(run)});
+  }
+  return stripe;
+}
+
+Fragment halfStripe() {
+  Fragment stripe = wholeStripe();
+  stripe.resize(stripe.size() / 2);
+  return stripe;
+}
+
+// --- RLE
+
+struct RleHazard {
+  const char* name;
+  std::vector<Fragment> fragments;
+  bool wholeRefused;  // decoded together, frames may be spread over fragments
+};
+
+class SliceDecodingHostileRle : public testing::TestWithParam<RleHazard> {
+protected:
+  std::unique_ptr<DcmDataset> encode(const ImageBuilder& builder) {
+    return decoding::encapsulate(*builder.build(), EXS_RLELossless, GetParam().fragments);
+  }
+};
+
+TEST_P(SliceDecodingHostileRle, IsRefusedByFrame) {
+  const auto dataset = encode(monochromeImage(64, 64).unsigned8());
+  std::vector<unsigned char> target(64 * 64);
+
+  const Outcome outcome = decodeInto(target, *dataset, 0, 0);
+
+  EXPECT_FALSE(outcome.done);
+  EXPECT_EQ(outcome.errorText, kFrameRefused);
+}
+
+TEST_P(SliceDecodingHostileRle, IsRefusedAsAWholeUnlessItIsWhole) {
+  const auto dataset = encode(monochromeImage(64, 64).unsigned8());
+
+  const Outcome outcome = decodeAll(*dataset);
+
+  EXPECT_EQ(outcome.done, !GetParam().wholeRefused) << outcome.errorText;
+  EXPECT_EQ(outcome.errorText, GetParam().wholeRefused ? kWholeRefused : "");
+}
+
+TEST_P(SliceDecodingHostileRle, IsRefusedForPalettes) {
+  const auto dataset = encode(paletteImage(64, 64));
+
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kNothingToRender);
+  EXPECT_EQ(decodeAll(*dataset).errorText, GetParam().wholeRefused ? kNothingToRender : "");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Frames, SliceDecodingHostileRle,
+    testing::Values(
+        RleHazard{"FragmentOfFourBytes", {{1, 0, 0, 0}}, true},
+        RleHazard{"EmptyFragment", {{}}, true},
+        RleHazard{"NoStripe", {rleFrame({}, {wholeStripe()})}, true},
+        RleHazard{
+            "TwoStripesForOneByte", {rleFrame({64, 128}, {wholeStripe(), wholeStripe()})}, true},
+        RleHazard{"SixteenStripes", {rleFrame(std::vector<Uint32>(15, 64), {wholeStripe()})}, true},
+        RleHazard{"OffsetBeyondTheFragment", {rleFrame({0x7FFFFF00}, {wholeStripe()})}, true},
+        RleHazard{"OffsetAtTheEnd", {rleFrame({128}, {wholeStripe()})}, true},
+        RleHazard{"OffsetInsideTheHeader", {rleFrame({4}, {wholeStripe()})}, true},
+        RleHazard{"EmptyStripe", {rleFrame({64}, {})}, true},
+        RleHazard{"StripeOfHalfAPlane", {rleFrame({64}, {halfStripe()})}, true},
+        RleHazard{"RunWithoutItsByte", {rleFrame({64}, {halfStripe(), {129}})}, true},
+        RleHazard{"LiteralsBeyondTheEnd", {rleFrame({64}, {halfStripe(), {127, 1, 2}})}, true},
+        RleHazard{"SpreadOverFragments", decoding::cut(rleFrame({64}, {wholeStripe()}), 100),
+                  false},
+        RleHazard{"SpreadInsideTheHeader", decoding::cut(rleFrame({64}, {wholeStripe()}), 32),
+                  true}),
+    support::nameOf<RleHazard>);
+
+TEST(SliceDecodingHostile, RleStripeOutsideItsFragmentIsRefusedForDirectColour) {
+  const auto dataset = decoding::encapsulate(
+      *rgbImage(64, 64).build(), EXS_RLELossless,
+      {rleFrame({64, 128, 0x7FFFFF00}, {wholeStripe(), wholeStripe(), wholeStripe()})});
+
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kDirectRefused);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kNothingToRender);
+}
+
+TEST(SliceDecodingHostile, RleStripesThatRunBackwardsAreRefused) {
+  const auto dataset = decoding::encapsulate(*monochromeImage(64, 64).build(), EXS_RLELossless,
+                                             {rleFrame({128, 64}, {wholeStripe(), wholeStripe()})});
+
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kFrameRefused);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+}
+
+TEST(SliceDecodingHostile, RleFrameOfASmallerImageIsRefused) {
+  const auto small =
+      support::compress(*monochromeImage(64, 64).unsigned8().build(), EXS_RLELossless);
+  ASSERT_TRUE(small->putAndInsertUint16(DCM_Rows, 256).good());
+
+  EXPECT_EQ(decodeRange(*small, 0, 0).errorText, kFrameRefused);
+  EXPECT_EQ(decodeAll(*small).errorText, kWholeRefused);
+}
+
+TEST(SliceDecodingHostile, ASecondRleFrameThatIsShortSpoilsTheWholeButNotTheFirst) {
+  const auto dataset =
+      decoding::encapsulate(*monochromeImage(64, 64).unsigned8().frames(2).build(), EXS_RLELossless,
+                            {rleFrame({64}, {wholeStripe()}), rleFrame({64}, {halfStripe()})});
+
+  EXPECT_TRUE(decodeRange(*dataset, 0, 0).done);
+  EXPECT_EQ(decodeRange(*dataset, 0, 1).errorText, kFrameRefused);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+}
+
+// --- JPEG and JPEG-LS
+
+Fragment jpegOf(const ImageBuilder& builder, E_TransferSyntax syntax) {
+  return decoding::fragmentsOf(*support::compress(*builder.build(), syntax))[0];
+}
+
+struct JpegHazard {
+  const char* name;
+  E_TransferSyntax syntax;
+  Fragment stream;
+};
+
+class SliceDecodingHostileJpeg : public testing::TestWithParam<JpegHazard> {
+protected:
+  std::unique_ptr<DcmDataset> encode(const ImageBuilder& builder) {
+    return decoding::encapsulate(*builder.build(), GetParam().syntax, {GetParam().stream});
+  }
+};
+
+TEST_P(SliceDecodingHostileJpeg, IsRefusedForMonochrome) {
+  const auto dataset = encode(monochromeImage(16, 16).unsigned8());
+  std::vector<unsigned char> target(16 * 16);
+
+  EXPECT_EQ(decodeInto(target, *dataset, 0, 0).errorText, kFrameRefused);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+}
+
+TEST_P(SliceDecodingHostileJpeg, IsRefusedForPalettes) {
+  const auto dataset = encode(paletteImage(16, 16));
+
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kNothingToRender);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kNothingToRender);
+}
+
+TEST_P(SliceDecodingHostileJpeg, IsRefusedForRgb) {
+  const auto dataset = encode(rgbImage(16, 16));
+  std::vector<unsigned char> target(16 * 16 * 3);
+
+  const Outcome range = decodeInto(target, *dataset, 0, 0);
+
+  EXPECT_FALSE(range.done);
+  EXPECT_EQ(range.errorText, kDirectRefused);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kNothingToRender);
+}
+
+Fragment endlessMarkers() {
+  Fragment stream = {0xFF, 0xD8};
+  for (int i = 0; i < 200; ++i) {
+    stream.insert(stream.end(), {0xFF, 0x01});
+  }
+  return stream;
+}
+
+const ImageBuilder kSmallImage = monochromeImage(8, 8).unsigned8();
+
+INSTANTIATE_TEST_SUITE_P(
+    Streams, SliceDecodingHostileJpeg,
+    testing::Values(
+        JpegHazard{"EndlessMarkers", EXS_JPEGProcess1, endlessMarkers()},
+        JpegHazard{"EndlessMarkersInJpegLs", EXS_JPEGLSLossless, endlessMarkers()},
+        JpegHazard{"NoImage", EXS_JPEGProcess1, {0, 1, 2, 3}},
+        JpegHazard{"Empty", EXS_JPEGProcess14SV1, {}},
+        JpegHazard{"StartOfImageOnly", EXS_JPEGProcess14SV1, {0xFF, 0xD8}},
+        JpegHazard{"SegmentOfNoLength", EXS_JPEGProcess1, {0xFF, 0xD8, 0xFF, 0xE0, 0, 0, 0, 0}},
+        JpegHazard{
+            "SegmentBeyondTheEnd", EXS_JPEGProcess1, {0xFF, 0xD8, 0xFF, 0xE0, 0xFF, 0xFF, 0, 0}},
+        JpegHazard{"ScanWithoutAFrame",
+                   EXS_JPEGProcess1,
+                   {0xFF, 0xD8, 0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 63, 0, 0xFF, 0x01}},
+        JpegHazard{"SmallerBaseline", EXS_JPEGProcess1, jpegOf(kSmallImage, EXS_JPEGProcess1)},
+        JpegHazard{"SmallerLossless", EXS_JPEGProcess14SV1,
+                   jpegOf(kSmallImage, EXS_JPEGProcess14SV1)},
+        JpegHazard{"SmallerJpegLs", EXS_JPEGLSLossless, jpegOf(kSmallImage, EXS_JPEGLSLossless)}),
+    support::nameOf<JpegHazard>);
+
+TEST(SliceDecodingHostile, JpegThatPromisesGigabytesIsRefused) {
+  const auto dataset = support::compress(*kSmallImage.build(), EXS_JPEGProcess1);
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 65535).good());
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Columns, 65535).good());
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kFrameRefused);
+}
+
+TEST(SliceDecodingHostile, JpegOfEightBitsForSamplesOfSixteenIsRefusedByFrame) {
+  // Decoded, it would fill half of each frame.
+  const auto dataset =
+      decoding::encapsulate(*monochromeImage(16, 16).build(), EXS_JPEGProcess1,
+                            {jpegOf(monochromeImage(16, 16).unsigned8(), EXS_JPEGProcess1)});
+
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kFrameRefused);
+  EXPECT_EQ(decodeAll(*dataset).errorText,
+            "Pixel data incomplete, expected 512 bytes, found 256 bytes");
+}
+
+TEST(SliceDecodingHostile, JpegOfSixteenBitsForSamplesOfEightIsRefusedByFrame) {
+  const auto dataset =
+      decoding::encapsulate(*monochromeImage(16, 16).unsigned8().build(), EXS_JPEGProcess14SV1,
+                            {jpegOf(monochromeImage(16, 16), EXS_JPEGProcess14SV1)});
+  std::vector<unsigned char> target(16 * 16);
+
+  EXPECT_EQ(decodeInto(target, *dataset, 0, 0).errorText, kFrameRefused);
+}
+
+TEST(SliceDecodingHostile, ASecondJpegThatIsSmallerSpoilsTheWholeButNotTheFirst) {
+  const ImageBuilder builder = monochromeImage(16, 16).unsigned8().frames(2);
+  const auto dataset = decoding::encapsulate(
+      *builder.build(), EXS_JPEGProcess14SV1,
+      {jpegOf(builder, EXS_JPEGProcess14SV1), jpegOf(kSmallImage, EXS_JPEGProcess14SV1)});
+
+  EXPECT_TRUE(decodeRange(*dataset, 0, 0).done);
+  EXPECT_EQ(decodeRange(*dataset, 1, 1).errorText, kFrameRefused);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+}
+
+TEST(SliceDecodingHostile, AnIconThatWouldHangTheDecoderIsRefusedTogetherWithItsImage) {
+  const auto dataset = support::compress(*rgbImage(16, 16).build(), EXS_JPEGProcess14SV1);
+  DcmItem* icon = nullptr;
+  ASSERT_TRUE(dataset->findOrCreateSequenceItem(DCM_IconImageSequence, icon, 0).good());
+  const auto hostile =
+      decoding::encapsulate(*kSmallImage.build(), EXS_JPEGProcess14SV1, {endlessMarkers()});
+  for (unsigned long i = 0; i < hostile->card(); ++i) {
+    ASSERT_TRUE(icon->insert(dynamic_cast<DcmElement*>(hostile->getElement(i)->clone())).good());
+  }
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, kNothingToRender);
+  EXPECT_TRUE(decodeRange(*dataset, 0, 0).done);
+}
+
+// --- Sizes that decoders cannot count
+
+TEST(SliceDecodingHostile, CompressedFramesOfMoreThanFourGigabytesAreRefused) {
+  const auto monochrome = support::compress(*kSmallImage.build(), EXS_JPEGLSLossless);
+  ASSERT_TRUE(monochrome->putAndInsertString(DCM_NumberOfFrames, "67108864").good());  // 2^26 x 64
+  const auto colour = support::compress(*rgbImage(8, 8).build(), EXS_RLELossless);
+  ASSERT_TRUE(colour->putAndInsertString(DCM_NumberOfFrames, "67108864").good());
+
+  EXPECT_EQ(decodeAll(*monochrome).errorText, kWholeRefused);
+  EXPECT_EQ(decodeAll(*colour).errorText, kTooLarge);
+}
+
+struct Countable {
+  const char* name;
+  Uint16 columns;
+  Uint16 rows;
+  Uint16 bitsAllocated;
+  Uint16 bitsStored;
+  unsigned long long frames;
+  bool countable;
+};
+
+class CodecGuardSize : public testing::TestWithParam<Countable> {};
+
+TEST_P(CodecGuardSize, IsCountableBelowFourGigabytes) {
+  const auto dataset = support::compress(*kSmallImage.build(), EXS_JPEGLSLossless);
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Columns, GetParam().columns).good());
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, GetParam().rows).good());
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_BitsAllocated, GetParam().bitsAllocated).good());
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_BitsStored, GetParam().bitsStored).good());
+  DcmElement* element = nullptr;
+  ASSERT_TRUE(dataset->findAndGetElement(DCM_PixelData, element).good());
+
+  const Zrg::CodecGuard guard(*dataset, dynamic_cast<DcmPixelData&>(*element));
+
+  EXPECT_EQ(guard.isCountable(GetParam().frames), GetParam().countable);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, CodecGuardSize,
+    testing::Values(Countable{"Small", 512, 512, 16, 12, 200, true},
+                    Countable{"JustBelow", 65535, 65535, 8, 8, 1, true},
+                    Countable{"TwiceAsMany", 65535, 65535, 8, 8, 2, false},
+                    Countable{"ExactlyFourGigabytes", 32768, 32768, 16, 16, 2, false},
+                    Countable{"OneFrameLess", 32768, 32768, 16, 16, 1, true},
+                    Countable{"WiderStoredThanAllocated", 65535, 65535, 8, 12, 1, false},
+                    Countable{"NoSamples", 0, 512, 16, 16, ~0ULL, true}),
+    support::nameOf<Countable>);
+
+TEST(SliceDecodingHostile, NativeDataIsNeverRefusedByTheGuard) {
+  const auto dataset = monochromeImage(2, 2).with(DCM_NumberOfFrames, "99999999").build();
+  DcmElement* element = nullptr;
+  ASSERT_TRUE(dataset->findAndGetElement(DCM_PixelData, element).good());
+  Zrg::CodecGuard guard(*dataset, dynamic_cast<DcmPixelData&>(*element));
+
+  EXPECT_TRUE(guard.isCountable());
+  EXPECT_TRUE(guard.allFramesAreSafe());
+  EXPECT_TRUE(guard.framesAreSafe(7, 3));
+  EXPECT_TRUE(guard.frameIsSafe(7, 0, 1));
+}
+
+// --- The search for a frame header
+
+struct Header {
+  const char* name;
+  Zrg::JpegFamily family;
+  std::vector<Fragment> fragments;
+  bool found;
+};
+
+class JpegFrameHeaderSearch : public testing::TestWithParam<Header> {};
+
+TEST_P(JpegFrameHeaderSearch, EndsAtTheFrameOrAtWhatCannotPrecedeIt) {
+  const auto dataset =
+      decoding::encapsulate(*kSmallImage.build(), EXS_JPEGProcess1, GetParam().fragments);
+  DcmElement* element = nullptr;
+  ASSERT_TRUE(dataset->findAndGetElement(DCM_PixelData, element).good());
+  DcmPixelSequence* sequence = nullptr;
+  ASSERT_TRUE(dynamic_cast<DcmPixelData&>(*element)
+                  .getEncapsulatedRepresentation(EXS_JPEGProcess1, nullptr, sequence)
+                  .good());
+  Zrg::FragmentStream stream(*sequence, 1, sequence->card());
+
+  const auto header = Zrg::readJpegFrameHeader(stream, GetParam().family);
+
+  ASSERT_EQ(header.has_value(), GetParam().found);
+  if (header) {
+    EXPECT_EQ(header->precision, 12);
+    EXPECT_EQ(header->rows, 0x0102);
+    EXPECT_EQ(header->columns, 0x0304);
+    EXPECT_EQ(header->components, 3);
+  }
+}
+
+Fragment joined(const std::vector<Fragment>& parts) {
+  Fragment all;
+  for (const Fragment& part : parts) {
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  return all;
+}
+
+const Fragment kStart = {0xFF, 0xD8};
+const Fragment kBaselineFrame = {0xFF, 0xC0, 0, 17, 12, 1, 2, 3, 4, 3};
+const Fragment kJpegLsFrame = {0xFF, 0xF7, 0, 17, 12, 1, 2, 3, 4, 3};
+constexpr Zrg::JpegFamily kJpeg = Zrg::JpegFamily::Jpeg;
+constexpr Zrg::JpegFamily kJpegLs = Zrg::JpegFamily::JpegLs;
+
+INSTANTIATE_TEST_SUITE_P(
+    Streams, JpegFrameHeaderSearch,
+    testing::Values(
+        Header{"AtOnce", kJpeg, {joined({kStart, kBaselineFrame})}, true},
+        Header{"JpegLs", kJpegLs, {joined({kStart, kJpegLsFrame})}, true},
+        Header{"OfTheOtherFamily", kJpegLs, {joined({kStart, kBaselineFrame})}, false},
+        Header{"BehindASegment",
+               kJpeg,
+               {joined({kStart, {0xFF, 0xE0, 0, 4, 0xFF, 0xC0}, kBaselineFrame})},
+               true},
+        Header{"BehindTables",
+               kJpeg,
+               {joined({kStart, {0xFF, 0xC4, 0, 3, 9}, {0xFF, 0xDB, 0, 2}, kBaselineFrame})},
+               true},
+        Header{
+            "BehindFillBytes", kJpeg, {joined({kStart, {0xFF, 0xFF, 0xFF}, kBaselineFrame})}, true},
+        Header{"BehindARestart", kJpeg, {joined({kStart, {0xFF, 0xD3}, kBaselineFrame})}, true},
+        Header{
+            "BehindAReservedMarker", kJpeg, {joined({kStart, {0xFF, 0x30}, kBaselineFrame})}, true},
+        Header{"BehindATemporaryMarker",
+               kJpeg,
+               {joined({kStart, {0xFF, 0x01}, kBaselineFrame})},
+               false},
+        Header{
+            "BehindTheScan", kJpeg, {joined({kStart, {0xFF, 0xDA, 0, 2}, kBaselineFrame})}, false},
+        Header{"BehindTheEnd", kJpeg, {joined({kStart, {0xFF, 0xD9}, kBaselineFrame})}, false},
+        Header{"WithoutAStart", kJpeg, {kBaselineFrame}, false},
+        Header{"CutShort", kJpeg, {joined({kStart, {0xFF, 0xC0, 0, 17, 12, 1}})}, false},
+        Header{"SpreadOverFragments",
+               kJpeg,
+               {joined({kStart, {0xFF, 0xE0, 0, 6, 1, 2}}), joined({{3, 4}, kBaselineFrame})},
+               true},
+        Header{"BehindAnEmptyFragment", kJpeg, {kStart, {}, kBaselineFrame}, true}),
+    support::nameOf<Header>);
+
+}  // namespace
