@@ -65,7 +65,8 @@ void MD5Coder::crcMD5Init() {
 }
 
 void MD5Coder::crcMD5Update(const void* data, std::size_t bytes) {
-  if (!state_->isFinal && bytes != 0) {
+  // After the end this reaches only the spent context: the digest is safe until crcMD5Init.
+  if (bytes != 0) {
     MD5Update(&state_->context, static_cast<const std::uint8_t*>(data), bytes);
   }
 }

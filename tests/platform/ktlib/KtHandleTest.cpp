@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <latch>
 #include <memory>
 #include <set>
 #include <thread>
@@ -101,14 +102,17 @@ TYPED_TEST(KtHandableKind, IsSharedThroughConstantHandles) {
 }
 
 TEST(KtHandableThreaded, CountsOwnersOfManyThreads) {
-  constexpr int kThreads = 8;
-  constexpr int kRounds = 20000;
+  constexpr int kThreads = 4;
+  constexpr int kRounds = 500000;
   int alive = 0;
   KtHandle<Tracked<KtHandableThreaded>> handle(new Tracked<KtHandableThreaded>(alive));
 
+  // Without a common start each thread would be done before the next one is made.
+  std::latch start(kThreads);
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([mine = handle] {
+    threads.emplace_back([mine = handle, &start] {
+      start.arrive_and_wait();
       for (int round = 0; round < kRounds; ++round) {
         const KtHandle<Tracked<KtHandableThreaded>> copy = mine;
       }
