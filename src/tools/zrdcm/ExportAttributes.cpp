@@ -64,8 +64,9 @@ bool isPrivate(std::uint32_t tag) {
 }
 
 bool isOfOldSamples(std::uint32_t tag) {
-  return std::any_of(std::begin(kOfOldSamples), std::end(kOfOldSamples),
-                     [tag](const TagRange& range) { return tag >= range.first && tag <= range.last; });
+  return std::any_of(
+      std::begin(kOfOldSamples), std::end(kOfOldSamples),
+      [tag](const TagRange& range) { return tag >= range.first && tag <= range.last; });
 }
 
 /// The attributes whose "US or SS" the writer decides.
@@ -359,6 +360,27 @@ AttributeSet readAttributes(const std::filesystem::path& jsonFile) {
 
 AttributeSet attributesOf(DcmItem& dataset, ExportType type) {
   return attributesOfItem(dataset, type, false);
+}
+
+void apply(AttributeSet& attributes, const AttributeSet& changes) {
+  for (const auto& [tag, change] : changes.byTag) {
+    if (tag != kSpecificCharacterSet) {
+      attributes.byTag[tag] = change;
+    }
+  }
+  if (!changes.has(kSpecificCharacterSet)) {
+    return;
+  }
+  const std::string before = attributes.text(kSpecificCharacterSet);
+  const std::string after = changes.text(kSpecificCharacterSet);
+  for (const auto& [tag, attribute] : attributes.byTag) {
+    AttributeSet alone;
+    alone.byTag[tag] = attribute;
+    if (before != after && !changes.has(tag) && firstBeyondAscii(alone) != nullptr) {
+      throw Failure(attribute.name + ": is not in the SpecificCharacterSet " + after);
+    }
+  }
+  attributes.byTag[kSpecificCharacterSet] = changes.byTag.at(kSpecificCharacterSet);
 }
 
 void requireWritable(const AttributeSet& attributes, ExportType type) {

@@ -49,6 +49,10 @@ AttributeSet readAttributes(const std::filesystem::path& jsonFile);
 /// frames, and everything private.
 AttributeSet attributesOf(DcmItem& dataset, ExportType type);
 
+/// Puts changes over a set; attributes that both have are replaced.
+/// @throws Failure when letters that stay would be in another character set than the changes say.
+void apply(AttributeSet& attributes, const AttributeSet& changes);
+
 /// Finds out beforehand what the writer would refuse without saying why.
 /// @throws Failure that names the attribute at fault.
 void requireWritable(const AttributeSet& attributes, ExportType type);
