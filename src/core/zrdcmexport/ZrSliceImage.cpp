@@ -57,7 +57,7 @@ bool isSet(const KtVec2f& pair) {
 }
 
 bool isEnhancedSopClass(const std::string& sopClassUid) {
-  return enhancedDICOMSOPClassUIDS.count(sopClassUid) != 0;
+  return enhancedDICOMSOPClassUIDS.contains(sopClassUid);
 }
 
 }  // namespace

@@ -69,6 +69,8 @@ bool MultiFrameImage::getFrameNumber(int volume, unsigned int index, unsigned in
   return true;
 }
 
+// The published getters are not const, and applications hold the types of their members.
+// NOLINTBEGIN(readability-make-member-function-const)
 unsigned int MultiFrameImage::numSlices(int volume) {
   return static_cast<unsigned int>(volumes_[indexOf(volume)].size());
 }
@@ -100,6 +102,7 @@ void MultiFrameImage::setBytesPerPixel(unsigned int bytesPerPixel) {
 unsigned int MultiFrameImage::bytesPerPixel() {
   return bytesPerPixel_;
 }
+// NOLINTEND(readability-make-member-function-const)
 
 unsigned int MultiFrameImage::storedSampleBytes(unsigned int bytesPerSample) {
   switch (bytesPerSample) {
