@@ -83,6 +83,18 @@ public:
     return element != nullptr && element->getOFStringArray(text).good();
   }
 
+  // True when both datasets hold the same characters. Cheaper than reading them as values, and the
+  // images of a series agree in most of what is compared.
+  bool holdsSameTextAs(const OrderAttributes& other, Attribute attribute) const {
+    char* text = nullptr;
+    char* otherText = nullptr;
+    Uint32 length = 0;
+    Uint32 otherLength = 0;
+    return storedText(attribute, text, length) &&
+           other.storedText(attribute, otherText, otherLength) && length == otherLength &&
+           std::memcmp(text, otherText, length) == 0;
+  }
+
   OFString text(Attribute attribute) const {
     OFString text;
     return readText(attribute, text) ? text : OFString();
@@ -99,6 +111,12 @@ public:
   }
 
 private:
+  // The characters of a text element that is not empty.
+  bool storedText(Attribute attribute, char*& text, Uint32& length) const {
+    DcmElement* element = elements_.at(attribute);
+    return element != nullptr && element->getString(text, length).good() && text != nullptr;
+  }
+
   std::array<DcmElement*, kAttributeCount> elements_{};
 };
 
@@ -136,10 +154,17 @@ int compareExactly(double first, double second) {
   return first > second ? 1 : 0;
 }
 
-int compareImageType(const OrderAttributes& first, const OrderAttributes& second) {
+bool areOfOneSeries(const OrderAttributes& first, const OrderAttributes& second) {
+  if (first.holdsSameTextAs(second, kSeriesInstanceUID)) {
+    return true;
+  }
   const OFString firstSeries = first.text(kSeriesInstanceUID);
   const OFString secondSeries = second.text(kSeriesInstanceUID);
-  if (std::strcmp(firstSeries.c_str(), secondSeries.c_str()) != 0) {
+  return std::strcmp(firstSeries.c_str(), secondSeries.c_str()) == 0;
+}
+
+int compareImageType(const OrderAttributes& first, const OrderAttributes& second) {
+  if (!areOfOneSeries(first, second) || first.holdsSameTextAs(second, kImageType)) {
     return 0;
   }
   OFString firstType;
