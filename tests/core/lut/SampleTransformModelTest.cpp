@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// The transform against the model: every source type, every kind of table, every place of the
+// stored bits, many lengths, in place and out of place, over random samples.
+#include "LutTables.h"
+#include "SampleModel.h"
+#include "support/RowName.h"
+
+#include <zrdcmexport/ExDicomUtilitiesGlobal.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <ostream>
+#include <random>
+#include <string>
+
+namespace {
+
+using ExDicomUtilities::LUT;
+using luttest::ModelInput;
+using luttest::ModelOutput;
+using luttest::ModelTable;
+using luttest::transformByModel;
+
+struct Combination {
+  const char* name;
+  KtPrimType source;
+  KtPrimType tableType;
+  unsigned valuesPerEntry;
+};
+
+std::ostream& operator<<(std::ostream& out, const Combination& row) {
+  return out << row.name;
+}
+
+enum class Place { InPlaceWithTarget, InPlaceWithoutTarget, NewTarget, GivenTarget };
+
+// Samples as memory, whatever their type.
+std::vector<std::uint32_t> cellsOf(const ZrDataAccess& container) {
+  std::vector<std::uint32_t> cells;
+  const std::size_t bytes = container.primType().primTypeSize();
+  if (!container.hasData()) {
+    return cells;
+  }
+  const auto* memory = static_cast<const unsigned char*>(container.dataPtr(0));
+  cells.resize(static_cast<std::size_t>(container.size()) / bytes);
+  for (std::uint32_t& cell : cells) {
+    std::memcpy(&cell, memory, bytes);  // little endian: the low bytes
+    memory += bytes;
+  }
+  return cells;
+}
+
+KtHandle<ZrDataAccess> containerOf(const std::vector<std::uint32_t>& cells, KtPrimType type,
+                                   const KtVec3l& dims) {
+  KtHandle<ZrDataAccess> container(new ZrDataAccess(dims, type, 1, KtAllocator(1)));
+  auto* memory = static_cast<unsigned char*>(container->dataPtr(0));
+  for (const std::uint32_t cell : cells) {
+    std::memcpy(memory, &cell, type.primTypeSize());
+    memory += type.primTypeSize();
+  }
+  return container;
+}
+
+LUT lutOf(const ModelTable& table) {
+  if (table.valuesPerEntry == 0) {
+    return LUT();
+  }
+  if (table.type == KtPrimType::U8) {
+    return luttest::table8({table.values.begin(), table.values.end()}, table.valuesPerEntry,
+                           table.firstMapped);
+  }
+  return luttest::table16({table.values.begin(), table.values.end()}, table.valuesPerEntry,
+                          table.firstMapped);
+}
+
+class SampleTransformModel : public testing::TestWithParam<Combination> {
+protected:
+  unsigned width() const { return 8 * GetParam().source.primTypeSize(); }
+
+  unsigned random(unsigned below) { return static_cast<unsigned>(generator_() % below); }
+
+  std::vector<std::uint32_t> randomCells(std::size_t count) {
+    std::vector<std::uint32_t> cells(count);
+    const std::uint32_t all = width() == 32 ? 0xFFFFFFFFU : (1U << width()) - 1;
+    for (std::uint32_t& cell : cells) {
+      cell = static_cast<std::uint32_t>(generator_()) & all;
+    }
+    return cells;
+  }
+
+  ModelTable randomTable() {
+    ModelTable table;
+    table.type = GetParam().tableType;
+    table.valuesPerEntry = GetParam().valuesPerEntry;
+    if (table.valuesPerEntry == 0) {
+      return table;
+    }
+    const std::vector<unsigned> sizes = {1, 2, 3, 100, 256, 4096};
+    const std::vector<int> firsts = {0, 1, -1, 100, -128, -2048, 32768, -32768, 65535, 100000};
+    const unsigned entries = sizes[random(static_cast<unsigned>(sizes.size()))];
+    table.firstMapped = firsts[random(static_cast<unsigned>(firsts.size()))];
+    for (unsigned i = 0; i < entries * table.valuesPerEntry; ++i) {
+      table.values.push_back(random(table.type == KtPrimType::U8 ? 256 : 65536));
+    }
+    return table;
+  }
+
+  // One call and everything that it may and may not do.
+  void compare(const ModelInput& input, const KtVec3l& dims, Place place);
+
+  std::mt19937 generator_{20070901};  // the same samples at every run
+};
+
+void SampleTransformModel::compare(const ModelInput& input, const KtVec3l& dims, Place place) {
+  const ModelOutput expected = transformByModel(input);
+  const KtHandle<ZrDataAccess> source = containerOf(input.cells, input.type, dims);
+  const bool wantsInPlace =
+      place == Place::InPlaceWithTarget || place == Place::InPlaceWithoutTarget;
+  const bool fitsInPlace =
+      expected.nDataVar == 1 && expected.type.primTypeSize() == input.type.primTypeSize();
+  KtHandle<ZrDataAccess> target;
+  if (place == Place::InPlaceWithTarget) {
+    target = source;
+  } else if (place == Place::GivenTarget) {
+    target = new ZrDataAccess(dims, expected.type, expected.nDataVar, KtAllocator(1));
+  }
+  const KtHandle<ZrDataAccess> given = target;
+  const LUT lut = lutOf(input.table);
+
+  int offset = 4711;
+  const KtResult result = ExDicomUtilities::extractSample_applyLUT_makeUnsigned(
+      source, target, offset, lut, wantsInPlace, input.bitsStored, input.highBit);
+
+  if (place == Place::InPlaceWithTarget && !fitsInPlace) {
+    EXPECT_TRUE(result.isBad());
+    EXPECT_EQ(result.code(), 1);
+    EXPECT_EQ(source->primType(), input.type);
+    EXPECT_EQ(cellsOf(*source), input.cells);
+    return;
+  }
+  ASSERT_TRUE(result.isOk());
+  EXPECT_EQ(offset, expected.offset);
+  const bool inPlace = wantsInPlace && fitsInPlace;
+  EXPECT_EQ(target.isNull(), place == Place::InPlaceWithoutTarget && inPlace);
+  if (place == Place::GivenTarget) {
+    EXPECT_EQ(target, given);
+  }
+  const ZrDataAccess& work = inPlace ? *source : *target;
+  EXPECT_EQ(work.primType(), expected.type);
+  EXPECT_EQ(work.nDataVar(), expected.nDataVar);
+  EXPECT_EQ(work.dims(), dims);
+  const std::vector<std::uint32_t> untouched =
+      inPlace ? input.cells : std::vector<std::uint32_t>(input.cells.size() * expected.nDataVar, 0);
+  ASSERT_EQ(cellsOf(work), expected.cells.value_or(untouched));
+  if (!inPlace) {
+    EXPECT_EQ(cellsOf(*source), input.cells) << "the source must stay as it is";
+    EXPECT_EQ(source->primType(), input.type);
+  }
+}
+
+constexpr Place kPlaces[] = {Place::InPlaceWithTarget, Place::InPlaceWithoutTarget,
+                             Place::NewTarget, Place::GivenTarget};
+
+TEST_P(SampleTransformModel, AgreesForEveryPlaceOfTheStoredBits) {
+  for (unsigned bitsStored = 0; bitsStored <= width(); ++bitsStored) {
+    for (unsigned highBit = 0; highBit < width(); ++highBit) {
+      SCOPED_TRACE(std::to_string(bitsStored) + " bits up to bit " + std::to_string(highBit));
+      ModelInput input{GetParam().source, randomCells(45), bitsStored, highBit, randomTable()};
+      for (const Place place : kPlaces) {
+        compare(input, KtVec3l(5, 3, 3), place);
+      }
+      if (HasFatalFailure()) {
+        return;
+      }
+    }
+  }
+}
+
+TEST_P(SampleTransformModel, AgreesForEveryLength) {
+  const unsigned w = width();
+  const std::vector<std::pair<unsigned, unsigned>> bits = {
+      {w, w - 1},      // everything stored
+      {w - 3, w - 4},  // low bits: mask, or shifts back and forth
+      {w - 3, w - 1},  // high bits: one shift
+      {w / 2, w - 2},  // in the middle
+  };
+  for (long long length = 1; length <= 70; ++length) {
+    for (const auto& [bitsStored, highBit] : bits) {
+      SCOPED_TRACE(std::to_string(length) + " samples of " + std::to_string(bitsStored) + " bits");
+      ModelInput input{GetParam().source, randomCells(static_cast<std::size_t>(length)), bitsStored,
+                       highBit, randomTable()};
+      for (const Place place : kPlaces) {
+        compare(input, KtVec3l(length, 1, 1), place);
+      }
+      if (HasFatalFailure()) {
+        return;
+      }
+    }
+  }
+}
+
+TEST_P(SampleTransformModel, AgreesForLargeImages) {
+  const unsigned w = width();
+  for (const auto& [columns, rows, frames] :
+       {std::array<long long, 3>{4096, 1, 1}, {4097, 1, 1}, {257, 63, 2}, {100003, 1, 1}}) {
+    for (const unsigned highBit : {w - 1, w - 4}) {
+      SCOPED_TRACE(std::to_string(columns) + " columns, high bit " + std::to_string(highBit));
+      ModelInput input{GetParam().source,
+                       randomCells(static_cast<std::size_t>(columns * rows * frames)), w - 3,
+                       highBit, randomTable()};
+      for (const Place place : kPlaces) {
+        compare(input, KtVec3l(columns, rows, frames), place);
+      }
+      if (HasFatalFailure()) {
+        return;
+      }
+    }
+  }
+}
+
+std::vector<Combination> allCombinations() {
+  std::vector<Combination> rows;
+  const std::vector<std::pair<const char*, KtPrimType>> sources = {
+      {"Unsigned8", KtPrimType::U8},   {"Signed8", KtPrimType::S8},
+      {"Unsigned16", KtPrimType::U16}, {"Signed16", KtPrimType::S16},
+      {"Unsigned32", KtPrimType::U32}, {"Signed32", KtPrimType::S32}};
+  static std::vector<std::string> names;  // the rows point into them
+  names.reserve(100);
+  for (const auto& [sourceName, source] : sources) {
+    const auto add = [&rows, &sourceName = sourceName, &source = source](
+                         const std::string& table, KtPrimType type, unsigned values) {
+      names.push_back(sourceName + table);
+      rows.push_back({names.back().c_str(), source, type, values});
+    };
+    add("WithoutTable", KtPrimType::U8, 0);
+    for (const unsigned values : {1U, 2U, 3U}) {
+      add("With" + std::to_string(values) + "ValuesOf8Bit", KtPrimType::U8, values);
+      add("With" + std::to_string(values) + "ValuesOf16Bit", KtPrimType::U16, values);
+    }
+  }
+  return rows;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, SampleTransformModel, testing::ValuesIn(allCombinations()),
+                         support::nameOf<Combination>);
+
+// ---- the model itself --------------------------------------------------------------------------
+
+TEST(SampleModel, FindsStoredValuesWorkedOutByHand) {
+  EXPECT_EQ(luttest::storedValue(0xF123, 16, false, 12, 11), 0x123);
+  EXPECT_EQ(luttest::storedValue(0xF800, 16, true, 12, 11), -2048);
+  EXPECT_EQ(luttest::storedValue(0x0800, 16, true, 12, 11), -2048);
+  EXPECT_EQ(luttest::storedValue(0x07FF, 16, true, 12, 11), 2047);
+  EXPECT_EQ(luttest::storedValue(0xABCD, 16, false, 12, 15), 0xABC);
+  EXPECT_EQ(luttest::storedValue(0x80, 8, true, 8, 7), -128);
+  EXPECT_EQ(luttest::storedValue(0x3C, 8, false, 4, 5), 0xF);
+}
+
+}  // namespace
