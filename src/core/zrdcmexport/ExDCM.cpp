@@ -174,7 +174,7 @@ void addPrivateTagsToDict(GlobalDcmDataDictionary* dict) {
 
   const std::lock_guard<std::mutex> registration(registrationMutex);
   std::set<GlobalDcmDataDictionary*>& extended = extendedDictionaries();
-  if (extended.count(&global) != 0) {
+  if (extended.contains(&global)) {
     return;
   }
   VendorEntries vendorEntries = createVendorEntries();
@@ -186,7 +186,7 @@ void addPrivateTagsToDict(GlobalDcmDataDictionary* dict) {
 }
 
 DcmTag zorlanTag(const DcmTagKey& key) {
-  return DcmTag(key, PrivateTag::CreatorZorlan);
+  return {key, PrivateTag::CreatorZorlan};
 }
 
 }  // namespace ExDCM
