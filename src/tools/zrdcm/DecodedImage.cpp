@@ -11,6 +11,7 @@
 #include "DecodedImage.h"
 
 #include "Failure.h"
+#include "ModalityTable.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdeftag.h"
@@ -78,6 +79,17 @@ SampleArray framesOf(const DecodedImage& image, bool stored) {
   return array;
 }
 
+void convertThrough(const ModalityTable& table, DecodedImage& image) {
+  const KtVec3l extent{image.slice.extent.x, image.slice.extent.y,
+                       static_cast<long long>(image.samples.frames)};
+  // The wrapper wants memory it may write to, and only reads this.
+  auto* samples = const_cast<unsigned char*>(image.samples.bytes);
+  image.converted =
+      table.convert(reinterpret_cast<char*>(samples), extent, image.slice.bytesPerSample);
+  image.samples.bytes = static_cast<const unsigned char*>(image.converted->dataPtr(0));
+  image.samples.type = SampleType::kU16;
+}
+
 }  // namespace
 
 DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest& request) {
@@ -89,7 +101,9 @@ DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest&
   image.darkIsHigh = photometric == "MONOCHROME1";
   const std::size_t available = frameCount(image.file->dataset());
   image.frames = framesWanted(request, available);
-  image.slice.convertSamples = !request.stored;
+  const ModalityTable table(image.file->dataset());
+  const bool throughTable = image.monochrome && !request.stored && table.differsInWidth();
+  image.slice.convertSamples = !request.stored && !throughTable;
 
   const bool wholeFile = image.frames.count() == available || !rangeRoadIsExact(image, request);
   decodeInto(image, wholeFile);
@@ -97,6 +111,9 @@ DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest&
     throw Failure("has an image without pixels");
   }
   image.samples = framesOf(image, request.stored);
+  if (throughTable) {
+    convertThrough(table, image);
+  }
   return image;
 }
 

@@ -5,7 +5,9 @@
 #include "FrameRange.h"
 #include "SampleArray.h"
 
+#include <ktlib/KtHandle.h>
 #include <zrdcmexport/ZrSliceImage.h>
+#include <zrvolren/ZrDataAccess.h>
 
 #include <filesystem>
 #include <memory>
@@ -22,11 +24,12 @@ struct DecodeRequest {
 
 /// Decoded frames together with everything they point into.
 struct DecodedImage {
-  std::unique_ptr<DicomFile> file;  ///< may own the samples, so it lives as long as they do
-  Zrg::SliceImage slice;            ///< attributes and pixel memory
-  SampleArray samples;              ///< the frames asked for, nothing else
-  FrameRange frames{0, 0};          ///< their numbers in the file
-  int firstHeldFrame = 0;           ///< the frame of the file that the slice's memory begins with
+  std::unique_ptr<DicomFile> file;   ///< may own the samples, so it lives as long as they do
+  Zrg::SliceImage slice;             ///< attributes and pixel memory
+  KtHandle<ZrDataAccess> converted;  ///< samples of its own when the slice's could not be used
+  SampleArray samples;               ///< the frames asked for, nothing else
+  FrameRange frames{0, 0};           ///< their numbers in the file
+  int firstHeldFrame = 0;            ///< the frame of the file that the slice's memory begins with
   bool monochrome = false;
   bool darkIsHigh = false;  ///< MONOCHROME1: the highest value is shown black
 };

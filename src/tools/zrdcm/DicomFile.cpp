@@ -48,7 +48,8 @@ bool beginsLikeDataset(const std::array<unsigned char, 132>& start) {
   return group >= 0x0002 && group <= kLastPlausibleGroup && group % 2 == 0;
 }
 
-void refuseForeignContent(const fs::path& path) {
+// Whether the preamble says DICOM; content that cannot be a dataset either is refused.
+bool hasPreamble(const fs::path& path) {
   std::ifstream stream(path, std::ios::binary);
   if (!stream) {
     throw Failure(std::string("cannot be opened: ") + std::strerror(errno));
@@ -58,10 +59,13 @@ void refuseForeignContent(const fs::path& path) {
   if (stream.gcount() == 0) {
     throw Failure("is empty");
   }
-  const bool hasPreamble = std::memcmp(start.data() + 128, "DICM", 4) == 0;
-  if (!hasPreamble && (stream.gcount() < 8 || !beginsLikeDataset(start))) {
+  if (std::memcmp(start.data() + 128, "DICM", 4) == 0) {
+    return true;
+  }
+  if (stream.gcount() < 8 || !beginsLikeDataset(start)) {
     throw Failure("is not a DICOM file");
   }
+  return false;
 }
 
 // Bytes that only look like elements at the start parse into elements that nobody knows.
@@ -80,15 +84,16 @@ bool holdsKnownAttributes(DcmDataset& dataset) {
 
 DicomFile::DicomFile(const fs::path& path) : path_(path), format_(new DcmFileFormat) {
   refuseWhatIsNoFile(path);
-  refuseForeignContent(path);
+  const bool saysDicom = hasPreamble(path);
   if (nestsTooDeeply(path)) {
     throw Failure("nests sequences too deeply to be read safely");
   }
   const OFCondition loaded = format_->loadFile(OFFilename(path.c_str()), EXS_Unknown);
   if (loaded.bad()) {
-    throw Failure(std::string("is damaged or no DICOM file: ") + loaded.text());
+    throw Failure(std::string(saysDicom ? "is damaged: " : "is damaged or no DICOM file: ") +
+                  loaded.text());
   }
-  if (!holdsKnownAttributes(dataset())) {
+  if (!saysDicom && !holdsKnownAttributes(dataset())) {
     throw Failure("is not a DICOM file");
   }
 }

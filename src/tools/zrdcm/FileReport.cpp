@@ -5,6 +5,7 @@
 
 #include "DicomFile.h"
 #include "Failure.h"
+#include "ModalityTable.h"
 #include "Numbers.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
@@ -109,6 +110,7 @@ void addImage(Json& report, const DicomFile& file) {
   const bool whole = isMonochrome(photometricInterpretation(file));
   const std::size_t frames = frameCount(file.dataset());
   Zrg::SliceImage slice;
+  slice.convertSamples = !ModalityTable(file.dataset()).differsInWidth();
   std::string error;
   if (!slice.process(file.dataset(), error, whole ? -1 : 0, whole ? -1 : 0, nullptr, 0)) {
     throw Failure(error);

@@ -13,7 +13,7 @@
 #include "Verb.h"
 
 #include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dcdeftag.h"
+#include "dcmtk/dcmdata/dctk.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -128,14 +128,27 @@ double positiveNumber(DcmItem& item, const DcmTagKey& key) {
   return value > 0 ? value : NrrdHeader::kUnknown;
 }
 
+// Between the middles of neighbouring frames; the thickness of a slice is the last resort, because
+// slices may overlap or leave gaps.
+double frameSpacing(DcmItem& item) {
+  const double betweenSlices = positiveNumber(item, DCM_SpacingBetweenSlices);
+  if (!std::isnan(betweenSlices)) {
+    return betweenSlices;
+  }
+  Float64 first = 0;
+  Float64 second = 0;
+  if (item.findAndGetFloat64(DCM_GridFrameOffsetVector, first, 0).good() &&
+      item.findAndGetFloat64(DCM_GridFrameOffsetVector, second, 1).good() && second != first) {
+    return std::abs(second - first);
+  }
+  return positiveNumber(item, DCM_SliceThickness);
+}
+
 NrrdHeader nrrdHeader(const DecodedImage& image) {
   DcmItem& item = image.file->dataset();
   NrrdHeader header;
-  const double betweenSlices = positiveNumber(item, DCM_SpacingBetweenSlices);
-  header.spacingMm = {
-      static_cast<double>(image.slice.pixelSpacing.x),
-      static_cast<double>(image.slice.pixelSpacing.y),
-      std::isnan(betweenSlices) ? positiveNumber(item, DCM_SliceThickness) : betweenSlices};
+  header.spacingMm = {static_cast<double>(image.slice.pixelSpacing.x),
+                      static_cast<double>(image.slice.pixelSpacing.y), frameSpacing(item)};
   header.content = image.file->path().filename().string();
   if (image.monochrome) {
     const KtVec2f line = image.slice.result_MOD_LUT();

@@ -194,7 +194,7 @@ Phantom petPalette(unsigned number) {
 
 Phantom doseVolume(unsigned number) {
   PhantomBuilder builder(UID_RTDoseStorage, "RTDOSE", "Dose grid", number);
-  builder.withAxialPlane(3, 3, kDoseSize);
+  builder.withAxialPlane(3, 5, kDoseSize);
   builder.with(DCM_DoseUnits, "GY").with(DCM_DoseType, "PHYSICAL");
   builder.with(DCM_DoseSummationType, "PLAN").with(DCM_DoseGridScaling, "0.001");
   builder.with(DCM_FrameIncrementPointer, "(3004,000c)");
