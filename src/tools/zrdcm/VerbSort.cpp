@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// zrdcm sort: the files of a series in order, and copies of them numbered in that order.
+#include "ExitStatus.h"
+#include "Failure.h"
+#include "Messages.h"
+#include "OutputFile.h"
+#include "Progress.h"
+#include "SeriesCopy.h"
+#include "SeriesOrder.h"
+#include "Verb.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zrdcm {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kFooter =
+    R"(The first of these criteria that tells two files apart decides; those in brackets
+only when LIST names them:
+  image-type (within a series), [echo-time], [vendor-indices], [temporal-position], [rpeak-delay],
+  slice-thickness, [cardiac-phase], [volume-uid], instance-number
+
+Where nothing decides, files stay in the order in which they were given. With vendor-indices that
+is the case for files that lack (2005,1413) and agree in (2005,1412): each counts as coming after
+the other, and no later criterion is asked. Echo times up to 0.01 ms apart and slice thicknesses up
+to 0.001 mm apart count as equal, so that a chain of such values may have several right orders; the
+order then depends on the order given.
+
+--json adds to each file the criterion that puts the file before it first (decidedBy); it is null for
+the first file and where nothing decides.
+
+--copy writes 0001.dcm, 0002.dcm, ... with that position as Instance Number. The number that a file
+had goes to the private element OriginalInstanceNumber, if that place is free; all else, the SOP
+Instance UID too, stays as it was. Files that cannot be read are left out, and the exit status is 1.
+
+Examples:
+  zrdcm sort series/*.dcm
+  zrdcm sort --by temporal-position,rpeak-delay --copy ordered series/*.dcm)";
+
+struct SortOptions {
+  std::vector<std::string> files;
+  std::string by;
+  std::string copyFolder;
+  bool json = false;
+};
+
+/// The files that could be read; the others are complained of.
+struct ReadSeries {
+  std::vector<SeriesImage> images;
+  int status = kDone;
+};
+
+ReadSeries readSeries(const std::vector<std::string>& files) {
+  ReadSeries series;
+  Progress progress("reading", files.size());
+  for (const std::string& file : files) {
+    try {
+      series.images.emplace_back(file);
+    } catch (const Failure& failure) {
+      progress.clear();
+      complain(file + ": " + failure.what());
+      series.status = kFailed;
+    }
+    progress.advance();
+  }
+  return series;
+}
+
+void writeCopies(const std::vector<SeriesImage>& images, const fs::path& folder) {
+  std::vector<fs::path> files;
+  files.reserve(images.size());
+  for (const SeriesImage& image : images) {
+    files.push_back(image.path());
+  }
+  createFolder(folder);
+  refuseToReplace(files, folder);
+  Progress progress("copying", files.size());
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    copyRenumbered(files[i], i + 1, copyPath(folder, i + 1, files.size()));
+    progress.advance();
+  }
+}
+
+Json report(const std::vector<SeriesImage>& images, const SortOptions& options,
+            const OrderSwitches& switches) {
+  Json list = Json::array();
+  for (std::size_t i = 0; i < images.size(); ++i) {
+    const std::optional<std::string> criterion =
+        i > 0 ? decidingCriterion(images[i - 1], images[i], switches) : std::nullopt;
+    Json entry = {{"file", images[i].path().string()},
+                  {"decidedBy", criterion ? Json(*criterion) : Json(nullptr)}};
+    if (!options.copyFolder.empty()) {
+      entry["copy"] = copyPath(options.copyFolder, i + 1, images.size()).string();
+    }
+    list.push_back(std::move(entry));
+  }
+  return list;
+}
+
+int sortFiles(const SortOptions& options) {
+  const OrderSwitches switches = parseOrderSwitches(options.by);
+  ReadSeries series = readSeries(options.files);
+  sortSeries(series.images, switches);
+  if (!options.copyFolder.empty()) {
+    writeCopies(series.images, options.copyFolder);
+  }
+  if (options.json) {
+    sayJson(report(series.images, options, switches));
+  } else {
+    for (const SeriesImage& image : series.images) {
+      say(image.path().string());
+    }
+  }
+  return series.status;
+}
+
+}  // namespace
+
+VerbAction configureSort(CLI::App& command) {
+  auto options = std::make_shared<SortOptions>();
+  command.add_option("files", options->files, "The DICOM files of a series")
+      ->type_name("FILE")
+      ->required();
+  command
+      .add_option("--by", options->by,
+                  "Criteria to switch on, separated by commas: vendor-indices, temporal-position, "
+                  "rpeak-delay, echo-time, volume-uid, cardiac-phase")
+      ->type_name("LIST");
+  command.add_option("--copy", options->copyFolder, "Copy the files in order into this folder")
+      ->type_name("DIR");
+  command.add_flag("--json", options->json, "Print an array of objects, one a file");
+  command.footer(kFooter);
+  return [options] { return sortFiles(*options); };
+}
+
+}  // namespace zrdcm
