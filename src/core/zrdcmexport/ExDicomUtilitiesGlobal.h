@@ -61,11 +61,11 @@ namespace ExDicomUtilities {
 [[nodiscard]] inline KtResult internalCheck(bool holds, const char* condition, const char* file,
                                             int line = __builtin_LINE()) {
   if (holds) {
-    return KtResult();
+    return {};
   }
   const std::string source = std::string("src/core/zrdcmexport/") + file + ":<unknown function>";
   const std::string text = std::string("cond[") + condition + "]";
-  return KtResult(2, line, source.c_str(), "Internal Error", text.c_str());
+  return {2, line, source.c_str(), "Internal Error", text.c_str()};
 }
 
 /// Does an internal check and reports a failure through Zr::fail.

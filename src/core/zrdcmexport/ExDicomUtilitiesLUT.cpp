@@ -21,7 +21,7 @@ bool isOneOrThree(unsigned nDataVar) {
 // A container of `entryCount` entries that holds the first values of an array.
 KtHandle<ZrDataAccess> makeEntries(long long entryCount, KtPrimType type, unsigned nComponents,
                                    const void* values) {
-  const KtHandle<ZrDataAccess> entries(
+  KtHandle<ZrDataAccess> entries(
       new ZrDataAccess(KtVec3l(entryCount, 1, 1), type, nComponents, kOwning));
   if (entries->hasData()) {
     std::memcpy(entries->dataPtr(0), values, static_cast<std::size_t>(entries->size()));

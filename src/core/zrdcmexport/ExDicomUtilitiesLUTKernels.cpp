@@ -84,7 +84,8 @@ void isolate(const Isolation<T>& isolation, T* samples, long long count,
   constexpr int kMostRight = static_cast<int>(kWidth<T>) - 1;
   static constexpr std::array<Loop, sizeof...(kIndices)> kLoops = {
       &isolateWith<kIndices - kMostRight, T>...};
-  kLoops[static_cast<std::size_t>(isolation.netShift + kMostRight)](isolation, samples, count);
+  const int loop = isolation.netShift + kMostRight;
+  kLoops[static_cast<std::size_t>(loop)](isolation, samples, count);
 }
 
 template <class T>
@@ -202,13 +203,17 @@ void runAction(const SampleConversion& conversion, const Src* source, Dst* targe
 template <class Src, class Dst>
 void lookUpThree(const SampleConversion& conversion, const Src* source, Dst* target,
                  long long count) {
-  if (conversion.bits.masks) {
-    if constexpr (std::is_unsigned_v<Src>) {
-      runAction<Src, Dst, false, true>(conversion, source, target, count);
-    }
-  } else if (!conversion.bits.shifts()) {
+  if (!conversion.bits.masks && !conversion.bits.shifts()) {
     lookUp<3>(conversion.table, source, target, count);
-  } else if constexpr (std::is_same_v<Src, unsigned char>) {
+    return;
+  }
+  if constexpr (std::is_unsigned_v<Src>) {
+    if (conversion.bits.masks) {
+      runAction<Src, Dst, false, true>(conversion, source, target, count);
+      return;
+    }
+  }
+  if constexpr (std::is_same_v<Src, unsigned char>) {
     lookUpIsolated<3>(conversion, source, target, count);
   } else if constexpr (std::is_same_v<Src, signed char>) {
     runAction<char, Dst, true, false>(conversion, reinterpret_cast<const char*>(source), target,

@@ -118,7 +118,7 @@ KtResult readDescriptor(Wex::Item& container, const DcmTagKey& tag, Descriptor& 
   OFString text;
   isThere = container.findAndGetOFStringArray(tag, text).good();
   if (!isThere) {
-    return KtResult();
+    return {};
   }
   const int numFields = std::sscanf(text.c_str(), "%d\\%d\\%d", &descriptor.numEntries,
                                     &descriptor.firstMapped, &descriptor.bits);

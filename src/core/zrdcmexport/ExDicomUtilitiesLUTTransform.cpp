@@ -207,8 +207,7 @@ KtResult extractSample_applyLUT_makeUnsigned(const KtHandle<ZrDataAccess>& inout
                       "inoutSourceData->primType().isInteger()", kSourceFile)) {
     return KtResult::makeBad(1);
   }
-  // Owners of our own: the two parameters may be one and the same handle.
-  const KtHandle<ZrDataAccess> source = inoutSourceData;
+  const KtHandle<ZrDataAccess>& source = inoutSourceData;
   const TargetForm form = targetFormOf(*source, lut);
   const KtHandle<ZrDataAccess> target = chooseTarget(source, outTargetData, form, allowInPlace);
   if (target.isNull()) {
@@ -237,7 +236,7 @@ KtResult extractSample_applyLUT_makeUnsigned(const KtHandle<ZrDataAccess>& inout
     offset = frames > 0 ? detail::signOffset(conversion) : 0;
   }
   target->setPrimType(form.type);
-  return KtResult();
+  return {};
 }
 
 }  // namespace ExDicomUtilities
