@@ -2,7 +2,9 @@
 
 #include <gx/GxParamBase.h>
 
-GxParamBase::GxParamBase(const KtString& name) : name_(name) {}
+#include <utility>
+
+GxParamBase::GxParamBase(KtString name) : name_(std::move(name)) {}
 
 GxParamBase::~GxParamBase() = default;
 

@@ -7,7 +7,7 @@
 /// What parameters and bundles of parameters have in common: a name.
 class GX_API GxParamBase {
 public:
-  explicit GxParamBase(const KtString& name);
+  explicit GxParamBase(KtString name);
   virtual ~GxParamBase();
   GxParamBase(const GxParamBase&) = delete;
   GxParamBase& operator=(const GxParamBase&) = delete;

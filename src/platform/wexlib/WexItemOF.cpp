@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// DCMTK items behind the item interface. Most reads are DCMTK's own; what is added are neutral
-// outputs after a failure, a guard against elements that only pretend to be sequences, and the
-// search for the transfer syntax.
+// DCMTK items behind the item interface. Most reads are DCMTK's own, which sets outputs to neutral
+// values when it fails; what is added is a guard against elements that only pretend to be sequences,
+// and the search for the transfer syntax.
 
 #include <wexlib/WexItemOF.h>
 
@@ -54,22 +54,12 @@ OFCondition Wex::ItemOF::findAndGetUint16(const DcmTagKey& tag, Uint16& value, u
 
 OFCondition Wex::ItemOF::findAndGetUint8Array(const DcmTagKey& tag, const Uint8*& values,
                                               unsigned long& count) {
-  const OFCondition status = item_.findAndGetUint8Array(tag, values, &count);
-  if (status.bad() || values == nullptr) {
-    values = nullptr;
-    count = 0;
-  }
-  return status;
+  return item_.findAndGetUint8Array(tag, values, &count);
 }
 
 OFCondition Wex::ItemOF::findAndGetUint16Array(const DcmTagKey& tag, const Uint16*& values,
                                                unsigned long& count) {
-  const OFCondition status = item_.findAndGetUint16Array(tag, values, &count);
-  if (status.bad() || values == nullptr) {
-    values = nullptr;
-    count = 0;
-  }
-  return status;
+  return item_.findAndGetUint16Array(tag, values, &count);
 }
 
 OFCondition Wex::ItemOF::findAndGetSequenceItem(const DcmTagKey& tag, std::unique_ptr<Item>& item,

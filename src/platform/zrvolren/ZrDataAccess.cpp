@@ -30,12 +30,18 @@ unsigned long long bytesOfAllSamples(const KtVec3l& dims, KtPrimType type, unsig
   return bytes;
 }
 
+// Addresses inside a block are differences of pointers, which are signed.
+bool isAddressable(unsigned long long bytes) {
+  return bytes > 0 &&
+         bytes <= static_cast<unsigned long long>(std::numeric_limits<std::ptrdiff_t>::max());
+}
+
 KtVec3l contiguousStrides(const KtVec3l& dims, KtPrimType type, unsigned nDataVar) {
-  if (bytesOfAllSamples(dims, type, nDataVar) == 0) {
-    return KtVec3l{0, 0, 0};
+  if (!isAddressable(bytesOfAllSamples(dims, type, nDataVar))) {
+    return {};
   }
   const auto pixel = static_cast<long long>(bytesOfPixel(type, nDataVar));
-  return KtVec3l{pixel, pixel * dims.x, pixel * dims.x * dims.y};
+  return {pixel, pixel * dims.x, pixel * dims.x * dims.y};
 }
 
 }  // namespace
@@ -55,10 +61,7 @@ ZrDataAccess::ZrDataAccess(const KtVec3l& dims, KtPrimType type, unsigned nDataV
       type_(type),
       nDataVar_(nDataVar) {
   const unsigned long long bytes = size();
-  // Addresses inside are differences of pointers, which are signed.
-  constexpr auto kMostBytes =
-      static_cast<unsigned long long>(std::numeric_limits<std::ptrdiff_t>::max());
-  if (!allocator.isOwning() || bytes == 0 || bytes > kMostBytes) {
+  if (!allocator.isOwning() || !isAddressable(bytes)) {
     return;
   }
   // calloc: answers null instead of throwing, and no stale memory shows through.

@@ -50,7 +50,7 @@ public:
   /// Columns, rows and frames as given at construction, also when there is no data.
   [[nodiscard]] const KtVec3l& dims() const { return dims_; }
   /// Bytes from pixel to pixel, row to row and frame to frame; (0, 0, 0) in a container of its own
-  /// memory whose size overflows.
+  /// memory whose size is 0 or more than pointers can span.
   [[nodiscard]] const KtVec3l& strides() const { return strides_; }
   /// Pixel (0, 0) of frame `z`; null when there is no data or no such frame.
   [[nodiscard]] void* dataPtr(long long z);

@@ -19,7 +19,7 @@ void visitSampleRuns(const ZrDataAccess& samples, const Visitor& visit) {
   const KtVec3l& strides = samples.strides();
   const std::size_t pixelBytes =
       std::size_t{samples.primType().primTypeSize()} * samples.nDataVar();
-  const bool rowsAreSolid = dims.x == 1 || strides.x == static_cast<long long>(pixelBytes);
+  const bool rowsAreSolid = strides.x == static_cast<long long>(pixelBytes);
   for (long long z = 0; z < dims.z; ++z) {
     const auto* const frame = static_cast<const unsigned char*>(samples.dataPtr(z));
     for (long long y = 0; y < dims.y; ++y) {

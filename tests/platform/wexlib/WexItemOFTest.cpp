@@ -260,6 +260,25 @@ TEST(ItemArrays, OfMissingElementsAreBad) {
   EXPECT_EQ(item.findAndGetUint16Array(DCM_LUTData, words, count), EC_TagNotFound);
 }
 
+TEST(ItemArrays, OfCompressedPixelDataAreBadNullAndZero) {
+  const auto dataset = support::compress(*smallImage().build(), EXS_RLELossless);
+  Wex::ItemOF item(*dataset);
+  const Uint8 byteBefore = 1;
+  const Uint16 wordBefore = 1;
+  const Uint8* bytes = &byteBefore;
+  const Uint16* words = &wordBefore;
+  unsigned long byteCount = 99;
+  unsigned long wordCount = 99;
+
+  EXPECT_TRUE(item.findAndGetUint8Array(DCM_PixelData, bytes, byteCount).bad());
+  EXPECT_TRUE(item.findAndGetUint16Array(DCM_PixelData, words, wordCount).bad());
+
+  EXPECT_EQ(bytes, nullptr);
+  EXPECT_EQ(words, nullptr);
+  EXPECT_EQ(byteCount, 0U);
+  EXPECT_EQ(wordCount, 0U);
+}
+
 // ---- sequences
 
 class ItemSequence : public testing::Test {

@@ -91,6 +91,7 @@ const WithoutSamples kWithoutSamples[] = {
     {"NoColumns", {0, 3, 2}, KtPrimType::U8, 1, 0},
     {"NegativeRows", {4, -3, 2}, KtPrimType::U8, 1, 0},
     {"TwoNegativeDimensions", {-4, -3, 2}, KtPrimType::U8, 1, 0},
+    {"MinusOneRow", {1, -1, 1}, KtPrimType::U8, 1, 0},
     {"NoFrames", {4, 3, 0}, KtPrimType::U8, 1, 0},
     {"NoValues", {4, 3, 2}, KtPrimType::U8, 0, 0},
     {"UnknownType", {4, 3, 2}, static_cast<KtPrimType::Code>(77), 1, 0},
@@ -100,6 +101,7 @@ const WithoutSamples kWithoutSamples[] = {
     {"ValuesOverflow", {k2To40, 1, 1}, KtPrimType::U8, 1U << 24, 0},
     {"LargestDimensions", {kMost, kMost, kMost}, KtPrimType::F64, 0xFFFFFFFFU, 0},
     {"MoreThanPointersSpan", {k2To40, k2To20, 8}, KtPrimType::U8, 1, 1ULL << 63},
+    {"FrameBeyondPointers", {k2To40, 1LL << 23, 1}, KtPrimType::U8, 1, 1ULL << 63},
     {"MoreThanTheMachineHas", {k2To40, k2To20, 1}, KtPrimType::U8, 1, 1ULL << 60}};
 
 class ContainerWithoutSamples : public testing::TestWithParam<WithoutSamples> {};
@@ -113,6 +115,18 @@ TEST_P(ContainerWithoutSamples, SaysSo) {
   EXPECT_EQ(container->size(), row.size);
   EXPECT_EQ(container->dataPtr(0), nullptr);
   EXPECT_EQ(container->dims(), row.dims);
+}
+
+TEST_P(ContainerWithoutSamples, SaysSoWhenItWraps) {
+  const WithoutSamples& row = GetParam();
+  std::uint8_t sample = 0;
+
+  const ZrDataAccess view(row.dims, KtVec3l(), row.size == 0 ? &sample : nullptr, row.type,
+                          row.nDataVar, kWrapping);
+
+  EXPECT_FALSE(view.hasData());
+  EXPECT_EQ(view.size(), row.size);
+  EXPECT_EQ(view.dataPtr(0), nullptr);
 }
 
 TEST_P(ContainerWithoutSamples, ClonesToOneWithoutSamples) {
@@ -139,13 +153,6 @@ TEST(WrappedSamples, AreNotThereForANullPointer) {
   EXPECT_FALSE(view.hasData());
   EXPECT_EQ(view.dataPtr(0), nullptr);
   EXPECT_EQ(view.size(), 2U);
-}
-
-TEST(WrappedSamples, AreNotThereWhenTheirSizeOverflows) {
-  std::uint8_t sample = 0;
-  const ZrDataAccess view({k2To40, k2To40, 1}, {0, 0, 0}, &sample, KtPrimType::U8, 1, kWrapping);
-
-  EXPECT_FALSE(view.hasData());
 }
 
 TEST(WrappedSamples, StayWhereTheyAre) {
@@ -305,6 +312,13 @@ TEST(Hash, DependsOnOrderOfDimensionsTypeAndValues) {
   EXPECT_NE(owned({3, 1, 2}, KtPrimType::U8, 1)->hash(), hash);
   EXPECT_NE(owned({3, 2, 1}, KtPrimType::S8, 1)->hash(), hash);
   EXPECT_NE(owned({1, 2, 1}, KtPrimType::U8, 3)->hash(), hash);
+}
+
+TEST(Hash, DependsOnTheNumberOfValuesWithoutSamplesToo) {
+  const ZrDataAccess one({3, 2, 1}, KtPrimType::U8, 1, kWrapping);
+  const ZrDataAccess three({3, 2, 1}, KtPrimType::U8, 3, kWrapping);
+
+  EXPECT_NE(one.hash(), three.hash());
 }
 
 TEST(Hash, DependsOnEverySample) {

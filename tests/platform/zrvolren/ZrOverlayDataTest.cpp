@@ -342,6 +342,16 @@ TEST_F(OverlayData, HasNoPixelsOutsideOfTheMask) {
   EXPECT_FALSE(overlays_.test(0, INT_MAX, INT_MAX));
 }
 
+TEST_F(OverlayData, HasNoPixelsWhereTheMaskGoesOnBehindItsSize) {
+  KtBitfield mask;
+  mask.resize(96, KtBitfield::SET);
+  const int index = overlays_.addOverlayData({0, 0}, {20, 2}, mask, 0);
+
+  EXPECT_TRUE(overlays_.test(index, 19, 1));
+  EXPECT_FALSE(overlays_.test(index, 20, 1));
+  EXPECT_FALSE(overlays_.test(index, 19, 2));
+}
+
 TEST_F(OverlayData, HasNoPixelsWhereTheMaskIsTooShort) {
   KtBitfield mask;
   mask.resize(32, KtBitfield::SET);
