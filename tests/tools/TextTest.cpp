@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// zrdcm text: values as text, and why some have none.
+#include "support/DatasetBuilder.h"
+#include "support/TempDir.h"
+#include "tools/ZrdcmRunner.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using nlohmann::json;
+using support::DatasetBuilder;
+using testing::HasSubstr;
+using testing::StartsWith;
+using tools::Outcome;
+using tools::runZrdcm;
+
+std::vector<Uint8> bytesOf(const std::string& text) {
+  return {text.begin(), text.end()};
+}
+
+class ZrdcmText : public testing::Test {
+protected:
+  // A file with text, words, bytes, a sequence and private elements of UN.
+  ZrdcmText() : file_(folder_.file("values.dcm").string()) {
+    const auto dataset = DatasetBuilder()
+                             .with(DCM_SOPClassUID, "1.2")
+                             .with(DCM_SOPInstanceUID, "1.2.3")
+                             .with(DCM_PatientID, "ID 7")
+                             .with(DCM_PatientComments, "two\nlines")
+                             .with(DCM_ImageType, "ORIGINAL\\PRIMARY")
+                             .withUint16s(DCM_Rows, {512})
+                             .withBytes(DCM_StudyID, bytesOf("STUDY1"), EVR_UN)
+                             .withBytes(DCM_Columns, {1, 0}, EVR_UN)
+                             .withBytes(DCM_EncapsulatedDocument, {1, 2, 3, 4}, EVR_OB)
+                             .withWords(DCM_RETIRED_TrianglePointIndexList, {0xffff, 2, 0, 0x3fc0})
+                             .withItem(DCM_SourceImageSequence, DatasetBuilder())
+                             .with(DcmTagKey(0x7005, 0x0012), EVR_LO, "TOSHIBA_MEC_CT3")
+                             .withBytes(DcmTagKey(0x7005, 0x1216), bytesOf("1.2.9 "), EVR_UN)
+                             .build();
+    DcmFileFormat format(dataset.get());
+    EXPECT_TRUE(format.saveFile(OFFilename(file_.c_str()), EXS_LittleEndianExplicit).good());
+  }
+
+  Outcome textOf(const std::vector<std::string>& arguments) const {
+    std::vector<std::string> all = {"text", file_};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return runZrdcm(all);
+  }
+
+  void expectText(const std::vector<std::string>& arguments, const std::string& text) const {
+    const Outcome run = textOf(arguments);
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, text + "\n");
+  }
+
+  void expectRefused(const std::vector<std::string>& arguments, int status,
+                     const std::string& message) const {
+    const Outcome run = textOf(arguments);
+    EXPECT_EQ(run.status, status);
+    EXPECT_EQ(run.output, "");
+    EXPECT_THAT(run.errors, StartsWith("zrdcm: " + message));
+  }
+
+  const std::string& file() const { return file_; }
+
+private:
+  support::TempDir folder_;
+  std::string file_;
+};
+
+TEST_F(ZrdcmText, FindsElementsByNumberAndKeyword) {
+  expectText({"0010,0020"}, "ID 7");
+  expectText({"(0010,0020)"}, "ID 7");
+  expectText({"00100020"}, "ID 7");
+  expectText({"PatientID"}, "ID 7");
+}
+
+TEST_F(ZrdcmText, PrintsAllValues) {
+  expectText({"ImageType"}, "ORIGINAL\\PRIMARY");
+  expectText({"Rows"}, "512");
+}
+
+TEST_F(ZrdcmText, PrintsUnknownValuesThatAreText) {
+  expectText({"StudyID"}, "STUDY1");
+}
+
+TEST_F(ZrdcmText, FindsPrivateElementsInTheBlockOfTheirCreator) {
+  expectText({"7005,16,TOSHIBA_MEC_CT3"}, "1.2.9 ");
+  expectText({"7005,xx16,TOSHIBA_MEC_CT3"}, "1.2.9 ");
+  expectText({"7005,1016,TOSHIBA_MEC_CT3"}, "1.2.9 ");
+  expectText({"ToshibaVolumeUID"}, "1.2.9 ");
+  expectText({"7005,1216"}, "1.2.9 ");
+}
+
+TEST_F(ZrdcmText, PrintsWordsAsTheTypeAsked) {
+  expectText({"0066,0023"}, "65535\\2\\0\\16320");
+  expectText({"0066,0023", "--as", "u16"}, "65535\\2\\0\\16320");
+  expectText({"0066,0023", "--as", "s16"}, "-1\\2\\0\\16320");
+  expectText({"0066,0023", "--as", "s32"}, "196607\\1069547520");
+  expectText({"0066,0023", "--as", "f32"}, "2.75505e-40\\1.5");
+  expectText({"0066,0023", "--as", "f64"}, "0.125");
+}
+
+TEST_F(ZrdcmText, KeepsTerminalsSafeFromControlCharacters) {
+  expectText({"PatientComments"}, "two lines");
+}
+
+TEST_F(ZrdcmText, PrintsJsonWithTheTextAsItIs) {
+  const json element = json::parse(textOf({"ToshibaVolumeUID", "--json"}).output);
+
+  EXPECT_EQ(element, (json{{"file", file()},
+                           {"tag", "(7005,1216)"},
+                           {"name", "ToshibaVolumeUID"},
+                           {"vr", "UN"},
+                           {"creator", "TOSHIBA_MEC_CT3"},
+                           {"text", "1.2.9 "}}));
+  EXPECT_EQ(json::parse(textOf({"PatientComments", "--json"}).output)["text"], "two\nlines");
+}
+
+TEST_F(ZrdcmText, SaysWhyAnElementHasNoText) {
+  expectRefused({"EncapsulatedDocument"}, 1,
+                file() + ": (0042,0011) EncapsulatedDocument (OB) has no text form");
+  expectRefused({"SourceImageSequence"}, 1,
+                file() + ": (0008,2112) SourceImageSequence (SQ) has no text form");
+  expectRefused({"Columns"}, 1, file() + ": (0028,0011) Columns (UN) has no text form");
+  expectRefused({"EncapsulatedDocument", "--as", "u16"}, 1,
+                file() + ": (0042,0011) EncapsulatedDocument (OB) cannot be read as 16-bit words");
+  expectRefused({"PatientID", "--as", "u16"}, 1,
+                file() + ": (0010,0020) PatientID (LO) is no OW value, to which --as belongs");
+}
+
+TEST_F(ZrdcmText, SaysThatAnElementIsMissing) {
+  expectRefused({"StudyDate"}, 1, file() + ": has no element StudyDate");
+  expectRefused({"7005,05,TOSHIBA_MEC_CT3"}, 1, file() + ": has no element");
+  expectRefused({"7005,16,SOMEBODY"}, 1, file() + ": has no element");
+}
+
+TEST_F(ZrdcmText, SaysWhichFileCannotBeRead) {
+  const Outcome run = runZrdcm({"text", "nowhere.dcm", "PatientID"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zrdcm: nowhere.dcm: does not exist\n");
+}
+
+TEST_F(ZrdcmText, RefusesWrongUsage) {
+  expectRefused({"NoSuchKeyword"}, 2,
+                "'NoSuchKeyword' is neither the number nor the keyword of an element");
+  expectRefused({"0010"}, 2, "'0010' is neither");
+  EXPECT_EQ(textOf({"PatientID", "--as", "f16"}).status, 2);
+  EXPECT_EQ(runZrdcm({"text", file()}).status, 2);
+}
+
+}  // namespace
