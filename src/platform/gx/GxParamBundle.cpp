@@ -38,17 +38,13 @@ const GxParamBundle* GxParamBundle::childBundle(const char* name) const {
 }
 
 GxParameter& GxParamBundle::addParameter(const KtString& name, const char* text) {
-  auto parameter = std::make_unique<GxParameter>(name, text);
-  GxParameter& added = *parameter;
-  add(std::move(parameter));
-  return added;
+  params_.push_back(std::make_unique<GxParameter>(name, text));
+  return static_cast<GxParameter&>(*params_.back());
 }
 
 GxParamBundle& GxParamBundle::addBundle(const KtString& name) {
-  auto bundle = std::make_unique<GxParamBundle>(name);
-  GxParamBundle& added = *bundle;
-  add(std::move(bundle));
-  return added;
+  params_.push_back(std::make_unique<GxParamBundle>(name));
+  return static_cast<GxParamBundle&>(*params_.back());
 }
 
 void GxParamBundle::add(std::unique_ptr<GxParamBase> param) {
