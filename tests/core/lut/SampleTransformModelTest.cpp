@@ -164,8 +164,9 @@ constexpr Place kPlaces[] = {Place::InPlaceWithTarget, Place::InPlaceWithoutTarg
                              Place::NewTarget, Place::GivenTarget};
 
 TEST_P(SampleTransformModel, AgreesForEveryPlaceOfTheStoredBits) {
-  for (unsigned bitsStored = 0; bitsStored <= width(); ++bitsStored) {
-    for (unsigned highBit = 0; highBit < width(); ++highBit) {
+  const unsigned step = width() == 32 ? 5 : 1;  // 32-bit samples are left alone in any case
+  for (unsigned bitsStored = 0; bitsStored <= width(); bitsStored += step) {
+    for (unsigned highBit = 0; highBit < width(); highBit += step) {
       SCOPED_TRACE(std::to_string(bitsStored) + " bits up to bit " + std::to_string(highBit));
       ModelInput input{GetParam().source, randomCells(45), bitsStored, highBit, randomTable()};
       for (const Place place : kPlaces) {
