@@ -40,6 +40,7 @@ public:
   ~KtHandle() { reset(); }
 
   /// Shares the other handle's object and gives up the own one. Also takes plain pointers.
+  // Copy and swap stands assignment to itself. NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
   KtHandle& operator=(const KtHandle& other) noexcept {
     KtHandle(other).swap(*this);
     return *this;
