@@ -8,6 +8,8 @@
 //   JPEG, frame header    a smaller image than the attributes promise leaves heap contents; a larger
 //                         promise than the stream allocates gigabytes; a marker for temporary use
 //                         makes the search for the header endless
+//   JPEG-LS, all of it    a stream that ends inside its scans is read beyond its end; presets of a
+//                         kind that the decoder does not check make it read outside its buffers
 #include "ZrCodecGuard.h"
 
 #include "ZrCodecStream.h"
@@ -171,9 +173,13 @@ bool CodecGuard::startsJpegImage(unsigned long fragment) const {
 
 /// Bytes that the JPEG image in a fragment fills when its size agrees with the attributes.
 std::optional<unsigned long long> CodecGuard::jpegYield(unsigned long fragment) const {
-  FragmentStream stream(*sequence_, fragment, sequence_->card());
+  unsigned long end = fragment + 1;
+  while (end < sequence_->card() && !startsJpegImage(end)) {
+    ++end;
+  }
+  FragmentStream stream(*sequence_, fragment, end);
   const std::optional<JpegFrameHeader> header =
-      readJpegFrameHeader(stream, codec_ == Codec::JpegLs ? JpegFamily::JpegLs : JpegFamily::Jpeg);
+      codec_ == Codec::JpegLs ? passJpegLsImage(stream) : readJpegFrameHeader(stream);
   if (!header || header->rows != rows_ || header->columns != columns_ ||
       header->components != samplesPerPixel_) {
     return std::nullopt;

@@ -13,6 +13,11 @@
 // payload) and markers without a length, up to the frame header:
 //
 //   length, Uint8 precision, Uint16 rows, Uint16 columns, Uint8 components, ...
+//
+// JPEG-LS adds presets (LSE) and the scans. A byte above 7F behind FF ends the samples of a scan:
+//
+//   LSE   length, Uint8 type; of type 1: Uint16 MAXVAL, T1, T2, T3, RESET
+//   SOS   length, Uint8 n, n x (component, table), Uint8 NEAR, Uint8 interleave mode, Uint8 0
 #include "ZrCodecStream.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -43,6 +48,12 @@ constexpr Uint8 kStartOfImage = 0xD8;
 constexpr Uint8 kEndOfImage = 0xD9;
 constexpr Uint8 kStartOfScan = 0xDA;
 constexpr Uint8 kJpegLsFrame = 0xF7;
+constexpr Uint8 kJpegLsPresets = 0xF8;
+
+constexpr Uint8 kLastStuffedByte = 0x7F;
+constexpr Uint8 kCodingParameters = 1;
+constexpr Uint16 kDefaultReset = 64;
+constexpr Uint8 kPlaneByPlane = 0;
 
 bool readBigEndian16(FragmentStream& stream, Uint16& value) {
   Uint8 high = 0;
@@ -88,10 +99,7 @@ bool passRleStripe(FragmentStream& stream, unsigned long long available,
   return true;
 }
 
-bool isFrameMarker(Uint8 marker, JpegFamily family) {
-  if (family == JpegFamily::JpegLs) {
-    return marker == kJpegLsFrame;
-  }
+bool isFrameMarker(Uint8 marker) {
   return marker >= 0xC0 && marker <= 0xCF && marker != kHuffmanTables && marker != kJpegExtension &&
          marker != kArithmeticConditioning;
 }
@@ -123,24 +131,97 @@ bool readMarker(FragmentStream& stream, Uint8& marker) {
   return true;
 }
 
-std::optional<JpegFrameHeader> readFrameParameters(FragmentStream& stream) {
-  Uint16 length = 0;
-  JpegFrameHeader header{};
-  if (!readBigEndian16(stream, length) || !stream.read(header.precision) ||
-      !readBigEndian16(stream, header.rows) || !readBigEndian16(stream, header.columns) ||
-      !stream.read(header.components)) {
-    return std::nullopt;
-  }
-  return header;
+bool readStartOfImage(FragmentStream& stream) {
+  Uint8 prefix = 0;
+  Uint8 marker = 0;
+  return stream.read(prefix) && prefix == kMarkerPrefix && stream.read(marker) &&
+         marker == kStartOfImage;
 }
 
-bool skipSegment(FragmentStream& stream) {
-  Uint16 length = 0;
-  if (!readBigEndian16(stream, length) || length < sizeof(length)) {
-    return false;
+/// A marker segment: what its length leaves for the payload.
+class Segment {
+public:
+  explicit Segment(FragmentStream& stream) : stream_(stream) {
+    Uint16 length = 0;
+    good_ = readBigEndian16(stream, length) && length >= sizeof(length);
+    left_ = good_ ? length - sizeof(length) : 0;
   }
-  const unsigned long long payload = length - sizeof(length);
-  return stream.skip(payload) == payload;
+
+  bool read(Uint8& value) { return take(sizeof(value)) && stream_.read(value); }
+  bool read(Uint16& value) { return take(sizeof(value)) && readBigEndian16(stream_, value); }
+  bool skip(unsigned long long count) { return take(count) && stream_.skip(count) == count; }
+  /// Skips what is left; false when the segment reaches beyond the stream.
+  bool skipRest() { return skip(left_); }
+
+private:
+  bool take(unsigned long long count) {
+    good_ = good_ && count <= left_;
+    left_ -= good_ ? count : 0;
+    return good_;
+  }
+
+  FragmentStream& stream_;
+  bool good_ = false;
+  unsigned long long left_ = 0;
+};
+
+bool readFrameHeader(Segment& segment, JpegFrameHeader& header) {
+  return segment.read(header.precision) && segment.read(header.rows) &&
+         segment.read(header.columns) && segment.read(header.components);
+}
+
+/// Presets with a RESET of their own take the decoder another way, where it trusts MAXVAL and takes
+/// interleaved samples for single ones.
+bool readPresets(Segment& segment) {
+  Uint8 type = 0;
+  if (!segment.read(type) || type != kCodingParameters) {
+    return segment.skipRest();
+  }
+  constexpr unsigned long long kThresholds = 4 * sizeof(Uint16);
+  Uint16 reset = 0;
+  return segment.skip(kThresholds) && segment.read(reset) &&
+         (reset == 0 || reset == kDefaultReset) && segment.skipRest();
+}
+
+bool readScanHeader(FragmentStream& stream, Uint8& interleaveMode) {
+  Segment segment(stream);
+  Uint8 components = 0;
+  Uint8 near = 0;
+  return segment.read(components) && segment.skip(2ULL * components) && segment.read(near) &&
+         segment.read(interleaveMode) && segment.skipRest();
+}
+
+/// Skips coded samples and takes the marker that ends them.
+bool readMarkerBehindScan(FragmentStream& stream, Uint8& marker) {
+  Uint8 byte = 0;
+  marker = 0;
+  while (stream.read(byte)) {
+    if (marker == kMarkerPrefix && byte > kLastStuffedByte) {
+      marker = byte;
+      return true;
+    }
+    marker = byte;
+  }
+  return false;
+}
+
+/// Passes all scans, the first of whose markers has just been taken.
+bool passJpegLsScans(FragmentStream& stream, unsigned int components) {
+  unsigned int scans = 1;
+  for (unsigned int scan = 0; scan < scans; ++scan) {
+    Uint8 interleaveMode = 0;
+    Uint8 marker = 0;
+    if (!readScanHeader(stream, interleaveMode) || !readMarkerBehindScan(stream, marker)) {
+      return false;
+    }
+    if (scan == 0 && interleaveMode == kPlaneByPlane) {
+      scans = components;
+    }
+    if (scan + 1 < scans && marker != kStartOfScan) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace
@@ -221,22 +302,52 @@ bool passRleFrame(FragmentStream& stream, const RleLayout& layout) {
   return true;
 }
 
-std::optional<JpegFrameHeader> readJpegFrameHeader(FragmentStream& stream, JpegFamily family) {
-  Uint8 prefix = 0;
+std::optional<JpegFrameHeader> readJpegFrameHeader(FragmentStream& stream) {
   Uint8 marker = 0;
-  if (!stream.read(prefix) || prefix != kMarkerPrefix || !stream.read(marker) ||
-      marker != kStartOfImage) {
+  if (!readStartOfImage(stream)) {
     return std::nullopt;
   }
   while (readMarker(stream, marker)) {
-    if (isFrameMarker(marker, family)) {
-      return readFrameParameters(stream);
+    if (endsSearch(marker)) {
+      return std::nullopt;
     }
-    if (endsSearch(marker) || (!standsAlone(marker) && !skipSegment(stream))) {
+    if (standsAlone(marker)) {
+      continue;
+    }
+    Segment segment(stream);
+    if (isFrameMarker(marker)) {
+      JpegFrameHeader header{};
+      return readFrameHeader(segment, header) ? std::optional(header) : std::nullopt;
+    }
+    if (!segment.skipRest()) {
       return std::nullopt;
     }
   }
   return std::nullopt;
+}
+
+std::optional<JpegFrameHeader> passJpegLsImage(FragmentStream& stream) {
+  Uint8 marker = 0;
+  if (!readStartOfImage(stream)) {
+    return std::nullopt;
+  }
+  std::optional<JpegFrameHeader> header;
+  while (readMarker(stream, marker) && marker != kStartOfScan) {
+    if (endsSearch(marker) || standsAlone(marker)) {
+      return std::nullopt;
+    }
+    Segment segment(stream);
+    bool whole = true;
+    if (marker == kJpegLsFrame) {
+      whole = readFrameHeader(segment, header.emplace()) && segment.skipRest();
+    } else {
+      whole = marker == kJpegLsPresets ? readPresets(segment) : segment.skipRest();
+    }
+    if (!whole) {
+      return std::nullopt;
+    }
+  }
+  return header && passJpegLsScans(stream, header->components) ? header : std::nullopt;
 }
 
 }  // namespace Zrg

@@ -73,14 +73,19 @@ struct JpegFrameHeader {
   Uint8 components;  ///< samples of a pixel
 };
 
-enum class JpegFamily { Jpeg, JpegLs };
-
 /// Reads the frame header of the JPEG image that starts where the stream stands.
 ///
 /// @return nothing when the scan, the end of the image or a byte that is no marker comes first, or
 ///         when the stream is one that the decoder's own search for the header does not survive.
-/// @see ITU-T T.81 B.2 (marker segments), ITU-T T.87 C.2 (JPEG-LS)
-[[nodiscard]] std::optional<JpegFrameHeader> readJpegFrameHeader(FragmentStream& stream,
-                                                                 JpegFamily family);
+/// @see ITU-T T.81 B.2 (marker segments)
+[[nodiscard]] std::optional<JpegFrameHeader> readJpegFrameHeader(FragmentStream& stream);
+
+/// Walks the JPEG-LS image that starts where the stream stands, without decoding: to the marker
+/// behind its last scan.
+///
+/// @return its frame header; nothing when a segment or a scan is not there as a whole, or when it
+///         has coding parameters that make the decoder read outside its buffers.
+/// @see ITU-T T.87 Annex C (JPEG-LS bit stream)
+[[nodiscard]] std::optional<JpegFrameHeader> passJpegLsImage(FragmentStream& stream);
 
 }  // namespace Zrg

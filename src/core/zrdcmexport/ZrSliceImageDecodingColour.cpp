@@ -130,6 +130,11 @@ bool openDocument(SliceImage& slice, const Task& task, Rendering& rendering,
   return true;
 }
 
+/// Bytes of a frame of interleaved RGB, which is what a colour slice says that it holds.
+unsigned long long rgbFrameSize(const Task& task) {
+  return 3ULL * task.attributes.columns * task.attributes.rows;
+}
+
 /// Whether the document's frames come out of the decoder in another form than interleaved RGB, or in
 /// a size that it does not deliver. Sets the size of a frame.
 bool needsImage(const Task& task, Rendering& rendering) {
@@ -140,7 +145,7 @@ bool needsImage(const Task& task, Rendering& rendering) {
       rendering.decoder->getUncompressedFrameSize(rendering.decoderItem, frameSize);
   rendering.frameSize = frameSize;
   return !syntax.isEncapsulated() || (!syntax.isLossy() && !isRgb) || status.bad() ||
-         frameSize % 2 != 0;
+         frameSize % 2 != 0 || frameSize != rgbFrameSize(task);
 }
 
 /// Opens the item as an image, which may turn out to have nothing to show: a frame size of 0.
@@ -164,6 +169,10 @@ bool openImage(const Task& task, Rendering& rendering, std::string& errorText) {
   }
   (void)rendering.image->hideAllOverlays(0);  // 0 says that there are none
   rendering.frameSize = rendering.image->getOutputDataSize(kBitsPerSample);
+  if (rendering.frameSize != 0 && rendering.frameSize != rgbFrameSize(task)) {
+    errorText = kNotRendered;  // grey, after all, or not the size that the slice was promised
+    return false;
+  }
   return true;
 }
 

@@ -111,6 +111,15 @@ ImageBuilder twoFramesRgb() {
   return rgbImage(2, 1).samples(kTwoFrames).frames(2);
 }
 
+// DCMTK's JPEG-LS encoder writes beyond its buffer for images of a few pixels.
+ImageBuilder largeRgb() {
+  return rgbImage(20, 14).frames(2);
+}
+
+ImageBuilder largeOddRgb() {
+  return rgbImage(19, 13);
+}
+
 ImageBuilder oddFrameRgb() {
   return rgbImage(1, 1).samples({11, 22, 33});
 }
@@ -122,10 +131,11 @@ const std::vector<ColourImage> kColourImages = {
     {"RgbDeflated", twoFramesRgb(), EXS_DeflatedLittleEndianExplicit, kTwoFrames},
     {"RgbRle", twoFramesRgb(), EXS_RLELossless, kTwoFrames},
     {"RgbJpegLossless", twoFramesRgb(), EXS_JPEGProcess14SV1, kTwoFrames},
-    {"RgbJpegLs", twoFramesRgb(), EXS_JPEGLSLossless, kTwoFrames},
+    {"RgbJpegLs", largeRgb(), EXS_JPEGLSLossless, decoding::numbers(largeRgb().storedSamples())},
     {"RgbOddFrame", oddFrameRgb(), EXS_LittleEndianExplicit, {11, 22, 33}},
     {"RgbOddFrameRle", oddFrameRgb(), EXS_RLELossless, {11, 22, 33}},
-    {"RgbOddFrameJpegLs", oddFrameRgb(), EXS_JPEGLSLossless, {11, 22, 33}},
+    {"RgbOddFrameJpegLs", largeOddRgb(), EXS_JPEGLSLossless,
+     decoding::numbers(largeOddRgb().storedSamples())},
     {"RgbByPlane",
      rgbImage(2, 1).planar(1).samples({10, 40, 20, 50, 30, 60}),
      EXS_LittleEndianExplicit,
@@ -192,14 +202,18 @@ struct Syntax {
 class SliceDecodingColourRange : public testing::TestWithParam<Syntax> {};
 
 TEST_P(SliceDecodingColourRange, OfRenderedFramesGivesThoseFrames) {
-  const auto dataset =
-      encode(*paletteImage(2, 1).samples({0, 1, 2, 3, 4, 5}).frames(3).build(), GetParam().syntax);
+  constexpr int kPixels = 20 * 14;
+  const auto dataset = encode(*paletteImage(20, 14).frames(3).build(), GetParam().syntax);
 
   const Outcome outcome = decodeRange(*dataset, 1, 2);
 
   ASSERT_TRUE(outcome.done) << outcome.errorText;
   EXPECT_EQ(outcome.slice.extent.z, 2);
-  EXPECT_EQ(samplesOf(outcome.slice), (Bytes{2, 253, 128, 3, 252, 128, 4, 251, 128, 5, 250, 128}));
+  Bytes expected;
+  for (int i = kPixels; i < 3 * kPixels; ++i) {
+    expected.insert(expected.end(), {i % 256, 255 - i % 256, 128});
+  }
+  EXPECT_EQ(samplesOf(outcome.slice), expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(Syntaxes, SliceDecodingColourRange,
@@ -219,18 +233,16 @@ TEST(SliceDecodingColour, RangeOfNativeFramesGivesThoseFrames) {
 TEST(SliceDecodingColour, RangeOfDirectlyDecodedFramesRepeatsTheFirstFrameOfTheDataset) {
   for (const E_TransferSyntax syntax :
        {EXS_RLELossless, EXS_JPEGProcess14SV1, EXS_JPEGLSLossless}) {
-    const auto dataset = support::compress(
-        *rgbImage(2, 1)
-             .samples({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18})
-             .frames(3)
-             .build(),
-        syntax);
+    const auto builder = rgbImage(10, 10).frames(3);
+    const auto dataset = support::compress(*builder.build(), syntax);
+    const Bytes first = frameOf(decoding::numbers(builder.storedSamples()), 300, 0);
 
     const Outcome outcome = decodeRange(*dataset, 1, 2);
 
     ASSERT_TRUE(outcome.done) << outcome.errorText;
     EXPECT_EQ(outcome.slice.extent.z, 2);
-    EXPECT_EQ(samplesOf(outcome.slice), (Bytes{1, 2, 3, 4, 5, 6, 1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(frameOf(samplesOf(outcome.slice), 300, 0), first);
+    EXPECT_EQ(frameOf(samplesOf(outcome.slice), 300, 1), first);
   }
 }
 
@@ -393,6 +405,24 @@ TEST(SliceDecodingColour, RefusesBitsOutsideTheSamples) {
 
   EXPECT_EQ(decodeAll(*dataset).errorText, "Uncompressed data has size 0");
   EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, "Uncompressed data has size 0");
+}
+
+TEST(SliceDecodingColour, DeliversNothingThatIsNotRgbAfterAll) {
+  // Grey JPEG under colour attributes: the decoder makes the image monochrome, a third of the size.
+  const auto grey =
+      support::compress(*support::monochromeImage(16, 16).unsigned8().build(), EXS_JPEGProcess1);
+  ASSERT_TRUE(grey->putAndInsertString(DCM_PhotometricInterpretation, "YBR_FULL").good());
+
+  EXPECT_EQ(decodeAll(*grey).errorText, "DicomImage::getOutputData() failed");
+}
+
+TEST(SliceDecodingColour, DoesNotTakeFramesOfOneSampleForRgb) {
+  // DCMTK does not know the interpretation and so cannot object to its single sample.
+  const auto grey =
+      support::compress(*support::monochromeImage(16, 16).unsigned8().build(), EXS_JPEGProcess1);
+  ASSERT_TRUE(grey->putAndInsertString(DCM_PhotometricInterpretation, "HSL").good());
+
+  EXPECT_FALSE(decodeRange(*grey, 0, 0).done);
 }
 
 TEST(SliceDecodingColour, SaysWhyADecoderRefusedAFrame) {

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 namespace {
 
 using decoding::decodeAll;
@@ -164,23 +166,23 @@ protected:
 };
 
 TEST_P(SliceDecodingHostileJpeg, IsRefusedForMonochrome) {
-  const auto dataset = encode(monochromeImage(16, 16).unsigned8());
-  std::vector<unsigned char> target(16 * 16);
+  const auto dataset = encode(monochromeImage(48, 48).unsigned8());
+  std::vector<unsigned char> target(48 * 48);
 
   EXPECT_EQ(decodeInto(target, *dataset, 0, 0).errorText, kFrameRefused);
   EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
 }
 
 TEST_P(SliceDecodingHostileJpeg, IsRefusedForPalettes) {
-  const auto dataset = encode(paletteImage(16, 16));
+  const auto dataset = encode(paletteImage(48, 48));
 
   EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kNothingToRender);
   EXPECT_EQ(decodeAll(*dataset).errorText, kNothingToRender);
 }
 
 TEST_P(SliceDecodingHostileJpeg, IsRefusedForRgb) {
-  const auto dataset = encode(rgbImage(16, 16));
-  std::vector<unsigned char> target(16 * 16 * 3);
+  const auto dataset = encode(rgbImage(48, 48));
+  std::vector<unsigned char> target(48 * 48 * 3);
 
   const Outcome range = decodeInto(target, *dataset, 0, 0);
 
@@ -197,7 +199,7 @@ Fragment endlessMarkers() {
   return stream;
 }
 
-const ImageBuilder kSmallImage = monochromeImage(8, 8).unsigned8();
+const ImageBuilder kSmallImage = monochromeImage(24, 24).unsigned8();
 
 INSTANTIATE_TEST_SUITE_P(
     Streams, SliceDecodingHostileJpeg,
@@ -219,6 +221,16 @@ INSTANTIATE_TEST_SUITE_P(
         JpegHazard{"SmallerJpegLs", EXS_JPEGLSLossless, jpegOf(kSmallImage, EXS_JPEGLSLossless)}),
     support::nameOf<JpegHazard>);
 
+TEST(SliceDecodingHostile, JpegLsThatEndsInsideItsScanIsRefused) {
+  const ImageBuilder builder = monochromeImage(48, 48).unsigned8();
+  Fragment stream = jpegOf(builder, EXS_JPEGLSLossless);
+  stream.resize(stream.size() / 4 * 2);
+  const auto dataset = decoding::encapsulate(*builder.build(), EXS_JPEGLSLossless, {stream});
+
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kFrameRefused);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+}
+
 TEST(SliceDecodingHostile, JpegThatPromisesGigabytesIsRefused) {
   const auto dataset = support::compress(*kSmallImage.build(), EXS_JPEGProcess1);
   ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 65535).good());
@@ -231,25 +243,25 @@ TEST(SliceDecodingHostile, JpegThatPromisesGigabytesIsRefused) {
 TEST(SliceDecodingHostile, JpegOfEightBitsForSamplesOfSixteenIsRefusedByFrame) {
   // Decoded, it would fill half of each frame.
   const auto dataset =
-      decoding::encapsulate(*monochromeImage(16, 16).build(), EXS_JPEGProcess1,
-                            {jpegOf(monochromeImage(16, 16).unsigned8(), EXS_JPEGProcess1)});
+      decoding::encapsulate(*monochromeImage(48, 48).build(), EXS_JPEGProcess1,
+                            {jpegOf(monochromeImage(48, 48).unsigned8(), EXS_JPEGProcess1)});
 
   EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kFrameRefused);
   EXPECT_EQ(decodeAll(*dataset).errorText,
-            "Pixel data incomplete, expected 512 bytes, found 256 bytes");
+            "Pixel data incomplete, expected 4608 bytes, found 2304 bytes");
 }
 
 TEST(SliceDecodingHostile, JpegOfSixteenBitsForSamplesOfEightIsRefusedByFrame) {
   const auto dataset =
-      decoding::encapsulate(*monochromeImage(16, 16).unsigned8().build(), EXS_JPEGProcess14SV1,
-                            {jpegOf(monochromeImage(16, 16), EXS_JPEGProcess14SV1)});
-  std::vector<unsigned char> target(16 * 16);
+      decoding::encapsulate(*monochromeImage(48, 48).unsigned8().build(), EXS_JPEGProcess14SV1,
+                            {jpegOf(monochromeImage(48, 48), EXS_JPEGProcess14SV1)});
+  std::vector<unsigned char> target(48 * 48);
 
   EXPECT_EQ(decodeInto(target, *dataset, 0, 0).errorText, kFrameRefused);
 }
 
 TEST(SliceDecodingHostile, ASecondJpegThatIsSmallerSpoilsTheWholeButNotTheFirst) {
-  const ImageBuilder builder = monochromeImage(16, 16).unsigned8().frames(2);
+  const ImageBuilder builder = monochromeImage(48, 48).unsigned8().frames(2);
   const auto dataset = decoding::encapsulate(
       *builder.build(), EXS_JPEGProcess14SV1,
       {jpegOf(builder, EXS_JPEGProcess14SV1), jpegOf(kSmallImage, EXS_JPEGProcess14SV1)});
@@ -260,7 +272,7 @@ TEST(SliceDecodingHostile, ASecondJpegThatIsSmallerSpoilsTheWholeButNotTheFirst)
 }
 
 TEST(SliceDecodingHostile, AnIconThatWouldHangTheDecoderIsRefusedTogetherWithItsImage) {
-  const auto dataset = support::compress(*rgbImage(16, 16).build(), EXS_JPEGProcess14SV1);
+  const auto dataset = support::compress(*rgbImage(48, 48).build(), EXS_JPEGProcess14SV1);
   DcmItem* icon = nullptr;
   ASSERT_TRUE(dataset->findOrCreateSequenceItem(DCM_IconImageSequence, icon, 0).good());
   const auto hostile =
@@ -277,9 +289,9 @@ TEST(SliceDecodingHostile, AnIconThatWouldHangTheDecoderIsRefusedTogetherWithIts
 
 TEST(SliceDecodingHostile, CompressedFramesOfMoreThanFourGigabytesAreRefused) {
   const auto monochrome = support::compress(*kSmallImage.build(), EXS_JPEGLSLossless);
-  ASSERT_TRUE(monochrome->putAndInsertString(DCM_NumberOfFrames, "67108864").good());  // 2^26 x 64
-  const auto colour = support::compress(*rgbImage(8, 8).build(), EXS_RLELossless);
-  ASSERT_TRUE(colour->putAndInsertString(DCM_NumberOfFrames, "67108864").good());
+  ASSERT_TRUE(monochrome->putAndInsertString(DCM_NumberOfFrames, "7456541").good());  // x 24 x 24
+  const auto colour = support::compress(*rgbImage(24, 24).build(), EXS_RLELossless);
+  ASSERT_TRUE(colour->putAndInsertString(DCM_NumberOfFrames, "2485514").good());
 
   EXPECT_EQ(decodeAll(*monochrome).errorText, kWholeRefused);
   EXPECT_EQ(decodeAll(*colour).errorText, kTooLarge);
@@ -336,9 +348,15 @@ TEST(SliceDecodingHostile, NativeDataIsNeverRefusedByTheGuard) {
 
 // --- The search for a frame header
 
+std::optional<Zrg::JpegFrameHeader> readHeader(Zrg::FragmentStream& stream,
+                                               E_TransferSyntax syntax) {
+  return syntax == EXS_JPEGLSLossless ? Zrg::passJpegLsImage(stream)
+                                      : Zrg::readJpegFrameHeader(stream);
+}
+
 struct Header {
   const char* name;
-  Zrg::JpegFamily family;
+  E_TransferSyntax syntax;
   std::vector<Fragment> fragments;
   bool found;
 };
@@ -347,16 +365,16 @@ class JpegFrameHeaderSearch : public testing::TestWithParam<Header> {};
 
 TEST_P(JpegFrameHeaderSearch, EndsAtTheFrameOrAtWhatCannotPrecedeIt) {
   const auto dataset =
-      decoding::encapsulate(*kSmallImage.build(), EXS_JPEGProcess1, GetParam().fragments);
+      decoding::encapsulate(*kSmallImage.build(), GetParam().syntax, GetParam().fragments);
   DcmElement* element = nullptr;
   ASSERT_TRUE(dataset->findAndGetElement(DCM_PixelData, element).good());
   DcmPixelSequence* sequence = nullptr;
   ASSERT_TRUE(dynamic_cast<DcmPixelData&>(*element)
-                  .getEncapsulatedRepresentation(EXS_JPEGProcess1, nullptr, sequence)
+                  .getEncapsulatedRepresentation(GetParam().syntax, nullptr, sequence)
                   .good());
   Zrg::FragmentStream stream(*sequence, 1, sequence->card());
 
-  const auto header = Zrg::readJpegFrameHeader(stream, GetParam().family);
+  const auto header = readHeader(stream, GetParam().syntax);
 
   ASSERT_EQ(header.has_value(), GetParam().found);
   if (header) {
@@ -377,15 +395,51 @@ Fragment joined(const std::vector<Fragment>& parts) {
 
 const Fragment kStart = {0xFF, 0xD8};
 const Fragment kBaselineFrame = {0xFF, 0xC0, 0, 17, 12, 1, 2, 3, 4, 3};
-const Fragment kJpegLsFrame = {0xFF, 0xF7, 0, 17, 12, 1, 2, 3, 4, 3};
-constexpr Zrg::JpegFamily kJpeg = Zrg::JpegFamily::Jpeg;
-constexpr Zrg::JpegFamily kJpegLs = Zrg::JpegFamily::JpegLs;
+constexpr E_TransferSyntax kJpeg = EXS_JPEGProcess1;
+constexpr E_TransferSyntax kJpegLs = EXS_JPEGLSLossless;
+
+const Fragment kJpegLsFrame = {0xFF, 0xF7, 0, 17, 12, 1, 2, 3, 4, 3, 1, 17, 0, 2, 17, 0, 3, 17, 0};
+const Fragment kSamples = {1, 2, 0xFF, 0x7F, 3, 4};
+const Fragment kEnd = {0xFF, 0xD9};
+
+Fragment jpegLsScan(Uint8 interleaveMode) {
+  return joined({{0xFF, 0xDA, 0, 8, 1, 1, 0, 0, interleaveMode, 0}, kSamples});
+}
+
+Fragment jpegLsPresets(Uint8 reset) {
+  return {0xFF, 0xF8, 0, 13, 1, 0x0F, 0xFF, 0, 18, 0, 67, 1, 20, 0, reset};
+}
 
 INSTANTIATE_TEST_SUITE_P(
     Streams, JpegFrameHeaderSearch,
     testing::Values(
         Header{"AtOnce", kJpeg, {joined({kStart, kBaselineFrame})}, true},
-        Header{"JpegLs", kJpegLs, {joined({kStart, kJpegLsFrame})}, true},
+        Header{
+            "JpegLsByPixel", kJpegLs, {joined({kStart, kJpegLsFrame, jpegLsScan(2), kEnd})}, true},
+        Header{"JpegLsByPlane",
+               kJpegLs,
+               {joined({kStart, kJpegLsFrame, jpegLsScan(0), jpegLsScan(0), jpegLsScan(0), kEnd})},
+               true},
+        Header{"JpegLsWithTooFewScans",
+               kJpegLs,
+               {joined({kStart, kJpegLsFrame, jpegLsScan(0), jpegLsScan(0), kEnd})},
+               false},
+        Header{
+            "JpegLsWithoutAnEnd", kJpegLs, {joined({kStart, kJpegLsFrame, jpegLsScan(2)})}, false},
+        Header{"JpegLsWithoutAScan", kJpegLs, {joined({kStart, kJpegLsFrame, kEnd})}, false},
+        Header{"JpegLsWithoutAFrame", kJpegLs, {joined({kStart, jpegLsScan(2), kEnd})}, false},
+        Header{"JpegLsWithUsualPresets",
+               kJpegLs,
+               {joined({kStart, kJpegLsFrame, jpegLsPresets(64), jpegLsScan(2), kEnd})},
+               true},
+        Header{"JpegLsWithUnusualPresets",
+               kJpegLs,
+               {joined({kStart, jpegLsPresets(31), kJpegLsFrame, jpegLsScan(2), kEnd})},
+               false},
+        Header{"JpegLsInFragments",
+               kJpegLs,
+               {joined({kStart, kJpegLsFrame, jpegLsScan(2)}), kEnd},
+               true},
         Header{"OfTheOtherFamily", kJpegLs, {joined({kStart, kBaselineFrame})}, false},
         Header{"BehindASegment",
                kJpeg,
