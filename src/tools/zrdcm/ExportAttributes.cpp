@@ -45,6 +45,7 @@ constexpr TagRange kOfOldSamples[] = {
     {0x00280008, 0x00280011},  // Number of Frames .. Columns
     {0x00280100, 0x00280111},  // Bits Allocated .. extremes of the samples
     {0x00281101, 0x00281224},  // palettes
+    {0x00282000, 0x00282002},  // ICC Profile, Color Space
     {0x00283000, 0x00283000},  // Modality LUT Sequence
     {0x00283010, 0x00283010},  // VOI LUT Sequence
     {0x52009229, 0x52009230},  // functional groups of multi-frame images

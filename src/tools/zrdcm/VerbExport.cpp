@@ -41,7 +41,8 @@ Several values are separated by a backslash. Size and type of the samples are fi
 SOPClassUID (Secondary Capture) and missing UIDs. From --from the new file takes all that has a text
 form, except what belongs to the old image alone: samples, lookup tables, overlays, functional
 groups, private attributes, empty values within sequences. It gets SOP Instance and Series UIDs of
-its own and the ImageType DERIVED\SECONDARY.
+its own and the ImageType DERIVED\SECONDARY. Rescale and window stay those of --from: samples that
+zrdcm decode has shifted want the RescaleIntercept that its --json tells.
 
 Example:
   zrdcm export --from ct.dcm --pixels coronal.raw --columns 512 --rows 200 -o coronal.dcm)";
@@ -147,10 +148,19 @@ void describePixels(AttributeSet& attributes, const ExportOptions& options) {
   attributes.setDefault(0x00280102, std::to_string(bits - 1));
 }
 
+// What is wrong with the file is told together with its name.
+AttributeSet attributesOfFile(const ExportOptions& options) {
+  try {
+    return attributesOf(DicomFile(options.from).dataset(), options.type);
+  } catch (const Failure& failure) {
+    throw Failure(options.from + ": " + failure.what());
+  }
+}
+
 AttributeSet gatherAttributes(const ExportOptions& options) {
   AttributeSet attributes;
   if (!options.from.empty()) {
-    attributes = attributesOf(DicomFile(options.from).dataset(), options.type);
+    attributes = attributesOfFile(options);
     deriveFrom(attributes);
   }
   if (!options.tags.empty()) {

@@ -216,10 +216,23 @@ void writePlot(const LutOptions& options, const std::vector<Table>& tables) {
   writePng(options.output, picture.view());
 }
 
+struct Tables {
+  std::optional<Table> modality;
+  std::optional<Table> palette;
+};
+
+// What is wrong with the file is told together with its name.
+Tables readTables(const std::string& path) {
+  try {
+    const DicomFile file(path);
+    return {readTable(file.dataset(), false), readTable(file.dataset(), true)};
+  } catch (const Failure& failure) {
+    throw Failure(path + ": " + failure.what());
+  }
+}
+
 int showTables(const LutOptions& options) {
-  const DicomFile file(options.file);
-  const std::optional<Table> modality = readTable(file.dataset(), false);
-  const std::optional<Table> palette = readTable(file.dataset(), true);
+  const auto [modality, palette] = readTables(options.file);
   if (!options.output.empty()) {
     std::vector<Table> tables;
     for (const std::optional<Table>& table : {modality, palette}) {

@@ -1,0 +1,386 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// zrdcm export: what it writes, what it fills in, and which key it blames.
+#include "support/DatasetBuilder.h"
+#include "support/RowName.h"
+#include "support/TempDir.h"
+#include "tools/ZrdcmRunner.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using nlohmann::json;
+using support::DatasetBuilder;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+using tools::Outcome;
+using tools::runZrdcm;
+
+class ZrdcmExport : public testing::Test {
+protected:
+  ZrdcmExport() {
+    tools::writeFile(folder_.file("image.raw"), std::string("\x00\x00\x01\x02\xff\xff\x34\x12", 8));
+  }
+
+  /// Writes 2 x 2 samples with these attributes.
+  Outcome exportTags(const std::string& tags, const std::vector<std::string>& further = {}) {
+    tools::writeFile(folder_.file("tags.json"), tags);
+    std::vector<std::string> all = {"--tags", path("tags.json")};
+    all.insert(all.end(), further.begin(), further.end());
+    return exportWith(all);
+  }
+
+  Outcome exportWith(const std::vector<std::string>& further) {
+    std::vector<std::string> all = {"export",    "--pixels", path("image.raw"),
+                                    "--columns", "2",        "--rows",
+                                    "2",         "-o",       path("out.dcm")};
+    all.insert(all.end(), further.begin(), further.end());
+    return runZrdcm(all);
+  }
+
+  std::string path(const std::string& name) const { return folder_.file(name).string(); }
+
+  std::unique_ptr<DcmFileFormat> written() const {
+    auto file = std::make_unique<DcmFileFormat>();
+    if (file->loadFile(path("out.dcm").c_str()).bad() || file->loadAllDataIntoMemory().bad()) {
+      throw std::runtime_error("out.dcm cannot be read");
+    }
+    return file;
+  }
+
+  std::string text(const DcmTagKey& key) const {
+    OFString value;
+    return written()->getDataset()->findAndGetOFStringArray(key, value).good() ? value
+                                                                               : "(missing)";
+  }
+
+  support::TempDir folder_;
+};
+
+TEST_F(ZrdcmExport, WritesAttributesByKeywordAndKey) {
+  const Outcome run = exportTags(R"({"PatientName": "Doe^John", "G0010-0020": "P1",
+                                     "PixelSpacing": "0.5\\0.75", "PatientBirthDate": ""})");
+
+  ASSERT_EQ(run.status, 0) << run.errors;
+  EXPECT_EQ(run.output, "");
+  EXPECT_EQ(text(DCM_PatientName), "Doe^John");
+  EXPECT_EQ(text(DCM_PatientID), "P1");
+  EXPECT_EQ(text(DCM_PixelSpacing), "0.5\\0.75");
+  EXPECT_EQ(text(DCM_PatientBirthDate), "");
+}
+
+TEST_F(ZrdcmExport, WritesTheSamples) {
+  ASSERT_EQ(exportTags("{}").status, 0);
+
+  const auto file = written();
+  const Uint16* words = nullptr;
+  unsigned long count = 0;
+  ASSERT_TRUE(file->getDataset()->findAndGetUint16Array(DCM_PixelData, words, &count).good());
+  EXPECT_THAT(std::vector<std::uint16_t>(words, words + count),
+              ElementsAre(0, 0x0201, 0xffff, 0x1234));
+}
+
+TEST_F(ZrdcmExport, PadsAnOddNumberOf8BitSamples) {
+  tools::writeFile(folder_.file("image.raw"), std::string("\x01\x02\xff", 3));
+  tools::writeFile(folder_.file("tags.json"), "{}");
+
+  const Outcome run =
+      runZrdcm({"export", "--tags", path("tags.json"), "--pixels", path("image.raw"), "--columns",
+                "3", "--rows", "1", "--type", "u8", "-o", path("out.dcm")});
+  ASSERT_EQ(run.status, 0) << run.errors;
+  const auto file = written();
+  const Uint16* words = nullptr;
+  unsigned long count = 0;
+  ASSERT_TRUE(file->getDataset()->findAndGetUint16Array(DCM_PixelData, words, &count).good());
+  EXPECT_THAT(std::vector<std::uint16_t>(words, words + count), ElementsAre(0x0201, 0x00ff));
+  EXPECT_EQ(text(DCM_BitsAllocated), "8");
+  EXPECT_EQ(text(DCM_HighBit), "7");
+}
+
+TEST_F(ZrdcmExport, FillsInWhatTheSamplesTell) {
+  ASSERT_EQ(exportTags("{}", {"--type", "s16"}).status, 0);
+
+  EXPECT_EQ(text(DCM_Rows), "2");
+  EXPECT_EQ(text(DCM_Columns), "2");
+  EXPECT_EQ(text(DCM_SamplesPerPixel), "1");
+  EXPECT_EQ(text(DCM_BitsAllocated), "16");
+  EXPECT_EQ(text(DCM_BitsStored), "16");
+  EXPECT_EQ(text(DCM_HighBit), "15");
+  EXPECT_EQ(text(DCM_PixelRepresentation), "1");
+  EXPECT_EQ(text(DCM_PhotometricInterpretation), "MONOCHROME2");
+}
+
+TEST_F(ZrdcmExport, FillsInFreshUids) {
+  const json first = json::parse(exportTags("{}", {"--json"}).output);
+  const json second = json::parse(exportTags("{}", {"--json"}).output);
+
+  EXPECT_EQ(text(DCM_SOPClassUID), "1.2.840.10008.5.1.4.1.1.7");
+  EXPECT_EQ(text(DCM_SOPInstanceUID), second["sopInstanceUid"]);
+  for (const char* uid : {"sopInstanceUid", "studyInstanceUid", "seriesInstanceUid"}) {
+    EXPECT_NE(first[uid], second[uid]);
+    EXPECT_THAT(first[uid].get<std::string>(), testing::MatchesRegex("2\\.25\\.[1-9][0-9]*"));
+    EXPECT_LE(first[uid].get<std::string>().size(), 44U);
+  }
+}
+
+TEST_F(ZrdcmExport, KeepsUidsThatAreGiven) {
+  ASSERT_EQ(exportTags(R"({"SOPInstanceUID": "1.2.3", "SOPClassUID": "1.2.4"})").status, 0);
+
+  EXPECT_EQ(text(DCM_SOPInstanceUID), "1.2.3");
+  EXPECT_EQ(text(DCM_SOPClassUID), "1.2.4");
+}
+
+TEST_F(ZrdcmExport, WritesSequences) {
+  ASSERT_EQ(exportTags(R"({"SourceImageSequence": [
+      {"ReferencedSOPInstanceUID": "1.1", "PurposeOfReferenceCodeSequence": [{"CodeValue": "c"}]},
+      {"ReferencedSOPInstanceUID": "1.2"}]})")
+                .status,
+            0);
+
+  const auto file = written();
+  DcmSequenceOfItems* sequence = nullptr;
+  ASSERT_TRUE(file->getDataset()->findAndGetSequence(DCM_SourceImageSequence, sequence).good());
+  ASSERT_EQ(sequence->card(), 2U);
+  OFString uid;
+  ASSERT_TRUE(sequence->getItem(1)->findAndGetOFString(DCM_ReferencedSOPInstanceUID, uid).good());
+  EXPECT_EQ(uid, "1.2");
+  DcmItem* code = nullptr;
+  ASSERT_TRUE(sequence->getItem(0)
+                  ->findAndGetSequenceItem(DCM_PurposeOfReferenceCodeSequence, code)
+                  .good());
+  OFString value;
+  EXPECT_TRUE(code->findAndGetOFString(DCM_CodeValue, value).good());
+  EXPECT_EQ(value, "c");
+}
+
+TEST_F(ZrdcmExport, NamesTheCharacterSetOfItsLetters) {
+  ASSERT_EQ(exportTags("{\"PatientName\": \"D\xc3\xb6\"}").status, 0);
+
+  EXPECT_EQ(text(DCM_SpecificCharacterSet), "ISO_IR 192");
+  EXPECT_EQ(text(DCM_PatientName), "D\xc3\xb6");
+}
+
+// ---- from another file ----
+
+class ZrdcmExportFrom : public ZrdcmExport {
+protected:
+  void save(DatasetBuilder builder) {
+    const auto dataset = builder.build();
+    DcmFileFormat format(dataset.get());
+    ASSERT_TRUE(format.saveFile(path("from.dcm").c_str(), EXS_LittleEndianExplicit).good());
+  }
+
+  static DatasetBuilder source() {
+    return DatasetBuilder()
+        .with(DCM_SOPClassUID, "1.2.840.10008.5.1.4.1.1.2")
+        .with(DCM_SOPInstanceUID, "1.2.3")
+        .with(DCM_StudyInstanceUID, "1.2.4")
+        .with(DCM_SeriesInstanceUID, "1.2.5")
+        .with(DCM_ImageType, "ORIGINAL\\PRIMARY\\AXIAL")
+        .with(DCM_PatientID, "P1")
+        .withUint16(DCM_Rows, 512)
+        .withUint16(DCM_BitsStored, 12)
+        .with(DCM_SmallestImagePixelValue, EVR_US, "7")
+        .with(DcmTagKey(0x0009, 0x0010), EVR_LO, "MAKER")
+        .withBytes(DCM_ICCProfile, {1, 2})
+        .withItem(DCM_ModalityLUTSequence, DatasetBuilder().with(DCM_ModalityLUTType, "HU"))
+        .withItem(DCM_SourceImageSequence,
+                  DatasetBuilder().with(DCM_ReferencedSOPInstanceUID, "1.9"))
+        .withPixels16({1, 2, 3, 4});
+  }
+};
+
+TEST_F(ZrdcmExportFrom, TakesOverWhatIsNotOfTheOldImage) {
+  save(source());
+
+  const Outcome run = exportWith({"--from", path("from.dcm")});
+
+  ASSERT_EQ(run.status, 0) << run.errors;
+  EXPECT_EQ(text(DCM_SOPClassUID), "1.2.840.10008.5.1.4.1.1.2");
+  EXPECT_EQ(text(DCM_StudyInstanceUID), "1.2.4");
+  EXPECT_EQ(text(DCM_PatientID), "P1");
+  EXPECT_EQ(text(DCM_ImageType), "DERIVED\\SECONDARY\\AXIAL");
+  EXPECT_TRUE(written()->getDataset()->tagExists(DCM_SourceImageSequence));
+}
+
+TEST_F(ZrdcmExportFrom, LeavesOutWhatBelongsToTheOldImage) {
+  save(source());
+
+  ASSERT_EQ(exportWith({"--from", path("from.dcm")}).status, 0);
+
+  EXPECT_THAT(text(DCM_SOPInstanceUID), StartsWith("2.25."));
+  EXPECT_THAT(text(DCM_SeriesInstanceUID), StartsWith("2.25."));
+  EXPECT_EQ(text(DCM_Rows), "2");
+  EXPECT_EQ(text(DCM_BitsStored), "16");
+  const auto file = written();
+  for (const DcmTagKey& key : {DCM_SmallestImagePixelValue, DcmTagKey(0x0009, 0x0010),
+                               DCM_ICCProfile, DCM_ModalityLUTSequence}) {
+    EXPECT_FALSE(file->getDataset()->tagExists(key)) << key.toString();
+  }
+}
+
+TEST_F(ZrdcmExportFrom, LetsTheTagsWin) {
+  save(source());
+
+  ASSERT_EQ(exportTags(R"({"PatientID": "P2", "ImageType": "DERIVED\\SECONDARY\\REFORMATTED"})",
+                       {"--from", path("from.dcm")})
+                .status,
+            0);
+
+  EXPECT_EQ(text(DCM_PatientID), "P2");
+  EXPECT_EQ(text(DCM_ImageType), "DERIVED\\SECONDARY\\REFORMATTED");
+}
+
+TEST_F(ZrdcmExportFrom, DoesNotMixCharacterSets) {
+  save(source().with(DCM_SpecificCharacterSet, "ISO_IR 100").with(DCM_PatientName, "D\xf6"));
+
+  const Outcome run =
+      exportTags("{\"StudyDescription\": \"\xc3\xb6\"}", {"--from", path("from.dcm")});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zrdcm: PatientName: is not in the SpecificCharacterSet ISO_IR 192\n");
+}
+
+TEST_F(ZrdcmExportFrom, SaysWhichFileCannotBeRead) {
+  const Outcome run = exportWith({"--from", "nowhere.dcm"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.errors, StartsWith("zrdcm: nowhere.dcm: "));
+  EXPECT_EQ(run.errorLines(), 1U);
+}
+
+// ---- what is refused ----
+
+struct BadTags {
+  const char* name;
+  const char* tags;
+  const char* message;
+  const char* type;
+};
+
+class ZrdcmExportRefuses : public ZrdcmExport, public testing::WithParamInterface<BadTags> {};
+
+TEST_P(ZrdcmExportRefuses, AndNamesTheKey) {
+  const Outcome run = exportTags(GetParam().tags, {"--type", GetParam().type});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zrdcm: " + std::string(GetParam().message) + "\n");
+  EXPECT_THAT(tools::namesIn(folder_.path()), ElementsAre("image.raw", "tags.json"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Tags, ZrdcmExportRefuses,
+    testing::Values(
+        BadTags{"UnknownKeyword", R"({"PatientNam": "x"})",
+                "PatientNam: neither a keyword of DICOM nor a key like G0008-0016", "u16"},
+        BadTags{"PrivateKey", R"({"G0009-1001": "x"})",
+                "G0009-1001: private attributes cannot be written", "u16"},
+        BadTags{"NotInTheDictionary", R"({"G0028-0112": "0"})",
+                "G0028-0112: is not in the dictionary of DICOM", "u16"},
+        BadTags{"UsOrSs", R"({"G0028-3002": "1\\0\\16"})",
+                "G0028-3002: has no text form (value representation xs)", "u16"},
+        BadTags{"SignedPadding", R"({"PixelPaddingValue": "-1"})",
+                "PixelPaddingValue: cannot be written beside signed samples", "s16"},
+        BadTags{"NoNumber", R"({"WindowCenter": "40", "NumberOfFrames": "1", "Rows": "x"})",
+                "Rows: says x, but the samples make it 2", "u16"},
+        BadTags{"OtherSize", R"({"G0028-0011": "3"})",
+                "G0028-0011: says 3, but the samples make it 2", "u16"},
+        BadTags{"Samples", R"({"PixelData": "0"})", "PixelData: the samples come from --pixels",
+                "u16"},
+        BadTags{"FileMeta", R"({"TransferSyntaxUID": "1.2"})",
+                "TransferSyntaxUID: the file meta information is the writer's own", "u16"},
+        BadTags{"TextForASequence", R"({"SourceImageSequence": "x"})",
+                "SourceImageSequence: is a sequence and wants a list of objects", "u16"},
+        BadTags{"SequenceForAText", R"({"PatientName": [{}]})",
+                "PatientName: is no sequence and wants a text", "u16"},
+        BadTags{"SequenceWithoutItems", R"({"SourceImageSequence": []})",
+                "SourceImageSequence: a sequence without items cannot be written", "u16"},
+        BadTags{"WithinAnItem", R"({"SourceImageSequence": [{}, {"PatientNam": "x"}]})",
+                "SourceImageSequence[1].PatientNam: neither a keyword of DICOM nor a key like "
+                "G0008-0016",
+                "u16"},
+        BadTags{"EmptyWithinAnItem", R"({"SourceImageSequence": [{"CodeValue": ""}]})",
+                "SourceImageSequence[0].CodeValue: cannot be empty within an item", "u16"},
+        BadTags{"NeitherTextNorList", R"({"PatientName": 5})",
+                "PatientName: wants a text, or a list of objects for a sequence", "u16"},
+        BadTags{"ListOfTexts", R"({"SourceImageSequence": ["x"]})",
+                "SourceImageSequence[0]: wants an object of attributes", "u16"},
+        BadTags{"SameKeyTwice", R"({"PatientID": "a", "PatientID": "b"})", "PatientID: given twice",
+                "u16"},
+        BadTags{"KeyAndKeyword", R"({"PatientID": "a", "G0010-0020": "b"})",
+                "G0010-0020: given twice", "u16"},
+        BadTags{"LettersInAnotherSet",
+                "{\"SpecificCharacterSet\": \"ISO_IR 100\", \"PatientName\": \"\xc3\xb6\"}",
+                "PatientName: letters beyond ASCII need the SpecificCharacterSet ISO_IR 192",
+                "u16"},
+        BadTags{"NulInAText", R"({"PatientID": "a\u0000b"})",
+                "PatientID: holds a character that no text may hold", "u16"}),
+    support::nameOf<BadTags>);
+
+TEST_F(ZrdcmExport, RefusesWhatIsNoJson) {
+  EXPECT_THAT(exportTags("{").errors, HasSubstr("tags.json: no JSON: "));
+  EXPECT_EQ(exportTags("[]").errors,
+            "zrdcm: " + path("tags.json") + ": wants an object of attributes\n");
+  EXPECT_EQ(exportTags("{").status, 1);
+}
+
+TEST_F(ZrdcmExport, RefusesSamplesOfAnotherSize) {
+  const Outcome run = exportTags("{}", {"--type", "u8"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors,
+            "zrdcm: " + path("image.raw") + ": holds 8 bytes, but 2 x 2 samples take 4\n");
+}
+
+TEST_F(ZrdcmExport, RefusesMoreSamplesThanTheWriterCanCount) {
+  tools::writeFile(folder_.file("tags.json"), "{}");
+
+  const Outcome run =
+      runZrdcm({"export", "--tags", path("tags.json"), "--pixels", path("image.raw"), "--columns",
+                "65535", "--rows", "65535", "-o", path("out.dcm")});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zrdcm: too many samples for one image: 4294836225\n");
+}
+
+TEST_F(ZrdcmExport, RefusesWrongUsage) {
+  EXPECT_EQ(exportWith({}).status, 2);
+  EXPECT_EQ(exportTags("{}", {"--type", "f32"}).status, 2);
+  EXPECT_EQ(runZrdcm({"export", "--tags", "t", "--pixels", "p", "--columns", "0", "--rows", "1",
+                      "-o", "x"})
+                .status,
+            2);
+}
+
+TEST_F(ZrdcmExport, LeavesAnOlderFileAloneWhenItFails) {
+  tools::writeFile(folder_.file("out.dcm"), "older");
+
+  EXPECT_EQ(exportTags(R"({"PatientNam": "x"})").status, 1);
+
+  EXPECT_EQ(tools::readFile(folder_.file("out.dcm")), "older");
+}
+
+TEST_F(ZrdcmExport, ReportsADeviceThatIsFull) {
+  tools::writeFile(folder_.file("tags.json"), "{}");
+
+  const Outcome run =
+      runZrdcm({"export", "--tags", path("tags.json"), "--pixels", path("image.raw"), "--columns",
+                "2", "--rows", "2", "-o", "/dev/full"});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zrdcm: cannot write /dev/full: [writeImage] failed to write metainfo!\n");
+}
+
+}  // namespace
