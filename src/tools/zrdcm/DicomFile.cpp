@@ -27,8 +27,11 @@ namespace fs = std::filesystem;
 void refuseWhatIsNoFile(const fs::path& path) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
-  if (!fs::exists(status)) {
-    throw Failure(error ? "cannot be opened: " + error.message() : std::string("does not exist"));
+  if (status.type() == fs::file_type::not_found) {
+    throw Failure("does not exist");
+  }
+  if (error) {
+    throw Failure("cannot be opened: " + error.message());
   }
   if (fs::is_directory(status)) {
     throw Failure("is a folder, not a DICOM file");

@@ -42,6 +42,7 @@ void keepOriginalNumber(DcmDataset& dataset) {
       dataset.tagExists(ExDCM::PrivateTag::OriginalInstanceNumber)) {
     return;
   }
+  ExDCM::registerPrivateDicomTags();  // gives the element its VR
   require(dataset.putAndInsertString(creator, ExDCM::PrivateTag::CreatorZorlan),
           "the private creator");
   require(dataset.putAndInsertString(ExDCM::zorlanTag(ExDCM::PrivateTag::OriginalInstanceNumber),

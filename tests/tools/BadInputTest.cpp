@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Whatever cannot be decoded gives one clear line and exit status 1, and leaves nothing behind.
+#include "support/Compression.h"
+#include "support/ImageBuilder.h"
+#include "support/RowName.h"
+#include "support/TempDir.h"
+#include "tools/ZrdcmRunner.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing::ElementsAre;
+using tools::Outcome;
+using tools::runZrdcm;
+
+std::string littleEndian(std::uint32_t value, std::size_t bytes) {
+  std::string text;
+  for (std::size_t i = 0; i < bytes; ++i) {
+    text += static_cast<char>(value >> (8 * i) & 0xFFU);
+  }
+  return text;
+}
+
+std::string explicitHeader(unsigned group, unsigned element, const char* vr, std::uint32_t length) {
+  return littleEndian(group, 2) + littleEndian(element, 2) + vr + std::string(2, '\0') +
+         littleEndian(length, 4);
+}
+
+std::string preambleAndMeta(const std::string& transferSyntax) {
+  std::string padded = transferSyntax;
+  padded.resize((padded.size() + 1) / 2 * 2, '\0');
+  const std::string syntax = littleEndian(2, 2) + littleEndian(0x10, 2) + "UI" +
+                             littleEndian(static_cast<std::uint32_t>(padded.size()), 2) + padded;
+  return std::string(128, '\0') + "DICM" + littleEndian(2, 2) + littleEndian(0, 2) + "UL" +
+         littleEndian(4, 2) + littleEndian(static_cast<std::uint32_t>(syntax.size()), 4) + syntax;
+}
+
+// A Content Sequence in a Content Sequence in ...
+std::string nestedSequences(int depth) {
+  std::string bytes = preambleAndMeta(UID_LittleEndianExplicitTransferSyntax);
+  for (int i = 0; i < depth; ++i) {
+    bytes += explicitHeader(0x0040, 0xA730, "SQ", 0xFFFFFFFF) + littleEndian(0xE000FFFE, 4) +
+             littleEndian(0xFFFFFFFF, 4);
+  }
+  for (int i = 0; i < depth; ++i) {
+    bytes += littleEndian(0xE00DFFFE, 4) + littleEndian(0, 4) + littleEndian(0xE0DDFFFE, 4) +
+             littleEndian(0, 4);
+  }
+  return bytes;
+}
+
+// The same in implicit VR, with private elements of defined length: no reader can tell them from
+// other values by the tag alone.
+std::string nestedImplicitSequences(int depth) {
+  std::string content;
+  for (int i = 0; i < depth; ++i) {
+    const std::string item = littleEndian(0xE000FFFE, 4) +
+                             littleEndian(static_cast<std::uint32_t>(content.size()), 4) + content;
+    content = littleEndian(0x0040, 2) + littleEndian(0xA730, 2) +
+              littleEndian(static_cast<std::uint32_t>(item.size()), 4) + item;
+  }
+  return preambleAndMeta(UID_LittleEndianImplicitTransferSyntax) + content;
+}
+
+struct BadFile {
+  const char* name;
+  std::string content;
+  const char* message;
+};
+
+void PrintTo(const BadFile& file, std::ostream* stream) {
+  *stream << file.name;
+}
+
+class FileThatIsNoImage : public testing::TestWithParam<BadFile> {};
+
+TEST_P(FileThatIsNoImage, IsRefusedInOneLine) {
+  const support::TempDir folder;
+  const std::string file = folder.file("input").string();
+  tools::writeFile(file, GetParam().content);
+
+  const Outcome outcome = runZrdcm({"decode", file, "-o", folder.file("out.npy").string()});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "zrdcm: " + file + ": " + GetParam().message + "\n");
+  EXPECT_THAT(tools::namesIn(folder.path()), ElementsAre("input"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Contents, FileThatIsNoImage,
+    testing::Values(
+        BadFile{"Empty", "", "is empty"},
+        BadFile{"Text", "This is no DICOM file.\n", "is not a DICOM file"},
+        BadFile{"Png", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16), "is not a DICOM file"},
+        BadFile{"Zeros", std::string(4096, '\0'), "is not a DICOM file"},
+        BadFile{"FewBytes", std::string("\x08\x00\x05\x00", 4), "is not a DICOM file"},
+        BadFile{"MetaAlone", preambleAndMeta(UID_LittleEndianExplicitTransferSyntax),
+                "File contains no pixel data"},
+        BadFile{"CutInsideAnElement",
+                preambleAndMeta(UID_LittleEndianExplicitTransferSyntax) +
+                    explicitHeader(0x7FE0, 0x0010, "OW", 1000) + "abcd",
+                "is damaged: Invalid stream"},
+        BadFile{"SequencesTooDeep", nestedSequences(10000),
+                "nests sequences too deeply to be read safely"},
+        BadFile{"ImplicitSequencesTooDeep", nestedImplicitSequences(3000),
+                "nests sequences too deeply to be read safely"},
+        BadFile{"SequencesDeepEnough", nestedSequences(200), "File contains no pixel data"},
+        BadFile{"ImplicitSequencesDeepEnough", nestedImplicitSequences(200),
+                "File contains no pixel data"}),
+    support::nameOf<BadFile>);
+
+TEST(DeepSequences, AreFoundInDeflatedFilesToo) {
+  const support::TempDir folder;
+  tools::writeFile(folder.file("deep.dcm"), nestedSequences(200));
+  DcmFileFormat file;
+  ASSERT_TRUE(file.loadFile(OFFilename(folder.file("deep.dcm").c_str())).good());
+  DcmItem* innermost = file.getDataset();
+  DcmItem* next = nullptr;
+  while (innermost->findAndGetSequenceItem(DCM_ContentSequence, next).good()) {
+    innermost = next;
+  }
+  for (int i = 0; i < 100; ++i) {
+    ASSERT_TRUE(innermost->findOrCreateSequenceItem(DCM_ContentSequence, next).good());
+    innermost = next;
+  }
+  const std::string deflated = folder.file("deflated.dcm").string();
+  ASSERT_TRUE(file.saveFile(OFFilename(deflated.c_str()), EXS_DeflatedLittleEndianExplicit).good());
+
+  const Outcome outcome = runZrdcm({"info", "--json", deflated});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors,
+            "zrdcm: " + deflated + ": nests sequences too deeply to be read safely\n");
+}
+
+TEST(DeflatedFile, Decodes) {
+  const support::TempDir folder;
+  const std::string file = folder.file("deflated.dcm").string();
+  support::saveFile(*support::monochromeImage(2, 1).samples({1, 2}).build(), file,
+                    EXS_DeflatedLittleEndianExplicit);
+
+  const Outcome outcome = runZrdcm({"decode", file, "-o", folder.file("out.raw").string()});
+
+  EXPECT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_EQ(tools::hex(tools::readFile(folder.file("out.raw"))), "01 00 02 00");
+}
+
+TEST(FileWithoutPreamble, DecodesWhenItIsADataset) {
+  const support::TempDir folder;
+  const auto dataset =
+      support::monochromeImage(2, 1).samples({1, 2}).with(DCM_Modality, "OT").build();
+  const std::string file = folder.file("bare").string();
+  ASSERT_TRUE(dataset->saveFile(OFFilename(file.c_str()), EXS_LittleEndianImplicit).good());
+
+  const Outcome outcome = runZrdcm({"decode", file, "-o", folder.file("out.raw").string()});
+
+  EXPECT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_EQ(tools::hex(tools::readFile(folder.file("out.raw"))), "01 00 02 00");
+}
+
+TEST(Folder, IsNoDicomFile) {
+  const support::TempDir folder;
+
+  const Outcome outcome = runZrdcm({"info", folder.path().string()});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors,
+            "zrdcm: " + folder.path().string() + ": is a folder, not a DICOM file\n");
+}
+
+TEST(Device, IsNoDicomFile) {
+  const Outcome outcome = runZrdcm({"info", "/dev/null"});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "zrdcm: /dev/null: is no regular file\n");
+}
+
+TEST(UnsupportedSyntax, IsNamedInOneLine) {
+  const support::TempDir folder;
+  const std::string file = folder.file("jpeg2000.dcm").string();
+  const std::string image =
+      preambleAndMeta(UID_JPEG2000LosslessOnlyTransferSyntax) + littleEndian(0x28, 2) +
+      littleEndian(0x02, 2) + "US" + littleEndian(2, 2) + littleEndian(1, 2) +
+      littleEndian(0x28, 2) + littleEndian(0x04, 2) + "CS" + littleEndian(12, 2) + "MONOCHROME2 " +
+      littleEndian(0x28, 2) + littleEndian(0x10, 2) + "US" + littleEndian(2, 2) +
+      littleEndian(1, 2) + littleEndian(0x28, 2) + littleEndian(0x11, 2) + "US" +
+      littleEndian(2, 2) + littleEndian(1, 2) + littleEndian(0x28, 2) + littleEndian(0x100, 2) +
+      "US" + littleEndian(2, 2) + littleEndian(8, 2) +
+      explicitHeader(0x7FE0, 0x0010, "OB", 0xFFFFFFFF) + littleEndian(0xE000FFFE, 4) +
+      littleEndian(0, 4) + littleEndian(0xE000FFFE, 4) + littleEndian(4, 4) + "abcd" +
+      littleEndian(0xE0DDFFFE, 4) + littleEndian(0, 4);
+  tools::writeFile(file, image);
+
+  const Outcome outcome = runZrdcm({"decode", file, "-o", folder.file("out.npy").string()});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "zrdcm: " + file + ": Pixel data can't be decompressed\n");
+}
+
+}  // namespace

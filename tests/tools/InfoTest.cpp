@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// zrdcm info: the JSON that others parse, and the listing.
+#include "support/Compression.h"
+#include "support/ImageBuilder.h"
+#include "support/TempDir.h"
+#include "tools/ZrdcmRunner.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+using tools::Outcome;
+using tools::runZrdcm;
+
+class ZrdcmInfo : public testing::Test {
+protected:
+  std::string save(const DcmDataset& dataset, const std::string& name = "image.dcm",
+                   E_TransferSyntax syntax = EXS_LittleEndianExplicit) {
+    support::saveFile(dataset, folder_.file(name), syntax);
+    return folder_.file(name).string();
+  }
+
+  static json reportOf(const std::string& file) {
+    const Outcome outcome = runZrdcm({"info", "--json", file});
+    const json reports = json::parse(outcome.output);
+    EXPECT_EQ(reports.size(), 1U);
+    return reports.at(0);
+  }
+
+  support::TempDir folder_;
+};
+
+TEST_F(ZrdcmInfo, ReportsTheAttributesOfASlice) {
+  const std::string file = save(*support::ctSlice(4, 3)
+                                     .signed16()
+                                     .bitsStored(12)
+                                     .rescale("2", "-1000")
+                                     .window("40", "400")
+                                     .spacing("0.5", "0.7")
+                                     .build());
+
+  const json report = reportOf(file);
+
+  EXPECT_EQ(report["file"], file);
+  EXPECT_EQ(report["ok"], true);
+  EXPECT_EQ(report["error"], nullptr);
+  EXPECT_EQ(report["multiFrame"], false);
+  EXPECT_EQ(report["multiFrameVolume"], false);
+  EXPECT_EQ(report["enhanced"], false);
+  EXPECT_EQ(report["image"], (json{{"columns", 4},
+                                   {"rows", 3},
+                                   {"frames", 1},
+                                   {"bytesPerSample", 2},
+                                   {"samplesPerPixel", 1},
+                                   {"lossy", false},
+                                   {"rescale", {2.0, -1000.0}},
+                                   {"sampleOffset", 32768.0},
+                                   {"voiWindow", {40.0, 400.0}},
+                                   {"pixelSpacing", {0.7, 0.5}}}));
+  EXPECT_EQ(report["overlays"], json::array());
+  EXPECT_EQ(report["splitting"]["splittable"], false);
+  EXPECT_EQ(report["splitting"]["reason"], "no Number of Frames");
+}
+
+TEST_F(ZrdcmInfo, ReportsAbsentPairsAsNull) {
+  const json report = reportOf(save(*support::monochromeImage(2, 2).build()));
+
+  EXPECT_EQ(report["image"]["voiWindow"], nullptr);
+  EXPECT_EQ(report["image"]["pixelSpacing"], nullptr);
+  EXPECT_EQ(report["luts"]["modality"], nullptr);
+  EXPECT_EQ(report["luts"]["palette"], nullptr);
+}
+
+TEST_F(ZrdcmInfo, FindsOverlaysOfEveryFrame) {
+  const std::string file = save(*support::monochromeImage(4, 3)
+                                     .bitsStored(12)
+                                     .frames(3)
+                                     .overlayBits(0x6002, 13, {{1, 1}, {2, 1}}, 0)
+                                     .build());
+
+  const json report = reportOf(file);
+
+  EXPECT_EQ(report["overlays"],
+            json::array({{{"group", 0x6002}, {"frame", 0}, {"origin", {1, 1}}, {"size", {2, 1}}}}));
+}
+
+TEST_F(ZrdcmInfo, ShowsWhichFramesMakeUpTheVolumes) {
+  const std::string file = save(*support::monochromeImage(2, 2)
+                                     .frames(4)
+                                     .frameIncrementPointer("(0054,0080)")
+                                     .with(DCM_SpacingBetweenSlices, "-1")
+                                     .with(DCM_NumberOfSlices, EVR_US, "4")
+                                     .withUint16s(DCM_SliceVector, {3, 1, 4, 2})
+                                     .build());
+
+  const json report = reportOf(file);
+
+  EXPECT_EQ(report["multiFrame"], true);
+  EXPECT_EQ(report["multiFrameVolume"], true);
+  EXPECT_EQ(report["splitting"], (json{{"splittable", true},
+                                       {"reason", nullptr},
+                                       {"reversed", true},
+                                       {"volumes", {{1, 3, 0, 2}}}}));
+}
+
+TEST_F(ZrdcmInfo, SaysWhyColourFramesDoNotSplit) {
+  const std::string file = save(*support::rgbImage(2, 2)
+                                     .frames(2)
+                                     .frameIncrementPointer("(0018,1063)")
+                                     .with(DCM_SpacingBetweenSlices, "1")
+                                     .build());
+
+  const json report = reportOf(file);
+
+  EXPECT_EQ(report["image"]["frames"], 2);
+  EXPECT_EQ(report["image"]["samplesPerPixel"], 3);
+  EXPECT_EQ(report["splitting"]["splittable"], false);
+  EXPECT_EQ(report["splitting"]["reason"], "colour frames are kept together");
+}
+
+TEST_F(ZrdcmInfo, TellsTheTransferSyntaxOfTheFileNotOfTheDecodedSamples) {
+  const auto dataset = support::rgbImage(16, 16).build();
+  const std::string file =
+      save(*support::compress(*dataset, EXS_JPEGProcess1), "jpeg.dcm", EXS_JPEGProcess1);
+
+  const json report = reportOf(file);
+
+  EXPECT_EQ(report["transferSyntax"]["uid"], "1.2.840.10008.1.2.4.50");
+  EXPECT_EQ(report["image"]["lossy"], true);
+  EXPECT_EQ(report["pixelFormat"]["photometricInterpretation"], "YBR_FULL_422");
+}
+
+TEST_F(ZrdcmInfo, GoesOnAfterABadFile) {
+  const std::string good = save(*support::monochromeImage(2, 2).build(), "good.dcm");
+  const std::string bad = folder_.file("missing.dcm").string();
+
+  const Outcome outcome = runZrdcm({"info", "--json", bad, good});
+
+  const json reports = json::parse(outcome.output);
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "zrdcm: " + bad + ": does not exist\n");
+  ASSERT_EQ(reports.size(), 2U);
+  EXPECT_EQ(reports[0]["ok"], false);
+  EXPECT_EQ(reports[0]["error"], "does not exist");
+  EXPECT_EQ(reports[0]["image"], nullptr);
+  EXPECT_EQ(reports[1]["ok"], true);
+}
+
+TEST_F(ZrdcmInfo, DescribesAnObjectWithoutPixels) {
+  support::DatasetBuilder builder;
+  builder.with(DCM_SOPClassUID, UID_RTPlanStorage).with(DCM_Modality, "RTPLAN");
+  const std::string file = save(*builder.build());
+
+  const json report = reportOf(file);
+
+  EXPECT_EQ(report["ok"], false);
+  EXPECT_EQ(report["error"], "File contains no pixel data");
+  EXPECT_EQ(report["sopClass"]["uid"], UID_RTPlanStorage);
+  EXPECT_EQ(report["modality"], "RTPLAN");
+  EXPECT_EQ(report["multiFrame"], false);
+}
+
+TEST_F(ZrdcmInfo, ReportsATableThatIsWiderThanTheSamples) {
+  support::DatasetBuilder table;
+  table.withUint16s(DCM_LUTDescriptor, {4, 0, 16}).withWords(DCM_LUTData, {0, 1000, 2000, 3000});
+  auto image = support::monochromeImage(2, 1).unsigned8().samples({1, 3});
+  image.withItem(DCM_ModalityLUTSequence, table);
+
+  const json report = reportOf(save(*image.build()));
+
+  EXPECT_EQ(report["ok"], true);
+  EXPECT_EQ(report["luts"]["modality"],
+            (json{{"entries", 4}, {"firstMapped", 0}, {"values", 1}, {"bits", 16}}));
+}
+
+TEST_F(ZrdcmInfo, ListsForPeopleWhatTheJsonHolds) {
+  const std::string file =
+      save(*support::ctSlice(4, 3).rescale("2", "-1000").window("40", "400").build());
+
+  const Outcome outcome = runZrdcm({"info", file});
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.output, HasSubstr(file + "\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("size                4 x 3 x 1 (columns, rows, frames)"));
+  EXPECT_THAT(outcome.output, HasSubstr("window              centre 40, width 400"));
+  EXPECT_THAT(outcome.output, HasSubstr("slope 2, intercept -1000"));
+}
+
+TEST_F(ZrdcmInfo, ShowsNoControlCharactersFromTheFile) {
+  const std::string file =
+      save(*support::monochromeImage(2, 2).with(DCM_Modality, "C\x1b[2JT").build());
+
+  const Outcome outcome = runZrdcm({"info", file});
+
+  EXPECT_EQ(outcome.output.find('\x1b'), std::string::npos);
+  EXPECT_THAT(outcome.output, HasSubstr("C [2JT"));
+}
+
+TEST_F(ZrdcmInfo, WritesJsonThoughTheFileHoldsNoUtf8) {
+  const std::string file =
+      save(*support::monochromeImage(2, 2).with(DCM_Modality, "\xff\xfe").build());
+
+  EXPECT_EQ(reportOf(file)["modality"], "\xef\xbf\xbd\xef\xbf\xbd");
+}
+
+}  // namespace
