@@ -148,6 +148,20 @@ bool needsImage(const Task& task, Rendering& rendering) {
          frameSize % 2 != 0 || frameSize != rgbFrameSize(task);
 }
 
+/// Whether an image whose pixels share their colour two by two has them all in pairs. DCMTK leaves a
+/// pixel without its partner as it comes from the heap. @see PS3.3 C.7.6.3.1.2 (YBR_FULL_422)
+bool hasWholePairs(const Task& task, const DicomImage& image) {
+  const EP_Interpretation interpretation = image.getPhotometricInterpretation();
+  if (interpretation != EPI_YBR_Full_422 && interpretation != EPI_YBR_Partial_422) {
+    return true;
+  }
+  constexpr unsigned long long kSamplesPerPixel = 2;  // two luminances and both differences a pair
+  const unsigned long long pixels = 1ULL * task.attributes.columns * task.attributes.rows;
+  const unsigned long long bytes = kSamplesPerPixel * task.attributes.bytesPerSample * pixels *
+                                   static_cast<unsigned long long>(task.frames.count);
+  return pixels % 2 == 0 && (!task.frames.all || task.pixelData.getLength() >= bytes);
+}
+
 /// Opens the item as an image, which may turn out to have nothing to show: a frame size of 0.
 bool openImage(const Task& task, Rendering& rendering, std::string& errorText) {
   if (!mayOpenImage(task, errorText)) {
@@ -169,8 +183,9 @@ bool openImage(const Task& task, Rendering& rendering, std::string& errorText) {
   }
   (void)rendering.image->hideAllOverlays(0);  // 0 says that there are none
   rendering.frameSize = rendering.image->getOutputDataSize(kBitsPerSample);
-  if (rendering.frameSize != 0 && rendering.frameSize != rgbFrameSize(task)) {
-    errorText = kNotRendered;  // grey, after all, or not the size that the slice was promised
+  if (rendering.frameSize != 0 && (rendering.frameSize != rgbFrameSize(task) ||  // grey after all
+                                   !hasWholePairs(task, *rendering.image))) {
+    errorText = kNotRendered;
     return false;
   }
   return true;

@@ -416,6 +416,34 @@ TEST(SliceDecodingColour, DeliversNothingThatIsNotRgbAfterAll) {
   EXPECT_EQ(decodeAll(*grey).errorText, "DicomImage::getOutputData() failed");
 }
 
+ImageBuilder subsampledImage(Uint16 columns, Uint16 rows) {
+  ImageBuilder builder = rgbImage(columns, rows);
+  builder.photometric("YBR_FULL_422");
+  return builder;
+}
+
+TEST(SliceDecodingColour, SharesColourBetweenPairsOfPixels) {
+  const auto dataset = subsampledImage(2, 1).build();
+  const std::vector<Uint8> grey = {10, 200, 128, 128};
+  ASSERT_TRUE(dataset->putAndInsertUint8Array(DCM_PixelData, grey.data(), grey.size()).good());
+
+  const Outcome outcome = decodeAll(*dataset);
+
+  ASSERT_TRUE(outcome.done) << outcome.errorText;
+  expectNear(samplesOf(outcome.slice), {10, 10, 10, 200, 200, 200}, 1);
+}
+
+TEST(SliceDecodingColour, RefusesPixelsThatHaveNoPartnerToShareColourWith) {
+  const auto odd = subsampledImage(3, 1).build();
+  const auto tooShort = subsampledImage(4, 1).build();
+  const std::vector<Uint8> threePixels = {10, 200, 128, 128, 7, 7};
+  ASSERT_TRUE(tooShort->putAndInsertUint8Array(DCM_PixelData, threePixels.data(), 6).good());
+
+  EXPECT_EQ(decodeAll(*odd).errorText, "DicomImage::getOutputData() failed");
+  EXPECT_EQ(decodeRange(*odd, 0, 0).errorText, "DicomImage::getOutputData() failed");
+  EXPECT_EQ(decodeAll(*tooShort).errorText, "DicomImage::getOutputData() failed");
+}
+
 TEST(SliceDecodingColour, DoesNotTakeFramesOfOneSampleForRgb) {
   // DCMTK does not know the interpretation and so cannot object to its single sample.
   const auto grey =
