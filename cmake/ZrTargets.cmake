@@ -17,7 +17,9 @@ function(zr_configure_target target)
     CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
-    POSITION_INDEPENDENT_CODE ON)
+    POSITION_INDEPENDENT_CODE ON
+    # Installed programs and libraries find their neighbours wherever the prefix is.
+    INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:zr_developer_flags>)
 endfunction()
 

@@ -7,8 +7,6 @@
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
-// Registers colour rendering with DCMTK's image classes when the library is loaded.
-#include "dcmtk/dcmimage/diregist.h"
 #include "dcmtk/dcmimgle/dcmimage.h"
 #include "dcmtk/dcmimgle/didocu.h"
 
@@ -219,18 +217,17 @@ bool decodeFrame(const Rendering& rendering, char* destination, std::string& err
   // Deliberate: always the first frame of the dataset. This way is meant for single frames; with a
   // range of frames every one of them is the first. Test: SliceDecodingColour
   // .RangeOfDirectlyDecodedFramesRepeatsTheFirstFrameOfTheDataset
-  constexpr Uint32 kFirstFrame = 0;
+  constexpr Uint32 kFirst = 0;
   Uint32 startFragment = 0;
   OFString colourModel;
   const auto frameSize = static_cast<Uint32>(rendering.frameSize);
   CodecGuard guard(*rendering.decoderItem, *rendering.decoder);
-  if (!guard.frameIsSafe(kFirstFrame, startFragment, frameSize)) {
+  if (!guard.frameIsSafe(kFirst, startFragment, frameSize)) {
     errorText = kFrameNotDecompressed;
     return false;
   }
-  const OFCondition status =
-      rendering.decoder->getUncompressedFrame(rendering.decoderItem, kFirstFrame, startFragment,
-                                              destination, frameSize, colourModel, nullptr);
+  const OFCondition status = rendering.decoder->getUncompressedFrame(
+      rendering.decoderItem, kFirst, startFragment, destination, frameSize, colourModel, nullptr);
   if (status.good()) {
     return true;
   }

@@ -224,10 +224,9 @@ KtHandle<ZrDataAccess> wrapSamples(const SliceImage& slice, bool isSigned) {
   const long long pixel = static_cast<long long>(slice.samplesPerPixel) * slice.bytesPerSample;
   const long long row = pixel * slice.extent.x;
   const long long frame = row * slice.extent.y;
-  return KtHandle<ZrDataAccess>(
-      new ZrDataAccess(slice.extent, KtVec3l(pixel, row, frame), slice.data,
-                       sampleType(slice.bytesPerSample, isSigned), slice.samplesPerPixel,
-                       KtAllocator(KtAllocator::kWrapping)));
+  return {new ZrDataAccess(slice.extent, KtVec3l(pixel, row, frame), slice.data,
+                           sampleType(slice.bytesPerSample, isSigned), slice.samplesPerPixel,
+                           KtAllocator(KtAllocator::kWrapping))};
 }
 
 /// Isolates the stored bits, applies the modality LUT and makes signed samples unsigned, in place.
