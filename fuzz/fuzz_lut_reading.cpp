@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool palette = input.ConsumeBool();
   fuzz::maybeUint16(dataset, input, DCM_PixelRepresentation, 1);
   if (palette) {
-    for (const Uint16 element : {0x1101, 0x1102, 0x1103}) {
+    for (const Uint16 element : {Uint16{0x1101}, Uint16{0x1102}, Uint16{0x1103}}) {
       fuzz::addLut(dataset, input, DcmTagKey(0x0028, element),
                    DcmTagKey(0x0028, static_cast<Uint16>(element + 0x100)));
     }
