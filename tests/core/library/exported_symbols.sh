@@ -18,7 +18,11 @@ fi
 
 for wanted in 'Zrg::SliceImage::process(' 'Zrg::SliceImage::setFrameOffset(' \
   'ExDicomUtilities::LUT::dcmDatasetRead(' 'ExDicomUtilities::extractSample_applyLUT_makeUnsigned(' \
-  'typeinfo for Zrg::SliceImage'; do
+  'Zrg::SliceImage::extractEmbeddedOverlay<unsigned short>(' \
+  'Zrg::SliceImage::extractEmbeddedOverlay<unsigned char>(' 'Zrg::MultiFrameImage::process(' \
+  'Zrg::isEnhancedDicomSOPClassUID(' 'ExDCM::registerPrivateDicomTags(' 'ExDCM::PrivateTag::QAHistory' \
+  'ZrDcmExport::writeImageAsIs(' 'operator<<(ZrMsg&, ExDicomUtilities::LUT const&)' \
+  'typeinfo for Zrg::SliceImage' 'vtable for Zrg::MultiFrameImage'; do
   if ! printf '%s\n' "$symbols" | grep -qF "$wanted"; then
     echo "missing from the surface: $wanted"
     status=1
