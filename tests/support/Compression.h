@@ -9,13 +9,14 @@
 
 namespace support {
 
-/// The dataset as a reader finds it in a file of the given native transfer syntax: written to memory
-/// and read again, so that DCMTK knows its original transfer syntax. Throws std::logic_error when it
-/// cannot be written.
+/// The dataset as a reader finds it in a file of the given native transfer syntax: written to
+/// memory and read again, so that DCMTK knows its original transfer syntax. Throws std::logic_error
+/// when it cannot be written.
 [[nodiscard]] std::unique_ptr<DcmDataset> readBack(DcmDataset& dataset, E_TransferSyntax syntax);
 
-/// The dataset compressed (RLE, JPEG lossless and baseline, JPEG-LS) and read back likewise; it holds
-/// no other representation. `dataset` stays native. Throws std::logic_error when DCMTK refuses.
+/// The dataset compressed (RLE, JPEG lossless and baseline, JPEG-LS) and read back likewise; it
+/// holds no other representation. `dataset` stays native. Throws std::logic_error when DCMTK
+/// refuses.
 [[nodiscard]] std::unique_ptr<DcmDataset> compress(const DcmDataset& dataset,
                                                    E_TransferSyntax syntax);
 

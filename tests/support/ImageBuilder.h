@@ -13,9 +13,9 @@ struct Pixel {
   int row;
 };
 
-/// Builds images that decode. What is not said gets a sensible value; the samples, unless given, are
-/// a ramp 0, 1, 2, ... over all frames that wraps within the stored bits and stands where High Bit
-/// says. Attributes can be overruled with the verbs of every builder: `with`, `withUint16`,
+/// Builds images that decode. What is not said gets a sensible value; the samples, unless given,
+/// are a ramp 0, 1, 2, ... over all frames that wraps within the stored bits and stands where High
+/// Bit says. Attributes can be overruled with the verbs of every builder: `with`, `withUint16`,
 /// `without`.
 class ImageBuilder : public BuilderVerbs<ImageBuilder> {
 public:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The slice as a record, the predicates that classify items, and what the library sets up when it is
-// loaded: DCMTK's registration for colour images and the set of enhanced SOP classes. Decoding,
+// The slice as a record, the predicates that classify items, and what the library sets up when it
+// is loaded: DCMTK's registration for colour images and the set of enhanced SOP classes. Decoding,
 // overlays and multi-frame datasets have files of their own.
 #include "ZrSliceImage.h"
 

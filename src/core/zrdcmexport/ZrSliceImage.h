@@ -113,8 +113,8 @@ public:
   [[nodiscard]] bool process(DcmItem& item, std::string& errorText, int firstFrame, int lastFrame,
                              void* target, unsigned long targetSize);
 
-  /// Places the slice at a frame of its pixel memory: stores the six arguments in the fields of their
-  /// names and sets `rescale`, `sampleOffset`, `voiWindow` and `pixelSpacing` to NaN, until
+  /// Places the slice at a frame of its pixel memory: stores the six arguments in the fields of
+  /// their names and sets `rescale`, `sampleOffset`, `voiWindow` and `pixelSpacing` to NaN, until
   /// the slice's owner sets them again. `buffer`, `data`, `overlays` and `convertSamples` stay.
   void setFrameOffset(int newFrameOffset, unsigned int newBytesPerSample,
                       unsigned int newSamplesPerPixel, const KtVec3l& newExtent, bool isLossy,
@@ -130,8 +130,7 @@ public:
   /// Window to show the image with.
   ///
   /// @return `voiWindow` when both its components are numbers, otherwise the default for the size
-  /// of
-  ///         the samples: (128, 256) for 1 byte, (2000, 4000) for more.
+  ///         of the samples: (128, 256) for 1 byte, (2000, 4000) for more.
   /// @see PS3.3 C.11.2.1.2 (Window Center and Window Width)
   [[nodiscard]] KtVec2f result_VOI_LUT() const;
 
@@ -238,8 +237,7 @@ public:
   [[nodiscard]] unsigned int numVolumes();
 
   /// True when the slice spacing was negative in the last dataset that had one: its slices run
-  /// against the volume's direction. A dataset without a usable spacing leaves the answer as it
-  /// was.
+  /// against the volume's direction. A dataset without a usable spacing changes nothing.
   [[nodiscard]] bool isReversed();
 
   /// Sets what lossyCompression() answers until the next process().

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The container of split datasets: volumes of slices, and beside every slice its frame number. How a
-// dataset is taken apart stands in ZrSliceImageSplitting.cpp.
+// The container of split datasets: volumes of slices, and beside every slice its frame number. How
+// a dataset is taken apart stands in ZrSliceImageSplitting.cpp.
 #include "ZrSliceImage.h"
 
 #include <ktlib/KtPrimType.h>
@@ -43,8 +43,8 @@ void MultiFrameImage::addImage(int volume, int frameOffset, SliceImage& image,
 }
 
 void MultiFrameImage::reverseOrder(int volume) {
-  // Deliberate: the frame numbers keep their order; who needs the number of a reversed slice asks at
-  // the mirrored index. Test: MultiFrameContainer.KeepsFrameNumbersWhenItReversesSlices
+  // Deliberate: the frame numbers keep their order; who needs the number of a reversed slice asks
+  // at the mirrored index. Test: MultiFrameContainer.KeepsFrameNumbersWhenItReversesSlices
   KtDArray<SliceImage>& slices = volumes_[indexOf(volume)];
   const std::size_t count = slices.size();
   for (std::size_t i = 0; i < count / 2; ++i) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Overlay planes that old images keep in the bits of their samples above Bits Stored. For each of the
-// sixteen overlay groups: read its attributes, hold them against the image, pull the plane's bit out
-// of every sample of every frame, crop the mask and file it. What a mask looks like inside and how it
-// is cropped belongs to ZrOverlayData.
+// Overlay planes that old images keep in the bits of their samples above Bits Stored. For each of
+// the sixteen overlay groups: read its attributes, hold them against the image, pull the plane's
+// bit out of every sample of every frame, crop the mask and file it. How masks are cropped and kept
+// belongs to ZrOverlayData.
 //
 // A mask of w x h pixels, P = w rounded up to a multiple of 32:
 //

@@ -101,8 +101,8 @@ float regularStep(const KtDArray<float>& offsets) {
   return step;
 }
 
-/// Slice spacing, 0 where none can be had. `reversed` tells its direction and stays as it is where the
-/// dataset has no usable spacing.
+/// Slice spacing, 0 where none can be had. `reversed` tells its direction and stays as it is where
+/// the dataset has no usable spacing.
 float readSliceSpacing(DcmDataset& dataset, unsigned int frames, bool& reversed) {
   float spacing = 0.0F;
   OFString text;
@@ -154,7 +154,7 @@ bool readSlices(DcmDataset& dataset, int slices, FrameOrder& order) {
   }
   OFString text;
   if (dataset.findAndGetOFStringArray(DCM_SliceVector, text).bad()) {
-    // Frame i is slice i. The indices are not spelled out: the number of frames is only a claim yet.
+    // Frame i is slice i. The indices are not spelled out: the number of frames is but a claim yet.
     return static_cast<unsigned int>(slices) == order.frames;
   }
   std::optional<std::vector<int>> indices = indicesIn(text, order.frames, slices);
@@ -210,8 +210,8 @@ std::optional<FrameOrder> readFrameOrder(DcmDataset& dataset, const OFString& po
   return order;
 }
 
-/// Whether frames have samples and the decoded pixel data reaches to the end of the last one. Number
-/// of Frames counts further than the 16 bits that decoding looks at, and it may lie.
+/// Whether frames have samples and the decoded pixel data reaches to the end of the last one.
+/// Number of Frames counts further than the 16 bits that decoding looks at, and it may lie.
 bool holdsFrames(DcmDataset& dataset, const SliceImage& image, unsigned int frames) {
   DcmElement* pixelData = nullptr;
   if (dataset.findAndGetElement(DCM_PixelData, pixelData).bad() || pixelData == nullptr) {

@@ -97,7 +97,8 @@ TEST(GatedSplitting, LeavesVolumesWithoutFramesEmpty) {
 }
 
 TEST(GatedSplitting, EndsAVolumeAtItsFirstGap) {
-  // Three frames make three places: slices 1 and 3 take theirs, slice 4 has none, slice 2 is the gap.
+  // Three frames make three places: slices 1 and 3 take theirs, slice 4 has none, slice 2 is the
+  // gap.
   SplitDataset split(gatedStack({{1, 1, 1}, {1, 1, 1}, {1, 3, 4}}, 1, 1, 4));
 
   ASSERT_TRUE(split.done());

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-/// Frames of 2 x 2 pixels in 16 bits whose samples tell them apart: frame f holds 4f .. 4f + 3. They
-/// come with a spacing and a frame time, which is all that splitting needs.
+/// Frames of 2 x 2 pixels in 16 bits whose samples tell them apart: frame f holds 4f .. 4f + 3.
+/// They come with a spacing and a frame time, which is all that splitting needs.
 inline support::ImageBuilder frameStack(unsigned int frames) {
   return support::monochromeImage(2, 2)
       .frames(frames)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Splitting held against what must be true of any dataset: random orders give every frame back in its
-// place, random damage gives a refusal or slices that lie within the pixel memory.
+// Splitting held against what must be true of any dataset: random orders give every frame back in
+// its place, random damage gives a refusal or slices that lie within the pixel memory.
 #include "SplittingFixtures.h"
 #include "support/Compression.h"
 
