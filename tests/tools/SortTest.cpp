@@ -196,6 +196,24 @@ TEST_F(ZrdcmSort, IgnoresCriteriaThatAreOff) {
   EXPECT_THAT(linesOf(sort({"--by=echo-time", early, late})), ElementsAre(early, late));
 }
 
+// Their VR stands in the private dictionary alone; as unknown values they would all read alike.
+TEST_F(ZrdcmSort, ReadsPrivateCriteriaOfImplicitFiles) {
+  const auto writeImplicit = [this](const std::string& name, int number, const char* delay) {
+    const std::string path = inFolder(name);
+    const auto dataset = image(number)
+                             .with(DcmTagKey(0x0045, 0x0010), EVR_LO, "GEMS_HELIOS_01")
+                             .with(kPctRpeakDelay, EVR_DS, delay)
+                             .build();
+    DcmFileFormat format(dataset.get());
+    EXPECT_TRUE(format.saveFile(OFFilename(path.c_str()), EXS_LittleEndianImplicit).good());
+    return path;
+  };
+  const std::string early = writeImplicit("early", 2, "70");
+  const std::string late = writeImplicit("late", 1, "75");
+
+  EXPECT_THAT(linesOf(sort({"--by", "rpeak-delay", late, early})), ElementsAre(early, late));
+}
+
 // ---- trouble ----
 
 TEST_F(ZrdcmSort, LeavesOutWhatItCannotRead) {
@@ -208,7 +226,8 @@ TEST_F(ZrdcmSort, LeavesOutWhatItCannotRead) {
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(linesOf(run), ElementsAre(one, two));
   EXPECT_THAT(run.errors, HasSubstr("zrdcm: " + inFolder("text") + ": is not a DICOM file\n"));
-  EXPECT_THAT(run.errors, HasSubstr("zrdcm: " + inFolder("nowhere") + ": does not exist\n"));
+  EXPECT_THAT(run.errors, HasSubstr("zrdcm: " + inFolder("nowhere") +
+                                    ": cannot be opened: No such file or directory\n"));
 }
 
 TEST_F(ZrdcmSort, RefusesUnknownCriteria) {

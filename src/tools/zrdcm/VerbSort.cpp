@@ -9,6 +9,8 @@
 #include "SeriesOrder.h"
 #include "Verb.h"
 
+#include <zrdcmexport/ExDCM.h>
+
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
@@ -111,6 +113,8 @@ Json report(const std::vector<SeriesImage>& images, const SortOptions& options,
 
 int sortFiles(const SortOptions& options) {
   const OrderSwitches switches = parseOrderSwitches(options.by);
+  // Before the files are read: implicit ones take the VRs of private criteria from the dictionary.
+  ExDCM::registerPrivateDicomTags();
   ReadSeries series = readSeries(options.files);
   sortSeries(series.images, switches);
   if (!options.copyFolder.empty()) {

@@ -32,7 +32,8 @@ public:
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: next to a caller's new, a compiler takes the free of a replaced delete for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   const bool refused = size == refusedSize && passedBefore-- == 0;
   void* const memory = refused ? nullptr : std::malloc(size > 0 ? size : 1);
   if (memory == nullptr) {
@@ -41,10 +42,10 @@ void* operator new(std::size_t size) {
   return memory;
 }
 
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
   std::free(memory);
 }
 
