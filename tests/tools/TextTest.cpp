@@ -149,7 +149,7 @@ TEST_F(ZrdcmText, SaysWhichFileCannotBeRead) {
   const Outcome run = runZrdcm({"text", "nowhere.dcm", "PatientID"});
 
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "zrdcm: nowhere.dcm: cannot be opened: No such file or directory\n");
+  EXPECT_EQ(run.errors, "zrdcm: nowhere.dcm: does not exist\n");
 }
 
 TEST_F(ZrdcmText, RefusesWrongUsage) {
