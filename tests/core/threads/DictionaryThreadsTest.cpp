@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "DictionaryAccess.h"
+// Registration of the private elements from several threads. CTest gives each test a process of its
+// own, so each of them meets a dictionary that was never touched before.
+#include "AtOnce.h"
+#include "core/dict/DictionaryAccess.h"
 
 #include <zrdcmexport/ExDCM.h>
 
@@ -9,30 +12,13 @@
 
 #include <gtest/gtest.h>
 
-#include <barrier>
-#include <thread>
+#include <cstddef>
 #include <vector>
 
 namespace {
 
-constexpr int kThreads = 8;
-
-// Runs `work` in all threads at once.
-template <class Work>
-void atOnce(const Work& work) {
-  std::barrier start(kThreads);
-  std::vector<std::thread> threads;
-  threads.reserve(kThreads);
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&start, &work, i] {
-      start.arrive_and_wait();
-      work(i);
-    });
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-}
+using threads::atOnce;
+using threads::kThreads;
 
 TEST(RegistrationFromThreads, ExtendsOneDictionaryOnce) {
   for (int round = 0; round < 20; ++round) {
