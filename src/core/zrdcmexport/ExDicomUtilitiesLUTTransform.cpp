@@ -5,6 +5,7 @@
 // themselves stand apart (mirrored or interleaved views, misaligned memory, the first value of
 // several), a few hundred of them are gathered into a buffer, converted there and put back.
 
+#include "ExDicomUtilitiesLUTDomain.h"
 #include "ExDicomUtilitiesLUTKernels.h"
 
 #include <zrdcmexport/ExDicomUtilitiesGlobal.h>
@@ -112,6 +113,12 @@ struct View {
   }
 };
 
+// Samples that a conversion will see; 0 when there is no memory to see.
+long long samplesIn(const ZrDataAccess& source, unsigned valuesPerPixel) {
+  const KtVec3l& dims = source.dims();
+  return source.hasData() ? dims.x * dims.y * dims.z * valuesPerPixel : 0;
+}
+
 // Converts the pixels of all frames of `source` into `target`, which may be the same container.
 class Walk {
 public:
@@ -120,6 +127,7 @@ public:
         source_(source),
         target_(target),
         valuesPerPixel_(conversion.table.valuesPerEntry == 0 ? source.nDataVar() : 1),
+        domain_(conversion, samplesIn(source, valuesPerPixel_)),
         from_(source, conversion.source, valuesPerPixel_),
         to_(target, conversion.target, target.nDataVar()) {}
 
@@ -140,7 +148,12 @@ public:
 
 private:
   void convertPixels(const unsigned char* from, unsigned char* to, long long pixels) const {
-    detail::convertRun(conversion_, from, to, pixels * valuesPerPixel_);
+    const long long samples = pixels * valuesPerPixel_;
+    if (domain_.isEmpty()) {
+      detail::convertRun(conversion_, from, to, samples);
+    } else {
+      domain_.convertRun(from, to, samples);
+    }
   }
 
   void convertRow(const unsigned char* from, unsigned char* to) {
@@ -172,6 +185,7 @@ private:
   ZrDataAccess& source_;
   ZrDataAccess& target_;
   unsigned valuesPerPixel_;
+  detail::DomainTable domain_;
   View from_;
   View to_;
   std::vector<unsigned char> gathered_;
