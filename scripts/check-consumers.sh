@@ -27,3 +27,9 @@ echo "add_subdirectory"
 cmake -S packaging/consumer -B "$work/sub" -G Ninja -DZRDCMEXPORT_SOURCE="$source_dir" --log-level=WARNING
 cmake --build "$work/sub"
 "$work/sub/consumer"
+
+echo "installed example"
+cmake -S "$work/prefix/share/doc/zrdcmexport/examples" -B "$work/examples" -G Ninja \
+  -DCMAKE_PREFIX_PATH="$work/prefix" --log-level=WARNING
+cmake --build "$work/examples"
+test -x "$work/examples/reformat_coronal"
