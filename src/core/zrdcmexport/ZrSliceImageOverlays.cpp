@@ -147,12 +147,17 @@ std::uint32_t packWord(const char* samples, unsigned int bit) {
 #endif
 
 template <typename T>
-void packRow(const char* samples, int count, unsigned int bit, std::uint32_t* words) {
-  for (; count >= kWordBits; count -= kWordBits, samples += kWordBits * sizeof(T)) {
+void packRow(const char* samples, int columns, unsigned int bit, std::uint32_t* words) {
+  int left = columns;
+  for (; left >= kWordBits; left -= kWordBits, samples += kWordBits * sizeof(T)) {
     *words++ = packWord<T>(samples, bit);
   }
-  if (count > 0) {
-    *words = packSamples<T>(samples, count, bit);
+  if (left > 0 && columns >= kWordBits) {
+    // The last 32 samples of the row, without those that the word before has.
+    const int before = kWordBits - left;
+    *words = packWord<T>(samples - static_cast<std::size_t>(before) * sizeof(T), bit) >> before;
+  } else if (left > 0) {
+    *words = packSamples<T>(samples, left, bit);
   }
 }
 
