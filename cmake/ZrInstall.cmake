@@ -20,7 +20,12 @@ if(ZRDCMEXPORT_PLATFORM STREQUAL "bundled")
 endif()
 zr_install_package(zrdcmexport zrdcmexport::)
 
+# `cmake --install --prefix` may name another prefix than the configuration, so pkg-config learns it
+# when it is known: at installation.
+set(ZR_INSTALL_PREFIX "@CMAKE_INSTALL_PREFIX@")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/zrdcmexport.pc.in"
-               "${PROJECT_BINARY_DIR}/zrdcmexport.pc" @ONLY)
+               "${PROJECT_BINARY_DIR}/zrdcmexport.pc.in" @ONLY)
+install(CODE "configure_file(\"${PROJECT_BINARY_DIR}/zrdcmexport.pc.in\"
+                             \"${PROJECT_BINARY_DIR}/zrdcmexport.pc\" @ONLY)")
 install(FILES "${PROJECT_BINARY_DIR}/zrdcmexport.pc"
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
