@@ -14,7 +14,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numeric>
+#include <random>
+#include <string>
 
 namespace {
 
@@ -314,5 +317,57 @@ INSTANTIATE_TEST_SUITE_P(Tables, LutRoundTrip,
                                          RoundTrip{"OddBytePalette", 8, 255, 3, 1, 65535, false},
                                          RoundTrip{"FullBytePalette", 8, 65536, 3, 7, 0, false}),
                          support::nameOf<RoundTrip>);
+
+/// One table out of all that an item can hold, and the sign of the samples that it stands beside.
+struct DrawnTable {
+  LUT table;
+  bool isSigned;
+};
+
+DrawnTable drawTable(std::mt19937& random) {
+  const auto draw = [&random](int low, int high) {
+    return std::uniform_int_distribution<int>(low, high)(random);
+  };
+  const bool bytes = draw(0, 1) == 1;
+  const unsigned nComponents = draw(0, 1) == 1 ? 3 : 1;
+  const bool isSigned = draw(0, 1) == 1;
+  int entries = draw(1, 1 << draw(0, 16));
+  if (bytes && nComponents == 1) {
+    entries += entries % 2;  // the byte that pads an odd number of them reads as an entry
+  }
+  const int highest = std::min(bytes ? 255 : 65535, (1 << draw(0, 16)) - 1);
+  const bool signedFirst = isSigned && nComponents == 1;
+  const int firstMapped = draw(signedFirst ? -32768 : 0, signedFirst ? 32767 : 65535);
+
+  std::vector<unsigned short> values(static_cast<std::size_t>(entries) * nComponents);
+  std::generate(values.begin(), values.end(),
+                [&] { return static_cast<unsigned short>(draw(0, highest)); });
+  return {bytes ? table8({values.begin(), values.end()}, nComponents, firstMapped)
+                : table16(values, nComponents, firstMapped),
+          isSigned};
+}
+
+TEST(LutWriting, IsUndoneByTheReaderForAnyTable) {
+  constexpr int kTables = 400;
+  std::mt19937 random(20240229);
+  for (int i = 0; i < kTables; ++i) {
+    SCOPED_TRACE("table " + std::to_string(i));
+    const LogCapture log;
+    const DrawnTable drawn = drawTable(random);
+    const bool isPalette = drawn.table.entries->nDataVar() == 3;
+    DcmDataset dataset;
+    ASSERT_TRUE(dataset.putAndInsertUint16(DCM_PixelRepresentation, drawn.isSigned ? 1 : 0).good());
+
+    LUT::dcmDatasetWrite(drawn.table, dataset, isPalette);
+    LUT back;
+    LUT::dcmDatasetRead(back, dataset, isPalette);
+
+    ASSERT_EQ(luttest::is8(back), luttest::is8(drawn.table));
+    ASSERT_EQ(back.firstMapped, drawn.table.firstMapped);
+    ASSERT_EQ(valuesOf(back), valuesOf(drawn.table));
+    ASSERT_EQ(back.hash(), drawn.table.hash());
+    ASSERT_THAT(log.texts(), IsEmpty());
+  }
+}
 
 }  // namespace
