@@ -43,7 +43,7 @@ constexpr TagRange kOfOldSamples[] = {
     {0x00280002, 0x00280002},  // Samples per Pixel
     {0x00280004, 0x00280006},  // Photometric Interpretation .. Planar Configuration
     {0x00280008, 0x00280011},  // Number of Frames .. Columns
-    {0x00280100, 0x00280111},  // Bits Allocated .. extremes of the samples
+    {0x00280100, 0x00280121},  // Bits Allocated .. extremes and padding of the samples
     {0x00281101, 0x00281224},  // palettes
     {0x00282000, 0x00282002},  // ICC Profile, Color Space
     {0x00283000, 0x00283000},  // Modality LUT Sequence
@@ -204,6 +204,44 @@ OFCondition tryText(std::uint32_t tag, const std::string& text) {
   return scratch.putAndInsertString(element, text.c_str());
 }
 
+/// Value representations whose texts follow a form of their own (PS3.5 section 6.2).
+bool hasForm(DcmEVR vr) {
+  switch (vr) {
+    case EVR_AS:
+    case EVR_CS:
+    case EVR_DA:
+    case EVR_DS:
+    case EVR_DT:
+    case EVR_IS:
+    case EVR_TM:
+    case EVR_UI:
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// DCMTK stores such texts as they are, so a date that is none would get into the file.
+void requireForm(const AttributeSet& attributes) {
+  for (const auto& [tag, attribute] : attributes.byTag) {
+    for (const AttributeSet& item : attribute.items) {
+      requireForm(item);
+    }
+    const DcmTag known(keyOf(tag));
+    DcmItem scratch;
+    DcmElement* element = nullptr;
+    if (attribute.isSequence || !hasForm(known.getEVR()) ||
+        scratch.putAndInsertString(known, attribute.text.c_str()).bad() ||
+        scratch.findAndGetElement(keyOf(tag), element).bad()) {
+      continue;
+    }
+    if (element->checkValue().bad()) {
+      throw Failure(attribute.name + ": \"" + attribute.text + "\" is no value of representation " +
+                    DcmVR(known.getEVR()).getVRName());
+    }
+  }
+}
+
 void requireWritableText(std::uint32_t tag, const Attribute& attribute, ExportType type,
                          bool inItem) {
   if (takesVrOfSamples(tag) && type == ExportType::kS16) {
@@ -356,6 +394,7 @@ AttributeSet readAttributes(const std::filesystem::path& jsonFile) {
   }
   AttributeSet attributes = parseObject(tree, "");
   requireCharacterSet(attributes);
+  requireForm(attributes);
   return attributes;
 }
 

@@ -39,10 +39,11 @@ new file are those of --from, if given, and those of --tags on top:
     "SourceImageSequence": [ { "ReferencedSOPInstanceUID": "1.2.3" } ] }
 Several values are separated by a backslash. Size and type of the samples are filled in, and so are
 SOPClassUID (Secondary Capture) and missing UIDs. From --from the new file takes all that has a text
-form, except what belongs to the old image alone: samples, lookup tables, overlays, functional
-groups, private attributes, empty values within sequences. It gets SOP Instance and Series UIDs of
-its own and the ImageType DERIVED\SECONDARY. Rescale and window stay those of --from: samples that
-zrdcm decode has shifted want the RescaleIntercept that its --json tells.
+form, except what belongs to the old image alone: samples and their padding, lookup tables,
+overlays, functional groups, private attributes, empty values within sequences. It gets SOP
+Instance and Series UIDs of its own and the ImageType DERIVED\SECONDARY. All else stays as it is in
+--from until --tags says otherwise: position, orientation and spacing of a reformatted image, and
+RescaleIntercept where zrdcm decode has shifted the samples (its --json tells the new one).
 
 Example:
   zrdcm export --from ct.dcm --pixels coronal.raw --columns 512 --rows 200 -o coronal.dcm)";
