@@ -9,12 +9,19 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <numeric>
 #include <set>
 
 namespace {
 
 using nlohmann::json;
 using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
 using tools::Outcome;
 using tools::readFile;
 using tools::runZrdcm;
@@ -78,7 +85,13 @@ INSTANTIATE_TEST_SUITE_P(
                     Coded{"HeartYbrRle", "us-heart-ybr-rle", "us-heart-ybr"},
                     Coded{"HeartYbrJpeg", "us-heart-ybr-jpeg-lossless", "us-heart-ybr"},
                     Coded{"HeartYbrJpegLs", "us-heart-ybr-jpeg-ls", "us-heart-ybr"},
-                    Coded{"DoseRle", "rt-dose-volume-rle", "rt-dose-volume"}),
+                    Coded{"DoseRle", "rt-dose-volume-rle", "rt-dose-volume"},
+                    Coded{"GatedHeartRle", "nm-heart-gated-rle", "nm-heart-gated"},
+                    Coded{"GatedHeartJpegLs", "nm-heart-gated-jpeg-ls", "nm-heart-gated"},
+                    Coded{"BrainRle", "nm-brain-interleaved-rle", "nm-brain-interleaved"},
+                    Coded{"SweepJpegLs", "us-neck-sweep-jpeg-ls", "us-neck-sweep"},
+                    Coded{"HeadVolumeJpeg", "ct-head-volume-jpeg-lossless", "ct-head-volume"},
+                    Coded{"EnhancedHeadJpegLs", "mr-head-enhanced-jpeg-ls", "mr-head-enhanced"}),
     support::nameOf<Coded>);
 
 TEST(Phantoms, ComeOutTheSameEveryTime) {
@@ -145,11 +158,132 @@ TEST(Phantoms, ShowAPalette) {
             (json{{"entries", 256}, {"firstMapped", 0}, {"values", 3}, {"bits", 16}}));
 }
 
-TEST(Phantoms, ShowAVolumeThatSplits) {
-  const json report = reportOf("rt-dose-volume-rle");
+using Volumes = std::vector<std::vector<unsigned>>;
 
+Volumes inFrameOrder(unsigned frames) {
+  std::vector<unsigned> slices(frames);
+  std::iota(slices.begin(), slices.end(), 0U);
+  return {slices};
+}
+
+/// What splitting a phantom gives: volumes of frame numbers in slice order.
+struct SplitPhantom {
+  const char* name;
+  const char* file;
+  bool reversed;
+  Volumes volumes;
+};
+
+class SplittablePhantom : public testing::TestWithParam<SplitPhantom> {};
+
+TEST_P(SplittablePhantom, GivesItsFramesInSliceOrder) {
+  const json report = reportOf(GetParam().file);
+
+  EXPECT_EQ(report["multiFrame"], true);
   EXPECT_EQ(report["multiFrameVolume"], true);
-  EXPECT_EQ(report["splitting"]["volumes"], json({{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}}));
+  EXPECT_EQ(report["splitting"]["splittable"], true);
+  EXPECT_EQ(report["splitting"]["reversed"], GetParam().reversed);
+  EXPECT_EQ(report["splitting"]["volumes"], json(GetParam().volumes));
+}
+
+// The first six frames hold the odd slices, the others the even ones.
+const Volumes kInterleaved{{0, 6, 1, 7, 2, 8, 3, 9, 4, 10, 5, 11}};
+
+INSTANTIATE_TEST_SUITE_P(
+    Phantoms, SplittablePhantom,
+    testing::Values(SplitPhantom{"DoseRising", "rt-dose-volume-rle", false, inFrameOrder(12)},
+                    SplitPhantom{"DoseFalling", "rt-dose-falling", true, inFrameOrder(12)},
+                    SplitPhantom{"SliceVector", "nm-brain-interleaved", false, kInterleaved},
+                    SplitPhantom{"SliceVectorRle", "nm-brain-interleaved-rle", false, kInterleaved},
+                    SplitPhantom{"FrameTime", "us-neck-sweep", false, inFrameOrder(24)},
+                    SplitPhantom{"FrameTimeLossy", "us-neck-sweep-jpeg-baseline", false,
+                                 inFrameOrder(24)},
+                    SplitPhantom{"NegativeSpacing", "ct-head-volume", true, inFrameOrder(20)}),
+    support::nameOf<SplitPhantom>);
+
+struct WholePhantom {
+  const char* name;
+  const char* file;
+  bool multiFrame;
+  bool multiFrameVolume;
+  bool enhanced;
+};
+
+class UnsplittablePhantom : public testing::TestWithParam<WholePhantom> {};
+
+TEST_P(UnsplittablePhantom, SaysWhy) {
+  const json report = reportOf(GetParam().file);
+
+  EXPECT_EQ(report["multiFrame"], GetParam().multiFrame);
+  EXPECT_EQ(report["multiFrameVolume"], GetParam().multiFrameVolume);
+  EXPECT_EQ(report["enhanced"], GetParam().enhanced);
+  EXPECT_EQ(report["splitting"]["splittable"], false);
+  EXPECT_EQ(report["splitting"]["volumes"], json::array());
+  EXPECT_THAT(report["splitting"]["reason"].get<std::string>(), Not(IsEmpty()));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Phantoms, UnsplittablePhantom,
+    testing::Values(WholePhantom{"DoseIrregular", "rt-dose-irregular", true, true, false},
+                    WholePhantom{"ColourCine", "us-heart-rgb", true, false, false},
+                    WholePhantom{"ColourTable", "nm-uptake-palette", true, true, false},
+                    WholePhantom{"Enhanced", "mr-head-enhanced", false, false, true}),
+    support::nameOf<WholePhantom>);
+
+// R-R interval slowest, slice fastest: slot s of interval r starts at frame 128 r + 16 s.
+TEST(GatedHeart, GivesAVolumeForEachTimeSlotOfEachInterval) {
+  Volumes expected;
+  for (unsigned slot = 0; slot < 8; ++slot) {
+    for (unsigned interval = 0; interval < 2; ++interval) {
+      std::vector<unsigned> slices = inFrameOrder(16).front();
+      for (unsigned& frame : slices) {
+        frame += 128 * interval + 16 * slot;
+      }
+      expected.push_back(slices);
+    }
+  }
+
+  EXPECT_EQ(reportOf("nm-heart-gated")["splitting"]["volumes"], json(expected));
+  EXPECT_EQ(reportOf("nm-heart-gated-jpeg-ls")["splitting"]["volumes"], json(expected));
+}
+
+/// Radius in mm at which most counts lie in one frame of the gated heart, around the long axis of
+/// the left ventricle.
+double radiusOfWall(const std::string& samples, std::size_t frame) {
+  constexpr std::size_t kSize = 64;
+  constexpr double kPixelMm = 2.2;
+  constexpr double kAxisColumn = 31.5 + 13 / kPixelMm;
+  constexpr double kAxisRow = 31.5;
+  double counts = 0;
+  double moment = 0;
+  for (std::size_t i = 0; i < kSize * kSize; ++i) {
+    std::uint16_t sample = 0;
+    std::memcpy(&sample, &samples.at(2 * (frame * kSize * kSize + i)), sizeof sample);
+    const double x = kPixelMm * (static_cast<double>(i % kSize) - kAxisColumn);
+    const double y = kPixelMm * (static_cast<double>(i / kSize) - kAxisRow);
+    if (std::hypot(x, y) < 40 && x > -12) {  // not the right ventricle, nor the liver
+      counts += sample;
+      moment += sample * std::hypot(x, y);
+    }
+  }
+  return moment / counts;
+}
+
+TEST(GatedHeart, Beats) {
+  const support::TempDir folder;
+  const auto raw = folder.file("heart.raw");
+  ASSERT_EQ(runZrdcm({"decode", phantom("nm-heart-gated"), "-o", raw.string()}).status, 0);
+  const std::string samples = readFile(raw);
+
+  for (const std::size_t interval : {0, 1}) {
+    const auto radius = [&](std::size_t slot) {
+      return radiusOfWall(samples, 128 * interval + 16 * slot + 8);
+    };
+    EXPECT_GT(radius(0), radius(3) + 3) << "it is wide when it is filled";
+    EXPECT_GT(radius(1), radius(2));
+    EXPECT_GT(radius(4), radius(3)) << "and fills again";
+    EXPECT_NEAR(radius(7), radius(0), 0.5) << "until the next beat";
+  }
 }
 
 TEST(Phantoms, ShowLossyCompression) {
@@ -239,26 +373,82 @@ INSTANTIATE_TEST_SUITE_P(
                     Rendered{"HeartYbr", "us-heart-ybr", "dcmj2pnm", {}}),
     support::nameOf<Rendered>);
 
-TEST_F(EveryPhantom, IsReadByPydicom) {
-  if (tools::runProgram({"/usr/bin/python3", "-c", "import pydicom, numpy"}).status != 0) {
-    GTEST_SKIP() << "python3-pydicom is not installed";
+TEST_F(EveryPhantom, IsReadByDcmdumpWithoutComplaint) {
+  if (!has("dcmdump")) {
+    GTEST_SKIP() << "dcmtk is not installed";
   }
+  for (const std::string& name : tools::namesIn(ZRDCM_PHANTOMS)) {
+    const std::string file = std::string(ZRDCM_PHANTOMS) + "/" + name;
+
+    const Outcome dump = tools::runProgram({"dcmdump", file});
+
+    EXPECT_EQ(dump.status, 0) << name;
+    EXPECT_EQ(dump.errors, "") << name;
+  }
+}
+
+// Values that break the rules of their VR are errors here, and so is every warning.
+constexpr const char* kReadEverything = R"(
+import pathlib, pydicom, sys, warnings
+warnings.simplefilter("error")
+pydicom.config.settings.reading_validation_mode = pydicom.config.RAISE
+for path in sorted(pathlib.Path(sys.argv[1]).glob("*.dcm")):
+    try:
+        pydicom.dcmread(path).walk(lambda dataset, element: element.value)
+    except Exception as problem:
+        print(f"{path.name}: {problem}")
+)";
+
+// argv: the phantoms, then the folder of our samples.
+constexpr const char* kComparePixels = R"(
+import numpy, pathlib, pydicom, sys
+for path in sorted(pathlib.Path(sys.argv[2]).glob("*.npy")):
+    ours = numpy.load(path)
+    data = pydicom.dcmread(pathlib.Path(sys.argv[1]) / (path.stem + ".dcm")).PixelData
+    theirs = numpy.frombuffer(data, ours.dtype, ours.size).reshape(ours.shape)
+    print(path.stem, bool((ours == theirs).all()))
+)";
+
+class PhantomInPydicom : public EveryPhantom {
+protected:
+  void SetUp() override {
+    if (python({"import pydicom, numpy"}).status != 0) {
+      GTEST_SKIP() << "python3-pydicom is not installed";
+    }
+  }
+
+  static Outcome python(const std::vector<std::string>& arguments) {
+    std::vector<std::string> command{"/usr/bin/python3", "-c"};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return tools::runProgram(command);
+  }
+};
+
+TEST_F(PhantomInPydicom, IsReadWithoutComplaint) {
+  const Outcome outcome = python({kReadEverything, ZRDCM_PHANTOMS});
+
+  EXPECT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_EQ(outcome.output, "");
+}
+
+TEST_F(PhantomInPydicom, HasTheSamplesOfZrdcm) {
   const support::TempDir folder;
-  for (const char* name : {"ct-thorax-signed", "ct-abdomen-overlays", "mr-head-modality-lut",
-                           "cr-hand-monochrome1", "us-heart-rgb", "rt-dose-volume"}) {
-    ASSERT_EQ(runZrdcm({"decode", phantom(name), "--stored", "-o", folder.file("out.npy").string()})
-                  .status,
-              0);
-    const Outcome outcome = tools::runProgram(
-        {"/usr/bin/python3", "-c",
-         "import numpy, pydicom, sys\n"
-         "ds = pydicom.dcmread(sys.argv[1])\n"
-         "ours = numpy.load(sys.argv[2])\n"
-         "theirs = numpy.frombuffer(ds.PixelData, ours.dtype).reshape(ours.shape)\n"
-         "print(bool((ours == theirs).all()))",
-         phantom(name), folder.file("out.npy").string()});
-    EXPECT_EQ(outcome.output, "True\n") << name << outcome.errors;
+  std::string expected;
+  for (const std::string name :
+       {"cr-hand-monochrome1", "ct-abdomen-overlays", "ct-head-volume", "ct-thorax-signed",
+        "mr-head-enhanced", "mr-head-modality-lut", "nm-brain-interleaved", "nm-heart-gated",
+        "rt-dose-falling", "rt-dose-irregular", "rt-dose-volume", "us-heart-rgb",
+        "us-neck-sweep"}) {
+    ASSERT_EQ(
+        runZrdcm({"decode", phantom(name), "--stored", "-o", folder.file(name + ".npy").string()})
+            .status,
+        0);
+    expected += name + " True\n";
   }
+
+  const Outcome outcome = python({kComparePixels, ZRDCM_PHANTOMS, folder.path().string()});
+
+  EXPECT_EQ(outcome.output, expected) << outcome.errors;
 }
 
 }  // namespace

@@ -37,10 +37,14 @@ struct SamplesOptions {
 using DrawPhantom = phantoms::Phantom (*)(unsigned number);
 
 // The place in this table is part of the UIDs: new phantoms go to its end.
-constexpr DrawPhantom kPhantoms[] = {phantoms::ctThorax,       phantoms::ctAbdomenWithOverlays,
-                                     phantoms::mrBrainWithLut, phantoms::radiographInverse,
-                                     phantoms::petPalette,     phantoms::ultrasoundRgb,
-                                     phantoms::ultrasoundYbr,  phantoms::doseVolume};
+constexpr DrawPhantom kPhantoms[] = {phantoms::ctThorax,        phantoms::ctAbdomenWithOverlays,
+                                     phantoms::mrBrainWithLut,  phantoms::radiographInverse,
+                                     phantoms::petPalette,      phantoms::ultrasoundRgb,
+                                     phantoms::ultrasoundYbr,   phantoms::doseVolume,
+                                     phantoms::gatedHeart,      phantoms::brainUptake,
+                                     phantoms::doseFalling,     phantoms::doseIrregular,
+                                     phantoms::ultrasoundSweep, phantoms::headCt,
+                                     phantoms::headEnhancedMr};
 
 int writeSamples(const SamplesOptions& options) {
   createFolder(options.folder);

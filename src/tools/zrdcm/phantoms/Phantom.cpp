@@ -165,10 +165,15 @@ PhantomBuilder& PhantomBuilder::withRescale(double slope, double intercept, cons
       .with(DCM_RescaleType, type);
 }
 
-DcmItem& PhantomBuilder::item(const DcmTag& sequence) {
+DcmItem& PhantomBuilder::item(const DcmTagKey& sequence, std::size_t index) {
   DcmItem* item = nullptr;
-  require(dataset_->findOrCreateSequenceItem(sequence, item, 0), "a sequence");
+  require(dataset_->findOrCreateSequenceItem(sequence, item, static_cast<long>(index)),
+          "a sequence");
   return *item;
+}
+
+std::string PhantomBuilder::uidOfOwn(const std::string& branch) {
+  return uid(branch);
 }
 
 PhantomBuilder& PhantomBuilder::withAxialPlane(double spacingMm, double thicknessMm,

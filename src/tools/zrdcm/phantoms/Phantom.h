@@ -52,8 +52,10 @@ public:
   /// Window Center, Window Width and, when the slope is not 0, the rescale line.
   PhantomBuilder& withWindow(double centre, double width);
   PhantomBuilder& withRescale(double slope, double intercept, const char* type);
-  /// The item of a sequence with one item.
-  DcmItem& item(const DcmTag& sequence);
+  /// Item `index` of a sequence; the items are made in order, each when it is first asked for.
+  DcmItem& item(const DcmTagKey& sequence, std::size_t index = 0);
+  /// A UID that stands in all phantoms of this kind, told apart by its branch.
+  static std::string uidOfOwn(const std::string& branch);
 
   PhantomBuilder& withPixels(const PixelFormat& format, const std::vector<std::uint16_t>& samples);
   PhantomBuilder& withPixels(const PixelFormat& format, const std::vector<std::uint8_t>& samples);
@@ -78,6 +80,13 @@ Phantom ultrasoundRgb(unsigned number);
 Phantom ultrasoundYbr(unsigned number);
 Phantom radiographInverse(unsigned number);
 Phantom doseVolume(unsigned number);
+Phantom gatedHeart(unsigned number);
+Phantom brainUptake(unsigned number);
+Phantom doseFalling(unsigned number);
+Phantom doseIrregular(unsigned number);
+Phantom ultrasoundSweep(unsigned number);
+Phantom headCt(unsigned number);
+Phantom headEnhancedMr(unsigned number);
 
 /// Writes the phantom in plain little endian and in every further syntax it names.
 /// @return the files in the order of writing

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Two emission pictures that are no anatomy: a tracer's uptake in coronal slices through a colour
-// table, and the dose of a treatment plan on a grid.
+// A tracer's uptake in coronal slices, seen through a colour table.
 #include "Canvas.h"
 #include "Phantom.h"
+#include "PhantomModules.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -135,52 +135,13 @@ std::string countingTo(std::size_t count) {
   return text;
 }
 
-constexpr std::size_t kDoseSize = 96;
-constexpr std::size_t kDoseFrames = 12;
-
-// Five beams meet in a target that is shaped like a bean.
-double doseAt(Point p, double z) {
-  double dose = 0;
-  for (int beam = 0; beam < 5; ++beam) {
-    const double angle = 0.55 + 1.2566 * beam;
-    const double across = -p.x * std::sin(angle) + p.y * std::cos(angle);
-    const double along = p.x * std::cos(angle) + p.y * std::sin(angle);
-    const double edge = 1 / (1 + std::exp((std::abs(across) - 0.19) * 40));
-    dose += 11.5 * edge * std::exp(0.55 * along);
-  }
-  const double target = std::sqrt(p.x * p.x / 0.05 + p.y * p.y / 0.04);
-  dose += 6 / (1 + std::exp((target - 1) * 9));
-  return dose / (1 + std::exp((std::abs(z) - 0.55) * 12));
-}
-
-std::vector<std::uint16_t> doseGrid() {
-  std::vector<std::uint16_t> samples;
-  samples.reserve(kDoseSize * kDoseSize * kDoseFrames);
-  for (std::size_t frame = 0; frame < kDoseFrames; ++frame) {
-    const double z = -0.8 + 1.6 * static_cast<double>(frame) / (kDoseFrames - 1);
-    Canvas canvas(kDoseSize, kDoseSize, 0);
-    canvas.map([z](Point p, double) { return doseAt(p, z); });
-    for (std::size_t i = 0; i < kDoseSize * kDoseSize; ++i) {
-      const double value = 900 * canvas.at(i % kDoseSize, i / kDoseSize);
-      samples.push_back(static_cast<std::uint16_t>(std::lround(std::clamp(value, 0.0, 65535.0))));
-    }
-  }
-  return samples;
-}
-
 }  // namespace
 
 Phantom petPalette(unsigned number) {
   PhantomBuilder builder(UID_NuclearMedicineImageStorage, "NM", "Uptake, colour table", number);
-  builder.with(DCM_ImageType, "DERIVED\\PRIMARY\\RECON TOMO\\EMISSION");
+  describeEmission(builder, "DERIVED\\PRIMARY\\RECON TOMO\\EMISSION");
   builder.with(DCM_PixelSpacing, "6\\6").with(DCM_SliceThickness, "15");
-  builder.with(DCM_SpacingBetweenSlices, "15").with(DCM_CountsAccumulated, "");
-  builder.withEmpty(DCM_EnergyWindowInformationSequence);
-  builder.withEmpty(DCM_RadiopharmaceuticalInformationSequence);
-  builder.withEmpty(DCM_DetectorInformationSequence);
-  builder.withEmpty(DCM_PatientOrientationCodeSequence);
-  builder.withEmpty(DCM_PatientGantryRelationshipCodeSequence);
-  builder.with(DcmTag(DCM_NumberOfEnergyWindows), "1").with(DCM_NumberOfDetectors, "1");
+  builder.with(DCM_SpacingBetweenSlices, "15");
   builder.with(DCM_NumberOfSlices, std::to_string(kSlices));
   builder.with(DCM_FrameIncrementPointer, "(0054,0080)");
   builder.with(DCM_SliceVector, countingTo(kSlices));
@@ -190,25 +151,6 @@ Phantom petPalette(unsigned number) {
           "8-bit PALETTE COLOR, several frames",
           builder.take(),
           {EXS_RLELossless, EXS_JPEGProcess14SV1, EXS_JPEGLSLossless}};
-}
-
-Phantom doseVolume(unsigned number) {
-  PhantomBuilder builder(UID_RTDoseStorage, "RTDOSE", "Dose grid", number);
-  builder.withAxialPlane(3, 5, kDoseSize);
-  builder.with(DCM_DoseUnits, "GY").with(DCM_DoseType, "PHYSICAL");
-  builder.with(DCM_DoseSummationType, "PLAN").with(DCM_DoseGridScaling, "0.001");
-  builder.with(DCM_FrameIncrementPointer, "(3004,000c)");
-  std::string offsets;
-  for (std::size_t frame = 0; frame < kDoseFrames; ++frame) {
-    offsets += (frame == 0 ? "" : "\\") + std::to_string(5 * frame);
-  }
-  builder.with(DCM_GridFrameOffsetVector, offsets);
-  builder.withPixels({kDoseSize, kDoseSize, kDoseFrames, 1, 16, 16, false, "MONOCHROME2"},
-                     doseGrid());
-  return {"rt-dose-volume",
-          "a multi-frame volume that splits into slices",
-          builder.take(),
-          {EXS_RLELossless}};
 }
 
 }  // namespace zrdcm::phantoms
