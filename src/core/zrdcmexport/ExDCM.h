@@ -148,7 +148,8 @@ ZRDCMEXPORT_API void addPrivateTagsToDict(GlobalDcmDataDictionary* dict);
 /// Types 2 to 4 take the 16-bit words of the value one after the other as they lie in memory. Bytes
 /// at the end that do not fill a number are ignored.
 ///
-/// @param element must not be null; its value is loaded when it is still in the file
+/// @param element   must not be null; its value is loaded when it is still in the file
+/// @param valueType what the value is read as, 0 to 4
 /// @param text    the numbers; empty when the value is shorter than one number (the result is true
 ///                then), and when the result is false
 /// @return false for another `valueType`, and when the value cannot be read as 16-bit words: OB, UN,
@@ -181,7 +182,13 @@ ZRDCMEXPORT_API void addPrivateTagsToDict(GlobalDcmDataDictionary* dict);
 /// Neither dataset is changed, but DCMTK moves a cursor inside of both: datasets must not be used by
 /// another thread at the same time.
 ///
-/// @param first, second must not be null; may be the same
+/// @param first, second      must not be null; may be the same
+/// @param byVendorIndices    switch of criterion 3
+/// @param byTemporalPosition switch of criterion 4
+/// @param byRpeakDelay       switch of criterion 5
+/// @param byEchoTime         switch of criterion 2
+/// @param byVolumeUID        switch of criterion 8
+/// @param byCardiacPhase     switch of criterion 7
 /// @return negative when `first` comes first, positive when `second` does, 0 when nothing decides;
 ///         only the sign means something
 [[nodiscard]] ZRDCMEXPORT_API int compare(DcmDataset* first, DcmDataset* second,

@@ -30,6 +30,8 @@ public:
 
   /// Sets or replaces one attribute of the dataset.
   ///
+  /// @param group   group number of the attribute
+  /// @param element element number of the attribute
   /// @param value DICOM's text form, several values separated by a backslash; copied. Null fails
   ///              without a message. Whether the text suits the attribute shows when the file is
   ///              written. Attributes of group 0x0002 are accepted here and never written.

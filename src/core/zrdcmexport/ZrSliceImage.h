@@ -134,15 +134,15 @@ public:
   /// @see PS3.3 C.11.2.1.2 (Window Center and Window Width)
   [[nodiscard]] KtVec2f result_VOI_LUT() const;
 
-  /// Replaces `overlays` by the overlay planes that stand in single bits of the samples, for
-  /// dataset frames `firstFrame` to `lastFrame`; by null when the item describes none.
+  /// Replaces `overlays` by the overlay planes that stand in single bits of the samples; by null
+  /// when the item describes none.
   ///
   /// Groups with Overlay Data of their own, groups that lack an attribute and planes that leave the
   /// image are passed over. Each mask is cropped to the box of its set bits and recorded with its
-  /// group and its frame counted from `firstFrame`; a mask without set bits is not recorded. The
-  /// samples are not changed.
-  ///
-  /// @param item the item that the samples came from; only its attributes are read.
+  /// group and frame; one without set bits is not recorded. The samples are not changed.
+  /// @param item       the item that the samples came from; only its attributes are read.
+  /// @param firstFrame 0-based dataset frame of the first samples; recorded frames count from it.
+  /// @param lastFrame  0-based dataset frame of the last samples.
   /// @see PS3.3 C.9.2 (Overlay Plane Module), PS3.5 8.1.2 (overlay data in unused bits)
   void extractEmbeddedOverlays(DcmItem& item, int firstFrame, int lastFrame);
 
@@ -150,15 +150,15 @@ public:
   ///
   /// @tparam T          type of the samples: `unsigned short` or `unsigned char`.
   /// @param origin      0-based column and row of the rectangle; unchanged.
-  /// @param size        columns and rows of the rectangle; on return the columns are rounded up to
-  /// a
-  ///                    multiple of 32, the width of the mask.
+  /// @param size        columns and rows of the rectangle; on return the columns are rounded up
+  ///                    to a multiple of 32, which is the
+  ///                    width of the mask.
   /// @param frame       position of the frame in the slice's memory, from 0. A frame that the slice
   ///                    does not hold (`extent` z and beyond) is not read: the mask stays clear.
   /// @param bitPosition number of the bit, 0 the lowest; taken modulo 32.
-  /// @param mask        receives the bits: each row starts at a new 32-bit word, the first pixel of
-  /// a
-  ///                    word is its lowest bit, bits beyond the rectangle are clear.
+  /// @param mask        receives the bits: each row starts at a new 32-bit word, the first pixel
+  ///                    of a word is its lowest bit, bits beyond
+  ///                    the rectangle are clear.
   template <typename T>
   void extractEmbeddedOverlay(KtVec2i& origin, KtVec2i& size, int frame, int bitPosition,
                               KtBitfield& mask);
@@ -195,8 +195,8 @@ public:
   /// non-zero Spacing Between Slices or a regular Grid Frame Offset Vector, and one sample a pixel.
   ///
   /// @param dataset     its pixel data element is decompressed in place; must outlive the slices.
-  /// @param errorText   what the decoder says of a failure; untouched when the failure comes
-  /// before.
+  /// @param errorText   what the decoder says of a failure; untouched when the failure
+  ///                    comes before.
   /// @param splitFrames true files one slice per frame; false files all frames as one slice of one
   ///                    volume.
   /// @return true when the container was filled. After false its volumes are not to be used.

@@ -26,6 +26,7 @@ public:
   [[nodiscard]] const GxParamBundle* childBundle(const char* name) const;
 
   /// Appends a value.
+  /// @param name need not differ from other names
   /// @param text copied; null makes a parameter without a value
   /// @return the new parameter, valid while this bundle lives
   GxParameter& addParameter(const KtString& name, const char* text);

@@ -10,6 +10,7 @@
 /// One named value, held as text.
 class GX_API GxParameter : public GxParamBase {
 public:
+  /// @param name what the parameter is called
   /// @param text copied; null makes a parameter without a value
   GxParameter(const KtString& name, const char* text);
   ~GxParameter() override;

@@ -30,24 +30,34 @@ public:
   /// All values of an element as text, each without its padding, joined by backslashes.
   virtual OFCondition findAndGetOFStringArray(const DcmTagKey& tag, OFString& values) = 0;
   /// One value of an element as text without its padding. Value 0 of an empty element is good: "".
-  /// @param pos 0-based number of the value
+  /// @param tag   the element
+  /// @param value the text
+  /// @param pos   0-based number of the value
   virtual OFCondition findAndGetOFString(const DcmTagKey& tag, OFString& value,
                                          unsigned long pos = 0) = 0;
   /// One value of an element of VR US.
-  /// @param pos 0-based number of the value
+  /// @param tag   the element
+  /// @param value the number
+  /// @param pos   0-based number of the value
   virtual OFCondition findAndGetUint16(const DcmTagKey& tag, Uint16& value,
                                        unsigned long pos = 0) = 0;
   /// The whole value as bytes, where its VR can be seen as such (OB, UN; pixel and overlay data).
   /// An element without a value may be good with a null pointer.
-  /// @param count number of bytes
+  /// @param tag    the element
+  /// @param values first byte
+  /// @param count  number of bytes
   virtual OFCondition findAndGetUint8Array(const DcmTagKey& tag, const Uint8*& values,
                                            unsigned long& count) = 0;
   /// The whole value as 16-bit words in the machine's byte order, where its VR can be seen as such
   /// (US, OW; pixel and overlay data). An element without a value may be good with a null pointer.
-  /// @param count number of words
+  /// @param tag    the element
+  /// @param values first word
+  /// @param count  number of words
   virtual OFCondition findAndGetUint16Array(const DcmTagKey& tag, const Uint16*& values,
                                             unsigned long& count) = 0;
   /// An item of a sequence as an item of its own, a view into this one that must not outlive it.
+  /// @param tag        the sequence
+  /// @param item       receives the item; it is the caller's
   /// @param itemNumber 0-based; -1 is the last item
   virtual OFCondition findAndGetSequenceItem(const DcmTagKey& tag, std::unique_ptr<Item>& item,
                                              long itemNumber) = 0;

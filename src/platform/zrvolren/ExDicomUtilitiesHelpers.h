@@ -20,6 +20,7 @@ namespace ExDicomUtilities {
 /// "-.5" are numbers. "nan", "inf", hexadecimal digits, an empty value and a value beyond the range
 /// of float are none; a value too small for float is 0. The locale does not matter.
 ///
+/// @param values the text
 /// @param count how many values are expected: a hint for reserving memory and nothing else
 /// @return every value of the text, whatever `count`; empty when the text is empty or any of its
 ///         values is no number

@@ -24,8 +24,8 @@
 /// time; only the count is thread-safe.
 class ZRVOLREN_API ZrDataAccess : public KtHandableThreaded {
 public:
-  /// Wraps samples that the caller keeps and frees, whatever the allocator says.
-  ///
+  /// Wraps samples that the caller keeps and frees.
+  /// @param allocator not asked: nothing is allocated here
   /// @param dims columns, rows, frames
   /// @param strides bytes from one pixel, row and frame to the next. They may leave gaps, come in
   ///        any order, be 0 (the same samples again) or negative (mirrored); nothing is checked.

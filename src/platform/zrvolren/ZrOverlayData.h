@@ -37,8 +37,8 @@ public:
   ///        that it is too short to hold count as clear.
   static void cropOverlayData(KtVec2i& origin, KtVec2i& size, KtBitfield& mask);
 
-  /// Stores a copy of the mask with overlay group 0.
-  /// @param frame 0-based frame that the mask lies on
+  /// Stores a copy of a mask with its place, overlay group 0 and the 0-based frame that it lies on.
+  /// See origin(), size(), mask() and frame() for the units.
   /// @return its index: 0, 1, 2, ... in order of adding
   int addOverlayData(const KtVec2i& origin, const KtVec2i& size, const KtBitfield& mask, int frame);
 

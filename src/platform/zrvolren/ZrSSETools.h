@@ -12,6 +12,7 @@ namespace ZrSSETools {
 ///
 /// @param elements `count` elements, changed in place; may be null when there are none
 /// @param count number of elements; below 1 nothing happens
+/// @param mask second operand, the same for all elements
 template <template <class...> class Op, class T>
 void maskUnaligned(T* elements, long long count, T mask) {
   const Op<T> operation{};
