@@ -246,8 +246,9 @@ Phantom headCt(unsigned number) {
                          "Head, from the top down", number);
   builder.with(DCM_ConversionType, "WSD").with(DCM_BurnedInAnnotation, "NO");
   builder.with(DCM_PresentationLUTShape, "IDENTITY").with(DCM_ImageType, "DERIVED\\PRIMARY");
-  builder.with(DCM_PixelSpacing, decimal(kCtCut.pixelMm) + "\\" + decimal(kCtCut.pixelMm));
-  builder.with(DCM_SliceThickness, decimal(kCtCut.thicknessMm));
+  builder.withAxialPlane(kCtCut.pixelMm, kCtCut.thicknessMm, kCtCut.size);
+  const std::string corner = decimal(-kCtCut.pixelMm * (kCtCut.size - 1) / 2);
+  builder.with(DCM_ImagePositionPatient, corner + "\\" + corner + "\\" + decimal(kCtTop));
   builder.with(DCM_SpacingBetweenSlices, decimal(-kCtCut.thicknessMm));
   builder.with(DCM_FrameIncrementPointer, "(0018,0088)");
   builder.withPixels({kCtCut.size, kCtCut.size, kCtSlices, 1, 16, 16, false, "MONOCHROME2"},
