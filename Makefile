@@ -22,7 +22,7 @@ deps: ## install the Debian packages the project needs
 demo: deps ## make phantoms, decode them and leave pictures in demo/
 	cmake --preset release -DZRDCMEXPORT_BUILD_TESTS=OFF -B build/demo --log-level=WARNING
 	cmake --build build/demo -j $(JOBS)
-	scripts/demo.sh build/demo/src/tools/zrdcm/zrdcm demo
+	scripts/demo.sh build/demo/src/tools/zrdcm/zrdcm build/demo/examples/reformat_coronal demo
 
 test: deps build ## build and run every test; SAN=address,undefined under sanitizers
 	ctest --preset $(PRESET) $(CTEST_ARGUMENTS)

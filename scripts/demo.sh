@@ -1,14 +1,15 @@
 #!/bin/sh
 # SPDX-License-Identifier: BSD-3-Clause
-# Draws the phantoms, tells what they hold and decodes them to pictures.
-# Usage: scripts/demo.sh ZRDCM OUTDIR
+# Draws the phantoms, tells what they hold, decodes them to pictures and reformats one.
+# Usage: scripts/demo.sh ZRDCM REFORMAT_CORONAL OUTDIR
 set -eu
-if [ $# -ne 2 ]; then
-  echo "usage: $0 ZRDCM OUTDIR" >&2
+if [ $# -ne 3 ]; then
+  echo "usage: $0 ZRDCM REFORMAT_CORONAL OUTDIR" >&2
   exit 2
 fi
 zrdcm=$1
-out=$2
+reformat_coronal=$2
+out=$3
 phantoms=$out/phantoms
 mkdir -p "$out"
 
@@ -42,6 +43,11 @@ decode us-heart-ybr-rle us-heart-ybr --frames 8
 decode rt-dose-volume rt-dose --frames 6
 "$zrdcm" decode "$phantoms/rt-dose-volume.dcm" -o "$out/rt-dose.nrrd"
 "$zrdcm" decode "$phantoms/us-heart-rgb.dcm" -o "$out/us-heart.npy"
+
+echo
+echo "== a new series: the axial slices of a head, cut anew from the front to the back"
+"$reformat_coronal" "$phantoms/ct-head-volume.dcm" "$out/coronal"
+"$zrdcm" decode "$out/coronal/coronal-0064.dcm" -o "$out/ct-head-coronal.png"
 
 ls "$out"/*.png
 echo
