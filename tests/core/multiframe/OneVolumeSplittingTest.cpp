@@ -159,6 +159,15 @@ TEST(WrongSliceVector, IncludesWords) {
   EXPECT_FALSE(SplitDataset(nmStack({1, 1}, 2).with(DCM_SliceVector, EVR_LO, "one\\two")).done());
 }
 
+TEST(WrongSliceVector, IncludesOneOfAMillionNumbersForTwoFrames) {
+  std::string numbers = "1\\2";
+  for (int i = 2; i < 1000000; ++i) {
+    numbers += "\\1";
+  }
+
+  EXPECT_FALSE(SplitDataset(nmStack({1, 1}, 2).with(DCM_SliceVector, EVR_UT, numbers)).done());
+}
+
 TEST(WrongSliceVector, IncludesAnEmptyOne) {
   EXPECT_FALSE(SplitDataset(nmStack({1, 1}, 2).with(DCM_SliceVector, EVR_LO, "")).done());
 }

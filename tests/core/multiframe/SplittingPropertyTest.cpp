@@ -4,6 +4,7 @@
 #include "SplittingFixtures.h"
 #include "support/Compression.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -185,6 +186,33 @@ TEST_P(RandomDamage, NeverGivesSlicesOutsideThePixelMemory) {
     }
   }
   EXPECT_GT(splits, 0) << "damage that leaves nothing to split tests nothing";
+}
+
+// A refusal must not cost anything: neither the dataset that was refused nor the samples that came
+// from an earlier one, to which the caller still holds slices.
+TEST_P(RandomDamage, LeavesRefusedDatasetsAndEarlierSlicesAlone) {
+  const support::ImageBuilder earlierImage = nmStack({2, 3, 1}, 3);
+  int refusals = 0;
+  for (int round = 0; round < 100; ++round) {
+    const auto earlier = earlierImage.build();
+    const auto damaged = damagedStack().build();
+    const DcmDataset asItWas(*damaged);
+    Zrg::MultiFrameImage volumes(false);
+    std::string errorText;
+    ASSERT_TRUE(volumes.process(*earlier, errorText, true));
+    Zrg::SliceImage slice;
+    ASSERT_TRUE(volumes.getImage(0, 0, slice));
+    if (volumes.process(*damaged, errorText, true)) {
+      continue;
+    }
+
+    ++refusals;
+    EXPECT_EQ(asItWas.compare(*damaged), 0);
+    Uint16 samples[kSamplesOfFrame];
+    std::memcpy(samples, slice.data + slice.frameOffset, kFrameBytes);
+    EXPECT_THAT(samples, testing::ElementsAre(8, 9, 10, 11));  // of frame 2, which is slice 1
+  }
+  EXPECT_GT(refusals, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomDamage, testing::Range(1U, 21U));

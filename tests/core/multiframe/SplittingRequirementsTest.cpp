@@ -122,6 +122,15 @@ TEST_P(SplittableByPointer, FilesOneSlicePerFrame) {
   EXPECT_THAT(split.frameNumbers(0), ElementsAre(0, 1, 2));
 }
 
+TEST_P(SplittableByPointer, FollowsASliceVector) {
+  SplitDataset split(
+      frameStack(3).frameIncrementPointer(GetParam().text).withUint16s(DCM_SliceVector, {2, 3, 1}));
+
+  ASSERT_TRUE(split.done());
+  EXPECT_THAT(split.frameNumbers(0), ElementsAre(2, 0, 1));
+  EXPECT_THAT(split.framesInMemory(0), ElementsAre(2, 0, 1));
+}
+
 INSTANTIATE_TEST_SUITE_P(PointerKinds, SplittableByPointer,
                          testing::Values(KnownPointer{"Spacing", "(0018,0088)"},
                                          KnownPointer{"FrameTimeVector", "(0018,1065)"},
@@ -188,6 +197,37 @@ TEST(Frames, ThatPixelDataLacksAreRefusedByDecoding) {
   EXPECT_FALSE(split.done());
   EXPECT_EQ(split.errorText(), "Pixel data incomplete, expected 24 bytes, found 16 bytes");
 }
+
+struct Coding {
+  const char* name;
+  E_TransferSyntax syntax;
+};
+
+class CompressedFrames : public testing::TestWithParam<Coding> {};
+
+// The decoders for JPEG cut Number of Frames to the fragments that there are, and say nothing.
+TEST_P(CompressedFrames, ThatAreNotThereAreRefused) {
+  const auto dataset = support::compress(*support::monochromeImage(16, 16)
+                                              .unsigned8()
+                                              .frames(3)
+                                              .frameIncrementPointer("(0018,1063)")
+                                              .with(DCM_SpacingBetweenSlices, "1")
+                                              .build(),
+                                         GetParam().syntax);
+  ASSERT_TRUE(dataset->putAndInsertString(DCM_NumberOfFrames, "4").good());
+  Zrg::MultiFrameImage volumes(true);
+  std::string errorText;
+
+  EXPECT_FALSE(volumes.process(*dataset, errorText, true));
+  EXPECT_NE(errorText, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Codings, CompressedFrames,
+                         testing::Values(Coding{"Rle", EXS_RLELossless},
+                                         Coding{"JpegLossless", EXS_JPEGProcess14SV1},
+                                         Coding{"JpegBaseline", EXS_JPEGProcess1},
+                                         Coding{"JpegLs", EXS_JPEGLSLossless}),
+                         support::nameOf<Coding>);
 
 // Decoding counts frames in 16 bits: 65537 are one frame to it, whose samples are there.
 TEST(Frames, ThatDecodingDoesNotCountMustBeInMemory) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // What items are, asked before they are decoded.
+#include "support/Compression.h"
 #include "support/DatasetBuilder.h"
 #include "support/RowName.h"
 
@@ -184,6 +185,13 @@ TEST(IsEnhancedDicom, RefusesPlainCt) {
   const auto dataset = enhanced().with(DCM_SOPClassUID, "1.2.840.10008.5.1.4.1.1.2").build();
 
   EXPECT_FALSE(Zrg::isEnhancedDicom(*dataset));
+}
+
+// Files fill a UID of odd length up with a NUL, which is no part of the value.
+TEST(IsEnhancedDicom, DoesNotMindThePaddingOfAFile) {
+  const auto dataset = support::readBack(*enhanced().build(), EXS_LittleEndianExplicit);
+
+  EXPECT_TRUE(Zrg::isEnhancedDicom(*dataset));
 }
 
 TEST(IsEnhancedDicom, TakesPlainItems) {
