@@ -195,7 +195,7 @@ TEST_P(RandomDamage, LeavesRefusedDatasetsAndEarlierSlicesAlone) {
   int refusals = 0;
   for (int round = 0; round < 100; ++round) {
     const auto earlier = earlierImage.build();
-    const auto damaged = damagedStack().build();
+    const auto damaged = damagedStack().signed16().build();
     const DcmDataset asItWas(*damaged);
     Zrg::MultiFrameImage volumes(false);
     std::string errorText;
