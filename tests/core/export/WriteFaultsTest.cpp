@@ -5,6 +5,7 @@
 #include "core/export/DiskFaults.h"
 #include "core/export/ExportFixture.h"
 #include "support/LogCapture.h"
+#include "support/RowName.h"
 #include "support/TempDir.h"
 
 #include <zrdcmexport/ZrDcmExportPrivate.h>
@@ -122,14 +123,19 @@ TEST_F(WriteFaults, ReportsADeviceThatIsFull) {
   expectMetaInfoFailure(writer);
 }
 
-/// 64 x 64 pixels: 8192 bytes of samples behind about one kilobyte of attributes.
-class DiskThatFillsUp : public testing::Test {
-protected:
-  static constexpr int kSide = 64;
+struct ImageSize {
+  const char* name;
+  int side;
+};
 
+/// Samples behind about one kilobyte of attributes. Small images stay in one buffer on their way,
+/// large ones are written in several pieces.
+class DiskThatFillsUp : public testing::TestWithParam<ImageSize> {
+protected:
   bool write() {
     writer_.outputBaseDirectory = folder_.path().string();
-    return writer_.writeImageAsIs(kSide, kSide, pixels_.data(), KtPrimType::U16, 1);
+    const int side = GetParam().side;
+    return writer_.writeImageAsIs(side, side, pixels_.data(), KtPrimType::U16, 1);
   }
 
   /// Size of the file when there is room for it; the file is taken away again.
@@ -175,10 +181,12 @@ protected:
   support::LogCapture log_;
   support::TempDir folder_;
   ZrDcmExportPrivate writer_ = exporting::secondaryCaptureWriter("");
-  std::vector<std::uint16_t> pixels_ = std::vector<std::uint16_t>(kSide * kSide, 0x1234);
+  std::vector<std::uint16_t> pixels_ = std::vector<std::uint16_t>(
+      static_cast<std::size_t>(GetParam().side) * static_cast<std::size_t>(GetParam().side),
+      0x1234);
 };
 
-TEST_F(DiskThatFillsUp, IsReportedAtEveryPage) {
+TEST_P(DiskThatFillsUp, IsReportedAtEveryPage) {
   const std::uintmax_t whole = wholeFileBytes();
   ASSERT_GT(whole, 2 * kPageBytes);
 
@@ -189,7 +197,7 @@ TEST_F(DiskThatFillsUp, IsReportedAtEveryPage) {
   }
 }
 
-TEST_F(DiskThatFillsUp, IsReportedByTheStepThatFoundItFull) {
+TEST_P(DiskThatFillsUp, IsReportedByTheStepThatFoundItFull) {
   const std::uintmax_t metaInfo = metaInfoBytes();
   const std::uintmax_t whole = wholeFileBytes();
   {
@@ -208,7 +216,7 @@ TEST_F(DiskThatFillsUp, IsReportedByTheStepThatFoundItFull) {
   expectStored();
 }
 
-TEST_F(DiskThatFillsUp, EmptiesTheFileThatWasThereBefore) {
+TEST_P(DiskThatFillsUp, EmptiesTheFileThatWasThereBefore) {
   expectStored();
 
   const exporting::FileSizeLimit limit(kPageBytes);
@@ -216,7 +224,7 @@ TEST_F(DiskThatFillsUp, EmptiesTheFileThatWasThereBefore) {
   expectFailure(kDatasetFailed);
 }
 
-TEST_F(DiskThatFillsUp, IsReportedOnARealFileSystem) {
+TEST_P(DiskThatFillsUp, IsReportedOnARealFileSystem) {
   const std::uintmax_t whole = wholeFileBytes();
   bool stored = false;
   for (std::uintmax_t room = kPageBytes; !stored && room <= whole + 4 * kPageBytes;
@@ -239,5 +247,9 @@ TEST_F(DiskThatFillsUp, IsReportedOnARealFileSystem) {
   }
   EXPECT_TRUE(stored) << "the file never fitted, so nothing was shown";
 }
+
+INSTANTIATE_TEST_SUITE_P(Images, DiskThatFillsUp,
+                         testing::Values(ImageSize{"Of64x64", 64}, ImageSize{"Of512x512", 512}),
+                         support::nameOf<ImageSize>);
 
 }  // namespace
