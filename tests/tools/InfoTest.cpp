@@ -104,7 +104,43 @@ TEST_F(ZrdcmInfo, ShowsWhichFramesMakeUpTheVolumes) {
   EXPECT_EQ(report["splitting"], (json{{"splittable", true},
                                        {"reason", nullptr},
                                        {"reversed", true},
+                                       {"pointer", "(0054,0080)"},
+                                       {"pointerKind", "slice vector"},
+                                       {"timeSlots", nullptr},
+                                       {"rrIntervals", nullptr},
                                        {"volumes", {{1, 3, 0, 2}}}}));
+}
+
+TEST_F(ZrdcmInfo, CountsTheGatesOfGatedData) {
+  const std::string file = save(*support::monochromeImage(2, 2)
+                                     .frames(4)
+                                     .frameIncrementPointer("(0054,0060)\\(0054,0070)\\(0054,0080)")
+                                     .with(DCM_SpacingBetweenSlices, "1")
+                                     .with(DCM_NumberOfSlices, EVR_US, "2")
+                                     .with(DCM_NumberOfTimeSlots, EVR_US, "2")
+                                     .with(DCM_NumberOfRRIntervals, EVR_US, "1")
+                                     .withUint16s(DCM_RRIntervalVector, {1, 1, 1, 1})
+                                     .withUint16s(DCM_TimeSlotVector, {1, 2, 1, 2})
+                                     .withUint16s(DCM_SliceVector, {1, 1, 2, 2})
+                                     .build());
+
+  const json splitting = reportOf(file)["splitting"];
+
+  EXPECT_EQ(splitting["timeSlots"], 2);
+  EXPECT_EQ(splitting["rrIntervals"], 1);
+  EXPECT_EQ(splitting["volumes"], (json{{0, 2}, {1, 3}}));
+  EXPECT_THAT(
+      runZrdcm({"info", file}).output,
+      HasSubstr("splits              into 2 volumes of 2 slices (2 time slots x 1 R-R interval)"));
+}
+
+TEST_F(ZrdcmInfo, NamesWhatTheFramesAreOrderedBy) {
+  const std::string file =
+      save(*support::monochromeImage(2, 2).frames(2).frameIncrementPointer("(0018,1065)").build());
+
+  EXPECT_EQ(reportOf(file)["splitting"]["pointerKind"], "frame time vector");
+  EXPECT_THAT(runZrdcm({"info", file}).output,
+              HasSubstr("frames by           frame time vector (0018,1065)"));
 }
 
 TEST_F(ZrdcmInfo, SaysWhyColourFramesDoNotSplit) {

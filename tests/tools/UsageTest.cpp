@@ -74,7 +74,19 @@ INSTANTIATE_TEST_SUITE_P(
                    "--window and --overlays shape pictures: they go with .png only"},
         WrongUsage{"WindowOnStoredSamples",
                    {"decode", "a.dcm", "-o", "a.png", "--stored", "--window", "1,2"},
-                   "--stored excludes --window"}),
+                   "--stored excludes --window"},
+        WrongUsage{"SheetWithoutOutput", {"sheet", "a.dcm"}, "--output is required"},
+        WrongUsage{"SheetOfNoColumns",
+                   {"sheet", "a.dcm", "-o", "a.png", "--columns", "0"},
+                   "--columns: Value 0 not in range"},
+        WrongUsage{"SheetWindowOfNoWidth",
+                   {"sheet", "a.dcm", "-o", "a.png", "--window", "40,0"},
+                   "--window wants CENTRE,WIDTH"},
+        WrongUsage{"SplitWithoutOutput", {"split", "a.dcm"}, "--output is required"},
+        WrongUsage{"SplitIntoUnknownFormat",
+                   {"split", "a.dcm", "-o", "a", "--format", "tiff"},
+                   "--format: tiff not in {nrrd,npy}"},
+        WrongUsage{"OverlaysWithoutOutput", {"overlays", "a.dcm"}, "--output is required"}),
     support::nameOf<WrongUsage>);
 
 TEST(ZrdcmHelp, ListsTheVerbs) {
@@ -97,7 +109,9 @@ TEST_P(HelpOfVerb, ShowsAnExample) {
   EXPECT_THAT(outcome.output, HasSubstr(std::string("zrdcm ") + GetParam()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Verbs, HelpOfVerb, testing::Values("info", "decode", "samples"));
+INSTANTIATE_TEST_SUITE_P(Verbs, HelpOfVerb,
+                         testing::Values("info", "decode", "split", "sheet", "overlays",
+                                         "samples"));
 
 TEST(ZrdcmVersion, IsTheVersionOfTheProject) {
   const Outcome outcome = runZrdcm({"--version"});

@@ -43,18 +43,14 @@ const char* npyType(SampleType type) {
   return "";
 }
 
-const char* nrrdType(SampleType type) {
-  switch (type) {
-    case SampleType::kU8:
-      return "uint8";
-    case SampleType::kS8:
-      return "int8";
-    case SampleType::kU16:
-      return "uint16";
-    case SampleType::kS16:
-      return "int16";
+void writeFrames(OutputFile& file, std::size_t count, const FrameAt& frameAt) {
+  for (std::size_t index = 0; index < count; ++index) {
+    writeSamples(file, frameAt(index));
   }
-  return "";
+}
+
+FrameAt framesOf(const SampleArray& array) {
+  return [array](std::size_t index) { return array.frame(index); };
 }
 
 std::string npyHeader(const SampleArray& array) {
@@ -101,7 +97,7 @@ std::string nrrdHeader(const SampleArray& array, const NrrdHeader& header) {
   if (!header.content.empty()) {
     text += "content: " + oneLine(header.content) + "\n";
   }
-  text += std::string("type: ") + nrrdType(array.type) + "\n";
+  text += std::string("type: ") + typeName(array.type) + "\n";
   text += std::string("dimension: ") + (colour ? "4" : "3") + "\n";
   text += "sizes: " + channelSize + std::to_string(array.columns) + " " +
           std::to_string(array.rows) + " " + std::to_string(array.frames) + "\n";
@@ -117,6 +113,20 @@ std::string nrrdHeader(const SampleArray& array, const NrrdHeader& header) {
 
 }  // namespace
 
+const char* typeName(SampleType type) {
+  switch (type) {
+    case SampleType::kU8:
+      return "uint8";
+    case SampleType::kS8:
+      return "int8";
+    case SampleType::kU16:
+      return "uint16";
+    case SampleType::kS16:
+      return "int16";
+  }
+  return "";
+}
+
 void writeRaw(const std::filesystem::path& target, const SampleArray& array) {
   OutputFile file(target);
   writeSamples(file, array);
@@ -124,17 +134,27 @@ void writeRaw(const std::filesystem::path& target, const SampleArray& array) {
 }
 
 void writeNpy(const std::filesystem::path& target, const SampleArray& array) {
+  writeNpy(target, array, framesOf(array));
+}
+
+void writeNpy(const std::filesystem::path& target, const SampleArray& layout,
+              const FrameAt& frameAt) {
   OutputFile file(target);
-  file.write(npyHeader(array));
-  writeSamples(file, array);
+  file.write(npyHeader(layout));
+  writeFrames(file, layout.frames, frameAt);
   file.commit();
 }
 
 void writeNrrd(const std::filesystem::path& target, const SampleArray& array,
                const NrrdHeader& header) {
+  writeNrrd(target, array, header, framesOf(array));
+}
+
+void writeNrrd(const std::filesystem::path& target, const SampleArray& layout,
+               const NrrdHeader& header, const FrameAt& frameAt) {
   OutputFile file(target);
-  file.write(nrrdHeader(array, header));
-  writeSamples(file, array);
+  file.write(nrrdHeader(layout, header));
+  writeFrames(file, layout.frames, frameAt);
   file.commit();
 }
 

@@ -5,12 +5,19 @@
 
 #include <array>
 #include <filesystem>
+#include <functional>
 #include <limits>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace zrdcm {
+
+/// The type as NumPy and NRRD call it: "uint8", "int16".
+const char* typeName(SampleType type);
+
+/// Yields one frame of an array; its samples are used before the next one is asked for.
+using FrameAt = std::function<SampleArray(std::size_t index)>;
 
 /// Writes the samples alone: all frames in order, row by row, little endian, colour interleaved.
 /// @throws Failure when the file cannot be written.
@@ -23,6 +30,10 @@ void writeRaw(const std::filesystem::path& target, const SampleArray& array);
 /// @throws Failure when the file cannot be written.
 /// @see https://numpy.org/doc/stable/reference/generated/numpy.lib.format.html
 void writeNpy(const std::filesystem::path& target, const SampleArray& array);
+
+/// The same with frames 0 to `layout.frames` - 1 from `frameAt`; the bytes of `layout` are not used.
+void writeNpy(const std::filesystem::path& target, const SampleArray& layout,
+              const FrameAt& frameAt);
 
 /// What a NRRD header says about the samples, besides their layout.
 struct NrrdHeader {
@@ -40,5 +51,9 @@ struct NrrdHeader {
 /// @see https://teem.sourceforge.net/nrrd/format.html
 void writeNrrd(const std::filesystem::path& target, const SampleArray& array,
                const NrrdHeader& header);
+
+/// The same with frames 0 to `layout.frames` - 1 from `frameAt`; the bytes of `layout` are not used.
+void writeNrrd(const std::filesystem::path& target, const SampleArray& layout,
+               const NrrdHeader& header, const FrameAt& frameAt);
 
 }  // namespace zrdcm

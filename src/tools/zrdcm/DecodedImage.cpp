@@ -93,8 +93,12 @@ void convertThrough(const ModalityTable& table, DecodedImage& image) {
 }  // namespace
 
 DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest& request) {
+  return decodeImage(std::make_unique<DicomFile>(path), request);
+}
+
+DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& request) {
   DecodedImage image;
-  image.file = std::make_unique<DicomFile>(path);
+  image.file = std::move(file);
   // Read before decoding, which may rewrite attributes.
   const std::string photometric = photometricInterpretation(*image.file);
   image.monochrome = isMonochrome(photometric);

@@ -42,4 +42,7 @@ struct DecodedImage {
 /// @throws Failure when the file cannot be read or decoded, or has no such frames.
 DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest& request);
 
+/// The same for a file that was opened and not decoded yet.
+DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& request);
+
 }  // namespace zrdcm

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Gathers the report on a file: attributes first, then one decode, then a trial of splitting. The
-// splitting works on a second copy of the file, because decoding rewrites the dataset in memory.
+// Gathers the report on a file: attributes first, then one decode, then a trial of splitting, which
+// finds the pixel data decompressed and does not decode it again.
 #include "FileReport.h"
 
 #include "DicomFile.h"
 #include "Failure.h"
 #include "ModalityTable.h"
 #include "Numbers.h"
+#include "Splitting.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
 #include <zrdcmexport/ZrSliceImage.h>
@@ -16,7 +17,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cstdlib>
 #include <new>
 #include <string>
 
@@ -120,52 +120,16 @@ void addImage(Json& report, const DicomFile& file) {
   report["ok"] = true;
 }
 
-// The splitter only says that it could not; this finds out why, in the order of its own checks.
-std::string whyNotSplit(DcmItem& item, std::size_t samplesPerPixel) {
-  if (std::atoi(textOf(item, DCM_NumberOfFrames).c_str()) == 0) {
-    return "no Number of Frames";
-  }
-  if (!item.tagExistsWithValue(DCM_FrameIncrementPointer)) {
-    return "no Frame Increment Pointer";
-  }
-  if (!item.tagExists(DCM_SpacingBetweenSlices) && !item.tagExists(DCM_GridFrameOffsetVector)) {
-    return "neither Spacing Between Slices nor Grid Frame Offset Vector";
-  }
-  if (samplesPerPixel != 1) {
-    return "colour frames are kept together";
-  }
-  return "the frame attributes describe no complete volumes";
-}
-
-Json volumesOf(Zrg::MultiFrameImage& image) {
-  Json volumes = Json::array();
-  for (unsigned int volume = 0; volume < image.numVolumes(); ++volume) {
-    Json frames = Json::array();
-    const int index = static_cast<int>(volume);
-    for (unsigned int slice = 0; slice < image.numSlices(index); ++slice) {
-      unsigned int frame = 0;
-      if (image.getFrameNumber(index, slice, frame)) {
-        frames.push_back(frame);
-      }
-    }
-    volumes.push_back(std::move(frames));
-  }
-  return volumes;
-}
-
-Json splittingOutlook(const std::filesystem::path& path, std::size_t samplesPerPixel) {
-  const DicomFile file(path);
-  Zrg::MultiFrameImage image(false);
-  std::string error;
-  if (image.process(file.dataset(), error, true)) {
-    return {{"splittable", true},
-            {"reason", nullptr},
-            {"reversed", image.isReversed()},
-            {"volumes", volumesOf(image)}};
-  }
-  const std::string reason = error.empty() ? whyNotSplit(file.dataset(), samplesPerPixel) : error;
-  return {
-      {"splittable", false}, {"reason", reason}, {"reversed", nullptr}, {"volumes", Json::array()}};
+Json splitting(const SplittingOutlook& outlook) {
+  const bool split = outlook.splittable;
+  return {{"splittable", split},
+          {"reason", split ? Json(nullptr) : Json(outlook.reason)},
+          {"reversed", split ? Json(outlook.reversed) : Json(nullptr)},
+          {"pointer", textOrNull(outlook.pointer)},
+          {"pointerKind", textOrNull(outlook.pointerKind)},
+          {"timeSlots", outlook.gated() ? Json(outlook.timeSlots) : Json(nullptr)},
+          {"rrIntervals", outlook.gated() ? Json(outlook.rrIntervals) : Json(nullptr)},
+          {"volumes", outlook.volumes}};
 }
 
 Json emptyReport(const std::filesystem::path& path) {
@@ -188,9 +152,10 @@ void fillReport(Json& report, const std::filesystem::path& path) {
   report["enhanced"] = Zrg::isEnhancedDicom(dataset);
   report["luts"] = {{"modality", lookupTable(dataset, false)},
                     {"palette", lookupTable(dataset, true)}};
+  // Read before decoding, which may rewrite attributes.
+  const bool monochrome = isMonochrome(photometricInterpretation(file));
   addImage(report, file);
-  const std::size_t samplesPerPixel = report["image"]["samplesPerPixel"];
-  report["splitting"] = splittingOutlook(path, samplesPerPixel);
+  report["splitting"] = splitting(splittingOutlook(dataset, monochrome));
 }
 
 }  // namespace

@@ -21,7 +21,8 @@ namespace zrdcm {
 /// |                     | intercept], sampleOffset, voiWindow [centre, width], pixelSpacing [column, row]} |
 /// | luts                | {modality, palette}: {entries, firstMapped, values, bits} each       |
 /// | overlays            | [{group, frame, origin [x, y], size [w, h]}]: embedded in the samples |
-/// | splitting           | {splittable, reason, reversed, volumes [[frame numbers in slice order]]} |
+/// | splitting           | {splittable, reason, reversed, pointer, pointerKind, timeSlots, rrIntervals, |
+/// |                     | volumes [[frame numbers in slice order]]}                            |
 ///
 /// Absent values are null. A file that cannot be read has null in everything but `file`, `ok` and
 /// `error`. Nothing is thrown for a bad file, lack of memory included.

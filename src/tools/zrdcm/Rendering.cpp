@@ -10,22 +10,12 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <utility>
 #include <vector>
 
 namespace zrdcm {
 
 namespace {
-
-std::uint16_t sampleAt(const SampleArray& array, std::size_t index) {
-  if (bytesOf(array.type) == 1) {
-    return array.bytes[index];
-  }
-  std::uint16_t value = 0;
-  std::memcpy(&value, array.bytes + 2 * index, sizeof value);
-  return value;
-}
 
 // Samples that pad the picture to a rectangle say nothing about its range. They are found as they
 // stand after decoding; behind a modality LUT they are not told apart from other values.
@@ -51,7 +41,7 @@ std::pair<std::uint16_t, std::uint16_t> rangeOfSamples(const SampleArray& array,
   std::uint16_t high = 0;
   const std::size_t count = array.byteCount() / bytesOf(array.type);
   for (std::size_t i = 0; i < count; ++i) {
-    const std::uint16_t sample = sampleAt(array, i);
+    const std::uint16_t sample = array.sample(i);
     if (sample != padding) {
       low = std::min(low, sample);
       high = std::max(high, sample);
@@ -67,20 +57,6 @@ double grayFraction(double value, const Window& window) {
     return 0.0;  // a rescale slope or window beyond all numbers
   }
   return std::clamp(linear, 0.0, 1.0);
-}
-
-std::vector<unsigned char> grayTable(const DecodedImage& image, const Window& window) {
-  const KtVec2f line = image.slice.result_MOD_LUT();
-  const std::size_t entries = bytesOf(image.samples.type) == 1 ? 256 : 65536;
-  std::vector<unsigned char> table(entries);
-  for (std::size_t sample = 0; sample < entries; ++sample) {
-    const double value =
-        static_cast<double>(line.x) * static_cast<double>(sample) + static_cast<double>(line.y);
-    const double gray = grayFraction(value, window);
-    const double shown = image.darkIsHigh ? 1.0 - gray : gray;
-    table[sample] = static_cast<unsigned char>(std::lround(255.0 * shown));
-  }
-  return table;
 }
 
 Window fullRange(const DecodedImage& image) {
@@ -103,9 +79,7 @@ Picture inRgb(const Picture& picture) {
 }
 
 void drawOverlay(Picture& picture, const ZrOverlayData& overlays, int index) {
-  constexpr std::array<std::array<unsigned char, 3>, 4> kColours{
-      {{255, 196, 0}, {64, 224, 255}, {255, 96, 160}, {128, 255, 96}}};
-  const auto& colour = kColours[(overlays.group(index) / 2U) % kColours.size()];
+  const Colour colour = overlayColour(overlays.group(index));
   const KtVec2i origin = overlays.origin(index);
   const KtVec2i size = overlays.size(index);
   for (int y = origin.y; y < origin.y + size.y; ++y) {
@@ -135,6 +109,20 @@ Window windowFor(const DecodedImage& image, const std::optional<Window>& wanted)
   return {static_cast<double>(window.x), static_cast<double>(window.y), window.y <= 1};
 }
 
+std::vector<unsigned char> grayLevels(const DecodedImage& image, const Window& window) {
+  const KtVec2f line = image.slice.result_MOD_LUT();
+  const std::size_t entries = bytesOf(image.samples.type) == 1 ? 256 : 65536;
+  std::vector<unsigned char> levels(entries);
+  for (std::size_t sample = 0; sample < entries; ++sample) {
+    const double value =
+        static_cast<double>(line.x) * static_cast<double>(sample) + static_cast<double>(line.y);
+    const double gray = grayFraction(value, window);
+    const double shown = image.darkIsHigh ? 1.0 - gray : gray;
+    levels[sample] = static_cast<unsigned char>(std::lround(255.0 * shown));
+  }
+  return levels;
+}
+
 Picture renderFrame(const DecodedImage& image, std::size_t index, const Window& window) {
   const SampleArray frame = image.samples.frame(index);
   Picture picture{frame.rows, frame.columns, frame.channels, {}};
@@ -142,12 +130,18 @@ Picture renderFrame(const DecodedImage& image, std::size_t index, const Window& 
     picture.samples.assign(frame.bytes, frame.bytes + frame.byteCount());
     return picture;
   }
-  const std::vector<unsigned char> table = grayTable(image, window);
+  const std::vector<unsigned char> levels = grayLevels(image, window);
   picture.samples.resize(frame.rows * frame.columns);
   for (std::size_t i = 0; i < picture.samples.size(); ++i) {
-    picture.samples[i] = table[sampleAt(frame, i)];
+    picture.samples[i] = levels[frame.sample(i)];
   }
   return picture;
+}
+
+Colour overlayColour(unsigned group) {
+  constexpr std::array<Colour, 4> kColours{
+      {{255, 196, 0}, {64, 224, 255}, {255, 96, 160}, {128, 255, 96}}};
+  return kColours[(group / 2U) % kColours.size()];
 }
 
 Picture burnOverlays(const Picture& picture, const DecodedImage& image, std::size_t index) {

@@ -4,7 +4,9 @@
 #include "DecodedImage.h"
 #include "SampleArray.h"
 
+#include <array>
 #include <optional>
+#include <vector>
 
 namespace zrdcm {
 
@@ -22,10 +24,20 @@ struct Window {
 /// @see PS3.3 C.11.2.1.2 (Window Center and Window Width)
 Window windowFor(const DecodedImage& image, const std::optional<Window>& wanted);
 
+/// Gray level, 0 to 255, of every value that a sample of the image can take: 256 or 65536 levels.
+/// MONOCHROME1 is turned round, so that it looks right where 255 is white. For monochrome images.
+std::vector<unsigned char> grayLevels(const DecodedImage& image, const Window& window);
+
 /// One frame as it looks on a screen, 8 bits: monochrome through the window (MONOCHROME1 turned
 /// round, so that it looks right where 255 is white), colour as it is.
 /// @param index 0-based among `image.samples`
 Picture renderFrame(const DecodedImage& image, std::size_t index, const Window& window);
+
+/// Red, green and blue.
+using Colour = std::array<unsigned char, 3>;
+
+/// The colour that overlays of a group are drawn in.
+Colour overlayColour(unsigned group);
 
 /// Draws the overlays of the slice that lie on this frame, each group in its own colour.
 /// @return the picture in RGB

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,16 @@ struct SampleArray {
 
   std::size_t frameBytes() const { return rows * columns * channels * bytesOf(type); }
   std::size_t byteCount() const { return frames * frameBytes(); }
+
+  /// The bits of sample `index`, counted over all frames; a signed one keeps its bits too.
+  std::uint16_t sample(std::size_t index) const {
+    if (bytesOf(type) == 1) {
+      return bytes[index];
+    }
+    std::uint16_t value = 0;
+    std::memcpy(&value, bytes + 2 * index, sizeof value);
+    return value;
+  }
 
   /// Frame `index` alone.
   SampleArray frame(std::size_t index) const {

@@ -4,6 +4,7 @@
 #include "DecodedImage.h"
 #include "ExitStatus.h"
 #include "Failure.h"
+#include "FileNamed.h"
 #include "FrameRange.h"
 #include "Messages.h"
 #include "Numbers.h"
@@ -11,22 +12,17 @@
 #include "Progress.h"
 #include "Rendering.h"
 #include "Verb.h"
-
-#include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dctk.h"
+#include "VolumeHeader.h"
+#include "WindowOption.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
-#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -82,30 +78,6 @@ Format formatOf(const fs::path& output) {
   throw UsageError("--output must end in .npy, .nrrd, .raw or .png: " + output.string());
 }
 
-std::optional<double> parseNumber(const std::string& text) {
-  double value = 0;
-  const char* end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc{} || rest != end || !std::isfinite(value)) {
-    return std::nullopt;
-  }
-  return value;
-}
-
-std::optional<Window> windowWanted(const DecodeOptions& options) {
-  if (options.window.empty()) {
-    return std::nullopt;
-  }
-  const std::size_t comma = options.window.find(',');
-  const std::optional<double> centre = parseNumber(options.window.substr(0, comma));
-  const std::optional<double> width =
-      comma == std::string::npos ? std::nullopt : parseNumber(options.window.substr(comma + 1));
-  if (!centre || !width || *width <= 0) {
-    throw UsageError("--window wants CENTRE,WIDTH with a width above 0: " + options.window);
-  }
-  return Window{*centre, *width, *width <= 1};
-}
-
 std::optional<FrameRange> framesWanted(const DecodeOptions& options) {
   if (options.frames.empty()) {
     return std::nullopt;
@@ -123,45 +95,6 @@ void refuseWhatOnlyPicturesHave(const DecodeOptions& options, Format format) {
   }
 }
 
-double positiveNumber(DcmItem& item, const DcmTagKey& key) {
-  const double value = std::abs(std::atof(textOf(item, key).c_str()));
-  return value > 0 ? value : NrrdHeader::kUnknown;
-}
-
-// Between the middles of neighbouring frames; the thickness of a slice is the last resort, because
-// slices may overlap or leave gaps.
-double frameSpacing(DcmItem& item) {
-  const double betweenSlices = positiveNumber(item, DCM_SpacingBetweenSlices);
-  if (!std::isnan(betweenSlices)) {
-    return betweenSlices;
-  }
-  Float64 first = 0;
-  Float64 second = 0;
-  if (item.findAndGetFloat64(DCM_GridFrameOffsetVector, first, 0).good() &&
-      item.findAndGetFloat64(DCM_GridFrameOffsetVector, second, 1).good() && second != first) {
-    return std::abs(second - first);
-  }
-  return positiveNumber(item, DCM_SliceThickness);
-}
-
-NrrdHeader nrrdHeader(const DecodedImage& image) {
-  DcmItem& item = image.file->dataset();
-  NrrdHeader header;
-  header.spacingMm = {static_cast<double>(image.slice.pixelSpacing.x),
-                      static_cast<double>(image.slice.pixelSpacing.y), frameSpacing(item)};
-  header.content = image.file->path().filename().string();
-  if (image.monochrome) {
-    const KtVec2f line = image.slice.result_MOD_LUT();
-    header.attributes = {{"modality slope", shortest(line.x)},
-                         {"modality intercept", shortest(line.y)}};
-    if (!std::isnan(image.slice.voiWindow.x)) {
-      header.attributes.emplace_back("window centre", shortest(image.slice.voiWindow.x));
-      header.attributes.emplace_back("window width", shortest(image.slice.voiWindow.y));
-    }
-  }
-  return header;
-}
-
 // One frame keeps the name that was asked for; several are told apart by their frame number.
 fs::path pictureName(const fs::path& output, const DecodedImage& image, std::size_t index) {
   if (image.frames.count() == 1) {
@@ -177,7 +110,7 @@ std::vector<fs::path> writePictures(const DecodedImage& image, const DecodeOptio
   Progress progress("writing", image.frames.count());
   const std::optional<Window> window =
       image.monochrome && !options.stored
-          ? std::optional<Window>(windowFor(image, windowWanted(options)))
+          ? std::optional<Window>(windowFor(image, windowFromOption(options.window)))
           : std::nullopt;
   for (std::size_t i = 0; i < image.frames.count(); ++i) {
     written.push_back(pictureName(options.output, image, i));
@@ -199,7 +132,7 @@ std::vector<fs::path> writeOutput(const DecodedImage& image, const DecodeOptions
       writeNpy(options.output, image.samples);
       break;
     case Format::kNrrd:
-      writeNrrd(options.output, image.samples, nrrdHeader(image));
+      writeNrrd(options.output, image.samples, nrrdHeaderOf(image));
       break;
     case Format::kRaw:
       writeRaw(options.output, image.samples);
@@ -208,20 +141,6 @@ std::vector<fs::path> writeOutput(const DecodedImage& image, const DecodeOptions
       return writePictures(image, options);
   }
   return {options.output};
-}
-
-const char* typeName(SampleType type) {
-  switch (type) {
-    case SampleType::kU8:
-      return "uint8";
-    case SampleType::kS8:
-      return "int8";
-    case SampleType::kU16:
-      return "uint16";
-    case SampleType::kS16:
-      return "int16";
-  }
-  return "";
 }
 
 nlohmann::ordered_json report(const DecodedImage& image, const DecodeOptions& options,
@@ -248,22 +167,12 @@ nlohmann::ordered_json report(const DecodedImage& image, const DecodeOptions& op
           {"modality", modality}};
 }
 
-// What is wrong with the file is told together with its name.
-DecodedImage decodeNamed(const std::string& file, const DecodeRequest& request) {
-  try {
-    return decodeImage(file, request);
-  } catch (const Failure& failure) {
-    throw Failure(file + ": " + failure.what());
-  } catch (const std::bad_alloc&) {
-    throw Failure(file + ": out of memory");
-  }
-}
-
 int decode(const DecodeOptions& options) {
   refuseWhatOnlyPicturesHave(options, formatOf(options.output));
-  (void)windowWanted(options);  // wrong usage shows before any work is done
+  (void)windowFromOption(options.window);  // wrong usage shows before any work is done
   const DecodeRequest request{framesWanted(options), options.stored, options.overlays};
-  const DecodedImage image = decodeNamed(options.file, request);
+  const DecodedImage image =
+      withFileNamed(options.file, [&] { return decodeImage(options.file, request); });
   const std::vector<fs::path> written = writeOutput(image, options);
   if (options.json) {
     sayJson(report(image, options, written));

@@ -10,6 +10,8 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -122,15 +124,36 @@ void describeOverlays(const Json& overlays) {
   }
 }
 
+std::string countOf(std::size_t count, const char* thing) {
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+std::string slicesText(const Json& volumes) {
+  std::size_t fewest = volumes.empty() ? 0 : volumes[0].size();
+  std::size_t most = fewest;
+  for (const Json& volume : volumes) {
+    fewest = std::min(fewest, volume.size());
+    most = std::max(most, volume.size());
+  }
+  const std::string range = fewest == most ? "" : std::to_string(fewest) + " to ";
+  return countOf(volumes.size(), "volume") + " of " + range + countOf(most, "slice");
+}
+
 void describeSplitting(const Json& splitting) {
+  if (!splitting["pointer"].is_null()) {
+    const Json& kind = splitting["pointerKind"];
+    line("frames by", kind.is_null() ? plain(splitting["pointer"])
+                                     : plain(kind) + " " + plain(splitting["pointer"]));
+  }
   if (!splitting["splittable"].get<bool>()) {
     line("splits", "no: " + plain(splitting["reason"]));
     return;
   }
-  const Json& volumes = splitting["volumes"];
-  line("splits", "into " + std::to_string(volumes.size()) +
-                     (volumes.size() == 1 ? " volume of " : " volumes of ") +
-                     std::to_string(volumes.empty() ? 0 : volumes[0].size()) + " slices" +
+  const std::string gates = splitting["rrIntervals"].is_null()
+                                ? ""
+                                : " (" + countOf(splitting["timeSlots"], "time slot") + " x " +
+                                      countOf(splitting["rrIntervals"], "R-R interval") + ")";
+  line("splits", "into " + slicesText(splitting["volumes"]) + gates +
                      (splitting["reversed"].get<bool>() ? ", reversed" : ""));
 }
 

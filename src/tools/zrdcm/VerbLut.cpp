@@ -3,6 +3,7 @@
 #include "DicomFile.h"
 #include "ExitStatus.h"
 #include "Failure.h"
+#include "FileNamed.h"
 #include "Messages.h"
 #include "PngWriter.h"
 #include "SampleArray.h"
@@ -221,18 +222,14 @@ struct Tables {
   std::optional<Table> palette;
 };
 
-// What is wrong with the file is told together with its name.
 Tables readTables(const std::string& path) {
-  try {
-    const DicomFile file(path);
-    return {readTable(file.dataset(), false), readTable(file.dataset(), true)};
-  } catch (const Failure& failure) {
-    throw Failure(path + ": " + failure.what());
-  }
+  const DicomFile file(path);
+  return {readTable(file.dataset(), false), readTable(file.dataset(), true)};
 }
 
 int showTables(const LutOptions& options) {
-  const auto [modality, palette] = readTables(options.file);
+  const auto [modality, palette] =
+      withFileNamed(options.file, [&] { return readTables(options.file); });
   if (!options.output.empty()) {
     std::vector<Table> tables;
     for (const std::optional<Table>& table : {modality, palette}) {

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "DecodedImage.h"
+#include "SampleArray.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcpixseq.h"
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace zrdcm {
+
+/// All frames of an image, to be looked at one after the other, with no more memory than the
+/// decoded samples take.
+///
+/// Monochrome frames are decoded together, in the place where their pixel data stands, with the
+/// overlays embedded in them. Colour would take its size several times over in that way, so its
+/// frames are decoded one by one when they are asked for.
+class FrameSource {
+public:
+  /// @throws Failure when the image, or the first frame of a colour image, does not decode.
+  explicit FrameSource(std::unique_ptr<DicomFile> file);
+
+  /// Attributes of the image. The samples of a colour image are without bytes: ask `frame`.
+  const DecodedImage& image() const { return image_; }
+
+  /// Number of frames.
+  std::size_t count() const { return image_.samples.frames; }
+
+  /// One frame, 0-based; its samples stay valid until the next call.
+  /// @throws Failure when a colour frame does not decode.
+  SampleArray frame(std::size_t index);
+
+private:
+  void openColour(std::unique_ptr<DicomFile> file, std::size_t frames);
+  void findFragments();
+  void decodeColour(std::size_t index);
+  std::unique_ptr<DcmItem> itemOfFrame(std::size_t index) const;
+
+  DecodedImage image_;
+  bool oneByOne_ = false;
+  DcmPixelSequence* fragments_ = nullptr;  ///< owned by the dataset; null when it is native
+  std::vector<unsigned char> colourFrame_;
+};
+
+}  // namespace zrdcm

@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// zrdcm overlays: the overlays that are embedded in the samples, each as a mask of its own.
+#include "DecodedImage.h"
+#include "ExitStatus.h"
+#include "Failure.h"
+#include "FileNamed.h"
+#include "Messages.h"
+#include "OutputFile.h"
+#include "PngWriter.h"
+#include "Progress.h"
+#include "Verb.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zrdcm {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kFooter = R"(Writes DIR/overlay-GGGG-FFFFF.png for every overlay plane that
+stands in unused bits of the samples and has something drawn: GGGG is its group, FFFFF the number of
+its frame (0-based). The masks are as large as the frame, 255 where the overlay is and 0 elsewhere.
+
+Example:
+  zrdcm overlays ct.dcm -o masks)";
+
+struct OverlaysOptions {
+  std::string file;
+  std::string folder;
+  bool json = false;
+};
+
+Picture maskOf(const DecodedImage& image, int index) {
+  const ZrOverlayData& overlays = *image.slice.overlays;
+  Picture mask{image.samples.rows, image.samples.columns, 1, {}};
+  mask.samples.assign(mask.rows * mask.columns, 0);
+  const KtVec2i origin = overlays.origin(index);
+  const KtVec2i size = overlays.size(index);
+  for (int y = origin.y; y < origin.y + size.y; ++y) {
+    for (int x = origin.x; x < origin.x + size.x; ++x) {
+      if (overlays.test(index, x, y)) {
+        mask.samples[static_cast<std::size_t>(y) * mask.columns + static_cast<std::size_t>(x)] =
+            255;
+      }
+    }
+  }
+  return mask;
+}
+
+std::string nameOf(const ZrOverlayData& overlays, int index) {
+  char name[40];
+  (void)std::snprintf(name, sizeof name, "overlay-%04X-%05d.png",
+                      static_cast<unsigned>(overlays.group(index)),
+                      overlays.frame(index));  // always fits
+  return name;
+}
+
+Json describe(const ZrOverlayData& overlays, int index, const fs::path& file) {
+  const KtVec2i origin = overlays.origin(index);
+  const KtVec2i size = overlays.size(index);
+  return {{"file", file.string()},
+          {"group", overlays.group(index)},
+          {"frame", overlays.frame(index)},
+          {"origin", {origin.x, origin.y}},
+          {"size", {size.x, size.y}}};
+}
+
+DecodedImage decodeWithOverlays(const std::string& file) {
+  DecodedImage image = decodeImage(file, {std::nullopt, false, true});
+  if (image.slice.overlays.isNull() || image.slice.overlays->count() == 0) {
+    throw Failure("has no overlay embedded in its samples");
+  }
+  return image;
+}
+
+int writeOverlays(const OverlaysOptions& options) {
+  const DecodedImage image =
+      withFileNamed(options.file, [&] { return decodeWithOverlays(options.file); });
+  createFolder(options.folder);
+  const ZrOverlayData& overlays = *image.slice.overlays;
+  Json list = Json::array();
+  Progress progress("writing", static_cast<std::size_t>(overlays.count()));
+  for (int index = 0; index < overlays.count(); ++index) {
+    const fs::path target = fs::path(options.folder) / nameOf(overlays, index);
+    writePng(target, maskOf(image, index).view());
+    list.push_back(describe(overlays, index, target));
+    progress.advance();
+  }
+  progress.clear();
+  if (options.json) {
+    sayJson(list);
+    return kDone;
+  }
+  for (const Json& overlay : list) {
+    say(overlay["file"].get<std::string>());
+  }
+  return kDone;
+}
+
+}  // namespace
+
+VerbAction configureOverlays(CLI::App& command) {
+  auto options = std::make_shared<OverlaysOptions>();
+  command.add_option("file", options->file, "The DICOM file")->type_name("FILE")->required();
+  command.add_option("-o,--output", options->folder, "Where to write; made when it is not there")
+      ->type_name("DIR")
+      ->required();
+  command.add_flag("--json", options->json, "List the masks as JSON");
+  command.footer(kFooter);
+  return [options] { return writeOverlays(*options); };
+}
+
+}  // namespace zrdcm

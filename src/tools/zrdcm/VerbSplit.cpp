@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// zrdcm split: a multi-frame file as volumes. The manifest is what makes the folder complete, so an
+// older one goes away before the first volume is written and the new one comes last.
+#include "ArrayWriters.h"
+#include "ContactSheet.h"
+#include "ExitStatus.h"
+#include "Failure.h"
+#include "FileNamed.h"
+#include "FrameSource.h"
+#include "Messages.h"
+#include "Numbers.h"
+#include "OutputFile.h"
+#include "PngWriter.h"
+#include "Progress.h"
+#include "Splitting.h"
+#include "Verb.h"
+#include "VolumeHeader.h"
+#include "WindowOption.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <numeric>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace zrdcm {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kFooter = R"(Writes into DIR, for each volume, volume-NNN.nrrd (or .npy) with
+its slices in order and volume-NNN.png with all of them side by side, and then manifest.json: which
+frame (0-based) each slice is and at which byte it starts in the samples of the whole file, as
+zrdcm decode FILE -o OUT.raw writes them. Gated data gives a volume for every time slot and R-R
+interval. Slices stay in the order that the dataset gives; "reversed" in the manifest says that they
+run against the volume's direction. Colour frames are not split: they are kept together as one volume.
+
+Examples:
+  zrdcm split gated-spect.dcm -o volumes
+  zrdcm split dose.dcm -o dose --format npy --json)";
+
+constexpr const char* kManifest = "manifest.json";
+
+struct SplitOptions {
+  std::string file;
+  std::string folder;
+  std::string format = "nrrd";
+  std::string window;
+  bool json = false;
+};
+
+/// A file whose frames are ready to be written as volumes.
+struct SplitImage {
+  FrameSource source;
+  SplittingOutlook outlook;
+  std::optional<Window> window;
+
+  explicit SplitImage(std::unique_ptr<DicomFile> file) : source(std::move(file)) {}
+  bool whole() const { return outlook.keptWhole; }
+  DcmDataset& dataset() const { return source.image().file->dataset(); }
+};
+
+std::unique_ptr<SplitImage> openSplit(const SplitOptions& options) {
+  auto file = std::make_unique<DicomFile>(options.file);
+  const bool monochrome = isMonochrome(photometricInterpretation(*file));
+  // What the attributes forbid is refused before the samples are decoded.
+  const std::string obstacle = obstacleToSplitting(file->dataset(), monochrome);
+  const bool mayBeKeptWhole = !monochrome && file->dataset().tagExists(DCM_FrameIncrementPointer);
+  if (!obstacle.empty() && !mayBeKeptWhole) {
+    throw Failure("cannot be split: " + obstacle);
+  }
+  auto split = std::make_unique<SplitImage>(std::move(file));
+  split->outlook = splittingOutlook(split->dataset(), monochrome);
+  if (split->whole()) {
+    std::vector<unsigned> frames(split->source.count());
+    std::iota(frames.begin(), frames.end(), 0U);
+    split->outlook.volumes = {frames};
+  } else if (!split->outlook.splittable) {
+    throw Failure("cannot be split: " + split->outlook.reason);
+  }
+  if (monochrome) {
+    split->window = windowFor(split->source.image(), windowFromOption(options.window));
+  }
+  return split;
+}
+
+std::string stemOf(std::size_t volume) {
+  char stem[32];
+  (void)std::snprintf(stem, sizeof stem, "volume-%03zu", volume);  // always fits
+  return stem;
+}
+
+void writeVolume(const SplitOptions& options, SplitImage& split, std::size_t volume,
+                 const fs::path& target) {
+  const std::vector<unsigned>& frames = split.outlook.volumes[volume];
+  SampleArray layout = split.source.image().samples;
+  layout.frames = frames.size();
+  const FrameAt frameAt = [&](std::size_t index) {
+    return withFileNamed(options.file, [&] { return split.source.frame(frames[index]); });
+  };
+  if (options.format == "npy") {
+    writeNpy(target, layout, frameAt);
+  } else {
+    writeNrrd(target, layout, nrrdHeaderOf(split.source.image()), frameAt);
+  }
+}
+
+void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_t volume,
+                      const fs::path& target) {
+  const std::vector<unsigned>& frames = split.outlook.volumes[volume];
+  SheetContent content;
+  content.title = fs::path(options.file).filename().string();
+  if (!split.whole()) {
+    content.title += " - volume " + std::to_string(volume);
+  }
+  if (split.outlook.gated()) {
+    const SplittingOutlook::Gate gate = split.outlook.gateOf(volume);
+    content.details = "time slot " + std::to_string(gate.timeSlot) + " - R-R interval " +
+                      std::to_string(gate.rrInterval) + " - ";
+  }
+  content.frames.assign(frames.begin(), frames.end());
+  content.inVolume = !split.whole();
+  content.window = split.window;
+  content.quiet = true;
+  SheetLayout layout;
+  const Picture sheet =
+      withFileNamed(options.file, [&] { return drawContactSheet(split.source, content, layout); });
+  writePng(target, sheet.view());
+}
+
+Json slicesOf(const SplitImage& split, std::size_t volume) {
+  Json slices = Json::array();
+  const std::size_t frameBytes = split.source.image().samples.frameBytes();
+  const std::vector<unsigned>& frames = split.outlook.volumes[volume];
+  for (std::size_t index = 0; index < frames.size(); ++index) {
+    slices.push_back(
+        {{"index", index}, {"frame", frames[index]}, {"offset", frameBytes * frames[index]}});
+  }
+  return slices;
+}
+
+Json volumeEntry(const SplitOptions& options, const SplitImage& split, std::size_t volume) {
+  Json timeSlot = nullptr;
+  Json rrInterval = nullptr;
+  if (split.outlook.gated()) {
+    const SplittingOutlook::Gate gate = split.outlook.gateOf(volume);
+    timeSlot = gate.timeSlot;
+    rrInterval = gate.rrInterval;
+  }
+  // Gaps among the slices of gated data can leave a volume without any: there is nothing to write.
+  const bool empty = split.outlook.volumes[volume].empty();
+  return {{"file", empty ? Json(nullptr) : Json(stemOf(volume) + "." + options.format)},
+          {"sheet", empty ? Json(nullptr) : Json(stemOf(volume) + ".png")},
+          {"timeSlot", timeSlot},
+          {"rrInterval", rrInterval},
+          {"slices", slicesOf(split, volume)}};
+}
+
+Json textOrNull(const std::string& text) {
+  return text.empty() ? Json(nullptr) : Json(text);
+}
+
+Json manifestOf(const SplitOptions& options, const SplitImage& split) {
+  const DecodedImage& image = split.source.image();
+  const Zrg::SliceImage& slice = image.slice;
+  const double spacing = frameSpacingMm(split.dataset());
+  Json volumes = Json::array();
+  for (std::size_t volume = 0; volume < split.outlook.volumes.size(); ++volume) {
+    volumes.push_back(volumeEntry(options, split, volume));
+  }
+  return {{"source", fs::path(options.file).filename().string()},
+          {"split", split.outlook.splittable},
+          {"reason", textOrNull(split.outlook.reason)},
+          {"pointer", textOrNull(split.outlook.pointer)},
+          {"pointerKind", textOrNull(split.outlook.pointerKind)},
+          {"timeSlots", split.outlook.gated() ? Json(split.outlook.timeSlots) : Json(nullptr)},
+          {"rrIntervals", split.outlook.gated() ? Json(split.outlook.rrIntervals) : Json(nullptr)},
+          {"reversed", split.outlook.reversed},
+          {"columns", image.samples.columns},
+          {"rows", image.samples.rows},
+          {"frames", split.source.count()},
+          {"samplesPerPixel", image.samples.channels},
+          {"type", typeName(image.samples.type)},
+          {"rescale", jsonPair(slice.rescale)},
+          {"sampleOffset", jsonNumber(slice.sampleOffset)},
+          {"modality", image.monochrome ? jsonPair(slice.result_MOD_LUT()) : Json(nullptr)},
+          {"voiWindow", jsonPair(slice.voiWindow)},
+          {"pixelSpacing", jsonPair(slice.pixelSpacing)},
+          {"sliceSpacing", std::isnan(spacing) ? Json(nullptr) : Json(spacing)},
+          {"volumes", volumes}};
+}
+
+void removeOlder(const fs::path& manifest) {
+  std::error_code error;
+  fs::remove(manifest, error);
+  if (error) {
+    throw Failure("cannot replace " + manifest.string() + ": " + error.message());
+  }
+}
+
+// The manifest goes first when it is an older one, and comes last when it is new.
+void writeAll(const SplitOptions& options, SplitImage& split, const Json& manifest) {
+  const fs::path folder(options.folder);
+  const fs::path manifestPath = folder / kManifest;
+  createFolder(folder);
+  removeOlder(manifestPath);
+  const Json& volumes = manifest["volumes"];
+  Progress progress("writing", volumes.size());
+  for (std::size_t volume = 0; volume < volumes.size(); ++volume) {
+    const Json& entry = volumes[volume];
+    if (!entry["file"].is_null()) {
+      writeVolume(options, split, volume, folder / entry["file"].get<std::string>());
+      writeVolumeSheet(options, split, volume, folder / entry["sheet"].get<std::string>());
+    }
+    progress.advance();
+  }
+  OutputFile file(manifestPath);
+  file.write(manifest.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  file.commit();
+}
+
+void listFiles(const SplitOptions& options, const Json& manifest) {
+  const fs::path folder(options.folder);
+  for (const Json& entry : manifest["volumes"]) {
+    for (const char* const key : {"file", "sheet"}) {
+      if (!entry[key].is_null()) {
+        say((folder / entry[key].get<std::string>()).string());
+      }
+    }
+  }
+  say((folder / kManifest).string());
+}
+
+int writeSplit(const SplitOptions& options) {
+  (void)windowFromOption(options.window);  // wrong usage shows before any work is done
+  const auto split = withFileNamed(options.file, [&] { return openSplit(options); });
+  const Json manifest = manifestOf(options, *split);
+  writeAll(options, *split, manifest);
+  if (split->whole()) {
+    complain(options.file + ": kept whole: " + split->outlook.reason);
+  }
+  if (options.json) {
+    sayJson(manifest);
+  } else {
+    listFiles(options, manifest);
+  }
+  return kDone;
+}
+
+}  // namespace
+
+VerbAction configureSplit(CLI::App& command) {
+  auto options = std::make_shared<SplitOptions>();
+  command.add_option("file", options->file, "The DICOM file")->type_name("FILE")->required();
+  command.add_option("-o,--output", options->folder, "Where to write; made when it is not there")
+      ->type_name("DIR")
+      ->required();
+  command.add_option("--format", options->format, "What volumes are written as: nrrd or npy")
+      ->check(CLI::IsMember({"nrrd", "npy"}))
+      ->capture_default_str();
+  command.add_option("--window", options->window, "Show these modality values in the sheets")
+      ->type_name("C,W");
+  command.add_flag("--json", options->json, "Print the manifest on stdout");
+  command.footer(kFooter);
+  return [options] { return writeSplit(*options); };
+}
+
+}  // namespace zrdcm

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "Rendering.h"
+
+#include <optional>
+#include <string>
+
+namespace zrdcm {
+
+/// Reads the value of `--window`, CENTRE,WIDTH in modality values; nothing when it is empty.
+/// @throws UsageError when it is something else.
+std::optional<Window> windowFromOption(const std::string& text);
+
+}  // namespace zrdcm
