@@ -11,8 +11,9 @@ function(zr_install_package name)
     COMPATIBILITY SameMajorVersion)
   install(FILES "${PROJECT_BINARY_DIR}/${name}Config.cmake"
                 "${PROJECT_BINARY_DIR}/${name}ConfigVersion.cmake"
-          DESTINATION "${destination}")
-  install(EXPORT ${name}Targets NAMESPACE ${ARGV1} DESTINATION "${destination}")
+          DESTINATION "${destination}" COMPONENT development)
+  install(EXPORT ${name}Targets NAMESPACE ${ARGV1} DESTINATION "${destination}"
+          COMPONENT development)
 endfunction()
 
 if(ZRDCMEXPORT_PLATFORM STREQUAL "bundled")
@@ -26,6 +27,7 @@ set(ZR_INSTALL_PREFIX "@CMAKE_INSTALL_PREFIX@")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/zrdcmexport.pc.in"
                "${PROJECT_BINARY_DIR}/zrdcmexport.pc.in" @ONLY)
 install(CODE "configure_file(\"${PROJECT_BINARY_DIR}/zrdcmexport.pc.in\"
-                             \"${PROJECT_BINARY_DIR}/zrdcmexport.pc\" @ONLY)")
+                             \"${PROJECT_BINARY_DIR}/zrdcmexport.pc\" @ONLY)"
+        COMPONENT development)
 install(FILES "${PROJECT_BINARY_DIR}/zrdcmexport.pc"
-        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)

@@ -23,6 +23,15 @@ function(zr_configure_target target)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:zr_developer_flags>)
 endfunction()
 
+# zr_install_library(NAME EXPORT): the library itself for those who run programs; its headers and the
+# link without a version for those who build them.
+function(zr_install_library name export)
+  install(TARGETS ${name} EXPORT ${export}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+      COMPONENT runtime NAMELINK_COMPONENT development
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+endfunction()
+
 # zr_platform_library(NAME HEADERS ... SOURCES ...): a shared platform library, zrplatform::NAME.
 function(zr_platform_library name)
   cmake_parse_arguments(ARG "" "" "HEADERS;SOURCES" ${ARGN})
@@ -36,7 +45,5 @@ function(zr_platform_library name)
     VERIFY_INTERFACE_HEADER_SETS ON)
   target_sources(${name} PUBLIC FILE_SET HEADERS
     BASE_DIRS "${PROJECT_SOURCE_DIR}/src/platform" FILES ${ARG_HEADERS})
-  install(TARGETS ${name} EXPORT zrplatformTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  zr_install_library(${name} zrplatformTargets)
 endfunction()
