@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The sample transform around its loops: checks, choice of the target container, walk over frames.
 //
-// A frame without gaps is one run of samples. Rows without gaps are one run each. Where the pixels
-// themselves stand apart (mirrored or interleaved views, misaligned memory, the first value of
-// several), a few hundred of them are gathered into a buffer, converted there and put back.
+// Frames without gaps are one run of samples, all together or one each. Rows without gaps are one run
+// each. Where the pixels themselves stand apart (mirrored or interleaved views, misaligned memory, the
+// first value of several), a few hundred of them are gathered into a buffer, converted there and put
+// back.
 
 #include "ExDicomUtilitiesLUTDomain.h"
 #include "ExDicomUtilitiesLUTKernels.h"
@@ -111,6 +112,9 @@ struct View {
   bool frameIsSolid(const void* frame) const {
     return rowIsSolid(frame) && (dims.y == 1 || strides.y == pixelBytes * dims.x);
   }
+  bool framesAreSolid(const void* firstFrame) const {
+    return frameIsSolid(firstFrame) && (dims.z == 1 || strides.z == pixelBytes * dims.x * dims.y);
+  }
 };
 
 // Samples that a conversion will see; 0 when there is no memory to see.
@@ -131,12 +135,23 @@ public:
         from_(source, conversion.source, valuesPerPixel_),
         to_(target, conversion.target, target.nDataVar()) {}
 
-  void convertFrame(long long z) {
-    const auto* const from = static_cast<const unsigned char*>(source_.dataPtr(z));
-    auto* const to = static_cast<unsigned char*>(target_.dataPtr(z));
+  void convertFrames() {
+    const auto* const from = static_cast<const unsigned char*>(source_.dataPtr(0));
+    auto* const to = static_cast<unsigned char*>(target_.dataPtr(0));
     if (from == nullptr || to == nullptr) {
       return;
     }
+    if (from_.framesAreSolid(from) && to_.framesAreSolid(to)) {
+      convertPixels(from, to, from_.dims.x * from_.dims.y * from_.dims.z);
+      return;
+    }
+    for (long long z = 0; z < from_.dims.z; ++z) {
+      convertFrame(from + z * from_.strides.z, to + z * to_.strides.z);
+    }
+  }
+
+private:
+  void convertFrame(const unsigned char* from, unsigned char* to) {
     if (from_.frameIsSolid(from) && to_.frameIsSolid(to)) {
       convertPixels(from, to, from_.dims.x * from_.dims.y);
       return;
@@ -146,7 +161,6 @@ public:
     }
   }
 
-private:
   void convertPixels(const unsigned char* from, unsigned char* to, long long pixels) const {
     const long long samples = pixels * valuesPerPixel_;
     if (domain_.isEmpty()) {
@@ -243,10 +257,7 @@ KtResult extractSample_applyLUT_makeUnsigned(const KtHandle<ZrDataAccess>& inout
   // Test: SampleTransform.RelabelsWhatItCannotConvert
   const long long frames = source->dims().z;
   if (detail::isConvertible(conversion)) {
-    Walk walk(conversion, *source, *target);
-    for (long long z = 0; z < frames; ++z) {
-      walk.convertFrame(z);
-    }
+    Walk(conversion, *source, *target).convertFrames();
     offset = frames > 0 ? detail::signOffset(conversion) : 0;
   }
   target->setPrimType(form.type);
