@@ -12,6 +12,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 class DcmDataset;
 class DcmItem;
@@ -252,6 +253,7 @@ public:
 
 private:
   bool decodeAllFrames(DcmDataset& dataset, std::string& errorText);
+  void fileVolumes(const std::vector<std::vector<int>>& framesOfVolumes);
   static unsigned int storedSampleBytes(unsigned int bytesPerSample);
 
   KtDArray<KtDArray<SliceImage>> volumes_;

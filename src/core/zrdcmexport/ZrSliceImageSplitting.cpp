@@ -13,7 +13,6 @@
 // A Slice Vector, where there is one, says for each frame which slice it is, whatever the pointer.
 #include "ZrSliceImage.h"
 
-#include <ktlib/KtStdStringTokenizer.h>
 #include <zrvolren/ExDicomUtilitiesHelpers.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -27,6 +26,8 @@
 #include <cstdlib>
 #include <new>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -132,20 +133,39 @@ std::optional<PointerKind> kindOf(const OFString& pointer) {
   return found != kPointers.end() ? std::optional(found->kind) : std::nullopt;
 }
 
+/// The number at the start of a token, as atoi() reads it. Vectors hold plain digits, thousands of
+/// them, which need no text of their own.
+int numberIn(const std::string_view token) {
+  constexpr std::size_t kMostPlainDigits = 9;  // more may not fit
+  int number = 0;
+  for (const char digit : token) {
+    if (digit < '0' || digit > '9' || token.size() > kMostPlainDigits) {
+      return std::atoi(std::string(token).c_str());
+    }
+    number = 10 * number + (digit - '0');
+  }
+  return number;
+}
+
 /// The 1-based numbers of a vector as indices, one for each frame and all below `count`; nothing
 /// otherwise. Stops at the first number that cannot be right, so a vector much longer than the
 /// dataset has frames is not built.
 std::optional<std::vector<int>> indicesIn(const OFString& text, unsigned int frames, int count) {
+  constexpr std::string_view kDelimiters = " \\";
+  const std::string_view numbers(text.c_str(), text.size());
   std::vector<int> indices;
-  KtStdStringTokenizer numbers(text, " \\");
-  while (numbers.hasMoreTokens()) {
-    const int number = std::atoi(numbers.nextToken().c_str());
+  indices.reserve(std::min<std::size_t>(frames, text.size() / 2 + 1));  // digits and delimiters
+  std::size_t begin = numbers.find_first_not_of(kDelimiters);
+  while (begin != std::string_view::npos) {
+    const std::size_t end = std::min(numbers.find_first_of(kDelimiters, begin), numbers.size());
+    const int number = numberIn(numbers.substr(begin, end - begin));
     if (number < 1 || number > count || indices.size() == frames) {
       return std::nullopt;
     }
     indices.push_back(number - 1);
+    begin = numbers.find_first_not_of(kDelimiters, end);
   }
-  return indices.size() == frames ? std::optional(indices) : std::nullopt;
+  return indices.size() == frames ? std::optional(std::move(indices)) : std::nullopt;
 }
 
 bool readSlices(DcmDataset& dataset, int slices, FrameOrder& order) {
@@ -222,37 +242,39 @@ bool holdsFrames(DcmDataset& dataset, const SliceImage& image, unsigned int fram
   return bytesPerFrame != 0 && frames <= pixelData->getLength() / bytesPerFrame;
 }
 
-void fileFrame(MultiFrameImage& volumes, unsigned int volume, SliceImage& image,
-               unsigned int frame) {
+/// Where a frame starts in the shared pixel memory.
+int frameOffset(const SliceImage& image, unsigned int frame) {
   // Deliberate: 32 bits, which the pixel data of DCMTK never exceeds.
   // Test: OneVolume.PlacesFramesOneFrameSizeApart
   const std::uint32_t bytesPerFrame = static_cast<std::uint32_t>(image.extent.x) *
                                       image.bytesPerSample *
                                       static_cast<std::uint32_t>(image.extent.y);
   const std::uint32_t offset = image.samplesPerPixel * frame * bytesPerFrame;
-  volumes.addImage(static_cast<int>(volume), static_cast<int>(offset), image, frame);
+  return static_cast<int>(offset);
 }
+
+/// The frames of each volume in the order of their slices.
+using Volumes = std::vector<std::vector<int>>;
 
 constexpr int kNoFrame = -1;
 
-bool fileOneVolume(MultiFrameImage& volumes, SliceImage& image, const FrameOrder& order) {
+/// All frames as one volume; nothing unless they fill it.
+std::optional<Volumes> oneVolume(const FrameOrder& order) {
   std::vector<int> frameOfSlice(order.frames, kNoFrame);
   for (unsigned int frame = 0; frame < order.frames; ++frame) {
     const unsigned int slice =
         order.sliceOfFrame.empty() ? frame : static_cast<unsigned int>(order.sliceOfFrame[frame]);
     if (slice >= order.frames) {
-      return false;
+      return std::nullopt;
     }
     frameOfSlice[slice] = static_cast<int>(frame);
   }
   if (std::find(frameOfSlice.begin(), frameOfSlice.end(), kNoFrame) != frameOfSlice.end()) {
-    return false;
+    return std::nullopt;
   }
-  volumes.setNumberOfVolumes(1);
-  for (const int frame : frameOfSlice) {
-    fileFrame(volumes, 0, image, static_cast<unsigned int>(frame));
-  }
-  return true;
+  Volumes volumes;
+  volumes.push_back(std::move(frameOfSlice));
+  return volumes;
 }
 
 /// The frames of one gated volume, in the order of the dataset, with the slice that each claims.
@@ -288,24 +310,21 @@ std::optional<std::vector<int>> frameOfSliceIn(const Claims& claims) {
   return frameOfSlice;
 }
 
-bool fileGatedVolumes(MultiFrameImage& volumes, SliceImage& image, const FrameOrder& order) {
-  const std::vector<Claims> claims = claimsOfVolumes(order);
-  volumes.setNumberOfVolumes(static_cast<unsigned int>(claims.size()));
-  for (unsigned int volume = 0; volume < claims.size(); ++volume) {
-    const std::optional<std::vector<int>> frameOfSlice = frameOfSliceIn(claims[volume]);
+/// The volumes of gated data; nothing when two frames claim the same slice of one.
+std::optional<Volumes> gatedVolumes(const FrameOrder& order) {
+  Volumes volumes;
+  for (const Claims& claims : claimsOfVolumes(order)) {
+    std::optional<std::vector<int>> frameOfSlice = frameOfSliceIn(claims);
     if (!frameOfSlice) {
-      return false;
+      return std::nullopt;
     }
-    for (const int frame : *frameOfSlice) {
-      // Deliberate: the first gap ends the volume silently, what comes after it is lost.
-      // Test: GatedSplitting.EndsAVolumeAtItsFirstGap
-      if (frame == kNoFrame) {
-        break;
-      }
-      fileFrame(volumes, volume, image, static_cast<unsigned int>(frame));
-    }
+    // Deliberate: the first gap ends the volume silently, what comes after it is lost.
+    // Test: GatedSplitting.EndsAVolumeAtItsFirstGap
+    frameOfSlice->erase(std::find(frameOfSlice->begin(), frameOfSlice->end(), kNoFrame),
+                        frameOfSlice->end());
+    volumes.push_back(std::move(*frameOfSlice));
   }
-  return true;
+  return volumes;
 }
 
 }  // namespace
@@ -331,17 +350,34 @@ bool MultiFrameImage::process(DcmDataset& dataset, std::string& errorText, bool 
     return false;
   }
 
+  std::optional<Volumes> volumes;
   if (!order) {
-    setNumberOfVolumes(1);
-    fileFrame(*this, 0, templateImage_, 0);
-  } else if (templateImage_.samplesPerPixel != 1 ||
-             !holdsFrames(dataset, templateImage_, numFrames_) ||
-             !(order->gated ? fileGatedVolumes(*this, templateImage_, *order)
-                            : fileOneVolume(*this, templateImage_, *order))) {
+    volumes = Volumes{{0}};
+  } else if (templateImage_.samplesPerPixel == 1 &&
+             holdsFrames(dataset, templateImage_, numFrames_)) {
+    volumes = order->gated ? gatedVolumes(*order) : oneVolume(*order);
+  }
+  if (!volumes) {
     return false;
   }
+  fileVolumes(*volumes);
   bytesPerPixel_ = storedSampleBytes(templateImage_.bytesPerSample);
   return true;
+}
+
+void MultiFrameImage::fileVolumes(const std::vector<std::vector<int>>& framesOfVolumes) {
+  setNumberOfVolumes(static_cast<unsigned int>(framesOfVolumes.size()));
+  int volume = 0;
+  for (const std::vector<int>& frames : framesOfVolumes) {
+    // A slice has well over a hundred bytes: growing step by step would hold half of that again.
+    volumes_[static_cast<std::size_t>(volume)].reserve(frames.size());
+    frameNumbers_[static_cast<std::size_t>(volume)].reserve(frames.size());
+    for (const int frame : frames) {
+      const auto number = static_cast<unsigned int>(frame);
+      addImage(volume, frameOffset(templateImage_, number), templateImage_, number);
+    }
+    ++volume;
+  }
 }
 
 bool MultiFrameImage::decodeAllFrames(DcmDataset& dataset, std::string& errorText) {
