@@ -26,6 +26,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstring>
 #include <limits>
 
 namespace Zrg {
@@ -193,14 +195,10 @@ bool readScanHeader(FragmentStream& stream, Uint8& interleaveMode) {
 
 /// Skips coded samples and takes the marker that ends them.
 bool readMarkerBehindScan(FragmentStream& stream, Uint8& marker) {
-  Uint8 byte = 0;
-  marker = 0;
-  while (stream.read(byte)) {
-    if (marker == kMarkerPrefix && byte > kLastStuffedByte) {
-      marker = byte;
+  while (stream.skipPast(kMarkerPrefix) && stream.read(marker)) {
+    if (marker > kLastStuffedByte) {
       return true;
     }
-    marker = byte;
   }
   return false;
 }
@@ -229,7 +227,7 @@ bool passJpegLsScans(FragmentStream& stream, unsigned int components) {
 FragmentStream::FragmentStream(DcmPixelSequence& sequence, unsigned long first, unsigned long end)
     : sequence_(sequence), fragment_(first), next_(first), end_(end) {}
 
-unsigned long long FragmentStream::skip(unsigned long long count) {
+unsigned long long FragmentStream::skipAcrossFragments(unsigned long long count) {
   unsigned long long skipped = 0;
   while (skipped < count && (cursor_ != limit_ || enterNextFragment())) {
     const auto here = static_cast<unsigned long long>(limit_ - cursor_);
@@ -238,6 +236,19 @@ unsigned long long FragmentStream::skip(unsigned long long count) {
     skipped += step;
   }
   return skipped;
+}
+
+bool FragmentStream::skipPast(Uint8 value) {
+  while (cursor_ != limit_ || enterNextFragment()) {
+    const auto here = static_cast<std::size_t>(limit_ - cursor_);
+    const auto* const found = static_cast<const Uint8*>(std::memchr(cursor_, value, here));
+    if (found != nullptr) {
+      cursor_ = found + 1;
+      return true;
+    }
+    cursor_ = limit_;
+  }
+  return false;
 }
 
 unsigned long long FragmentStream::position() const {

@@ -28,7 +28,16 @@ public:
   }
 
   /// Takes up to `count` bytes without looking at them; returns how many there were.
-  unsigned long long skip(unsigned long long count);
+  unsigned long long skip(unsigned long long count) {
+    if (count <= static_cast<unsigned long long>(limit_ - cursor_)) {
+      cursor_ += count;
+      return count;
+    }
+    return skipAcrossFragments(count);
+  }
+
+  /// Takes all bytes up to the next one with a given value, and that one; false when there is none.
+  bool skipPast(Uint8 value);
 
   /// Bytes taken so far.
   [[nodiscard]] unsigned long long position() const;
@@ -41,6 +50,7 @@ public:
 
 private:
   bool enterNextFragment();
+  unsigned long long skipAcrossFragments(unsigned long long count);
 
   DcmPixelSequence& sequence_;
   unsigned long fragment_;
