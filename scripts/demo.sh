@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: BSD-3-Clause
-# Draws the phantoms, tells what they hold, decodes them to pictures and reformats one.
+# Draws the phantoms, tells what they hold, decodes them to pictures, splits and reformats them.
 # Usage: scripts/demo.sh ZRDCM REFORMAT_CORONAL OUTDIR
 set -eu
 if [ $# -ne 3 ]; then
@@ -19,7 +19,7 @@ echo "== phantoms: the same images, plain and compressed"
 echo
 echo "== what some of them hold"
 "$zrdcm" info "$phantoms/ct-thorax-signed.dcm" "$phantoms/ct-abdomen-overlays-jpeg-ls.dcm" \
-  "$phantoms/us-heart-ybr-jpeg-baseline.dcm" "$phantoms/rt-dose-volume-rle.dcm"
+  "$phantoms/us-heart-ybr-jpeg-baseline.dcm" "$phantoms/nm-heart-gated-rle.dcm"
 "$zrdcm" info --json "$phantoms"/*.dcm > "$out/info.json"
 
 # Each picture comes from another coding, so that every decoder has its turn.
@@ -44,11 +44,18 @@ decode rt-dose-volume rt-dose --frames 6
 "$zrdcm" decode "$phantoms/rt-dose-volume.dcm" -o "$out/rt-dose.nrrd"
 "$zrdcm" decode "$phantoms/us-heart-rgb.dcm" -o "$out/us-heart.npy"
 
+# The sheet has a row for every volume: read it down a column to see the ventricle squeeze and fill.
+echo
+echo "== a gated heart: one file, two R-R intervals of eight time slots of sixteen slices"
+"$zrdcm" split "$phantoms/nm-heart-gated-jpeg-ls.dcm" -o "$out/heart"
+"$zrdcm" sheet "$phantoms/nm-heart-gated.dcm" -o "$out/nm-heart-gated.png"
+
 echo
 echo "== a new series: the axial slices of a head, cut anew from the front to the back"
 "$reformat_coronal" "$phantoms/ct-head-volume.dcm" "$out/coronal"
-"$zrdcm" decode "$out/coronal/coronal-0064.dcm" -o "$out/ct-head-coronal.png"
+"$zrdcm" sheet "$out"/coronal/coronal-*[05].dcm -o "$out/ct-head-coronal.png"
 
 ls "$out"/*.png
 echo
+echo "The heart beats in $out/nm-heart-gated.png; its volumes are in $out/heart."
 echo "The pictures are in $out, the phantoms in $phantoms, the report on all of them in $out/info.json."

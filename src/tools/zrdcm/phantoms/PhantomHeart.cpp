@@ -202,7 +202,7 @@ Phantom gatedHeart(unsigned number) {
   describeGates(builder);
   const std::size_t count = frames.slices.size();
   builder.withPixels({kSize, kSize, count, 1, 16, 16, false, "MONOCHROME2"}, frames.samples);
-  builder.with(DCM_BodyPartExamined, "HEART").withWindow(420, 840);
+  builder.with(DCM_BodyPartExamined, "HEART").withWindow(470, 940);
   return {"nm-heart-gated",
           "2 R-R intervals of 8 time slots of 16 slices: 16 volumes of a beating heart",
           builder.take(),
