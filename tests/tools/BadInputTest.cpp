@@ -101,13 +101,19 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{"CutInsideAnElement",
                 preambleAndMeta(UID_LittleEndianExplicitTransferSyntax) +
                     explicitHeader(0x7FE0, 0x0010, "OW", 1000) + "abcd",
-                "is damaged: Invalid stream"},
+                "is damaged: (7fe0,0010) claims 1000 bytes, more than the file has left"},
+        BadFile{"TwoGigabytesInAFewBytes",
+                preambleAndMeta(UID_LittleEndianExplicitTransferSyntax) +
+                    explicitHeader(0x0029, 0x1010, "OB", 0x80000000) + "abcd",
+                "is damaged: (0029,1010) claims 2147483648 bytes, more than the file has left"},
+        BadFile{"OneSequenceTooDeep", nestedSequences(65),
+                "nests sequences too deeply to be read safely"},
         BadFile{"SequencesTooDeep", nestedSequences(10000),
                 "nests sequences too deeply to be read safely"},
         BadFile{"ImplicitSequencesTooDeep", nestedImplicitSequences(3000),
                 "nests sequences too deeply to be read safely"},
-        BadFile{"SequencesDeepEnough", nestedSequences(200), "File contains no pixel data"},
-        BadFile{"ImplicitSequencesDeepEnough", nestedImplicitSequences(200),
+        BadFile{"SequencesDeepEnough", nestedSequences(64), "File contains no pixel data"},
+        BadFile{"ImplicitSequencesDeepEnough", nestedImplicitSequences(64),
                 "File contains no pixel data"}),
     support::nameOf<BadFile>);
 

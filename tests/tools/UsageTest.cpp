@@ -113,11 +113,11 @@ INSTANTIATE_TEST_SUITE_P(Verbs, HelpOfVerb,
                          testing::Values("info", "decode", "split", "sheet", "overlays",
                                          "samples"));
 
-TEST(ZrdcmVersion, IsTheVersionOfTheProject) {
+TEST(ZrdcmVersion, IsThatOfTheProjectAndOfDcmtk) {
   const Outcome outcome = runZrdcm({"--version"});
 
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.output, "zrdcm " ZRDCM_VERSION "\n");
+  EXPECT_EQ(outcome.output, "zrdcm " ZRDCM_VERSION " (DCMTK " PACKAGE_VERSION ")\n");
 }
 
 TEST(ZrdcmOutput, ThatStdoutDoesNotTakeIsAFailure) {

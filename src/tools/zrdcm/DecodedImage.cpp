@@ -11,6 +11,7 @@
 #include "DecodedImage.h"
 
 #include "Failure.h"
+#include "MemoryBudget.h"
 #include "ModalityTable.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -44,6 +45,11 @@ bool rangeRoadIsExact(const DecodedImage& image, const DecodeRequest& request) {
 }
 
 void decodeInto(DecodedImage& image, bool wholeFile) {
+  if (wholeFile) {
+    requireMemoryFor(image.file->dataset());
+  } else {
+    requireMemoryFor(image.file->dataset(), image.frames.count());
+  }
   std::string error;
   const int first = wholeFile ? -1 : static_cast<int>(image.frames.first);
   const int last = wholeFile ? -1 : static_cast<int>(image.frames.last);

@@ -88,13 +88,15 @@ bool holdsKnownAttributes(DcmDataset& dataset) {
 DicomFile::DicomFile(const fs::path& path) : path_(path), format_(new DcmFileFormat) {
   refuseWhatIsNoFile(path);
   const bool saysDicom = hasPreamble(path);
-  if (nestsTooDeeply(path)) {
+  const HeaderScan headers = scanHeaders(path);
+  if (headers.nestsTooDeeply) {
     throw Failure("nests sequences too deeply to be read safely");
   }
   const OFCondition loaded = format_->loadFile(OFFilename(path.c_str()), EXS_Unknown);
   if (loaded.bad()) {
     throw Failure(std::string(saysDicom ? "is damaged: " : "is damaged or no DICOM file: ") +
-                  loaded.text());
+                  (headers.overlong.empty() ? std::string(loaded.text())
+                                            : headers.overlong + ", more than the file has left"));
   }
   if (!saysDicom && !holdsKnownAttributes(dataset())) {
     throw Failure("is not a DICOM file");

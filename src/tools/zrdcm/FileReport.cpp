@@ -5,6 +5,7 @@
 
 #include "DicomFile.h"
 #include "Failure.h"
+#include "MemoryBudget.h"
 #include "ModalityTable.h"
 #include "Numbers.h"
 #include "Splitting.h"
@@ -109,6 +110,11 @@ Json overlayList(const Zrg::SliceImage& slice) {
 void addImage(Json& report, const DicomFile& file) {
   const bool whole = isMonochrome(photometricInterpretation(file));
   const std::size_t frames = frameCount(file.dataset());
+  if (whole) {
+    requireMemoryFor(file.dataset());
+  } else {
+    requireMemoryFor(file.dataset(), 1);
+  }
   Zrg::SliceImage slice;
   slice.convertSamples = !ModalityTable(file.dataset()).differsInWidth();
   std::string error;

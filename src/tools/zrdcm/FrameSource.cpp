@@ -10,6 +10,7 @@
 #include "FrameSource.h"
 
 #include "Failure.h"
+#include "MemoryBudget.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcpxitem.h"
@@ -76,6 +77,7 @@ void FrameSource::openColour(std::unique_ptr<DicomFile> file, std::size_t frames
     image_ = decodeImage(std::move(image_.file), {std::nullopt, false, true});
     return;
   }
+  requireMemoryFor(image_.file->dataset(), 1);
   oneByOne_ = true;
   image_.frames = {0, frames - 1};
   decodeColour(0);

@@ -14,6 +14,12 @@
 
 namespace zrdcm {
 
+namespace {
+
+bool wantsMessages = true;
+
+}  // namespace
+
 std::string printable(const std::string& text) {
   std::string clean = text;
   std::replace_if(
@@ -21,7 +27,18 @@ std::string printable(const std::string& text) {
   return clean;
 }
 
+void showMessages(bool shown) {
+  wantsMessages = shown;
+}
+
+bool messagesShown() {
+  return wantsMessages;
+}
+
 void complain(const std::string& line) {
+  if (!wantsMessages) {
+    return;
+  }
   (void)std::fprintf(stderr, "zrdcm: %s\n", printable(line).c_str());  // nowhere else to go
 }
 

@@ -11,7 +11,11 @@ namespace zrdcm {
 /// characters. Texts from files pass through here before they are shown.
 std::string printable(const std::string& text);
 
-/// Tells the user one line on stderr.
+/// Whether the user wants to see messages and progress on stderr (yes, when the program starts).
+void showMessages(bool shown);
+bool messagesShown();
+
+/// Tells the user one line on stderr, if messages are wanted.
 void complain(const std::string& line);
 
 /// Writes the line to stdout; the main program notices when stdout could not take it.

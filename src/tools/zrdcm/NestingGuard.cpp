@@ -18,6 +18,7 @@
 #include <array>
 #include <cctype>
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
@@ -51,18 +52,19 @@ class Walker {
 public:
   explicit Walker(const std::filesystem::path& file) : file_(file) { open(); }
 
-  bool nestsTooDeeply() {
+  HeaderScan scan() {
     if (!readPrologue()) {
-      return false;
+      return scan_;
     }
     while (sequences_.size() <= kDeepestNesting) {
       closeFinished();
       const std::optional<ElementHeader> header = readHeader();
       if (!header || !enterOrSkip(*header)) {
-        return false;
+        return scan_;
       }
     }
-    return true;
+    scan_.nestsTooDeeply = true;
+    return scan_;
   }
 
 private:
@@ -82,6 +84,7 @@ private:
   template <std::size_t N>
   void putBack(const std::array<unsigned char, N>& bytes);
   bool skip(std::uint64_t count);
+  bool skipValue(const ElementHeader& header);
   template <typename T>
   bool readNumber(T& value);
 
@@ -93,6 +96,7 @@ private:
   bool implicit_ = false;
   std::string transferSyntax_;
   std::vector<OpenSequence> sequences_;
+  HeaderScan scan_;
 };
 
 bool Walker::read(void* bytes, std::size_t count) {
@@ -138,6 +142,17 @@ bool Walker::skip(std::uint64_t count) {
     position_ += static_cast<std::uint64_t>(skipped);
   }
   return true;
+}
+
+bool Walker::skipValue(const ElementHeader& header) {
+  if (skip(header.length)) {
+    return true;
+  }
+  char text[64];
+  (void)std::snprintf(text, sizeof text, "(%04x,%04x) claims %u bytes", header.group,
+                      header.element, header.length);  // always fits
+  scan_.overlong = text;
+  return false;
 }
 
 template <typename T>
@@ -265,7 +280,7 @@ bool Walker::handleDelimiter(const ElementHeader& header) {
   constexpr std::uint16_t kItem = 0xE000;
   constexpr std::uint16_t kSequenceEnd = 0xE0DD;
   if (header.element == kItem && !sequences_.empty() && sequences_.back().fragments) {
-    return skip(header.length);
+    return skipValue(header);
   }
   if (header.element == kSequenceEnd && !sequences_.empty()) {
     sequences_.pop_back();
@@ -296,7 +311,7 @@ bool Walker::enterOrSkip(const ElementHeader& header) {
     return handleDelimiter(header);
   }
   if (!holdsItems(header)) {
-    return skip(header.length);
+    return skipValue(header);
   }
   const bool undefined = header.length == kUndefinedLength;
   const bool implicitOutside = !sequences_.empty() && sequences_.back().implicitInside;
@@ -308,8 +323,8 @@ bool Walker::enterOrSkip(const ElementHeader& header) {
 
 }  // namespace
 
-bool nestsTooDeeply(const std::filesystem::path& file) {
-  return Walker(file).nestsTooDeeply();
+HeaderScan scanHeaders(const std::filesystem::path& file) {
+  return Walker(file).scan();
 }
 
 }  // namespace zrdcm

@@ -2,6 +2,8 @@
 // The progress bar: one line that redraws itself.
 #include "Progress.h"
 
+#include "Messages.h"
+
 #include <cstdio>
 #include <unistd.h>
 #include <utility>
@@ -9,7 +11,9 @@
 namespace zrdcm {
 
 Progress::Progress(std::string label, std::size_t steps)
-    : label_(std::move(label)), steps_(steps), visible_(steps > 1 && isatty(STDERR_FILENO) != 0) {
+    : label_(std::move(label)),
+      steps_(steps),
+      visible_(steps > 1 && messagesShown() && isatty(STDERR_FILENO) != 0) {
   draw();
 }
 

@@ -4,6 +4,7 @@
 #include "Splitting.h"
 
 #include "DicomFile.h"
+#include "MemoryBudget.h"
 
 #include <zrdcmexport/ZrSliceImage.h>
 #include <zrvolren/ExDicomUtilitiesHelpers.h>
@@ -144,6 +145,7 @@ SplittingOutlook splittingOutlook(DcmDataset& dataset, bool monochrome) {
   }
   const auto timeSlots = static_cast<unsigned>(integerOf(dataset, DCM_NumberOfTimeSlots));
   const auto rrIntervals = static_cast<unsigned>(integerOf(dataset, DCM_NumberOfRRIntervals));
+  requireMemoryFor(dataset);
   Zrg::MultiFrameImage image(false);
   std::string error;
   outlook.splittable = image.process(dataset, error, true);

@@ -15,8 +15,10 @@
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
+#include <exception>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -67,13 +69,18 @@ struct ReadSeries {
 ReadSeries readSeries(const std::vector<std::string>& files) {
   ReadSeries series;
   Progress progress("reading", files.size());
+  const auto leaveOut = [&](const std::string& file, const char* reason) {
+    progress.clear();
+    complain(file + ": " + reason);
+    series.status = kFailed;
+  };
   for (const std::string& file : files) {
     try {
       series.images.emplace_back(file);
-    } catch (const Failure& failure) {
-      progress.clear();
-      complain(file + ": " + failure.what());
-      series.status = kFailed;
+    } catch (const std::bad_alloc&) {
+      leaveOut(file, "out of memory");
+    } catch (const std::exception& failure) {
+      leaveOut(file, failure.what());
     }
     progress.advance();
   }

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// The command line: finds the verb, runs it, turns every failure into one line and an exit status.
+#include "CommandLine.h"
+
+#include "ExitStatus.h"
+#include "Failure.h"
+#include "MemoryBudget.h"
+#include "Messages.h"
+#include "Verb.h"
+
+#include "dcmtk/config/osconfig.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zrdcm {
+
+namespace {
+
+struct Verb {
+  VerbAction (*configure)(CLI::App&);
+  const char* name;
+  const char* summary;
+};
+
+constexpr Verb kVerbs[] = {
+#define ZRDCM_VERB(function, name, summary) {function, name, summary},
+#include "Verbs.def"
+#undef ZRDCM_VERB
+};
+
+constexpr const char* kUsageHint = "Run zrdcm --help or zrdcm VERB --help for the usage.\n";
+constexpr const char* kVersion = "zrdcm " ZRDCM_VERSION " (DCMTK " PACKAGE_VERSION ")";
+
+using ConfiguredVerb = std::pair<CLI::App*, VerbAction>;
+
+struct GlobalOptions {
+  bool quiet = false;
+  bool verbose = false;
+  std::string maxMemory = "4G";
+};
+
+void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
+  app.set_version_flag("--version", kVersion);
+  CLI::Option* quiet = app.add_flag("-q,--quiet", options.quiet,
+                                    "Neither messages nor progress; the exit status tells");
+  app.add_flag("-v,--verbose", options.verbose, "Show what the libraries log while they read files")
+      ->excludes(quiet);
+  app.add_option("--max-memory", options.maxMemory,
+                 "Memory that a run may take, such as 512M or 16G (default 4G)")
+      ->type_name("SIZE");
+  app.footer(
+      "Exit status: 0 done, 1 the data could not be handled (one line on stderr says why), "
+      "2 wrong usage.\nExample: zrdcm decode ct.dcm -o ct.png");
+}
+
+std::uint64_t memoryWanted(const GlobalOptions& options) {
+  const std::optional<std::uint64_t> bytes = parseSize(options.maxMemory);
+  if (!bytes || *bytes == 0) {
+    throw UsageError("--max-memory wants a size such as 512M or 16G: " + options.maxMemory);
+  }
+  return *bytes;
+}
+
+std::vector<ConfiguredVerb> configureVerbs(CLI::App& app) {
+  std::vector<ConfiguredVerb> verbs;
+  for (const Verb& verb : kVerbs) {
+    CLI::App* command = app.add_subcommand(verb.name, verb.summary);
+    verbs.emplace_back(command, verb.configure(*command));
+  }
+  return verbs;
+}
+
+int runChosen(const std::vector<ConfiguredVerb>& verbs) {
+  for (const auto& [command, action] : verbs) {
+    if (command->parsed()) {
+      return action();
+    }
+  }
+  complain("a verb is missing");
+  std::fputs(kUsageHint, stderr);
+  return kUsage;
+}
+
+// Results that stdout did not take are lost, and the caller must know.
+int withFlushedOutput(int status) {
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    complain("cannot write the results to standard output");
+    return kFailed;
+  }
+  return status;
+}
+
+int reportUsage(const CLI::App& app, const CLI::ParseError& error) {
+  if (error.get_exit_code() == 0) {
+    return withFlushedOutput(app.exit(error));  // --help and --version
+  }
+  complain(error.what());
+  std::fputs(kUsageHint, stderr);
+  return kUsage;
+}
+
+int run(int argc, const char* const* argv) {
+  CLI::App app("Looks into DICOM images, decodes them and writes them to files.", "zrdcm");
+  GlobalOptions options;
+  addGlobalOptions(app, options);
+  app.require_subcommand(0, 1);
+  app.fallthrough();
+  const std::vector<ConfiguredVerb> verbs = configureVerbs(app);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return reportUsage(app, error);
+  }
+  showMessages(!options.quiet);
+  showLibraryLog(options.verbose);
+  limitMemory(memoryWanted(options));
+  return withFlushedOutput(runChosen(verbs));
+}
+
+}  // namespace
+
+int runCommandLine(int argc, const char* const* argv) {
+  showMessages(true);
+  try {
+    return run(argc, argv);
+  } catch (const UsageError& error) {
+    complain(error.what());
+    return kUsage;
+  } catch (const std::bad_alloc&) {
+    complain("out of memory");
+  } catch (const std::exception& error) {
+    complain(error.what());
+  } catch (...) {
+    complain("failed for a reason that has no name");  // nothing in use here throws such things
+  }
+  return kFailed;
+}
+
+}  // namespace zrdcm
