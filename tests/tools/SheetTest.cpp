@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <filesystem>
 
 namespace {
 
@@ -112,6 +113,75 @@ TEST_F(ContactSheet, HasATileForEveryFrameInOrder) {
   EXPECT_EQ(inTile(3), gray(240));
   EXPECT_EQ(inTile(4), gray(40));
 }
+
+/// Files of one frame each.
+class ContactSheetOfASeries : public ContactSheet {
+protected:
+  std::string add(const DcmDataset& dataset) {
+    files_.push_back(folder_.file(std::to_string(files_.size()) + ".dcm").string());
+    support::saveFile(dataset, files_.back(), EXS_LittleEndianExplicit);
+    return files_.back();
+  }
+
+  Outcome drawSeries() {
+    std::vector<std::string> arguments{"sheet", "--json", "-o", folder_.file("out.png").string()};
+    arguments.insert(arguments.end(), files_.begin(), files_.end());
+    return runZrdcm(arguments);
+  }
+
+  std::vector<std::string> files_;
+};
+
+TEST_F(ContactSheetOfASeries, HasATileForEveryFileInOrder) {
+  for (const int value : {160, 10, 240}) {
+    add(*flatFrames({value}).build());
+  }
+
+  const Outcome outcome = drawSeries();
+
+  ASSERT_EQ(outcome.status, 0) << outcome.errors;
+  report_ = json::parse(outcome.output);
+  picture_ = tools::readPng(folder_.file("out.png"));
+  EXPECT_EQ(report_["files"], json(files_));
+  EXPECT_EQ(report_["frames"], 3);
+  EXPECT_EQ(inTile(0), gray(160));
+  EXPECT_EQ(inTile(1), gray(10));
+  EXPECT_EQ(inTile(2), gray(240));
+}
+
+struct Stranger {
+  const char* name;
+  support::ImageBuilder image;
+  const char* message;
+};
+
+class StrangerInASeries : public ContactSheetOfASeries,
+                          public testing::WithParamInterface<Stranger> {};
+
+TEST_P(StrangerInASeries, IsNamed) {
+  const std::string first = add(*flatFrames({10}).build());
+  const std::string second = add(*GetParam().image.build());
+
+  const Outcome outcome = drawSeries();
+
+  EXPECT_EQ(outcome.status, 1);
+  const std::string message = GetParam().message;
+  EXPECT_EQ(outcome.errors,
+            "zrdcm: " + second + ": " + message + (message.back() == ' ' ? first : "") + "\n");
+  EXPECT_FALSE(std::filesystem::exists(folder_.file("out.png")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, StrangerInASeries,
+    testing::Values(
+        Stranger{"SeveralFrames", flatFrames({1, 2}),
+                 "has several frames: a sheet of several files wants one frame each"},
+        Stranger{"AnotherSize", support::monochromeImage(2, 2).unsigned8().samples({1, 2, 3, 4}),
+                 "has pixels of another size or kind than "},
+        Stranger{"AnotherRescaleLine",
+                 flatFrames({1}).with(DCM_RescaleSlope, "2").with(DCM_RescaleIntercept, "0"),
+                 "has another rescale line than "}),
+    support::nameOf<Stranger>);
 
 TEST_F(ContactSheet, IsAsLargeAsItSaysAndDarkBetweenTheTiles) {
   draw(*flatFrames({255, 255}).build(), {"--columns", "1"});

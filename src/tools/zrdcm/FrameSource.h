@@ -23,16 +23,22 @@ class FrameSource {
 public:
   /// @throws Failure when the image, or the first frame of a colour image, does not decode.
   explicit FrameSource(std::unique_ptr<DicomFile> file);
+  virtual ~FrameSource() = default;
+  FrameSource(const FrameSource&) = delete;
+  FrameSource& operator=(const FrameSource&) = delete;
 
   /// Attributes of the image. The samples of a colour image are without bytes: ask `frame`.
   const DecodedImage& image() const { return image_; }
 
   /// Number of frames.
-  std::size_t count() const { return image_.samples.frames; }
+  virtual std::size_t count() const { return image_.samples.frames; }
 
   /// One frame, 0-based; its samples stay valid until the next call.
   /// @throws Failure when a colour frame does not decode.
-  SampleArray frame(std::size_t index);
+  virtual SampleArray frame(std::size_t index);
+
+protected:
+  DecodedImage image_;
 
 private:
   void openColour(std::unique_ptr<DicomFile> file, std::size_t frames);
@@ -40,7 +46,6 @@ private:
   void decodeColour(std::size_t index);
   std::unique_ptr<DcmItem> itemOfFrame(std::size_t index) const;
 
-  DecodedImage image_;
   bool oneByOne_ = false;
   DcmPixelSequence* fragments_ = nullptr;  ///< owned by the dataset; null when it is native
   std::vector<unsigned char> colourFrame_;

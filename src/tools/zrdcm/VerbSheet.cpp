@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// zrdcm sheet: all frames of a file in one picture.
+// zrdcm sheet: all frames of a file, or the images of a series, in one picture.
 #include "ContactSheet.h"
 #include "ExitStatus.h"
 #include "Failure.h"
@@ -18,9 +18,11 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zrdcm {
@@ -33,18 +35,61 @@ constexpr const char* kFooter = R"(Every frame is drawn with its number (0-based
 ones through --window, else through the window of the file, else over the range of the values that
 occur; overlays embedded in the samples are drawn in colour. Gated data has a row for each volume.
 A sheet is at most 4096 pixels wide and high: many frames get small tiles, and of thousands every
-n-th is drawn, which a line at the top tells.
+n-th is drawn, which a line at the top tells. Several files are drawn in the order given; they are
+the images of one series: one frame each, of one size, with the window of the first.
 
 Examples:
   zrdcm sheet spect.dcm -o spect.png
+  zrdcm sheet coronal/*.dcm -o coronal.png
   zrdcm sheet clip.dcm -o clip.png --columns 10 --window 40,400)";
 
 struct SheetOptions {
-  std::string file;
+  std::vector<std::string> files;
   std::string output;
   std::string window;
   std::size_t columns = 0;
   bool json = false;
+};
+
+/// The images of a series as the frames of one image. Each is decoded when it is asked for.
+class SeriesSource : public FrameSource {
+public:
+  /// @throws Failure that names the file, also when it does not match the first one.
+  explicit SeriesSource(std::vector<std::string> files)
+      : FrameSource(std::make_unique<DicomFile>(files.front())), files_(std::move(files)) {
+    image_.slice.overlays.reset();  // they are those of the first file alone
+  }
+
+  std::size_t count() const override { return files_.size(); }
+
+  SampleArray frame(std::size_t index) override {
+    withFileNamed(files_[index], [&] {
+      current_ = decodeImage(files_[index], {std::nullopt, false, false});
+      requireMatch();
+    });
+    return current_.samples;
+  }
+
+private:
+  void requireMatch() const {
+    const SampleArray& first = image().samples;
+    const SampleArray& own = current_.samples;
+    if (own.frames != 1) {
+      throw Failure("has several frames: a sheet of several files wants one frame each");
+    }
+    if (own.rows != first.rows || own.columns != first.columns || own.channels != first.channels ||
+        own.type != first.type || current_.darkIsHigh != image().darkIsHigh) {
+      throw Failure("has pixels of another size or kind than " + files_.front());
+    }
+    const KtVec2f line = image().slice.result_MOD_LUT();
+    const KtVec2f ownLine = current_.slice.result_MOD_LUT();
+    if (image().monochrome && (ownLine.x != line.x || ownLine.y != line.y)) {
+      throw Failure("has another rescale line than " + files_.front());
+    }
+  }
+
+  std::vector<std::string> files_;
+  DecodedImage current_;
 };
 
 // Gated data is easiest to follow when the slices of a volume make up a row.
@@ -57,7 +102,8 @@ std::size_t columnsFor(const SheetOptions& options, DcmItem& item) {
 
 Json report(const SheetOptions& options, const FrameSource& source, const SheetLayout& layout,
             const std::vector<unsigned>& groups) {
-  return {{"file", options.file},
+  return {{"file", options.files.front()},
+          {"files", options.files},
           {"output", options.output},
           {"frames", source.count()},
           {"shown", layout.shown},
@@ -72,22 +118,38 @@ Json report(const SheetOptions& options, const FrameSource& source, const SheetL
             {"step", {layout.stepX(), layout.stepY()}}}}};
 }
 
+std::unique_ptr<FrameSource> openSource(const SheetOptions& options) {
+  if (options.files.size() > 1) {
+    return std::make_unique<SeriesSource>(options.files);
+  }
+  return std::make_unique<FrameSource>(std::make_unique<DicomFile>(options.files.front()));
+}
+
+SheetContent contentOf(const SheetOptions& options, const FrameSource& source) {
+  SheetContent content = allFrames(source);
+  content.window = windowFromOption(options.window);
+  content.columns = columnsFor(options, source.image().file->dataset());
+  if (options.files.size() > 1) {
+    content.title += " - " + std::filesystem::path(options.files.back()).filename().string();
+  }
+  return content;
+}
+
 int writeSheet(const SheetOptions& options) {
-  const std::optional<Window> window = windowFromOption(options.window);
+  (void)windowFromOption(options.window);  // wrong usage is told before a file is opened
+  const std::unique_ptr<FrameSource> source =
+      withFileNamed(options.files.front(), [&] { return openSource(options); });
+  const SheetContent content = contentOf(options, *source);
   SheetLayout layout;
-  Json described;
-  const Picture sheet = withFileNamed(options.file, [&] {
-    FrameSource source(std::make_unique<DicomFile>(options.file));
-    SheetContent content = allFrames(source);
-    content.window = window;
-    content.columns = columnsFor(options, source.image().file->dataset());
-    Picture drawn = drawContactSheet(source, content, layout);
-    described = report(options, source, layout, overlayGroups(source.image(), content.frames));
-    return drawn;
-  });
+  // Of several files each tells its own failures.
+  const Picture sheet = options.files.size() > 1
+                            ? drawContactSheet(*source, content, layout)
+                            : withFileNamed(options.files.front(), [&] {
+                                return drawContactSheet(*source, content, layout);
+                              });
   writePng(options.output, sheet.view());
   if (options.json) {
-    sayJson(described);
+    sayJson(report(options, *source, layout, overlayGroups(source->image(), content.frames)));
   }
   return kDone;
 }
@@ -96,7 +158,9 @@ int writeSheet(const SheetOptions& options) {
 
 VerbAction configureSheet(CLI::App& command) {
   auto options = std::make_shared<SheetOptions>();
-  command.add_option("file", options->file, "The DICOM file")->type_name("FILE")->required();
+  command.add_option("files", options->files, "The DICOM file, or the files of a series")
+      ->type_name("FILE")
+      ->required();
   command.add_option("-o,--output", options->output, "The picture to write")
       ->type_name("PNG")
       ->required();
