@@ -33,6 +33,13 @@ function(zr_settle_pkg_config root)
   endforeach()
 endfunction()
 
+# Debian's zsh looks into another folder than a zsh that was installed by hand.
+function(zr_settle_completions root)
+  if(EXISTS "${root}/usr/share/zsh/site-functions")
+    file(RENAME "${root}/usr/share/zsh/site-functions" "${root}/usr/share/zsh/vendor-completions")
+  endif()
+endfunction()
+
 function(zr_add_documents root package)
   set(folder "${root}/usr/share/doc/${package}")
   if(EXISTS "${root}/usr/share/doc/zrdcmexport")  # examples
@@ -60,6 +67,7 @@ foreach(pair IN LISTS packages)
   if(IS_DIRECTORY "${root}")
     zr_drop_run_paths("${root}")
     zr_settle_pkg_config("${root}")
+    zr_settle_completions("${root}")
     zr_add_documents("${root}" "${package}")
   endif()
 endforeach()

@@ -12,7 +12,7 @@ if [ ! -f "$build/build.ninja" ]; then
 fi
 # Debian keeps libraries in a folder of their architecture; that changes the installation only.
 cmake "$build" -DCMAKE_INSTALL_LIBDIR="lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)" --log-level=WARNING
-cmake --build "$build" --target zrdcmexport zrdcm reformat_coronal
+cmake --build "$build" --target zrdcmexport zrdcm_manual reformat_coronal
 build=$(cd "$build" && pwd)
 work=$(mktemp -d)
 installed=""
@@ -62,6 +62,8 @@ fi
 
 echo "the program of $prefix"
 "$prefix/bin/zrdcm" --version
+ls "$prefix/share/man/man1/zrdcm.1.gz" "$prefix/share/bash-completion/completions/zrdcm" \
+  "$prefix/share/zsh/vendor-completions/_zrdcm"
 ldd "$prefix/bin/zrdcm" | grep -q "libzrdcmexport.so.1 => $prefix" || [ "$prefix" = /usr ] || fail "zrdcm finds another library"
 ldd "$prefix/bin/zrdcm" | grep 'not found' && fail "zrdcm lacks libraries"
 

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// zrdcm manual: manual page and shell completions, made from the options as they are declared. The
+// build calls it; its group is empty, so that the help does not list it.
+#include "CommandTree.h"
+#include "ExitStatus.h"
+#include "OutputFile.h"
+#include "Verb.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <memory>
+#include <sstream>
+#include <string>
+
+namespace zrdcm {
+
+namespace {
+
+constexpr const char* kFooter =
+    R"(Writes zrdcm.1, zrdcm.bash and _zrdcm (for zsh).
+
+Example:
+  zrdcm manual build/share)";
+
+struct ManualOptions {
+  std::string folder;
+};
+
+/// "FILE" of "FILE:INT in [1 - 9]": checks append what they demand.
+std::string valueOf(const CLI::Option& option) {
+  const std::string text = option.get_type_name();
+  return text.substr(0, text.find(':'));
+}
+
+std::string upperCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  return text;
+}
+
+/// The value's name, or where that was never given (CLI11 then says TEXT) the argument's own.
+std::string placeOf(const CLI::Option& argument) {
+  const std::string value = valueOf(argument);
+  return value == "TEXT" ? upperCase(argument.get_name(true, false)) : value;
+}
+
+/// The words of "u8|u16|s16" and of "TEXT:{nrrd,npy}"; nothing of other values.
+std::vector<std::string> choicesIn(const std::string& type) {
+  std::string list = type.substr(0, type.find(':'));
+  char separator = '|';
+  if (const std::size_t set = type.find(":{"); set != std::string::npos) {
+    list = type.substr(set + 2, type.find('}') - set - 2);
+    separator = ',';
+  }
+  std::vector<std::string> words;
+  std::istringstream text(list);
+  for (std::string word; std::getline(text, word, separator);) {
+    words.push_back(word);
+  }
+  return words.size() > 1 ? words : std::vector<std::string>();
+}
+
+CommandOption optionOf(const CLI::Option& source) {
+  CommandOption option;
+  for (const std::string& name : source.get_snames()) {
+    option.names.push_back("-" + name);
+  }
+  for (const std::string& name : source.get_lnames()) {
+    option.names.push_back("--" + name);
+  }
+  option.value = source.get_type_size() != 0 ? valueOf(source) : std::string();
+  option.choices = choicesIn(source.get_type_name());
+  option.description = source.get_description();
+  option.required = source.get_required();
+  return option;
+}
+
+CommandTree treeOf(const CLI::App& app) {
+  CommandTree tree{app.get_name(), app.get_description(), app.get_footer(), {}, {}, {}};
+  for (const CLI::Option* option : app.get_options()) {
+    const bool isHelp = option == app.get_help_ptr();  // stands among the global options already
+    if (option->get_positional()) {
+      tree.arguments.push_back({placeOf(*option), option->get_description(),
+                                option->get_expected_max() > 1, option->get_required()});
+    } else if (!option->get_group().empty() && (app.get_parent() == nullptr || !isHelp)) {
+      tree.options.push_back(optionOf(*option));
+    }
+  }
+  for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
+    if (!verb->get_group().empty()) {
+      tree.verbs.push_back(treeOf(*verb));
+    }
+  }
+  return tree;
+}
+
+void writeText(const std::filesystem::path& target, const std::string& text) {
+  OutputFile file(target);
+  file.write(text);
+  file.commit();
+}
+
+int writeManual(const CLI::App& program, const std::filesystem::path& folder) {
+  const CommandTree tree = treeOf(program);
+  createFolder(folder);
+  writeText(folder / "zrdcm.1", manualPage(tree, "zrdcm " ZRDCM_VERSION));
+  writeText(folder / "zrdcm.bash", bashCompletion(tree));
+  writeText(folder / "_zrdcm", zshCompletion(tree));
+  return kDone;
+}
+
+}  // namespace
+
+VerbAction configureManual(CLI::App& command) {
+  auto options = std::make_shared<ManualOptions>();
+  command.add_option("dir", options->folder, "Where to write; made when it is not there")
+      ->type_name("DIR")
+      ->required();
+  command.group("");
+  command.footer(kFooter);
+  const CLI::App* const program = command.get_parent();
+  return [options, program] { return writeManual(*program, options->folder); };
+}
+
+}  // namespace zrdcm
