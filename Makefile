@@ -27,7 +27,7 @@ demo: deps ## make phantoms, decode them and leave pictures in demo/
 test: deps build ## build and run every test; SAN=address,undefined under sanitizers
 	ctest --preset $(PRESET) $(CTEST_ARGUMENTS)
 
-bench: deps ## measure against memcpy and DCMTK
+bench: deps ## measure against memcpy, DCMTK and other readers
 	scripts/bench.sh
 
 fuzz: deps ## run every fuzzer for SECONDS each

@@ -1,106 +1,212 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// All frames of a native signed 12-bit file, from the file to unsigned samples, beside what DCMTK
-// alone takes to hand out the same element, and beside memcpy of its bytes.
-#include "BenchMemory.h"
+// From the file to unsigned samples, beside what DCMTK alone takes to hand out the same element:
+// all frames, native and compressed, a range of frames, and one frame out of a thousand.
+#include "Phantoms.h"
 
 #include <zrdcmexport/ZrSliceImage.h>
 
-#include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dctk.h"
+#include "dcmtk/dcmdata/dcfcache.h"
+#include "dcmtk/dcmdata/dcrledrg.h"
+#include "dcmtk/dcmjpeg/djdecode.h"
+#include "dcmtk/dcmjpls/djdecode.h"
 
-#include <filesystem>
-#include <stdexcept>
-#include <string>
-#include <unistd.h>
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <map>
+#include <vector>
 
 namespace {
 
-constexpr Uint16 kColumns = 512;
-constexpr Uint16 kRows = 512;
-constexpr int kFrames = 100;
-constexpr std::size_t kSamples = std::size_t{kColumns} * kRows * kFrames;
+using bench::PhantomFile;
+using bench::PhantomForm;
 
-void check(const OFCondition& condition) {
-  if (condition.bad()) {
-    throw std::runtime_error(condition.text());
-  }
-}
+constexpr PhantomForm kVolume{512, 512, 300, false};
+constexpr PhantomForm kThousand{256, 256, 1000, false};
+constexpr std::size_t kFrameBytes = std::size_t{512} * 512 * 2;
+constexpr int kRangeFirst = 100;
+constexpr int kRangeFrames = 100;
 
-/// A file of 100 frames of 512 x 512 signed 12-bit samples that goes away with the program.
-class NativeFile {
-public:
-  NativeFile()
-      : path_(std::filesystem::temp_directory_path() /
-              ("zrdcmexport_bench_" + std::to_string(::getpid()) + ".dcm")) {
-    DcmFileFormat file;
-    DcmDataset& dataset = *file.getDataset();
-    check(dataset.putAndInsertString(DCM_SOPClassUID, UID_CTImageStorage));
-    check(dataset.putAndInsertString(DCM_SOPInstanceUID, "2.25.1"));
-    check(dataset.putAndInsertUint16(DCM_SamplesPerPixel, 1));
-    check(dataset.putAndInsertString(DCM_PhotometricInterpretation, "MONOCHROME2"));
-    check(dataset.putAndInsertString(DCM_NumberOfFrames, std::to_string(kFrames).c_str()));
-    check(dataset.putAndInsertUint16(DCM_Rows, kRows));
-    check(dataset.putAndInsertUint16(DCM_Columns, kColumns));
-    check(dataset.putAndInsertUint16(DCM_BitsAllocated, 16));
-    check(dataset.putAndInsertUint16(DCM_BitsStored, 12));
-    check(dataset.putAndInsertUint16(DCM_HighBit, 11));
-    check(dataset.putAndInsertUint16(DCM_PixelRepresentation, 1));
-    const std::vector<std::uint16_t> samples = bench::twelveBitSamples(kSamples);
-    check(dataset.putAndInsertUint16Array(DCM_PixelData, samples.data(), kSamples));
-    check(file.saveFile(path_.c_str(), EXS_LittleEndianExplicit));
-  }
-  ~NativeFile() {
-    std::error_code ignored;
-    std::filesystem::remove(path_, ignored);
-  }
-  NativeFile(const NativeFile&) = delete;
-  NativeFile& operator=(const NativeFile&) = delete;
-
-  const char* path() const { return path_.c_str(); }
-
-private:
-  std::filesystem::path path_;
-};
-
-const NativeFile& nativeFile() {
-  static const NativeFile file;
+const PhantomFile& volumeFile() {
+  static const PhantomFile file(kVolume, EXS_LittleEndianExplicit);
   return file;
 }
 
-void decodeAllFrames(benchmark::State& state) {
-  const char* path = nativeFile().path();
+// ---- all frames --------------------------------------------------------------------------------
+
+void decodeAll(benchmark::State& state, const char* path) {
   for (auto _ : state) {
     DcmFileFormat file;
     Zrg::SliceImage slice;
     std::string error;
     if (file.loadFile(path).bad() ||
         !slice.process(*file.getDataset(), error, -1, -1, nullptr, 0)) {
-      state.SkipWithError("decoding failed");
+      state.SkipWithError(error.c_str());
       break;
     }
     benchmark::DoNotOptimize(slice.data);
   }
 }
-BENCHMARK(decodeAllFrames)->Name("decode/all_frames/native")->Unit(benchmark::kMillisecond);
 
-void dcmtkAlone(benchmark::State& state) {
-  const char* path = nativeFile().path();
+void registerDecoders() {
+  DcmRLEDecoderRegistration::registerCodecs();
+  DJDecoderRegistration::registerCodecs(EDC_guessLossyOnly);
+  DJLSDecoderRegistration::registerCodecs();
+}
+
+void dcmtkAll(benchmark::State& state, const char* path) {
+  registerDecoders();
   for (auto _ : state) {
     DcmFileFormat file;
-    const Uint16* samples = nullptr;
+    DcmElement* pixelData = nullptr;
+    Uint16* words = nullptr;
+    Uint8* bytes = nullptr;
+    Uint16 bitsAllocated = 0;
     if (file.loadFile(path).bad() ||
-        file.getDataset()->findAndGetUint16Array(DCM_PixelData, samples).bad()) {
+        file.getDataset()->findAndGetUint16(DCM_BitsAllocated, bitsAllocated).bad() ||
+        file.getDataset()->chooseRepresentation(EXS_LittleEndianExplicit, nullptr).bad() ||
+        file.getDataset()->findAndGetElement(DCM_PixelData, pixelData).bad() ||
+        (bitsAllocated == 16 ? pixelData->getUint16Array(words) : pixelData->getUint8Array(bytes))
+            .bad()) {
       state.SkipWithError("reading failed");
       break;
     }
-    benchmark::DoNotOptimize(samples);
+    benchmark::DoNotOptimize(words);
+    benchmark::DoNotOptimize(bytes);
   }
 }
-BENCHMARK(dcmtkAlone)->Name("decode/dcmtk/native")->Unit(benchmark::kMillisecond);
 
-void decodeMemcpy(benchmark::State& state) {
-  bench::memcpyOf(state, 2 * kSamples);
+void allNative(benchmark::State& state) {
+  decodeAll(state, volumeFile().path());
 }
-BENCHMARK(decodeMemcpy)->Name("decode/memcpy/native")->Unit(benchmark::kMillisecond);
+BENCHMARK(allNative)->Name("decode_all/library/native")->Unit(benchmark::kMillisecond);
+
+void allNativeDcmtk(benchmark::State& state) {
+  dcmtkAll(state, volumeFile().path());
+}
+BENCHMARK(allNativeDcmtk)->Name("decode_all/dcmtk/native")->Unit(benchmark::kMillisecond);
+
+const PhantomFile& compressedFile(E_TransferSyntax syntax) {
+  constexpr int kFrames = 12;
+  static std::map<E_TransferSyntax, std::unique_ptr<PhantomFile>> files;
+  std::unique_ptr<PhantomFile>& file = files[syntax];
+  if (file == nullptr) {
+    const bool eightBit = syntax == EXS_JPEGProcess1;
+    file = std::make_unique<PhantomFile>(PhantomForm{512, 512, kFrames, eightBit}, syntax);
+  }
+  return *file;
+}
+
+template <E_TransferSyntax kSyntax>
+void compressed(benchmark::State& state) {
+  decodeAll(state, compressedFile(kSyntax).path());
+}
+
+template <E_TransferSyntax kSyntax>
+void compressedDcmtk(benchmark::State& state) {
+  dcmtkAll(state, compressedFile(kSyntax).path());
+}
+
+#define ZR_BENCH_CODEC(syntax, name)                                                              \
+  BENCHMARK(compressed<syntax>)->Name("decode_all/library/" name)->Unit(benchmark::kMillisecond); \
+  BENCHMARK(compressedDcmtk<syntax>)->Name("decode_all/dcmtk/" name)->Unit(benchmark::kMillisecond)
+ZR_BENCH_CODEC(EXS_RLELossless, "rle");
+ZR_BENCH_CODEC(EXS_JPEGProcess14SV1, "jpeg_lossless");
+ZR_BENCH_CODEC(EXS_JPEGLSLossless, "jpeg_ls");
+ZR_BENCH_CODEC(EXS_JPEGProcess1, "jpeg_baseline");
+
+// ---- a range of frames -------------------------------------------------------------------------
+
+std::vector<char>& target() {
+  static std::vector<char> memory(kFrameBytes * kRangeFrames, 1);
+  return memory;
+}
+
+void range(benchmark::State& state, bool convertSamples) {
+  for (auto _ : state) {
+    DcmFileFormat file;
+    Zrg::SliceImage slice;
+    slice.convertSamples = convertSamples;
+    std::string error;
+    if (file.loadFile(volumeFile().path()).bad() ||
+        !slice.process(*file.getDataset(), error, kRangeFirst, kRangeFirst + kRangeFrames - 1,
+                       target().data(), target().size())) {
+      state.SkipWithError(error.c_str());
+      break;
+    }
+    benchmark::ClobberMemory();
+  }
+}
+
+void rangeStored(benchmark::State& state) {
+  range(state, false);
+}
+BENCHMARK(rangeStored)->Name("decode_range/stored")->Unit(benchmark::kMillisecond);
+
+void rangeConverted(benchmark::State& state) {
+  range(state, true);
+}
+BENCHMARK(rangeConverted)->Name("decode_range/converted")->Unit(benchmark::kMillisecond);
+
+void rangeDcmtk(benchmark::State& state) {
+  for (auto _ : state) {
+    DcmFileFormat file;
+    bench::check(file.loadFile(volumeFile().path()));
+    DcmElement* element = nullptr;
+    bench::check(file.getDataset()->findAndGetElement(DCM_PixelData, element));
+    auto& pixelData = dynamic_cast<DcmPixelData&>(*element);
+    Uint32 fragment = 0;
+    OFString colourModel;
+    DcmFileCache cache;
+    for (unsigned frame = 0; frame < kRangeFrames; ++frame) {
+      bench::check(pixelData.getUncompressedFrame(file.getDataset(), kRangeFirst + frame, fragment,
+                                                  target().data() + frame * kFrameBytes,
+                                                  kFrameBytes, colourModel, &cache));
+    }
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK(rangeDcmtk)->Name("decode_range/dcmtk")->Unit(benchmark::kMillisecond);
+
+// ---- one frame of a thousand -------------------------------------------------------------------
+
+void oneFrame(benchmark::State& state, E_TransferSyntax syntax, int frame) {
+  static std::map<E_TransferSyntax, std::unique_ptr<PhantomFile>> files;
+  std::unique_ptr<PhantomFile>& phantom = files[syntax];
+  if (phantom == nullptr) {
+    phantom = std::make_unique<PhantomFile>(kThousand, syntax);
+  }
+  DcmFileFormat file;
+  bench::check(file.loadFile(phantom->path()));
+  for (auto _ : state) {
+    Zrg::SliceImage slice;
+    std::string error;
+    if (!slice.process(*file.getDataset(), error, frame, frame, target().data(), target().size())) {
+      state.SkipWithError(error.c_str());
+      break;
+    }
+    benchmark::ClobberMemory();
+  }
+}
+
+void oneNative(benchmark::State& state) {
+  oneFrame(state, EXS_LittleEndianExplicit, static_cast<int>(state.range(0)));
+}
+BENCHMARK(oneNative)->Name("decode_one/native")->Arg(500)->Arg(999);
+
+void oneNativeFirst(benchmark::State& state) {
+  oneFrame(state, EXS_LittleEndianExplicit, 0);
+}
+BENCHMARK(oneNativeFirst)->Name("decode_one/first");
+
+void oneRle(benchmark::State& state) {
+  oneFrame(state, EXS_RLELossless, static_cast<int>(state.range(0)));
+}
+BENCHMARK(oneRle)->Name("decode_one_rle/rle")->Arg(500)->Arg(999);
+
+void oneRleFirst(benchmark::State& state) {
+  oneFrame(state, EXS_RLELossless, 0);
+}
+BENCHMARK(oneRleFirst)->Name("decode_one_rle/first");
 
 }  // namespace

@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: BSD-3-Clause
+"""usage: peers.py BUILD_FOLDER RESULTS.json [ROUNDS] -- the library and other readers on the same files.
+
+Each reading is a process of its own, so that its peak memory can be told; readers take turns. The CPU
+time is what the process takes for the reading alone, without its start. Readers that are not installed
+are named.
+"""
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+SYNTAXES = {"native": 300, "rle": 30, "jpeg_lossless": 30, "jpeg_ls": 30}
+SERIES = 5000
+MIB = 1 << 20
+
+
+def run(command):
+    """(standard output, error text, peak MiB, CPU ms of the whole process), output None on failure."""
+    with tempfile.TemporaryFile() as errors:
+        process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=errors)
+        output = process.stdout.read().decode()
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+        process.stdout.close()
+        errors.seek(0)
+        text = errors.read().decode().strip()
+    cpu = (usage.ru_utime + usage.ru_stime) * 1e3
+    return (output if process.returncode == 0 else None), text, usage.ru_maxrss * 1024 / MIB, cpu
+
+
+def python_with_pydicom():
+    for candidate in ("/usr/bin/python3", sys.executable):
+        if run([candidate, "-c", "import numpy, pydicom"])[0] is not None:
+            return candidate
+    return None
+
+
+class Results:
+    def __init__(self):
+        self.runs = []
+        self.failed = {}
+
+    def add(self, name, milliseconds, peak_mib):
+        self.runs.append({"run_name": name, "run_type": "iteration", "time_unit": "ms",
+                          "cpu_time": milliseconds, "peak_mib": peak_mib})
+
+    def measure(self, name, command):
+        if name in self.failed:
+            return
+        output, errors, peak_mib, _ = run(command)
+        if output is None:
+            self.failed[name] = errors.splitlines()[-1] if errors else "no message"
+            print(f"{name}: {self.failed[name]}", file=sys.stderr)
+        else:
+            self.add(name, float(output), peak_mib)
+
+
+def main():
+    build = pathlib.Path(sys.argv[1])
+    rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 5
+    reader = str(build / "bench/zrdcmexport_bench_reader")
+    zrdcm = str(build / "src/tools/zrdcm/zrdcm")
+    readers = {name: [reader, name] for name in ("library", "dcmtk", "dicomimage", "gdcm")}
+    python = python_with_pydicom()
+    if python:
+        readers["pydicom"] = [python, str(pathlib.Path(__file__).parent / "pydicom_reader.py")]
+    else:
+        print("pydicom: not installed", file=sys.stderr)
+    print("ITK: not measured; it reads DICOM through GDCM", file=sys.stderr)
+
+    results = Results()
+    with tempfile.TemporaryDirectory() as folder:
+        for syntax, frames in SYNTAXES.items():
+            path = f"{folder}/{syntax}.dcm"
+            subprocess.run([reader, "phantom", path, syntax, str(frames)], check=True)
+            samples = frames * 512 * 512 * 2
+            print(f"{syntax}: compressed {samples / os.path.getsize(path):.2f} to 1", file=sys.stderr)
+            for _ in range(rounds):
+                for name, command in readers.items():
+                    results.measure(f"files_{syntax}/{name}", command + [path])
+        native = f"{folder}/native.dcm"
+        for verb, output in (("decode", "all.raw"), ("split", "split"), ("sheet", "sheet.png")):
+            if run([zrdcm, verb, "--help"])[0] is not None:
+                text, errors, peak_mib, cpu = run([zrdcm, verb, native, "-o", f"{folder}/{output}"])
+                if text is None:
+                    raise SystemExit(errors)
+                print(f"zrdcm {verb}: peak {peak_mib * MIB / os.path.getsize(native):.2f} of the samples",
+                      file=sys.stderr)
+                results.add(f"zrdcm/{verb}", cpu, peak_mib)
+
+        series = pathlib.Path(folder) / "series"
+        series.mkdir()
+        subprocess.run([reader, "series", str(series), str(SERIES)], check=True)
+        files = sorted(str(path) for path in series.iterdir())
+        for _ in range(rounds):
+            results.measure("sort/headers", [reader, "headers", str(series)])
+            output, errors, peak_mib, cpu = run([zrdcm, "sort", *files])
+            if output is None:
+                raise SystemExit(errors)
+            results.add("sort/zrdcm", cpu, peak_mib)
+    pathlib.Path(sys.argv[2]).write_text(json.dumps({"benchmarks": results.runs}, indent=1) + "\n",
+                                         encoding="utf-8")
+
+
+if __name__ == "__main__":
+    main()
