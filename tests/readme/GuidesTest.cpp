@@ -251,6 +251,17 @@ TEST(EmbeddingGuide, CollectsMessages) {
   EXPECT_THAT(lines, ElementsAre("warning: 3 samples", "done"));
 }
 
+TEST(EmbeddingGuide, CollectsMessagesOfDcmtkToo) {
+  std::vector<std::string> lines;
+  embedding_guide::logEverythingInto(lines);
+  OFLogger logger = OFLog::getLogger("dcmtk.test");
+  OFLOG_WARN(logger, "careful");
+  ExDCM::restoreDcmtkLog();
+  getTheLogInstance().setSink({});
+
+  EXPECT_THAT(lines, testing::Contains("warning: dcmtk.test: careful"));
+}
+
 TEST(EmbeddingGuide, FindsTheDictionary) {
   EXPECT_TRUE(embedding_guide::dictionaryIsLoaded());
 }

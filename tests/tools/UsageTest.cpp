@@ -120,6 +120,20 @@ TEST(ZrdcmVersion, IsThatOfTheProjectAndOfDcmtk) {
   EXPECT_EQ(outcome.output, "zrdcm " ZRDCM_VERSION " (DCMTK " PACKAGE_VERSION ")\n");
 }
 
+TEST(ZrdcmWithoutDictionary, SaysSoInOneLineAndGoesOn) {
+  const support::TempDir folder;
+  support::saveFile(*support::monochromeImage(2, 2).build(), folder.file("image.dcm"));
+
+  const Outcome outcome = tools::runProgram({"env", "DCMDICTPATH=/nonexistent", ZRDCM_PROGRAM,
+                                             "info", folder.file("image.dcm").string()});
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(
+      outcome.errors,
+      "zrdcm: DCMTK has no data dictionary, attributes of implicit VR are unknown; DCMDICTPATH "
+      "names its files\n");
+}
+
 TEST(ZrdcmOutput, ThatStdoutDoesNotTakeIsAFailure) {
   const support::TempDir folder;
   support::saveFile(*support::monochromeImage(2, 2).build(), folder.file("image.dcm"));

@@ -3,12 +3,15 @@
 // reads and stores the attributes, and leaves the samples to the monochrome or the colour path.
 #include "ZrSliceImageDecoding.h"
 
+#include <ktlib/KtLogFile.h>
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcrledrg.h"
 #include "dcmtk/dcmdata/dctk.h"
 #include "dcmtk/dcmjpeg/djdecode.h"
 #include "dcmtk/dcmjpls/djdecode.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <mutex>
 
@@ -19,6 +22,19 @@ namespace Decoding {
 namespace {
 
 constexpr char kInvalidTargetSize[] = "Invalid target size: buffer %zu bytes, required %zu bytes";
+
+constexpr char kNoDictionary[] =
+    "DCMTK has no data dictionary: attributes of implicit VR are unknown, and images seem to have "
+    "no "
+    "pixel data. DCMDICTPATH names its files.";
+
+/// Names the cause once, because every message that follows names something else.
+void warnWithoutDictionary() {
+  static std::atomic<bool> asked{false};
+  if (!asked.exchange(true) && !dcmDataDict.isDictionaryLoaded()) {
+    getTheLogInstance().warnf("%s", kNoDictionary);
+  }
+}
 
 /// Makes DCMTK's decoders known to DCMTK. Where the host registered them first, its choices stay.
 void registerDecoders() {
@@ -68,6 +84,7 @@ bool SliceImage::process(DcmItem& item, std::string& errorText, int firstFrame, 
                          void* target, unsigned long targetSize) {
   errorText.clear();
   valid = false;
+  Decoding::warnWithoutDictionary();
 
   DcmPixelData* const pixelData = Decoding::findPixelData(item, errorText);
   if (pixelData == nullptr) {

@@ -9,6 +9,7 @@
 #include "Verb.h"
 
 #include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcdict.h"
 
 #include <CLI/CLI.hpp>
 
@@ -108,6 +109,17 @@ int reportUsage(const CLI::App& app, const CLI::ParseError& error) {
   return kUsage;
 }
 
+// Without its dictionary DCMTK does not know what implicit VR files hold; what is said about them then
+// is never the cause.
+void complainWithoutDictionary() {
+  if (!dcmDataDict.isDictionaryLoaded()) {
+    complain(
+        "DCMTK has no data dictionary, attributes of implicit VR are unknown; DCMDICTPATH names "
+        "its "
+        "files");
+  }
+}
+
 int run(int argc, const char* const* argv) {
   CLI::App app("Looks into DICOM images, decodes them and writes them to files.", "zrdcm");
   GlobalOptions options;
@@ -123,6 +135,7 @@ int run(int argc, const char* const* argv) {
   }
   showMessages(!options.quiet);
   showLibraryLog(options.verbose);
+  complainWithoutDictionary();
   limitMemory(memoryWanted(options));
   return withFlushedOutput(runChosen(verbs));
 }
