@@ -201,7 +201,7 @@ TEST_F(SplitFile, KnowsItsSpacings) {
   split(*nmFrames({1, 2}).spacing("0.5", "0.7").build());
 
   EXPECT_THAT(tools::readFile(output("volume-000.nrrd")),
-              HasSubstr("sizes: 2 2 2\nspacings: 0.699999988 0.5 2.5\n"));
+              HasSubstr("sizes: 2 2 2\nspacings: 0.7 0.5 2.5\n"));
 }
 
 TEST_F(SplitFile, IsWrittenForNumPyOnRequest) {

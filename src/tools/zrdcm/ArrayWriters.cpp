@@ -3,12 +3,12 @@
 // the samples in little endian, whatever machine writes them.
 #include "ArrayWriters.h"
 
+#include "Numbers.h"
 #include "OutputFile.h"
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdio>
 
 namespace zrdcm {
 
@@ -75,12 +75,7 @@ std::string npyHeader(const SampleArray& array) {
 }
 
 std::string number(double value) {
-  if (std::isnan(value)) {
-    return "nan";
-  }
-  char text[32];
-  (void)std::snprintf(text, sizeof text, "%.9g", value);  // always fits
-  return text;
+  return std::isnan(value) ? "nan" : shortest(value);
 }
 
 // Header fields are one line each, so line breaks in values from a file become blanks.

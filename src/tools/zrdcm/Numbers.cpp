@@ -7,11 +7,27 @@
 
 namespace zrdcm {
 
-std::string shortest(float value) {
+namespace {
+
+template <class Number>
+std::string shortestDigits(Number value) {
   char text[64];
   const auto [end, error] = std::to_chars(text, text + sizeof text, value);
-  (void)error;  // 64 characters hold every float
+  (void)error;  // 64 characters hold every number
   return {text, end};
+}
+
+}  // namespace
+
+std::string shortest(float value) {
+  return shortestDigits(value);
+}
+
+std::string shortest(double value) {
+  const auto single = static_cast<float>(value);
+  const bool wasFloat =
+      !(static_cast<double>(single) < value || static_cast<double>(single) > value);
+  return wasFloat ? shortestDigits(single) : shortestDigits(value);
 }
 
 nlohmann::ordered_json jsonNumber(float value) {

@@ -11,6 +11,8 @@ namespace zrdcm {
 
 /// The shortest decimal text that reads back as this number: 0.1, not 0.100000001.
 std::string shortest(float value);
+/// The same for a number that may have been a float before.
+std::string shortest(double value);
 
 /// The number as JSON, in its shortest form; null when it is NaN or infinite.
 nlohmann::ordered_json jsonNumber(float value);
