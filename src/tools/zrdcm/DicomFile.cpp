@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <new>
 #include <system_error>
 
 namespace zrdcm {
@@ -93,6 +94,9 @@ DicomFile::DicomFile(const fs::path& path) : path_(path), format_(new DcmFileFor
     throw Failure("nests sequences too deeply to be read safely");
   }
   const OFCondition loaded = format_->loadFile(OFFilename(path.c_str()), EXS_Unknown);
+  if (loaded == EC_MemoryExhausted && headers.overlong.empty()) {
+    throw std::bad_alloc();  // the file itself is whole
+  }
   if (loaded.bad()) {
     throw Failure(std::string(saysDicom ? "is damaged: " : "is damaged or no DICOM file: ") +
                   (headers.overlong.empty() ? std::string(loaded.text())
