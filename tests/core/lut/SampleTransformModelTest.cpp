@@ -230,10 +230,13 @@ class NarrowSampleTransformModel : public SampleTransformModel {};
 TEST_P(NarrowSampleTransformModel, AgreesWhereValuesRepeat) {
   std::vector<std::uint32_t> values(std::size_t{1} << width());
   std::iota(values.begin(), values.end(), 0U);
+  // The loops are the same for both widths; a quarter of a million samples need not go through all.
+  const std::vector<std::size_t> beyond =
+      width() == 8 ? std::vector<std::size_t>{0, 1, 2, 3, 5} : std::vector<std::size_t>{0, 3};
   for (const unsigned highBit : {width() - 1, width() - 4}) {
     ModelInput input{GetParam().source, values, width() - 3, highBit, randomTable()};
     const ModelOutput ofValues = transformByModel(input);
-    for (const std::size_t more : {0U, 1U, 2U, 3U, 5U}) {
+    for (const std::size_t more : beyond) {
       input.cells = randomCells(4 * values.size() + more);
       const auto count = static_cast<long long>(input.cells.size());
       const bool fitsInPlace =
