@@ -92,6 +92,11 @@ def main():
                       file=sys.stderr)
                 results.add(f"zrdcm/{verb}", cpu, peak_mib)
 
+        if python:
+            writer = str(pathlib.Path(__file__).parent / "pydicom_writer.py")
+            for _ in range(rounds):
+                results.measure("export/pydicom", [python, writer])
+
         series = pathlib.Path(folder) / "series"
         series.mkdir()
         subprocess.run([reader, "series", str(series), str(SERIES)], check=True)
