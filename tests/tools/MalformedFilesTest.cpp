@@ -26,6 +26,7 @@
 #include <string>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
@@ -37,7 +38,8 @@ namespace {
 using support::ImageBuilder;
 using support::monochromeImage;
 
-constexpr unsigned kSecondsAllowed = 5;
+constexpr long kSecondsAllowed = 5;
+constexpr int kWrongStatus = 3;
 
 /// A command line without its first word, which is always zrdcm.
 using Command = std::vector<std::string>;
@@ -102,6 +104,15 @@ void silenceThisProcess() {
   dup2(nowhere, STDERR_FILENO);
 }
 
+// Ends the process by a signal when the next command computes for longer. Time on the clock would make
+// the test depend on what else the machine does; who waits for ever is ended by CTest.
+void limitTime() {
+  const itimerval limit = {{0, 0}, {kSecondsAllowed, 0}};
+  if (setitimer(ITIMER_PROF, &limit, nullptr) != 0) {
+    _exit(kWrongStatus);
+  }
+}
+
 /// Puts input `i` where the commands look for it.
 using Prepare = std::function<void(std::size_t i)>;
 
@@ -109,14 +120,11 @@ struct ChildOutcome {
   Position position;
   int signal = 0;
   long peakKilobytes = 0;
-
-  bool isGood() const { return signal == 0 && position.status != 2; }
 };
 
 // Runs the commands on each of the inputs, all in one child process.
 ChildOutcome runInChild(std::size_t inputs, const Prepare& prepare,
                         const std::vector<Command>& commands) {
-  constexpr int kWrongStatus = 3;
   SharedPosition position;
   const pid_t child = fork();
   if (child < 0) {
@@ -127,7 +135,7 @@ ChildOutcome runInChild(std::size_t inputs, const Prepare& prepare,
     for (position->input = 0; position->input < inputs; ++position->input) {
       prepare(position->input);
       for (position->command = 0; position->command < commands.size(); ++position->command) {
-        alarm(kSecondsAllowed);
+        limitTime();
         position->status = runCommand(commands[position->command]);
         if (position->status != 0 && position->status != 1) {
           _exit(kWrongStatus);
@@ -174,19 +182,22 @@ class Truncation : public testing::TestWithParam<ValidFile> {};
 TEST_P(Truncation, AnywhereEndsInAnAnswer) {
   const support::TempDir scratch;
   const std::string whole = scratch.file("whole.dcm").string();
-  support::saveFile(*GetParam().build(), whole, GetParam().syntax);
+  // Built in a child as well: DCMTK never frees the codecs that compressing registers.
+  const ChildOutcome built = runInChild(
+      1, [&](std::size_t) { support::saveFile(*GetParam().build(), whole, GetParam().syntax); },
+      {{"decode", whole, "-o", scratch.file("whole.npy").string()}});
+  ASSERT_EQ(built.signal, 0);
+  ASSERT_EQ(built.position.status, 0) << "the whole file does not decode";
   const std::string bytes = tools::readFile(whole);
   const std::string file = scratch.file("cut.dcm").string();
   const std::vector<Command> commands = decodingCommands(file, scratch);
 
   const ChildOutcome outcome = runInChild(
-      bytes.size() + 1,
-      [&](std::size_t length) { tools::writeFile(file, bytes.substr(0, length)); }, commands);
+      bytes.size(), [&](std::size_t length) { tools::writeFile(file, bytes.substr(0, length)); },
+      commands);
 
   expectSurvived(outcome, commands, "cut after byte");
-  // The last input is the whole file, so that the test looks at an image and not at noise.
-  EXPECT_EQ(outcome.position.input, bytes.size() + 1);
-  EXPECT_EQ(runCommand({"--quiet", "decode", whole, "-o", scratch.file("whole.npy").string()}), 0);
+  EXPECT_EQ(outcome.position.input, bytes.size());
 }
 
 std::unique_ptr<DcmDataset> gatedImage() {
