@@ -119,9 +119,10 @@ DomainTable::DomainTable(const SampleConversion& conversion, long long samples) 
   const unsigned values = conversion.table.valuesPerEntry;
   const std::size_t cellBytes = conversion.source.primTypeSize();
   const std::size_t valueBytes = conversion.target.primTypeSize();
-  const bool tabulates =
-      isConvertible(conversion) && (values == 1 || (values == 3 && cellBytes == 1));
-  if (!tabulates || samples < kSamplesPerValue << (8 * cellBytes)) {
+  const bool tabulates = isConvertible(conversion) &&
+                         ((values == 1 && cellBytes <= 2) || (values == 3 && cellBytes == 1));
+  const long long domain = cellBytes == 1 ? 1LL << 8 : 1LL << 16;
+  if (!tabulates || samples < kSamplesPerValue * domain) {
     return;
   }
   const std::size_t wordBytes = values == 1 ? valueBytes : 4 * valueBytes;
