@@ -19,7 +19,7 @@ build: ## build the library and zrdcm
 deps: ## install the Debian packages the project needs
 	scripts/install-packages.sh
 
-demo: deps ## make phantoms, decode them and leave pictures in demo/
+demo: deps ## make phantoms, decode them and show all on demo/index.html
 	cmake --preset release -DZRDCMEXPORT_BUILD_TESTS=OFF -B build/demo --log-level=WARNING
 	cmake --build build/demo -j $(JOBS)
 	scripts/demo.sh build/demo/src/tools/zrdcm/zrdcm build/demo/examples/reformat_coronal demo
