@@ -5,6 +5,7 @@
 usage: demo_page.py FOLDER    reads FOLDER's pictures, info.json and commands.txt, writes FOLDER/index.html
 """
 import base64
+import concurrent.futures
 import html
 import json
 import pathlib
@@ -37,10 +38,13 @@ class Page:
         self.commands = dict(line.split("\t", 1) for line in lines)
         self.files = {pathlib.Path(file["file"]).stem: file
                       for file in json.loads((folder / "info.json").read_text())}
+        # Packing takes nearly all of the time and lets other threads run.
+        self.packers = concurrent.futures.ThreadPoolExecutor()
+        self.packing = {}
 
     def image(self, path, alt, attributes=""):
-        data = base64.b64encode(packed((self.folder / f"{path}.png").read_bytes())).decode()
-        return f'<img src="data:image/png;base64,{data}" alt="{text(alt)}"{attributes}>'
+        self.packing[path] = self.packers.submit(packed, (self.folder / f"{path}.png").read_bytes())
+        return f'<img src="{{{{IMAGE {path}}}}}" alt="{text(alt)}"{attributes}>'
 
     def command(self, made):
         return f'<pre class="command" tabindex="0"><code>{text(self.commands[made])}</code></pre>'
@@ -118,6 +122,9 @@ class Page:
         page = TEMPLATE.read_text()
         for name, piece in pieces.items():
             page = page.replace("{{" + name + "}}", piece)
+        for path, png in self.packing.items():
+            data = base64.b64encode(png.result()).decode()
+            page = page.replace("{{IMAGE " + path + "}}", f"data:image/png;base64,{data}")
         (self.folder / "index.html").write_text(page)
 
 
@@ -131,7 +138,7 @@ def packed(png):
         elif kind != b"IEND":
             header += png[at:at + 12 + length]
         at += 12 + length
-    data = zlib.compress(zlib.decompress(data), 9)
+    data = zlib.compress(zlib.decompress(data), 8)
     return png[:8] + header + chunk(b"IDAT", data) + chunk(b"IEND", b"")
 
 
