@@ -4,10 +4,15 @@
 #pragma once
 
 #include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcpixel.h"
+#include "dcmtk/dcmdata/dcpixseq.h"
+#include "dcmtk/dcmdata/dcpxitem.h"
 #include "dcmtk/dcmdata/dctk.h"
 #include "dcmtk/oflog/oflog.h"
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 #include <fuzzer/FuzzedDataProvider.h>
 #include <memory>
 #include <string>
@@ -107,6 +112,42 @@ inline void addModalityLut(DcmItem& item, FuzzedDataProvider& input) {
   DcmItem* lut = nullptr;
   if (item.findOrCreateSequenceItem(DCM_ModalityLUTSequence, lut).good() && lut != nullptr) {
     addLut(*lut, input, DCM_LUTDescriptor, DCM_LUTData);
+  }
+}
+
+/// All bytes that are left, as words where that is possible.
+inline void addNativePixels(DcmDataset& dataset, FuzzedDataProvider& input) {
+  const std::vector<Uint8> pixels = input.ConsumeRemainingBytes<Uint8>();
+  if (pixels.size() % 2 == 0) {
+    std::vector<Uint16> words(pixels.size() / 2);
+    std::copy(pixels.begin(), pixels.end(), reinterpret_cast<Uint8*>(words.data()));
+    (void)dataset.putAndInsertUint16Array(DCM_PixelData, words.data(),
+                                          static_cast<unsigned long>(words.size()));
+  } else {
+    (void)dataset.putAndInsertUint8Array(DCM_PixelData, pixels.data(),
+                                         static_cast<unsigned long>(pixels.size()));
+  }
+}
+
+/// Up to three fragments behind an empty offset table; the last one takes all bytes that are left.
+inline void addEncapsulatedPixels(DcmDataset& dataset, FuzzedDataProvider& input,
+                                  E_TransferSyntax syntax) {
+  auto sequence = std::make_unique<DcmPixelSequence>(DcmTag(DCM_PixelData, EVR_OB));
+  (void)sequence->insert(new DcmPixelItem(DcmTag(DCM_Item, EVR_OB)));
+  for (unsigned fragments = input.ConsumeIntegralInRange<unsigned>(0, 3); fragments > 0;
+       --fragments) {
+    std::vector<Uint8> bytes =
+        fragments > 1 ? input.ConsumeBytes<Uint8>(input.ConsumeIntegralInRange<std::size_t>(0, 200))
+                      : input.ConsumeRemainingBytes<Uint8>();
+    bytes.resize(bytes.size() + bytes.size() % 2);
+    auto* item = new DcmPixelItem(DcmTag(DCM_Item, EVR_OB));
+    (void)item->putUint8Array(bytes.data(), static_cast<unsigned long>(bytes.size()));
+    (void)sequence->insert(item);
+  }
+  auto* pixels = new DcmPixelData(DCM_PixelData);
+  pixels->putOriginalRepresentation(syntax, nullptr, sequence.release());
+  if (dataset.insert(pixels, true).bad()) {
+    delete pixels;
   }
 }
 
