@@ -111,7 +111,7 @@ DcmElement* findPrivateElement(DcmItem& item, const WantedElement& wanted) {
     if (textOf(item, DcmTagKey(wanted.key.getGroup(), block)) != wanted.creator) {
       continue;
     }
-    const auto number = static_cast<Uint16>((block << 8U) | (wanted.key.getElement() & 0xFFU));
+    const auto number = static_cast<Uint16>(0x100U * block + (wanted.key.getElement() & 0xFFU));
     DcmElement* const element = findElement(item, DcmTagKey(wanted.key.getGroup(), number));
     if (element != nullptr) {
       return element;
