@@ -123,9 +123,7 @@ TEST_F(MemoryLimit, HoldsForWhatNoAttributeTells) {
   const Outcome small = runZrdcm({"--max-memory", "32M", "text", file, "Rows"});
   const Outcome large = runZrdcm({"--max-memory", "512M", "text", file, "Rows"});
 
-  EXPECT_EQ(small.status, 1);
-  EXPECT_THAT(small.errors, StartsWith("zrdcm: " + file + ": "));
-  EXPECT_EQ(small.errorLines(), 1U);
+  expectRefused(small, file, "out of memory");
   EXPECT_EQ(large.output, "2\n") << large.errors;
 }
 
@@ -138,7 +136,8 @@ TEST_F(MemoryLimit, EndsInOneLineHoweverSmallItIs) {
   for (const char* limit : {"1", "64K", "256K", "1M"}) {
     const Outcome run = runZrdcm({"--max-memory", limit, "text", file, "Rows"});
     EXPECT_EQ(run.status, 1) << limit;
-    EXPECT_THAT(run.errors, HasSubstr("out of memory")) << limit;
+    // zlib does not say why it cannot begin, so the reason differs with the limit.
+    EXPECT_THAT(run.errors, StartsWith("zrdcm: " + file + ": ")) << limit;
     EXPECT_EQ(run.errorLines(), 1U) << limit;
   }
 }

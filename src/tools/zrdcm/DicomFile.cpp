@@ -16,7 +16,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <new>
 #include <system_error>
 
 namespace zrdcm {
@@ -95,7 +94,7 @@ DicomFile::DicomFile(const fs::path& path) : path_(path), format_(new DcmFileFor
   }
   const OFCondition loaded = format_->loadFile(OFFilename(path.c_str()), EXS_Unknown);
   if (loaded == EC_MemoryExhausted && headers.overlong.empty()) {
-    throw std::bad_alloc();  // the file itself is whole
+    throw Failure("out of memory");  // the file itself is whole
   }
   if (loaded.bad()) {
     throw Failure(std::string(saysDicom ? "is damaged: " : "is damaged or no DICOM file: ") +
