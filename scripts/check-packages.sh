@@ -49,14 +49,14 @@ if [ "$(id -u)" -eq 0 ]; then
   installed="zrdcm libzrdcmexport-dev libzrdcmexport1"
   dpkg -i "$build"/packages/*.deb > "$work/install.log" || { cat "$work/install.log"; fail "dpkg -i failed"; }
 else
-  prefix="$work/root/usr"
+  prefix="$work/unpacked/usr"
   for package in "$build"/packages/*.deb; do
-    dpkg-deb -x "$package" "$work/root"
+    dpkg-deb -x "$package" "$work/unpacked"
   done
   # Outside of /usr the linker has to be told.
-  LD_LIBRARY_PATH=$(dirname "$(find "$work/root" -name libzrdcmexport.so.1)")
-  PKG_CONFIG_PATH=$(dirname "$(find "$work/root" -name zrdcmexport.pc)")
-  PKG_CONFIG_SYSROOT_DIR=$work/root
+  LD_LIBRARY_PATH=$(dirname "$(find "$work/unpacked" -name libzrdcmexport.so.1)")
+  PKG_CONFIG_PATH=$(dirname "$(find "$work/unpacked" -name zrdcmexport.pc)")
+  PKG_CONFIG_SYSROOT_DIR=$work/unpacked
   export LD_LIBRARY_PATH PKG_CONFIG_PATH PKG_CONFIG_SYSROOT_DIR
 fi
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Converted samples, rescale, window, spacing and embedded overlays of real files, held against
 // converted_samples.tsv, which converted_samples.py worked out with pydicom and NumPy.
-#include "support/Corpus.h"
+#include "support/CorpusFixture.h"
 #include "support/Md5.h"
 
 #include <zrdcmexport/ZrSliceImage.h>
@@ -18,7 +18,6 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -92,15 +91,8 @@ std::string overlayTexts(const Zrg::SliceImage& slice) {
   return all.empty() ? "-" : all;
 }
 
-class ConvertedSamples : public testing::Test {
+class ConvertedSamples : public support::CorpusFixture {
 protected:
-  void SetUp() override {
-    corpus_ = support::corpusFolder();
-    if (!corpus_) {
-      GTEST_SKIP() << "no folder of real files; ZRDCMEXPORT_CORPUS names one";
-    }
-  }
-
   /// Decodes every file of the table and hands it to `check`; demands that none is missing.
   template <class Check>
   void forEachFile(Check check) {
@@ -108,16 +100,13 @@ protected:
     for (const Row& row : table().rows()) {
       SCOPED_TRACE(row["file"]);
       Decoded decoded;
-      ASSERT_TRUE(decoded.file.loadFile((*corpus_ / "files" / row["file"]).c_str()).good());
+      ASSERT_TRUE(decoded.file.loadFile((corpus() / "files" / row["file"]).c_str()).good());
       std::string error;
       ASSERT_TRUE(decoded.slice.process(*decoded.file.getDataset(), error, -1, -1, nullptr, 0))
           << error;
       check(row, decoded.slice);
     }
   }
-
-private:
-  std::optional<std::filesystem::path> corpus_;
 };
 
 TEST_F(ConvertedSamples, AreThoseOfNumPy) {

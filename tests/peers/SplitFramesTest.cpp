@@ -2,7 +2,7 @@
 // Volumes, slices and their samples of every real file of several frames, held against
 // split_frames.tsv, which split_frames.py worked out with pydicom and NumPy.
 #include "support/Compression.h"
-#include "support/Corpus.h"
+#include "support/CorpusFixture.h"
 #include "support/Md5.h"
 
 #include <zrdcmexport/ZrSliceImage.h>
@@ -13,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <optional>
 #include <string>
 
 namespace {
@@ -57,15 +56,8 @@ Texts textsOf(Zrg::MultiFrameImage& image) {
   return texts;
 }
 
-class SplitFrames : public testing::Test {
+class SplitFrames : public support::CorpusFixture {
 protected:
-  void SetUp() override {
-    corpus_ = support::corpusFolder();
-    if (!corpus_) {
-      GTEST_SKIP() << "no folder of real files; ZRDCMEXPORT_CORPUS names one";
-    }
-  }
-
   /// Hands every file of the table to `check`, read anew because decoding rewrites datasets.
   template <class Check>
   void forEachFile(Check check) {
@@ -74,12 +66,10 @@ protected:
       SCOPED_TRACE(row["file"]);
       DcmFileFormat file;
       // What DCMTK cannot read to its end is split all the same, from what it has read.
-      (void)file.loadFile((*corpus_ / "files" / row["file"]).c_str());
+      (void)file.loadFile((corpus() / "files" / row["file"]).c_str());
       check(row, *file.getDataset());
     }
   }
-
-  std::optional<std::filesystem::path> corpus_;
 };
 
 TEST_F(SplitFrames, AreTheVolumesAndSamplesOfPydicom) {
@@ -112,7 +102,7 @@ TEST_F(SplitFrames, AreKeptWholeWhereTheyCanBeDecodedTogether) {
 
 // A file of several frames that is missing from the table would be compared with nothing.
 TEST_F(SplitFrames, AreThoseOfAllFilesOfSeveralFrames) {
-  const support::TsvTable manifest(*corpus_ / "manifest.tsv");
+  const support::TsvTable manifest(corpus() / "manifest.tsv");
   for (const Row& row : manifest.rows()) {
     const bool several = !row["number_of_frames"].empty() && row["number_of_frames"] != "1";
     if (several || !row["frame_increment_pointer"].empty()) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Text and order of real files beside what dcmdump and pydicom make of them. Skipped where the files
 // or the programs are not there.
-#include "support/Corpus.h"
+#include "support/CorpusFixture.h"
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"
 
@@ -97,20 +97,9 @@ bool holdsBlockOf(const std::string& file, const json& entries) {
   });
 }
 
-class RealFiles : public testing::Test {
+class RealFiles : public support::CorpusFixture {
 protected:
-  void SetUp() override {
-    const auto corpus = support::corpusFolder();
-    if (!corpus) {
-      GTEST_SKIP() << "no corpus: name its folder in ZRDCMEXPORT_CORPUS";
-    }
-    folder_ = *corpus / "files";
-  }
-
-  const std::filesystem::path& folder() const { return folder_; }
-
-private:
-  std::filesystem::path folder_;
+  std::filesystem::path folder() const { return corpus() / "files"; }
 };
 
 class VendorElements : public RealFiles {
@@ -119,7 +108,7 @@ protected:
     RealFiles::SetUp();
     if (!IsSkipped() && (runProgram({"sh", "-c", "command -v dcmdump"}).status != 0 ||
                          !std::filesystem::exists(kStandardDictionary))) {
-      GTEST_SKIP() << "dcmdump is not installed";
+      FAIL() << "dcmdump is not installed; make deps does it";
     }
   }
 
@@ -184,7 +173,7 @@ protected:
   void SetUp() override {
     RealFiles::SetUp();
     if (!IsSkipped() && runProgram({"/usr/bin/python3", "-c", "import pydicom"}).status != 0) {
-      GTEST_SKIP() << "python3-pydicom is not installed";
+      FAIL() << "python3-pydicom is not installed; make deps does it";
     }
   }
 };

@@ -152,14 +152,12 @@ public:
   /// @tparam T          type of the samples: `unsigned short` or `unsigned char`.
   /// @param origin      0-based column and row of the rectangle; unchanged.
   /// @param size        columns and rows of the rectangle; on return the columns are rounded up
-  ///                    to a multiple of 32, which is the
-  ///                    width of the mask.
+  ///                    to a multiple of 32, which is the width of the mask.
   /// @param frame       position of the frame in the slice's memory, from 0. A frame that the slice
   ///                    does not hold (`extent` z and beyond) is not read: the mask stays clear.
   /// @param bitPosition number of the bit, 0 the lowest; taken modulo 32.
   /// @param mask        receives the bits: each row starts at a new 32-bit word, the first pixel
-  ///                    of a word is its lowest bit, bits beyond
-  ///                    the rectangle are clear.
+  ///                    of a word is its lowest bit, bits beyond the rectangle are clear.
   template <typename T>
   void extractEmbeddedOverlay(KtVec2i& origin, KtVec2i& size, int frame, int bitPosition,
                               KtBitfield& mask);

@@ -24,9 +24,8 @@ namespace {
 constexpr char kInvalidTargetSize[] = "Invalid target size: buffer %zu bytes, required %zu bytes";
 
 constexpr char kNoDictionary[] =
-    "DCMTK has no data dictionary: attributes of implicit VR are unknown, and images seem to have "
-    "no "
-    "pixel data. DCMDICTPATH names its files.";
+    "DCMTK has no data dictionary: attributes of implicit VR are unknown, and images seem to "
+    "have no pixel data. DCMDICTPATH names its files.";
 
 /// Names the cause once, because every message that follows names something else.
 void warnWithoutDictionary() {

@@ -51,7 +51,7 @@ void writeBashChoices(std::ostream& script, const CommandTree& command, const st
   }
 }
 
-/// Text within single quotes of a zsh specification, where brackets and colons have a meaning.
+/// Text within single quotes for zsh's _arguments, to which brackets and colons have a meaning.
 std::string zshText(const std::string& text) {
   std::string quoted;
   for (const char c : text) {

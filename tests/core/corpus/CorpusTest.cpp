@@ -10,7 +10,7 @@
 //
 // Each test prints what it did with which file, and fails when it had fewer files than it must.
 #include "support/Compression.h"
-#include "support/Corpus.h"
+#include "support/CorpusFixture.h"
 #include "support/Md5.h"
 
 #include <zrdcmexport/ZrSliceImage.h>
@@ -93,14 +93,13 @@ private:
   int count_ = 0;
 };
 
-class CorpusTest : public testing::Test {
+class CorpusTest : public support::CorpusFixture {
 protected:
   void SetUp() override {
-    const auto folder = support::corpusFolder();
-    if (!folder) {
-      GTEST_SKIP() << "no corpus: name its folder in ZRDCMEXPORT_CORPUS";
+    CorpusFixture::SetUp();
+    if (!IsSkipped()) {
+      corpus_ = std::make_unique<Corpus>(corpus());
     }
-    corpus_ = std::make_unique<Corpus>(*folder);
   }
 
   /// Calls `check` for every row of a kind and reports what it answers.

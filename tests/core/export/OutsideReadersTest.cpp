@@ -56,7 +56,7 @@ protected:
 
 TEST_P(FileOf, IsADicomFileToDcmftest) {
   if (!isInstalled("dcmftest")) {
-    GTEST_SKIP() << "dcmftest is not installed";
+    FAIL() << "dcmftest is not installed; make deps does it";
   }
   const exporting::CommandResult result = run("dcmftest " + file());
 
@@ -66,7 +66,7 @@ TEST_P(FileOf, IsADicomFileToDcmftest) {
 
 TEST_P(FileOf, IsDumpedByDcmdumpWithoutComplaint) {
   if (!isInstalled("dcmdump")) {
-    GTEST_SKIP() << "dcmdump is not installed";
+    FAIL() << "dcmdump is not installed; make deps does it";
   }
   const exporting::CommandResult result = run("dcmdump " + file());
 
@@ -79,7 +79,7 @@ TEST_P(FileOf, IsDumpedByDcmdumpWithoutComplaint) {
 TEST_P(FileOf, IsReadByPydicomWithTheSameTagsAndSamples) {
   const std::string python = "/usr/bin/python3";
   if (run(python + " -c 'import pydicom, numpy'").status != 0) {
-    GTEST_SKIP() << "pydicom is not installed";
+    FAIL() << "pydicom is not installed; make deps does it";
   }
   std::ofstream(folder_.file("read.py"))
       << "import sys, pydicom\n"
@@ -106,7 +106,7 @@ TEST_P(FileOf, IsReadByPydicomWithTheSameTagsAndSamples) {
 
 TEST_P(FileOf, IsReadByGdcmWithTheSameTagsAndSamples) {
   if (!isInstalled("gdcmdump") || !isInstalled("gdcmraw")) {
-    GTEST_SKIP() << "gdcmdump and gdcmraw are not installed";
+    FAIL() << "gdcmdump and gdcmraw are not installed; make deps does it";
   }
   const exporting::CommandResult dump = run("gdcmdump " + file());
   const std::string raw = folder_.file("samples.raw").string();
@@ -126,7 +126,7 @@ TEST_P(FileOf, IsReadByGdcmWithTheSameTagsAndSamples) {
 
 TEST_P(FileOf, IsValidToDciodvfy) {
   if (!isInstalled("dciodvfy")) {
-    GTEST_SKIP() << "dciodvfy is not installed";
+    FAIL() << "dciodvfy is not installed; make deps does it";
   }
   const exporting::CommandResult result = run("dciodvfy " + file());
 
@@ -294,28 +294,28 @@ protected:
 
 TEST_P(FileWith, HasTheSameAttributesToPydicom) {
   if (run("/usr/bin/python3 -c 'import pydicom, numpy'").status != 0) {
-    GTEST_SKIP() << "pydicom is not installed";
+    FAIL() << "pydicom is not installed; make deps does it";
   }
   EXPECT_EQ(linesOf(python("attributes")), listing_);
 }
 
 TEST_P(FileWith, HasTheSameSamplesToPydicom) {
   if (run("/usr/bin/python3 -c 'import pydicom, numpy'").status != 0) {
-    GTEST_SKIP() << "pydicom is not installed";
+    FAIL() << "pydicom is not installed; make deps does it";
   }
   EXPECT_EQ(python("samples"), GetParam().samples);
 }
 
 TEST_P(FileWith, HasTheSameAttributesToGdcm) {
   if (!isInstalled("gdcmdump")) {
-    GTEST_SKIP() << "gdcmdump is not installed";
+    FAIL() << "gdcmdump is not installed; make deps does it";
   }
   EXPECT_EQ(asGdcmPrints(listingOfGdcm(run("gdcmdump " + file()).output)), asGdcmPrints(listing_));
 }
 
 TEST_P(FileWith, HasTheSameSamplesToGdcm) {
   if (!isInstalled("gdcmraw")) {
-    GTEST_SKIP() << "gdcmraw is not installed";
+    FAIL() << "gdcmraw is not installed; make deps does it";
   }
   const std::string raw = folder_.file("samples.raw").string();
   ASSERT_EQ(run("gdcmraw -i " + file() + " -o " + raw).status, 0);
@@ -332,7 +332,7 @@ TEST_P(FileWith, HasTheSameSamplesToGdcm) {
 
 TEST_P(FileWith, IsDumpedByDcmdumpWithoutComplaint) {
   if (!isInstalled("dcmdump")) {
-    GTEST_SKIP() << "dcmdump is not installed";
+    FAIL() << "dcmdump is not installed; make deps does it";
   }
   const exporting::CommandResult result = run("dcmdump " + file());
 

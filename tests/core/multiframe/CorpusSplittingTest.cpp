@@ -2,7 +2,7 @@
 // Multi-frame files of real devices: which of them split, into how many slices, and that the slices
 // hold the frames that independent decoders found. Without the files the tests skip themselves.
 #include "support/Compression.h"
-#include "support/Corpus.h"
+#include "support/CorpusFixture.h"
 #include "support/Md5.h"
 #include "support/RowName.h"
 
@@ -28,14 +28,13 @@ struct RealFile {
   const char* wholeErrorText;  // the same for the file as a whole
 };
 
-class RealDataset : public testing::TestWithParam<RealFile> {
+class RealDataset : public support::CorpusFixture, public testing::WithParamInterface<RealFile> {
 protected:
   void SetUp() override {
-    folder_ = support::corpusFolder();
-    if (!folder_) {
-      GTEST_SKIP() << "no folder of real files; set ZRDCMEXPORT_CORPUS to have them read";
+    CorpusFixture::SetUp();
+    if (!IsSkipped()) {
+      ASSERT_TRUE(file_.loadFile((corpus() / "files" / GetParam().file).c_str()).good());
     }
-    ASSERT_TRUE(file_.loadFile((*folder_ / "files" / GetParam().file).c_str()).good());
   }
 
   bool split(bool splitFrames) {
@@ -58,7 +57,6 @@ protected:
     return memory;
   }
 
-  std::optional<std::filesystem::path> folder_;
   DcmFileFormat file_;
   Zrg::MultiFrameImage volumes_{false};
   std::string errorText_;
@@ -67,7 +65,7 @@ protected:
 class SplittableFile : public RealDataset {};
 
 TEST_P(SplittableFile, GivesOneVolumeOfTheFramesThatOthersDecode) {
-  const support::TsvTable expected(*folder_ / "expected.tsv");
+  const support::TsvTable expected(corpus() / "expected.tsv");
   const support::TsvTable::Row* const row = expected.find("file", GetParam().file);
   ASSERT_NE(row, nullptr);
 
