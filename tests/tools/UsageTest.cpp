@@ -86,6 +86,10 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUsage{"SplitIntoUnknownFormat",
                    {"split", "a.dcm", "-o", "a", "--format", "tiff"},
                    "--format: tiff not in {nrrd,npy}"},
+        WrongUsage{"ExportOfUnknownType",
+                   {"export", "--pixels", "a", "--rows", "1", "--columns", "1", "-o", "b", "--type",
+                    "f32"},
+                   "--type: f32 not in {u8,u16,s16}"},
         WrongUsage{"OverlaysWithoutOutput", {"overlays", "a.dcm"}, "--output is required"}),
     support::nameOf<WrongUsage>);
 
@@ -110,8 +114,13 @@ TEST_P(HelpOfVerb, ShowsAnExample) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Verbs, HelpOfVerb,
-                         testing::Values("info", "decode", "split", "sheet", "overlays",
-                                         "samples"));
+                         testing::Values("info", "decode", "split", "sheet", "overlays", "lut",
+                                         "sort", "text", "dict", "export", "samples"));
+
+TEST(ZrdcmHelp, ListsTheTypesOfAnOptionOnce) {
+  EXPECT_THAT(runZrdcm({"export", "--help"}).output, HasSubstr("--type u8|u16|s16  "));
+  EXPECT_THAT(runZrdcm({"split", "--help"}).output, HasSubstr("--format nrrd|npy  "));
+}
 
 TEST(ZrdcmVersion, IsThatOfTheProjectAndOfDcmtk) {
   const Outcome outcome = runZrdcm({"--version"});

@@ -20,6 +20,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -230,11 +231,14 @@ VerbAction configureExport(CLI::App& command) {
       ->type_name("N")
       ->required()
       ->check(CLI::Range(1, kLargestSide));
-  const std::vector<std::pair<std::string, ExportType>> types = {
+  const std::map<std::string, ExportType> types = {
       {"u8", ExportType::kU8}, {"u16", ExportType::kU16}, {"s16", ExportType::kS16}};
-  command.add_option("--type", options->type, "Type of the samples, u16 when not said")
+  command
+      .add_option_function<std::string>(
+          "--type", [options, types](const std::string& name) { options->type = types.at(name); },
+          "Type of the samples, u16 when not said")
       ->type_name("u8|u16|s16")
-      ->transform(CLI::CheckedTransformer(types));
+      ->check(CLI::IsMember({"u8", "u16", "s16"}).description(""));
   command.add_option("-o,--output", options->output, "The file to write")
       ->type_name("FILE")
       ->required();

@@ -268,9 +268,10 @@ VerbAction configureSplit(CLI::App& command) {
   command.add_option("-o,--output", options->folder, "Where to write; made when it is not there")
       ->type_name("DIR")
       ->required();
-  command.add_option("--format", options->format, "What volumes are written as: nrrd or npy")
-      ->check(CLI::IsMember({"nrrd", "npy"}))
-      ->capture_default_str();
+  command
+      .add_option("--format", options->format, "What volumes are written as, nrrd when not said")
+      ->type_name("nrrd|npy")
+      ->check(CLI::IsMember({"nrrd", "npy"}).description(""));
   command.add_option("--window", options->window, "Show these modality values in the sheets")
       ->type_name("C,W");
   command.add_flag("--json", options->json, "Print the manifest on stdout");

@@ -220,7 +220,7 @@ VerbAction configureText(CLI::App& command) {
       ->required();
   command.add_option("--as", options->valueType, "Read words as numbers of this type")
       ->type_name("u16|s16|f32|f64|s32")
-      ->check(CLI::IsMember({"u16", "s16", "f32", "f64", "s32"}));
+      ->check(CLI::IsMember({"u16", "s16", "f32", "f64", "s32"}).description(""));
   command.add_flag("--json", options->json, "Print an object with tag, VR and text");
   command.footer(kFooter);
   return [options] { return showText(*options); };
