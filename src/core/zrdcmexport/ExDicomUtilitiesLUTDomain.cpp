@@ -26,19 +26,20 @@ constexpr long long kSamplesPerValue = 4;
 
 // ---- loops -------------------------------------------------------------------------------------
 
-// Four samples are loaded before their results are stored: in place, the compiler could not tell
+// Eight samples are looked up before their results are stored: in place, the compiler could not tell
 // that a store does not change the next sample.
 template <class Cell, class Word>
 void putWords(const void* table, const void* from, void* to, long long count) {
   const auto* const words = static_cast<const Word*>(table);
   const auto* const cells = static_cast<const Cell*>(from);
   auto* const results = static_cast<Word*>(to);
-  constexpr long long kStep = 4;
+  constexpr long long kStep = 8;
   long long i = 0;
   for (; i + kStep <= count; i += kStep) {
-    const std::array<Word, kStep> four = {words[cells[i]], words[cells[i + 1]], words[cells[i + 2]],
-                                          words[cells[i + 3]]};
-    std::memcpy(results + i, four.data(), sizeof(four));
+    const Cell* const c = cells + i;
+    const std::array<Word, kStep> found = {words[c[0]], words[c[1]], words[c[2]], words[c[3]],
+                                           words[c[4]], words[c[5]], words[c[6]], words[c[7]]};
+    std::memcpy(results + i, found.data(), sizeof(found));
   }
   for (; i < count; ++i) {
     results[i] = words[cells[i]];
