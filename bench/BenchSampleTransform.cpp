@@ -9,6 +9,7 @@
 #include <zrvolren/ZrDataAccess.h>
 
 #include <algorithm>
+#include <map>
 
 namespace {
 
@@ -101,21 +102,52 @@ unsigned bitsOf(std::size_t entries) {
   return entries == 4096 ? 12 : 16;
 }
 
-void modalityLut(benchmark::State& state) {
-  const auto entries = static_cast<std::size_t>(state.range(0));
-  const unsigned bits = bitsOf(entries);
-  runInPlace(state, KtPrimType::U16, bits, bits - 1, tableOf(scatteredEntries(entries)));
+/// A curve as modality tables hold it: neighbours stay neighbours, also when samples are transformed in
+/// place again and again.
+std::vector<unsigned short> smoothEntries(std::size_t count) {
+  std::vector<unsigned short> entries(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    entries[i] = static_cast<unsigned short>(i ^ 1U);
+  }
+  return entries;
 }
-BENCHMARK(modalityLut)
-    ->Name("transform_lut/modality")
-    ->Arg(4096)
-    ->Arg(65536)
-    ->Unit(benchmark::kMillisecond);
 
-void modalityClampLoop(benchmark::State& state) {
-  const std::vector<unsigned short> entries =
-      scatteredEntries(static_cast<std::size_t>(state.range(0)));
-  std::vector<std::uint16_t>& samples = bench::largeSource();
+/// Evenly spread over the entries.
+std::vector<std::uint16_t>& scatteredSource(std::size_t entries) {
+  static std::map<std::size_t, std::vector<std::uint16_t>> sources;
+  std::vector<std::uint16_t>& samples = sources[entries];
+  if (samples.empty()) {
+    samples = bench::randomSamples(bench::kLargeSamples);
+    for (std::uint16_t& sample : samples) {
+      sample = static_cast<std::uint16_t>(sample % entries);
+    }
+  }
+  return samples;
+}
+
+/// Slopes over the whole range of 16 bits with noise of about one per cent of it.
+std::vector<std::uint16_t>& imageSource() {
+  static std::vector<std::uint16_t> samples = [] {
+    std::vector<std::uint16_t> noisy = bench::randomSamples(bench::kLargeSamples);
+    for (std::size_t i = 0; i < noisy.size(); ++i) {
+      const std::size_t slope = i * 4 % 130000;
+      const std::size_t value = slope < 65000 ? slope : 130000 - slope;
+      noisy[i] = static_cast<std::uint16_t>(std::min<std::size_t>(value + noisy[i] % 1310, 65535));
+    }
+    return noisy;
+  }();
+  return samples;
+}
+
+void lookUpInPlace(benchmark::State& state, std::vector<std::uint16_t>& samples,
+                   const std::vector<unsigned short>& entries) {
+  const unsigned bits = bitsOf(entries.size());
+  const KtHandle<ZrDataAccess> data = wrap(samples.data(), KtPrimType::U16, 1, kRows);
+  run(state, data, KtPrimType::U16, data, tableOf(entries), bits, bits - 1);
+}
+
+void clampLoop(benchmark::State& state, std::vector<std::uint16_t>& samples,
+               const std::vector<unsigned short>& entries) {
   const unsigned keep = (1U << bitsOf(entries.size())) - 1;
   const int lastEntry = static_cast<int>(entries.size()) - 1;
   int firstMapped = 0;
@@ -129,16 +161,39 @@ void modalityClampLoop(benchmark::State& state) {
   }
   bench::countBytes(state, bench::kLargeBytes);
 }
-BENCHMARK(modalityClampLoop)
-    ->Name("transform_lut/scalar")
-    ->Arg(4096)
-    ->Arg(65536)
-    ->Unit(benchmark::kMillisecond);
 
+std::size_t entriesOf(const benchmark::State& state) {
+  return static_cast<std::size_t>(state.range(0));
+}
+
+// Samples that are spread evenly over the whole table: the worst case, which no image is.
+void scatteredTable(benchmark::State& state) {
+  const std::size_t entries = entriesOf(state);
+  lookUpInPlace(state, scatteredSource(entries), scatteredEntries(entries));
+}
+void scatteredClampLoop(benchmark::State& state) {
+  const std::size_t entries = entriesOf(state);
+  clampLoop(state, scatteredSource(entries), scatteredEntries(entries));
+}
+void imageTable(benchmark::State& state) {
+  lookUpInPlace(state, imageSource(), smoothEntries(entriesOf(state)));
+}
+void imageClampLoop(benchmark::State& state) {
+  clampLoop(state, imageSource(), smoothEntries(entriesOf(state)));
+}
 void modalityMemcpy(benchmark::State& state) {
   bench::memcpyOf(state, bench::kLargeBytes);
 }
-BENCHMARK(modalityMemcpy)->Name("transform_lut/memcpy")->Unit(benchmark::kMillisecond);
+
+void forEntries(benchmark::internal::Benchmark* benchmark) {
+  benchmark->Arg(4096)->Arg(65536)->Unit(benchmark::kMillisecond);
+}
+BENCHMARK(scatteredTable)->Name("transform_lut_scattered/modality")->Apply(forEntries);
+BENCHMARK(scatteredClampLoop)->Name("transform_lut_scattered/scalar")->Apply(forEntries);
+BENCHMARK(imageTable)->Name("transform_lut_image/modality")->Apply(forEntries);
+BENCHMARK(imageClampLoop)->Name("transform_lut_image/scalar")->Apply(forEntries);
+BENCHMARK(modalityMemcpy)->Name("transform_lut_scattered/memcpy")->Unit(benchmark::kMillisecond);
+BENCHMARK(modalityMemcpy)->Name("transform_lut_image/memcpy")->Unit(benchmark::kMillisecond);
 
 // ---- three values of 8 bits --------------------------------------------------------------------
 

@@ -44,9 +44,9 @@ class Results:
         self.runs = []
         self.failed = {}
 
-    def add(self, name, milliseconds, peak_mib):
+    def add(self, name, milliseconds, peak_mib, **counters):
         self.runs.append({"run_name": name, "run_type": "iteration", "time_unit": "ms",
-                          "cpu_time": milliseconds, "peak_mib": peak_mib})
+                          "cpu_time": milliseconds, "peak_mib": peak_mib, **counters})
 
     def measure(self, name, command):
         if name in self.failed:
@@ -59,18 +59,52 @@ class Results:
             self.add(name, float(output), peak_mib)
 
 
+def measure_verbs(results, reader, zrdcm, folder):
+    """CPU time and peak memory of each verb; for a dataset of 1,000 MiB also as a multiple of its samples."""
+    native, large, square = f"{folder}/native.dcm", f"{folder}/large.dcm", f"{folder}/square.raw"
+    phantoms = f"{folder}/phantoms"
+    subprocess.run([reader, "phantom", large, "native", "2000"], check=True)
+    pathlib.Path(square).write_bytes(bytes(8192 * 8192 * 2))
+    commands = {
+        "samples": [phantoms],
+        "info": [native],
+        "decode": [native, "-o", f"{folder}/all.raw"],
+        "split": [native, "-o", f"{folder}/split"],
+        "sheet": [native, "-o", f"{folder}/sheet.png"],
+        "overlays": [f"{phantoms}/ct-abdomen-overlays.dcm", "-o", f"{folder}/overlays"],
+        "lut": [f"{phantoms}/mr-head-modality-lut.dcm"],
+        "text": [native, "Rows"],
+        "dict": [],
+        "export": ["--from", native, "--pixels", square, "--columns", "8192", "--rows", "8192",
+                   "-o", f"{folder}/square.dcm"],
+        "split/1000MiB": [large, "-o", f"{folder}/large"],
+        "sheet/1000MiB": [large, "-o", f"{folder}/large.png"],
+    }
+    for name, arguments in commands.items():
+        text, errors, peak_mib, cpu = run([zrdcm, name.split("/")[0], *arguments])
+        if text is None:
+            raise SystemExit(f"zrdcm {name}: {errors}")
+        large_only = {"peak_of_samples": peak_mib * MIB / os.path.getsize(large)} if large in arguments else {}
+        results.add(f"zrdcm/{name}", cpu, peak_mib, **large_only)
+    os.remove(large)
+
+
 def main():
     build = pathlib.Path(sys.argv[1])
     rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 5
     reader = str(build / "bench/zrdcmexport_bench_reader")
     zrdcm = str(build / "src/tools/zrdcm/zrdcm")
     readers = {name: [reader, name] for name in ("library", "dcmtk", "dicomimage", "gdcm")}
+    itk = build / "bench/zrdcmexport_bench_itk_reader"
+    if itk.exists():
+        readers["itk"] = [str(itk)]
+    else:
+        print("ITK: not installed", file=sys.stderr)
     python = python_with_pydicom()
     if python:
         readers["pydicom"] = [python, str(pathlib.Path(__file__).parent / "pydicom_reader.py")]
     else:
         print("pydicom: not installed", file=sys.stderr)
-    print("ITK: not measured; it reads DICOM through GDCM", file=sys.stderr)
 
     results = Results()
     with tempfile.TemporaryDirectory() as folder:
@@ -82,15 +116,7 @@ def main():
             for _ in range(rounds):
                 for name, command in readers.items():
                     results.measure(f"files_{syntax}/{name}", command + [path])
-        native = f"{folder}/native.dcm"
-        for verb, output in (("decode", "all.raw"), ("split", "split"), ("sheet", "sheet.png")):
-            if run([zrdcm, verb, "--help"])[0] is not None:
-                text, errors, peak_mib, cpu = run([zrdcm, verb, native, "-o", f"{folder}/{output}"])
-                if text is None:
-                    raise SystemExit(errors)
-                print(f"zrdcm {verb}: peak {peak_mib * MIB / os.path.getsize(native):.2f} of the samples",
-                      file=sys.stderr)
-                results.add(f"zrdcm/{verb}", cpu, peak_mib)
+        measure_verbs(results, reader, zrdcm, folder)
 
         if python:
             writer = str(pathlib.Path(__file__).parent / "pydicom_writer.py")

@@ -18,6 +18,7 @@ PEERS = {
     "dcmtk": "DCMTK",
     "dicomimage": "DCMTK's DicomImage",
     "gdcm": "GDCM",
+    "itk": "ITK",
     "pydicom": "pydicom and NumPy",
     "lookup": "look-up per attribute",
     "writev": "writev",
@@ -41,7 +42,7 @@ def read_results(paths):
                 raise SystemExit(f"{name} failed: {run['error_message']}")
             time = run["cpu_time"] * factor[run["time_unit"]]
             times[name] = min(times.get(name, float("inf")), time)
-            for counter in ("bytes_per_slice", "peak_mib"):
+            for counter in ("bytes_per_slice", "peak_mib", "peak_of_samples"):
                 if counter in run:
                     key = (name, counter)
                     counters[key] = min(counters.get(key, float("inf")), run[counter])
