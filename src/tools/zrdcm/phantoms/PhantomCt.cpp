@@ -413,6 +413,7 @@ const std::vector<E_TransferSyntax> kLossless{EXS_RLELossless, EXS_JPEGProcess14
 
 Phantom ctThorax(unsigned number) {
   PhantomBuilder builder = ctBuilder("Chest, signed samples", number);
+  builder.with(DCM_BodyPartExamined, "CHEST");
   builder.withAxialPlane(0.75, 2.5, kSize);
   constexpr double kIntercept = -24;
   const std::vector<std::uint16_t> stored = twelveBits(thorax(), kIntercept, -2048, 2047);
@@ -424,6 +425,7 @@ Phantom ctThorax(unsigned number) {
 
 Phantom ctAbdomenWithOverlays(unsigned number) {
   PhantomBuilder builder = ctBuilder("Abdomen, overlays in the samples", number);
+  builder.with(DCM_BodyPartExamined, "ABDOMEN");
   builder.withAxialPlane(0.7, 3, kSize);
   constexpr double kIntercept = -1024;
   const Canvas canvas = abdomen();

@@ -176,6 +176,7 @@ void addModalityTable(PhantomBuilder& builder) {
 
 Phantom mrBrainWithLut(unsigned number) {
   PhantomBuilder builder(UID_MRImageStorage, "MR", "Head, modality table", number);
+  builder.with(DCM_BodyPartExamined, "HEAD");
   builder.with(DCM_ImageType, "ORIGINAL\\PRIMARY\\M_SE\\M\\SE").with(DCM_AcquisitionNumber, "1");
   builder.with(DCM_ScanningSequence, "SE").with(DCM_SequenceVariant, "NONE");
   builder.with(DCM_ScanOptions, "").with(DCM_MRAcquisitionType, "2D");

@@ -143,7 +143,7 @@ Phantom petPalette(unsigned number) {
   builder.with(DCM_PixelSpacing, "6\\6").with(DCM_SliceThickness, "15");
   builder.with(DCM_SpacingBetweenSlices, "15");
   builder.with(DCM_NumberOfSlices, std::to_string(kSlices));
-  builder.with(DCM_FrameIncrementPointer, "(0054,0080)");
+  builder.with(DCM_FrameIncrementPointer, "(0054,0080)").with(DCM_BodyPartExamined, "WHOLEBODY");
   builder.with(DCM_SliceVector, countingTo(kSlices));
   addPalette(builder);
   builder.withPixels({kColumns, kRows, kSlices, 1, 8, 8, false, "PALETTE COLOR"}, coronalSlices());

@@ -236,7 +236,7 @@ std::vector<std::uint8_t> inYbrFull(std::vector<std::uint8_t> samples) {
 PhantomBuilder clipBuilder(const char* description, unsigned number) {
   PhantomBuilder builder(UID_UltrasoundMultiframeImageStorage, "US", description, number);
   builder.with(DCM_ImageType, "ORIGINAL\\PRIMARY\\TTE\\0001").with(DCM_FrameTime, "66.67");
-  builder.with(DCM_FrameIncrementPointer, "(0018,1063)");
+  builder.with(DCM_FrameIncrementPointer, "(0018,1063)").with(DCM_BodyPartExamined, "HEART");
   return builder;
 }
 
