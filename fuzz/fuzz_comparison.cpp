@@ -7,9 +7,10 @@
 
 #include <zrdcmexport/ExDCM.h>
 
-#include <cstdlib>
-
 namespace {
+
+using fuzz::Input;
+using fuzz::require;
 
 struct Criterion {
   Uint16 group;
@@ -29,23 +30,23 @@ constexpr std::array<Criterion, 11> kCriteria = {{{0x0008, 0x0008, EVR_CS},
                                                   {0x7005, 0x1005, EVR_SH},
                                                   {0x7005, 0x1016, EVR_UI}}};
 
-void fill(DcmDataset& dataset, FuzzedDataProvider& input) {
+void fill(DcmDataset& dataset, Input& input) {
   for (const Criterion& criterion : kCriteria) {
-    const unsigned choice = input.ConsumeIntegralInRange<unsigned>(0, 7);
+    const unsigned choice = input.below(8);
     if (choice == 0) {
       continue;
     }
     DcmTag tag(criterion.group, criterion.element, criterion.vr);
     if (choice == 1) {
-      const std::string bytes = input.ConsumeRandomLengthString(16);
+      const std::string bytes = input.text(16);
       tag.setVR(EVR_UN);
       (void)dataset.putAndInsertUint8Array(tag, reinterpret_cast<const Uint8*>(bytes.data()),
                                            static_cast<unsigned long>(bytes.size()));
     } else if (choice == 2) {
       tag.setVR(EVR_US);
-      (void)dataset.putAndInsertUint16(tag, input.ConsumeIntegral<Uint16>());
+      (void)dataset.putAndInsertUint16(tag, input.word());
     } else {
-      (void)dataset.putAndInsertString(tag, input.ConsumeRandomLengthString(24).c_str());
+      (void)dataset.putAndInsertString(tag, input.text(24).c_str());
     }
   }
 }
@@ -62,9 +63,8 @@ int sign(int value) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  fuzz::silenceDcmtk();
-  FuzzedDataProvider input(data, size);
-  const unsigned switches = input.ConsumeIntegralInRange<unsigned>(0, 63);
+  Input input(data, size);
+  const unsigned switches = input.below(64);
   DcmDataset first;
   DcmDataset second;
   fill(first, input);
@@ -72,14 +72,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const int answer = sign(order(first, second, switches));
   DcmDataset firstCopy(first);
   DcmDataset secondCopy(second);
-  if (sign(order(first, second, switches)) != answer ||
-      sign(order(firstCopy, secondCopy, switches)) != answer) {
-    std::abort();
-  }
+  require(sign(order(first, second, switches)) == answer);
+  require(sign(order(firstCopy, secondCopy, switches)) == answer);
   constexpr unsigned kVendorIndices = 1;
-  if (order(first, firstCopy, switches & ~kVendorIndices) != 0 ||
-      order(first, first, switches & ~kVendorIndices) != 0) {
-    std::abort();
-  }
+  require(order(first, firstCopy, switches & ~kVendorIndices) == 0);
+  require(order(first, first, switches & ~kVendorIndices) == 0);
   return 0;
 }

@@ -8,31 +8,34 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
-void checkText(FuzzedDataProvider& input) {
+using fuzz::Input;
+using fuzz::require;
+
+void checkText(Input& input) {
   static const std::array<DcmEVR, 4> vrs = {EVR_UN, EVR_UNKNOWN, EVR_OB, EVR_OW};
-  DcmTag tag(input.ConsumeIntegral<Uint16>(), input.ConsumeIntegral<Uint16>());
-  if (input.ConsumeBool()) {
+  const Uint16 group = input.word();
+  DcmTag tag(group, input.word());
+  if (input.flag()) {
     static const std::array<const char*, 4> creators = {"Zorlan", "Philips MR Imaging DD 001",
                                                         "TOSHIBA_MEC_CT3", "nobody"};
-    tag.setPrivateCreator(creators.at(input.ConsumeIntegralInRange<std::size_t>(0, 3)));
+    tag.setPrivateCreator(creators.at(input.below(4)));
   }
-  tag.setVR(vrs.at(input.ConsumeIntegralInRange<std::size_t>(0, 3)));
+  tag.setVR(vrs.at(input.below(4)));
   DcmOtherByteOtherWord element(tag);
-  std::vector<Uint8> bytes = input.ConsumeRemainingBytes<Uint8>();
+  std::vector<Uint8> bytes = input.rest();
   bytes.resize(bytes.size() + bytes.size() % 2);
   (void)element.putUint8Array(bytes.data(), static_cast<unsigned long>(bytes.size()));
   std::string text = "old";
   if (!ExDCM::getOFStringFromUN(&element, text)) {
-    if (!text.empty()) {
-      std::abort();
-    }
-  } else if (!std::equal(text.begin(), text.end(), bytes.begin(), bytes.end(),
-                         [](char a, Uint8 b) { return static_cast<Uint8>(a) == b; })) {
-    std::abort();
+    require(text.empty());
+    return;
   }
+  require(std::equal(text.begin(), text.end(), bytes.begin(), bytes.end(),
+                     [](char a, Uint8 b) { return static_cast<Uint8>(a) == b; }));
 }
 
 void checkIntegers(const std::string& text, const std::vector<Uint16>& words, int valueType) {
@@ -42,31 +45,25 @@ void checkIntegers(const std::string& text, const std::vector<Uint16>& words, in
     char* end = nullptr;
     const auto number = static_cast<Uint32>(std::strtol(cursor, &end, 10));
     const Uint32 high = wordsOfNumber == 2 ? words[i + 1] : (number >> 16U);
-    if (end == cursor || number != (high << 16U | words[i])) {
-      std::abort();
-    }
+    require(end != cursor && number == (high << 16U | words[i]));
     cursor = *end == '\\' ? end + 1 : end;
   }
-  if (*cursor != '\0') {
-    std::abort();
-  }
+  require(*cursor == '\0');
 }
 
-void checkNumbers(FuzzedDataProvider& input) {
+void checkNumbers(Input& input) {
   static const std::array<std::size_t, 5> sizes = {2, 2, 4, 8, 4};
-  const int valueType = input.ConsumeIntegralInRange<int>(-1, 5);
-  const bool isWords = input.ConsumeBool();
+  const int valueType = static_cast<int>(input.below(7)) - 1;
+  const bool isWords = input.flag();
   DcmOtherByteOtherWord element(DcmTag(0x7fe1, 0x1001, isWords ? EVR_OW : EVR_OB));
-  const std::vector<Uint8> bytes = input.ConsumeRemainingBytes<Uint8>();
+  const std::vector<Uint8> bytes = input.rest();
   std::vector<Uint16> words(bytes.size() / 2);
   std::copy_n(bytes.begin(), 2 * words.size(), reinterpret_cast<Uint8*>(words.data()));
   // DCMTK refuses words for OB; the element then stays empty.
   (void)element.putUint16Array(words.data(), static_cast<unsigned long>(words.size()));
   std::string text = "old";
   if (!ExDCM::getOFStringFromOBOW(&element, valueType, text)) {
-    if (!text.empty() || (isWords && valueType >= 0 && valueType <= 4)) {
-      std::abort();
-    }
+    require(text.empty() && !(isWords && valueType >= 0 && valueType <= 4));
     return;
   }
   if (!isWords) {
@@ -74,9 +71,7 @@ void checkNumbers(FuzzedDataProvider& input) {
   }
   const std::size_t count = 2 * words.size() / sizes.at(static_cast<std::size_t>(valueType));
   const auto separators = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\\'));
-  if (text.empty() != (count == 0) || (count > 0 && separators != count - 1)) {
-    std::abort();
-  }
+  require(text.empty() == (count == 0) && (count == 0 || separators == count - 1));
   if (valueType != 2 && valueType != 3) {
     checkIntegers(text, words, valueType);
   }
@@ -85,10 +80,9 @@ void checkNumbers(FuzzedDataProvider& input) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  fuzz::silenceDcmtk();
   ExDCM::registerPrivateDicomTags();
-  FuzzedDataProvider input(data, size);
-  if (input.ConsumeBool()) {
+  Input input(data, size);
+  if (input.flag()) {
     checkText(input);
   } else {
     checkNumbers(input);
