@@ -4,6 +4,7 @@
 // way of the bytes to the disk ZrDcmOutputFile's.
 #include "ZrDcmExportPrivate.h"
 
+#include "ZrDcmCallersSamples.h"
 #include "ZrDcmOutputFile.h"
 
 #include <ktlib/KtFilename.h>
@@ -11,6 +12,8 @@
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
+
+#include <memory>
 
 #ifndef ZRDCMEXPORT_UID_ROOT
 #error "the build names the root of our unique identifiers"
@@ -74,21 +77,32 @@ int sampleCount(int dim1, int dim2, int samplesPerPixel) {
                           static_cast<unsigned int>(samplesPerPixel));
 }
 
+/// Puts samples that stay where they are, to be written from there.
+OFCondition insertSamples(DcmItem& dataset, DcmEVR vr, const void* pixels, Uint32 bytes) {
+  auto element = std::make_unique<ZrDcmCallersSamples>(vr, pixels, bytes);
+  const OFCondition status = dataset.insert(element.get(), true);
+  if (status.good()) {
+    (void)element.release();  // the dataset's now
+  }
+  return status;
+}
+
 /// Puts the samples as they stand; other types than the three of the writer put nothing.
 OFCondition putPixelData(DcmItem& dataset, const void* pixels, int count, KtPrimType type) {
+  const bool bytes = type == KtPrimType::U8;
+  if (!bytes && type != KtPrimType::S16 && type != KtPrimType::U16) {
+    return EC_Normal;
+  }
   // A negative count becomes a huge one, which DCMTK refuses.
   const auto values = static_cast<unsigned long>(count);
-  switch (type.code()) {
-    case KtPrimType::U8:
-      return dataset.putAndInsertUint8Array(DCM_PixelData, static_cast<const Uint8*>(pixels),
-                                            values);
-    case KtPrimType::S16:
-    case KtPrimType::U16:
-      return dataset.putAndInsertUint16Array(DCM_PixelData, static_cast<const Uint16*>(pixels),
-                                             values);
-    default:
-      return EC_Normal;
+  const unsigned long long size = values * (bytes ? sizeof(Uint8) : sizeof(Uint16));
+  if (count > 0 && ZrDcmCallersSamples::takes(size)) {
+    return insertSamples(dataset, bytes ? EVR_OB : EVR_OW, pixels, static_cast<Uint32>(size));
   }
+  return bytes ? dataset.putAndInsertUint8Array(DCM_PixelData, static_cast<const Uint8*>(pixels),
+                                                values)
+               : dataset.putAndInsertUint16Array(DCM_PixelData, static_cast<const Uint16*>(pixels),
+                                                 values);
 }
 
 /// Group lengths and lengths of sequences for the form in which the file is written.

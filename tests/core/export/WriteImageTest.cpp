@@ -5,11 +5,15 @@
 #include "support/RowName.h"
 #include "support/TempDir.h"
 
+#include <zrdcmexport/ZrDcmCallersSamples.h>
 #include <zrdcmexport/ZrDcmExportPrivate.h>
+
+#include "dcmtk/dcmdata/dcostrmb.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -563,6 +567,50 @@ TEST_F(WriteImageAsIs, KeepsTheLastErrorAfterASuccess) {
   ASSERT_TRUE(write(writer));
 
   EXPECT_EQ(writer.lastError(), KtString("[writeImage] null pointer exception!"));
+}
+
+// ---- samples that stay with the caller ----------------------------------------------------------
+
+TEST(CallersSamples, AreTakenWhereALengthFieldCanTellTheirSize) {
+  EXPECT_FALSE(ZrDcmCallersSamples::takes(0)) << "an empty value is DCMTK's";
+  EXPECT_TRUE(ZrDcmCallersSamples::takes(2));
+  EXPECT_FALSE(ZrDcmCallersSamples::takes(3)) << "the byte that makes it even is not there";
+  EXPECT_TRUE(ZrDcmCallersSamples::takes(0xFFFFFFFEULL));
+  EXPECT_FALSE(ZrDcmCallersSamples::takes(0xFFFFFFFFULL)) << "an undefined length";
+  EXPECT_FALSE(ZrDcmCallersSamples::takes(0x100000000ULL));
+}
+
+class CallersSamplesIn : public testing::Test {
+protected:
+  /// Writes the samples into so many bytes of memory.
+  OFCondition write(std::size_t capacity) {
+    memory_.resize(capacity);
+    DcmOutputBufferStream stream(memory_.data(), static_cast<offile_off_t>(memory_.size()));
+    ZrDcmCallersSamples element(EVR_OW, samples_.data(), sizeof(samples_));
+    element.transferInit();
+    const OFCondition status =
+        element.write(stream, EXS_LittleEndianExplicit, EET_ExplicitLength, nullptr);
+    ready_ = element.transferState() == ERW_ready;
+    return status;
+  }
+
+  std::array<Uint16, 3> samples_ = {0x0102, 0x0304, 0x0506};
+  std::vector<unsigned char> memory_;
+  bool ready_ = false;
+};
+
+TEST_F(CallersSamplesIn, EnoughMemoryAreAnElementWithItsHeader) {
+  EXPECT_TRUE(write(18).good());
+
+  EXPECT_TRUE(ready_);
+  EXPECT_THAT(memory_,
+              ElementsAre(0xE0, 0x7F, 0x10, 0x00, 'O', 'W', 0, 0, 6, 0, 0, 0, 2, 1, 4, 3, 6, 5));
+}
+
+TEST_F(CallersSamplesIn, TooLittleMemoryAreAFailure) {
+  EXPECT_TRUE(write(17).bad());
+
+  EXPECT_FALSE(ready_);
 }
 
 }  // namespace
