@@ -470,4 +470,235 @@ INSTANTIATE_TEST_SUITE_P(
         Header{"BehindAnEmptyFragment", kJpeg, {kStart, {}, kBaselineFrame}, true}),
     support::nameOf<Header>);
 
+/// A frame header of 3 components under another marker.
+Fragment frameOfKind(Uint8 marker) {
+  Fragment frame = kBaselineFrame;
+  frame[1] = marker;
+  return frame;
+}
+
+Fragment jpegBehind(const Fragment& segment) {
+  return joined({kStart, segment, kBaselineFrame});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Markers, JpegFrameHeaderSearch,
+    testing::Values(
+        Header{"SequentialFrame", kJpeg, {joined({kStart, frameOfKind(0xC1)})}, true},
+        Header{"LosslessFrame", kJpeg, {joined({kStart, frameOfKind(0xC3)})}, true},
+        Header{"LastFrameKind", kJpeg, {joined({kStart, frameOfKind(0xCF)})}, true},
+        Header{"BehindAnExtension", kJpeg, {jpegBehind({0xFF, 0xC8, 0, 2})}, true},
+        Header{"BehindConditioning", kJpeg, {jpegBehind({0xFF, 0xCC, 0, 2})}, true},
+        Header{"BehindTheFirstReserved", kJpeg, {jpegBehind({0xFF, 0x03})}, true},
+        Header{"BehindTheLastReserved", kJpeg, {jpegBehind({0xFF, 0xBF})}, true},
+        Header{"BehindTheFirstRestart", kJpeg, {jpegBehind({0xFF, 0xD0})}, true},
+        Header{"BehindASecondStart", kJpeg, {jpegBehind({0xFF, 0xD8})}, true},
+        Header{"BehindAStuffedZero", kJpeg, {jpegBehind({0xFF, 0x00})}, false},
+        Header{"BehindAnUndefinedMarker", kJpeg, {jpegBehind({0xFF, 0x02})}, false},
+        Header{"BehindNoMarker", kJpeg, {jpegBehind({0xFE, 0xE0, 0, 2})}, false},
+        Header{"OfNothing", kJpeg, {{}}, false},
+        Header{"OfAnotherStart", kJpeg, {joined({{0xFF, 0xD9}, kBaselineFrame})}, false},
+        Header{"EndingInFillBytes", kJpeg, {joined({kStart, {0xFF, 0xFF}})}, false},
+        Header{"EndingInALength", kJpeg, {joined({kStart, {0xFF, 0xFF, 0xE0, 0}})}, false},
+        Header{"EndingBeforeALength", kJpeg, {joined({kStart, {0xFF, 0xE0}})}, false}),
+    support::nameOf<Header>);
+
+/// A frame header that says it has `length` bytes and is cut to `bytes`, marker included.
+Fragment cutFrame(Uint8 length, std::size_t bytes) {
+  Fragment frame = kBaselineFrame;
+  frame[3] = length;
+  frame.resize(bytes);
+  // DCMTK pads fragments to an even number of bytes, a fill byte keeps it from that.
+  return joined({kStart, bytes % 2 != 0 ? Fragment{0xFF} : Fragment{}, frame});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lengths, JpegFrameHeaderSearch,
+    testing::Values(Header{"SegmentOfOneByte", kJpeg, {jpegBehind({0xFF, 0xE0, 0, 1})}, false},
+                    Header{"SegmentOfTwoBytes", kJpeg, {jpegBehind({0xFF, 0xE0, 0, 2})}, true},
+                    Header{"SegmentOfManyBytes", kJpeg, {jpegBehind({0xFF, 0xE0, 1, 0})}, false},
+                    Header{"FrameOfAllItsFields", kJpeg, {cutFrame(8, 10)}, true},
+                    Header{"FrameWithoutComponents", kJpeg, {cutFrame(7, 10)}, false},
+                    Header{"FrameOfHalfItsColumns", kJpeg, {cutFrame(6, 10)}, false},
+                    Header{"FrameWithoutRows", kJpeg, {cutFrame(3, 10)}, false},
+                    Header{"FrameOfNothing", kJpeg, {cutFrame(2, 10)}, false},
+                    Header{"FrameCutBeforeItsPrecision", kJpeg, {cutFrame(17, 4)}, false},
+                    Header{"FrameCutBeforeItsRows", kJpeg, {cutFrame(17, 5)}, false},
+                    Header{"FrameCutBeforeItsColumns", kJpeg, {cutFrame(17, 7)}, false},
+                    Header{"FrameCutInsideItsColumns", kJpeg, {cutFrame(17, 8)}, false},
+                    Header{"FrameCutBeforeItsComponents", kJpeg, {cutFrame(17, 9)}, false}),
+    support::nameOf<Header>);
+
+/// A JPEG-LS image whose frame header follows the given segment.
+Fragment jpegLsBehind(const Fragment& segment) {
+  return joined({kStart, segment, kJpegLsFrame, jpegLsScan(2), kEnd});
+}
+
+/// A JPEG-LS image that ends with the given scan header and a marker.
+Fragment jpegLsWithScan(const Fragment& scanHeader) {
+  return joined({kStart, kJpegLsFrame, scanHeader, kEnd});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    JpegLs, JpegFrameHeaderSearch,
+    testing::Values(
+        Header{"PresetsOfAnotherType", kJpegLs, {jpegLsBehind({0xFF, 0xF8, 0, 4, 2, 9})}, true},
+        Header{"PresetsWithoutAType", kJpegLs, {jpegLsBehind({0xFF, 0xF8, 0, 2})}, false},
+        Header{"PresetsOfTheDefaultReset", kJpegLs, {jpegLsBehind(jpegLsPresets(0))}, true},
+        Header{"PresetsWithoutAReset",
+               kJpegLs,
+               {jpegLsBehind({0xFF, 0xF8, 0, 11, 1, 0x0F, 0xFF, 0, 18, 0, 67, 1, 20})},
+               false},
+        Header{"PresetsOfHalfAReset",
+               kJpegLs,
+               {jpegLsBehind({0xFF, 0xF8, 0, 12, 1, 0x0F, 0xFF, 0, 18, 0, 67, 1, 20, 0})},
+               false},
+        Header{"PresetsOfTooFewThresholds",
+               kJpegLs,
+               {jpegLsBehind({0xFF, 0xF8, 0, 9, 1, 0x0F, 0xFF, 0, 18, 0, 67})},
+               false},
+        Header{"PresetsWithMoreBehind",
+               kJpegLs,
+               {jpegLsBehind({0xFF, 0xF8, 0, 15, 1, 0x0F, 0xFF, 0, 18, 0, 67, 1, 20, 0, 64, 7, 7})},
+               true},
+        Header{"RestartBeforeTheFrame", kJpegLs, {jpegLsBehind({0xFF, 0xD0})}, false},
+        Header{"SegmentBeforeTheFrame", kJpegLs, {jpegLsBehind({0xFF, 0xE8, 0, 3, 9})}, true},
+        Header{"FrameBeyondTheEnd",
+               kJpegLs,
+               {joined({kStart, {0xFF, 0xF7, 0, 17, 12, 1, 2, 3, 4, 3, 1, 17}})},
+               false},
+        Header{"FrameWithoutComponentsInJpegLs",
+               kJpegLs,
+               {joined({kStart, {0xFF, 0xF7, 0, 7, 12, 1, 2, 3, 4}, jpegLsScan(2), kEnd})},
+               false},
+        Header{"ScanOfNoLength", kJpegLs, {jpegLsWithScan({0xFF, 0xDA, 0, 2})}, false},
+        Header{"ScanOfTooManyComponents",
+               kJpegLs,
+               {jpegLsWithScan({0xFF, 0xDA, 0, 8, 4, 1, 0, 0, 2, 0})},
+               false},
+        Header{"ScanWithoutNear", kJpegLs, {jpegLsWithScan({0xFF, 0xDA, 0, 5, 1, 1, 0})}, false},
+        Header{"ScanWithoutInterleaving",
+               kJpegLs,
+               {jpegLsWithScan({0xFF, 0xDA, 0, 6, 1, 1, 0, 0})},
+               false},
+        Header{"ScanWithoutItsLastByte",
+               kJpegLs,
+               {jpegLsWithScan({0xFF, 0xDA, 0, 7, 1, 1, 0, 0, 2})},
+               true},
+        Header{"ScanCutInItsHeader",
+               kJpegLs,
+               {joined({kStart, kJpegLsFrame, {0xFF, 0xDA, 0, 8, 1, 1, 0}})},
+               false},
+        Header{"SamplesEndingInAPrefix",
+               kJpegLs,
+               {joined({kStart, kJpegLsFrame, jpegLsScan(2), {0xFF}})},
+               false},
+        Header{"SamplesEndedByAnyMarker",
+               kJpegLs,
+               {joined({kStart, kJpegLsFrame, jpegLsScan(2), {0xFF, 0x80}})},
+               true},
+        Header{"PlanesBehindOneByLine",
+               kJpegLs,
+               {joined({kStart, kJpegLsFrame, jpegLsScan(1), jpegLsScan(0), kEnd})},
+               true}),
+    support::nameOf<Header>);
+
+// --- What the guard is asked of frames
+
+class CodecGuardOf : public testing::Test {
+protected:
+  CodecGuardOf(const ImageBuilder& builder, E_TransferSyntax syntax)
+      : dataset_(support::compress(*builder.build(), syntax)) {}
+
+  Zrg::CodecGuard guard() {
+    DcmElement* element = nullptr;
+    EXPECT_TRUE(dataset_->findAndGetElement(DCM_PixelData, element).good());
+    return {*dataset_, dynamic_cast<DcmPixelData&>(*element)};
+  }
+
+  std::unique_ptr<DcmDataset> dataset_;
+};
+
+class CodecGuardOfRle : public CodecGuardOf {
+protected:
+  CodecGuardOfRle()
+      : CodecGuardOf(monochromeImage(64, 64).unsigned8().frames(3), EXS_RLELossless) {}
+};
+
+TEST_F(CodecGuardOfRle, LetsEveryRangeOfItsFramesPass) {
+  EXPECT_TRUE(guard().framesAreSafe(0, 3));
+  EXPECT_TRUE(guard().framesAreSafe(2, 1));
+  EXPECT_TRUE(guard().frameIsSafe(2, 0, 64 * 64));
+  EXPECT_TRUE(guard().frameIsSafe(2, 3, 64 * 64));
+}
+
+TEST_F(CodecGuardOfRle, RefusesFramesBehindTheLast) {
+  EXPECT_FALSE(guard().framesAreSafe(3, 1));
+  EXPECT_FALSE(guard().framesAreSafe(2, 2));
+  EXPECT_FALSE(guard().frameIsSafe(3, 0, 64 * 64));
+  EXPECT_FALSE(guard().frameIsSafe(3, 4, 64 * 64));
+}
+
+TEST_F(CodecGuardOfRle, RefusesFramesOfAnotherSize) {
+  EXPECT_FALSE(guard().frameIsSafe(0, 0, 64 * 64 - 1));
+  EXPECT_FALSE(guard().frameIsSafe(0, 0, 64 * 64 + 1));
+}
+
+TEST_F(CodecGuardOfRle, BelievesAtLeastOneFrame) {
+  ASSERT_TRUE(dataset_->putAndInsertString(DCM_NumberOfFrames, "-5").good());
+
+  EXPECT_TRUE(guard().allFramesAreSafe());
+  EXPECT_TRUE(guard().isCountable());
+}
+
+TEST_F(CodecGuardOfRle, RefusesRangesThatNobodyCanCount) {
+  ASSERT_TRUE(dataset_->putAndInsertUint16(DCM_Rows, 65535).good());
+  ASSERT_TRUE(dataset_->putAndInsertUint16(DCM_Columns, 65535).good());
+  ASSERT_TRUE(dataset_->putAndInsertUint16(DCM_BitsAllocated, 16).good());
+
+  EXPECT_FALSE(guard().framesAreSafe(0, 1));
+  EXPECT_FALSE(guard().frameIsSafe(0, 0, 65535ULL * 65535 * 2));
+}
+
+class CodecGuardOfJpeg : public CodecGuardOf {
+protected:
+  CodecGuardOfJpeg()
+      : CodecGuardOf(monochromeImage(48, 48).unsigned8().frames(3), EXS_JPEGProcess14SV1) {}
+};
+
+TEST_F(CodecGuardOfJpeg, LetsEveryRangeOfItsFramesPass) {
+  EXPECT_TRUE(guard().framesAreSafe(0, 3));
+  EXPECT_TRUE(guard().framesAreSafe(2, 1));
+  EXPECT_TRUE(guard().colourModelIsSafe());
+}
+
+TEST_F(CodecGuardOfJpeg, RefusesFramesBehindTheLast) {
+  EXPECT_FALSE(guard().framesAreSafe(3, 1));
+  EXPECT_FALSE(guard().frameIsSafe(3, 0, 48 * 48));
+}
+
+TEST_F(CodecGuardOfJpeg, RefusesOtherComponentsThanTheAttributesSay) {
+  ASSERT_TRUE(dataset_->putAndInsertUint16(DCM_SamplesPerPixel, 3).good());
+
+  EXPECT_FALSE(guard().allFramesAreSafe());
+  EXPECT_FALSE(guard().colourModelIsSafe());
+}
+
+TEST(AllImagesAreSafe, WhereThereIsNone) {
+  DcmItem item;
+  DcmDataset dataset;
+
+  EXPECT_TRUE(Zrg::allImagesAreSafe(item));
+  EXPECT_TRUE(Zrg::allImagesAreSafe(dataset));
+}
+
+TEST(AllImagesAreSafe, NotInAnItemWhoseOwnImageIsHostile) {
+  const auto hostile =
+      decoding::encapsulate(*kSmallImage.build(), EXS_JPEGProcess14SV1, {endlessMarkers()});
+  const auto good = support::compress(*kSmallImage.build(), EXS_JPEGProcess14SV1);
+
+  EXPECT_FALSE(Zrg::allImagesAreSafe(*decoding::asItem(*hostile)));
+  EXPECT_TRUE(Zrg::allImagesAreSafe(*decoding::asItem(*good)));
+}
+
 }  // namespace
