@@ -10,6 +10,7 @@
 #include "dcmtk/dcmimgle/dcmimage.h"
 #include "dcmtk/dcmimgle/didocu.h"
 
+#include <cstdint>
 #include <new>
 
 namespace Zrg::Decoding {
@@ -155,9 +156,12 @@ bool hasWholePairs(const Task& task, const DicomImage& image) {
   }
   constexpr unsigned long long kSamplesPerPixel = 2;  // two luminances and both differences a pair
   const unsigned long long pixels = 1ULL * task.attributes.columns * task.attributes.rows;
-  const unsigned long long bytes = kSamplesPerPixel * task.attributes.bytesPerSample * pixels *
-                                   static_cast<unsigned long long>(task.frames.count);
-  return pixels % 2 == 0 && (!task.frames.all || task.pixelData.getLength() >= bytes);
+  const unsigned long long frameSize = kSamplesPerPixel * task.attributes.bytesPerSample * pixels;
+  // Decoders fill the frames of a range; native samples must reach to the end of its last one.
+  const bool hasLength = task.frames.all || !DcmXfer(task.attributes.storedSyntax).isEncapsulated();
+  const auto frames =
+      static_cast<unsigned long long>(task.frames.all ? task.frames.count : task.frames.last + 1);
+  return pixels % 2 == 0 && (!hasLength || task.pixelData.getLength() >= frameSize * frames);
 }
 
 /// Opens the item as an image, which may turn out to have nothing to show: a frame size of 0.
@@ -246,11 +250,17 @@ bool deliverFrames(SliceImage& slice, const Task& task, const Rendering& renderi
   if (!findDestination(slice, task, total, errorText)) {
     return false;
   }
-  char* const start = (slice.data != nullptr ? slice.data : slice.buffer.get()) + slice.frameOffset;
+  char* const memory = slice.data != nullptr ? slice.data : slice.buffer.get();
+  char* const start = memory + static_cast<std::uint32_t>(slice.frameOffset);
   for (int frame = 0; frame < task.frames.count; ++frame) {
     // Deliberate: the position of a frame is counted in 32 bits. Larger images fail to render.
     const Uint32 position = static_cast<Uint32>(frame) * static_cast<Uint32>(rendering.frameSize);
     if (rendering.image == nullptr) {
+      if (task.frames.all && frame > 0) {
+        // All frames were to be decompressed, which has failed; this way knows the first one alone.
+        errorText = kFrameNotDecompressed;
+        return false;
+      }
       if (!decodeFrame(rendering, start + position, errorText)) {
         return false;
       }

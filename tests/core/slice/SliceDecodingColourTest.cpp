@@ -442,6 +442,20 @@ TEST(SliceDecodingColour, RefusesPixelsThatHaveNoPartnerToShareColourWith) {
   EXPECT_EQ(decodeAll(*odd).errorText, "DicomImage::getOutputData() failed");
   EXPECT_EQ(decodeRange(*odd, 0, 0).errorText, "DicomImage::getOutputData() failed");
   EXPECT_EQ(decodeAll(*tooShort).errorText, "DicomImage::getOutputData() failed");
+  EXPECT_EQ(decodeRange(*tooShort, 0, 0).errorText, "DicomImage::getOutputData() failed");
+}
+
+TEST(SliceDecodingColour, SharesColourInARangeBeforeSamplesThatAreMissing) {
+  const auto dataset = subsampledImage(2, 1).frames(2).build();
+  const std::vector<Uint8> pairAndHalf = {10, 200, 128, 128, 7, 7};
+  ASSERT_TRUE(dataset->putAndInsertUint8Array(DCM_PixelData, pairAndHalf.data(), 6).good());
+
+  const Outcome first = decodeRange(*dataset, 0, 0);
+  const Outcome second = decodeRange(*dataset, 1, 1);
+
+  ASSERT_TRUE(first.done) << first.errorText;
+  expectNear(samplesOf(first.slice), {10, 10, 10, 200, 200, 200}, 1);
+  EXPECT_EQ(second.errorText, "DicomImage::getOutputData() failed");
 }
 
 TEST(SliceDecodingColour, DoesNotTakeFramesOfOneSampleForRgb) {
