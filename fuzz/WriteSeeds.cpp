@@ -165,6 +165,8 @@ void writeImage(const Folder& folder, const std::string& name, Seed seed) {
   const bool isJpegLs = seed.head.transferSyntax() == EXS_JPEGLSLossless;
   seed.head.road = isRle ? 0 : isJpegLs ? 2 : 1;
   folder.write("codec_guard", name, seed.bytes());
+  seed.head.cuts = {4, 10, 30};
+  folder.write("codec_guard", name + "-cut", seed.bytes());
   seed.head.road = 3;
   folder.write("codec_guard", name + "-answers", seed.bytes());
 }

@@ -19,8 +19,16 @@ for source in fuzz/fuzz_*.cpp; do
   subject=${name#fuzz_}
   case " ${FUZZERS:-$subject} " in *" $subject "*) ;; *) continue ;; esac
   mkdir -p "build/fuzz/corpus/$subject"
-  echo "== $name"
+  log="build/fuzz/$name.log"
   # shellcheck disable=SC2086 # words, one option each
-  "build/fuzz/fuzz/$name" $bound -max_len=1536 -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 \
-    -artifact_prefix="build/fuzz/$name-" "build/fuzz/corpus/$subject" "fuzz/corpus/$subject"
+  if "build/fuzz/fuzz/$name" $bound -max_len=1536 -rss_limit_mb=2048 -timeout=10 \
+      -print_final_stats=1 -artifact_prefix="build/fuzz/$name-" \
+      "build/fuzz/corpus/$subject" "fuzz/corpus/$subject" > "$log" 2>&1; then
+    echo "$name: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log") inputs," \
+      "$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log") a second"
+  else
+    tail -n 60 "$log"
+    echo "$name: FOUND SOMETHING, see $log and the input build/fuzz/$name-*"
+    exit 1
+  fi
 done
