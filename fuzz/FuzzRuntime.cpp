@@ -17,7 +17,7 @@ namespace {
 unsigned char newMemoryByte = 0xBE;
 
 /// Enough to show what a decoder leaves out; more costs more than it tells.
-constexpr std::size_t kMostFilledBytes = 1 << 20;
+constexpr std::size_t kMostFilledBytes = 1 << 16;
 
 /// An image that says it is gigabytes large fails at once, without the sanitizer's warning. The
 /// fuzzer's own tables come from here as well and are not small.

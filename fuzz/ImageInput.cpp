@@ -81,14 +81,16 @@ void addTexts(DcmItem& item, Input& input) {
   }
 }
 
-/// Whether an image is neither small nor so large that it must fail. What has a decoder is held
-/// against its stream first; samples without one would be allocated and tell nothing in return.
+/// Whether an image is neither small nor so large that it must fail: clearing its memory would take
+/// all the time and tell nothing.
 bool isTedious(const ImageInput& image) {
   constexpr unsigned long long kSmall = 1 << 14;
-  constexpr unsigned long long kLarge = 1 << 25;
+  constexpr unsigned long long kLarge = 1 << 26;
+  const unsigned frames =
+      image.has(ImageInput::kNumberOfFrames) && image.frames > 0 ? image.frames : 1;
   const unsigned long long samples =
-      1ULL * image.rows * image.columns * std::max<unsigned>(image.frames, 1);
-  return image.transferSyntax() == EXS_LittleEndianExplicit && samples > kSmall && samples < kLarge;
+      1ULL * image.rows * image.columns * std::max<unsigned>(image.samplesPerPixel, 1);
+  return samples > kSmall / frames && samples < kLarge;
 }
 
 Uint8 atLeastOne(Uint8 value) {
