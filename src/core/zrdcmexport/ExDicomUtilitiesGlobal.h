@@ -70,7 +70,7 @@ namespace ExDicomUtilities {
 
 /// Does an internal check and reports a failure through Zr::fail.
 ///
-///     if (ExDicomUtilities::failsInternally(res.isOk(), "res.isOk()", "ZrSliceImage.cpp")) {
+///     if (ExDicomUtilities::failsInternally(res.isOk(), "res.isOk()", "ZrSliceImage")) {
 ///       return KtResult::makeBad(1);
 ///     }
 ///

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Conversion by one load per sample.
 //
+// The table has one word for every value that a sample of 8 or 16 bits can have (a cell). Words:
+//
 //   values per entry   of 8 bits                        of 16 bits
 //   1                  one byte                         one 16-bit word
 //   3                  R G B 0 in a 32-bit word         R G B 0 in a 64-bit word

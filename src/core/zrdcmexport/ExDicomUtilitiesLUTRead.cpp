@@ -28,11 +28,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 namespace ExDicomUtilities {
 namespace {
 
 constexpr const char* kInconsistent = "Modality LUT inconsistent.";
+// The file by which the message is known to those who search logs for it.
 constexpr const char* kSourceFile = "ExDicomUtilitiesGlobal.h";
 constexpr int kVendorException = 1;
 
@@ -135,13 +137,22 @@ void restoreSign(Wex::Item& item, int& firstMapped) {
   }
 }
 
+// Whether there is an array. That there was no memory to load it must not pass for its absence.
+bool isAvailable(const OFCondition& status) {
+  if (status == EC_MemoryExhausted) {
+    throw std::bad_alloc();
+  }
+  return status.good();
+}
+
 LutData viewData(Wex::Item& container, const DcmTagKey& tag) {
   LutData data;
-  if (container.findAndGetUint8Array(tag, data.data8, data.count8).bad() || data.data8 == nullptr) {
+  if (!isAvailable(container.findAndGetUint8Array(tag, data.data8, data.count8)) ||
+      data.data8 == nullptr) {
     data.data8 = nullptr;
     data.count8 = 0;
   }
-  if (container.findAndGetUint16Array(tag, data.data16, data.count16).bad() ||
+  if (!isAvailable(container.findAndGetUint16Array(tag, data.data16, data.count16)) ||
       data.data16 == nullptr) {
     data.data16 = nullptr;
     data.count16 = 0;
@@ -309,13 +320,22 @@ std::size_t commonSize(const std::array<KtDArray<T>, 3>& channels) {
   return channels[1].size() == size && channels[2].size() == size ? size : 0;
 }
 
+// Fills the table. That it found no memory must not pass for an image without a table.
+void fill(LUT& lut, const KtDArray<unsigned char>& data8, const KtDArray<unsigned short>& data16,
+          unsigned nComponents, int firstMapped, bool prefer16) {
+  lut.set(data8, data16, nComponents, firstMapped, prefer16);
+  if (lut.entries.isNull() && (!data8.empty() || !data16.empty())) {
+    throw std::bad_alloc();
+  }
+}
+
 void readModalityLut(LUT& lut, Wex::Item& item) {
   KtDArray<unsigned char> data8;
   KtDArray<unsigned short> data16;
   int firstMapped = 0;
   bool inconsistent = false;
   getLUTInfo(item, DCM_LUTDescriptor, data8, data16, firstMapped, inconsistent);
-  lut.set(data8, data16, 1, firstMapped, true);
+  fill(lut, data8, data16, 1, firstMapped, true);
 }
 
 void readPaletteLut(LUT& lut, Wex::Item& item) {
@@ -336,7 +356,7 @@ void readPaletteLut(LUT& lut, Wex::Item& item) {
   } else if (commonSize(channels16) > 0) {
     mergeRGB(merged16, channels16[0], channels16[1], channels16[2]);
   }
-  lut.set(merged8, merged16, 3, firstMapped[0], false);
+  fill(lut, merged8, merged16, 3, firstMapped[0], false);
 }
 
 }  // namespace

@@ -23,6 +23,7 @@ namespace {
 
 using detail::SampleConversion;
 
+// The file by which failures are known to those who search logs for them.
 constexpr const char* kSourceFile = "ExDicomUtilitiesLUT.cpp";
 constexpr int kOwningAllocator = 1;
 constexpr long long kStagedPixels = 512;

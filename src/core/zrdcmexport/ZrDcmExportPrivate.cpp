@@ -37,12 +37,12 @@ constexpr const char* kDatasetFailed = "[writeImage] failed to write dataset!";
 
 constexpr const char* kImplementationSuffix = ".1.0.51.20070901";
 
-/// Deliberate: the decimal number, not the octal mode of the same digits; hosts' file libraries
-/// know what they make of it. Test: SetOutputBaseDirectory.CreatesAMissingDirectory
+/// Deliberate: the decimal number 755, not the octal mode of these digits. It is handed on as it
+/// is: hosts with a file library of their own rely on the number. Test: SetOutputBaseDirectory.CreatesAMissingDirectory
 constexpr int kDirectoryMode = 755;
 
-/// File meta attributes belong to the writer (PS3.10 section 7.1). Only whole keys tell: a key that
-/// merely parses to group 2 is not one.
+/// File meta attributes belong to the writer (PS3.10 section 7.1). A key counts as one by its text,
+/// "G0002-...": "G2-10", which names the same group, does not.
 bool isFileMetaKey(const KtString& key) {
   return key.substr(0, 4) == KtString("G0002");
 }
@@ -129,7 +129,7 @@ bool ZrDcmExportPrivate::setDicomTag(const KtString& key, const KtString& value)
 
 bool ZrDcmExportPrivate::setOutputBaseDirectory(const char* path) {
   KtString directory(path);
-  // A bare drive means its current directory, not its root.
+  // Hosts with drives: a bare drive ("D:") means its current directory, not its root.
   if (!directory.empty() && directory[directory.length() - 1] == ':') {
     directory += "\\";
   }

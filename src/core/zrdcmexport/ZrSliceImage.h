@@ -46,13 +46,14 @@ public:
   bool valid = false;
 
   /// Bytes from the start of the pixel memory to the first sample of this slice. Honoured where
-  /// colour is decoded and where overlays are extracted.
+  /// colour is decoded and where overlays are extracted. It counts to 4 GiB: from 2 GiB on it is
+  /// negative here and means what `static_cast<std::uint32_t>(frameOffset)` says.
   int frameOffset = 0;
 
   /// Bytes of one sample: 1 or 2 for monochrome (Bits Allocated in whole bytes), 1 for colour.
   unsigned int bytesPerSample = 1;
 
-  /// Columns, rows and number of frames held.
+  /// Columns, rows and number of frames held. Number of Frames counts modulo 65,536.
   KtVec3l extent{0, 0, 0};
 
   /// 1 for monochrome, 3 for colour (interleaved RGB).
@@ -100,16 +101,20 @@ public:
   ///                   copies. A colour item without Planar Configuration gains (0028,0006) = 0.
   /// @param errorText  cleared at entry; on failure one fixed English message.
   /// @param firstFrame 0-based index of the first frame, clamped to the frames there are. Negative:
-  ///                   all frames.
+  ///                   all frames. A range of compressed colour frames that the decoder hands out
+  ///                   as RGB always gets the first frame of the dataset.
   /// @param lastFrame  0-based index of the last frame, clamped into [first frame, last frame there
   ///                   is]; ignored when `firstFrame` is negative.
   /// @param target     where to put the samples, owned by the caller; null lets the slice allocate
-  ///                   `buffer`. Not used for all frames of a monochrome image.
+  ///                   `buffer`. Not used for all frames of a monochrome image, nor for colour when
+  ///                   the slice has `data` or `buffer` from before: they are written into as they
+  ///                   are, and nobody checks their size. Take a fresh slice for every image.
   /// @param targetSize bytes of `target`. When they do not suffice, `target` stays untouched.
   /// @return true when the slice was filled; `valid` then is true as well. After false `valid` is
   ///         false, and fields that were reached before the failure hold new values.
-  /// @throws std::bad_alloc from creating DCMTK's image objects, after `errorText` was set; other
-  ///         exceptions of DCMTK pass through.
+  /// @throws std::bad_alloc from creating DCMTK's image objects, after `errorText` was set, and from
+  ///         whatever else finds no memory; other exceptions of DCMTK pass through. The slice can be
+  ///         used again. Of the item DCMTK may have lost attributes then: take it for damaged.
   /// @see PS3.3 C.7.6.3 (Image Pixel Module), PS3.5 8 and Annex A (encoding of pixel data)
   [[nodiscard]] bool process(DcmItem& item, std::string& errorText, int firstFrame, int lastFrame,
                              void* target, unsigned long targetSize);
@@ -143,6 +148,8 @@ public:
   /// group and frame; one without set bits is not recorded. The samples are not changed.
   /// @param item       the item that the samples came from; only its attributes are read.
   /// @param firstFrame 0-based dataset frame of the first samples; recorded frames count from it.
+  ///                   The bits are looked up at the dataset's frame number, so that masks are right
+  ///                   only where the samples begin with frame 0.
   /// @param lastFrame  0-based dataset frame of the last samples.
   /// @see PS3.3 C.9.2 (Overlay Plane Module), PS3.5 8.1.2 (overlay data in unused bits)
   void extractEmbeddedOverlays(DcmItem& item, int firstFrame, int lastFrame);
@@ -194,12 +201,13 @@ public:
   /// non-zero Spacing Between Slices or a regular Grid Frame Offset Vector, and one sample a pixel.
   ///
   /// @param dataset     its pixel data element is decompressed in place; must outlive the slices.
-  /// @param errorText   what the decoder says of a failure; untouched when the failure
-  ///                    comes before.
+  /// @param errorText   what the decoder says of a failure; untouched when the failure comes
+  ///                    before, as every refusal to split does: empty it before the call.
   /// @param splitFrames true files one slice per frame; false files all frames as one slice of one
   ///                    volume.
   /// @return true when the container was filled. After false its volumes are not to be used.
-  ///         Running out of memory gives false; other exceptions of DCMTK pass through.
+  ///         Running out of memory gives false, and may have cost the dataset attributes, see
+  ///         SliceImage::process; other exceptions of DCMTK pass through.
   /// @see PS3.3 C.7.6.6 (Multi-frame), C.8.4.8.1.1 (NM frame vectors), C.8.8.3.2 (dose grid)
   [[nodiscard]] bool process(DcmDataset& dataset, std::string& errorText, bool splitFrames);
 
@@ -222,6 +230,7 @@ public:
   void reverseOrder(int volume);
 
   /// Copies a slice to `image`. Returns false, `image` unchanged, when there is no slice `index`.
+  /// A slice carries no rescale, window or spacing, see addImage.
   [[nodiscard]] bool getImage(int volume, unsigned int index, SliceImage& image);
 
   /// Frame number filed at a position, 0-based. Returns false, `frameNumber` unchanged, when there
@@ -246,7 +255,8 @@ public:
 
   /// Sets what bytesPerPixel() answers until the next process().
   void setBytesPerPixel(unsigned int bytesPerPixel);
-  /// Bytes of one sample of the decoded pixel memory; 2 before anything was decoded.
+  /// Despite its name, bytes of one sample of the decoded pixel memory; 2 before anything was
+  /// decoded.
   [[nodiscard]] unsigned int bytesPerPixel();
 
 private:

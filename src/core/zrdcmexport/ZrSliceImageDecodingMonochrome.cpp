@@ -33,7 +33,8 @@ constexpr char kNotReadable[] = "Error reading pixel data!";
 constexpr char kFrameNotDecompressed[] = "Error decompressing frames";
 constexpr char kNoPixelData[] = "No pixel data";
 
-/// Line by which a failed conversion is known in the log.
+/// Line by which a failed conversion is known to those who search logs for it; no place in this file.
+/// The check is in `convert`.
 constexpr int kConversionFailureLine = 610;
 
 /// Where the stored bits stand inside a sample.

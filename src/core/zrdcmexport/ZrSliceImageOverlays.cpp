@@ -234,7 +234,8 @@ void SliceImage::extractEmbeddedOverlay(KtVec2i& origin, KtVec2i& size, int fram
     return;
   }
   const long long bytesPerRow = extent.x * static_cast<long long>(sizeof(T));
-  const char* samples = memory + frameOffset + *firstSample * static_cast<long long>(sizeof(T));
+  const char* samples = memory + static_cast<std::uint32_t>(frameOffset) +
+                        *firstSample * static_cast<long long>(sizeof(T));
   std::uint32_t* words = mask.words();
   for (int row = 0; row < rows; ++row) {
     packRow<T>(samples, columns, bit, words);

@@ -244,7 +244,7 @@ bool holdsFrames(DcmDataset& dataset, const SliceImage& image, unsigned int fram
 
 /// Where a frame starts in the shared pixel memory.
 int frameOffset(const SliceImage& image, unsigned int frame) {
-  // Deliberate: 32 bits, which the pixel data of DCMTK never exceeds.
+  // Deliberate: 32 bits, which the pixel data of DCMTK never exceeds; the sign counts as the highest.
   // Test: OneVolume.PlacesFramesOneFrameSizeApart
   const std::uint32_t bytesPerFrame = static_cast<std::uint32_t>(image.extent.x) *
                                       image.bytesPerSample *
@@ -329,7 +329,7 @@ std::optional<Volumes> gatedVolumes(const FrameOrder& order) {
 
 }  // namespace
 
-bool MultiFrameImage::process(DcmDataset& dataset, std::string& errorText, bool splitFrames) {
+bool MultiFrameImage::process(DcmDataset& dataset, std::string& errorText, bool splitFrames) try {
   setNumberOfVolumes(0);
   const std::optional<int> frames = readNumberOfFrames(dataset);
   if (!frames) {
@@ -363,6 +363,9 @@ bool MultiFrameImage::process(DcmDataset& dataset, std::string& errorText, bool 
   fileVolumes(*volumes);
   bytesPerPixel_ = storedSampleBytes(templateImage_.bytesPerSample);
   return true;
+} catch (const std::bad_alloc&) {
+  setNumberOfVolumes(0);  // some may have been filed
+  return false;
 }
 
 void MultiFrameImage::fileVolumes(const std::vector<std::vector<int>>& framesOfVolumes) {
@@ -386,11 +389,7 @@ bool MultiFrameImage::decodeAllFrames(DcmDataset& dataset, std::string& errorTex
   const bool convertSamples = templateImage_.convertSamples;
   templateImage_ = SliceImage();
   templateImage_.convertSamples = convertSamples;
-  try {
-    if (!templateImage_.process(dataset, errorText, -1, -1, nullptr, 0)) {
-      return false;
-    }
-  } catch (const std::bad_alloc&) {
+  if (!templateImage_.process(dataset, errorText, -1, -1, nullptr, 0)) {
     return false;
   }
   lossyCompression_ = templateImage_.lossy ? 1 : 0;

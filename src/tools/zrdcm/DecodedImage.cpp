@@ -17,6 +17,7 @@
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdeftag.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -80,8 +81,8 @@ SampleArray framesOf(const DecodedImage& image, bool stored) {
   const char* memory = slice.data != nullptr ? slice.data : slice.buffer.get();
   const std::size_t skippedFrames =
       image.frames.first - static_cast<std::size_t>(image.firstHeldFrame);
-  array.bytes = reinterpret_cast<const unsigned char*>(memory) + slice.frameOffset +
-                skippedFrames * array.frameBytes();
+  array.bytes = reinterpret_cast<const unsigned char*>(memory) +
+                static_cast<std::uint32_t>(slice.frameOffset) + skippedFrames * array.frameBytes();
   return array;
 }
 

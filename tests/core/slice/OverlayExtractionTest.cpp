@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <random>
+#include <sys/mman.h>
 #include <vector>
 
 namespace {
@@ -120,6 +121,24 @@ TEST(OverlayExtraction, StartsAtTheFrameOffset) {
   slice.frameOffset = 3;
 
   EXPECT_THAT(extract<unsigned char>(slice, {0, 0}, {1, 1}, 0, 0).words, ElementsAre(1));
+}
+
+// Offsets are counted in 32 bits with a sign. The memory is only promised by the system; one page of it
+// is touched.
+TEST(OverlayExtraction, TakesANegativeFrameOffsetAsOneOfTwoGigabytesAndMore) {
+  constexpr std::size_t kOffset = std::size_t{1} << 31U;
+  constexpr std::size_t kSize = kOffset + 4096;
+  void* const memory = mmap(nullptr, kSize, PROT_READ | PROT_WRITE,
+                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  ASSERT_NE(memory, MAP_FAILED);
+  Zrg::SliceImage slice;
+  slice.data = static_cast<char*>(memory);
+  slice.extent = KtVec3l(2, 1, 1);
+  slice.data[kOffset + 1] = 1;
+  slice.frameOffset = static_cast<int>(static_cast<std::uint32_t>(kOffset));
+
+  EXPECT_THAT(extract<unsigned char>(slice, {0, 0}, {2, 1}, 0, 0).words, ElementsAre(0b10));
+  munmap(memory, kSize);
 }
 
 TEST(OverlayExtraction, ReadsSamplesAtOddAddresses) {
