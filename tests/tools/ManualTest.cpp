@@ -217,6 +217,7 @@ TEST_F(Manual, ZshGetsDescriptionsOfOptions) {
   EXPECT_THAT(outcome.output, HasSubstr("]:u8|u16|s16:(u8 u16 s16)\n"));
   EXPECT_THAT(outcome.output,
               HasSubstr("\n(-o --output)--output[The file to write]:FILE:_files\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("]:N: \n")) << "no file names for a number";
 }
 
 }  // namespace

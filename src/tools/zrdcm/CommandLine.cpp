@@ -100,11 +100,20 @@ int withFlushedOutput(int status) {
   return status;
 }
 
+std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> extras = app.remaining();
+  const bool isWord = !extras.empty() && extras.front().rfind('-', 0) != 0;
+  if (isWord && app.get_subcommands().empty()) {
+    return extras.front() + " is no verb";
+  }
+  return error.what();
+}
+
 int reportUsage(const CLI::App& app, const CLI::ParseError& error) {
   if (error.get_exit_code() == 0) {
     return withFlushedOutput(app.exit(error));  // --help and --version
   }
-  complain(error.what());
+  complain(usageMessage(app, error));
   std::fputs(kUsageHint, stderr);
   return kUsage;
 }
@@ -115,8 +124,7 @@ void complainWithoutDictionary() {
   if (!dcmDataDict.isDictionaryLoaded()) {
     complain(
         "DCMTK has no data dictionary, attributes of implicit VR are unknown; DCMDICTPATH names "
-        "its "
-        "files");
+        "its files");
   }
 }
 

@@ -67,8 +67,18 @@ std::string zshText(const std::string& text) {
   return quoted;
 }
 
+/// What zsh offers for a value that the help calls so: files, folders, or nothing (a blank).
+std::string zshAction(const std::string& value) {
+  if (value == "DIR") {
+    return "_files -/";
+  }
+  const bool isFile =
+      value == "FILE" || value == "OUT" || value == "PNG" || value == "JSON" || value == "RAW";
+  return isFile ? "_files" : " ";
+}
+
 std::string zshAction(const CommandOption& option) {
-  return option.choices.empty() ? "_files" : "(" + joined(option.choices, " ") + ")";
+  return option.choices.empty() ? zshAction(option.value) : "(" + joined(option.choices, " ") + ")";
 }
 
 std::string zshOption(const CommandOption& option) {
@@ -137,7 +147,11 @@ std::string zshCompletion(const CommandTree& program) {
     script << "        " << verb.name << ")\n          _arguments";
     writeZshOptions(script, program.options, "            ");
     writeZshOptions(script, verb.options, "            ");
-    script << " \\\n            '*:file:_files' ;;\n";
+    for (const CommandArgument& argument : verb.arguments) {
+      script << " \\\n            '" << (argument.several ? "*" : "") << ":" << argument.value
+             << ":" << zshAction(argument.value) << "'";
+    }
+    script << " ;;\n";
   }
   script << "      esac ;;\n  esac\n}\n" << function << " \"$@\"\n";
   return script.str();

@@ -104,6 +104,17 @@ std::string upperCase(std::string text) {
   return text;
 }
 
+/// A description as it stands behind the name: no capital at its beginning, no full stop.
+std::string nameLine(std::string description) {
+  if (!description.empty() && description.back() == '.') {
+    description.pop_back();
+  }
+  if (!description.empty() && description.front() >= 'A' && description.front() <= 'Z') {
+    description.front() = static_cast<char>(description.front() - 'A' + 'a');
+  }
+  return description;
+}
+
 }  // namespace
 
 std::string manualPage(const CommandTree& program, const std::string& version) {
@@ -112,11 +123,11 @@ std::string manualPage(const CommandTree& program, const std::string& version) {
        << ".TH " << upperCase(program.name) << " 1 \"\" \"" << escaped(version)
        << "\" \"User Commands\"\n"
        << ".SH NAME\n"
-       << program.name << " \\- " << escaped(program.description) << '\n'
+       << program.name << " \\- " << escaped(nameLine(program.description)) << '\n'
        << ".SH SYNOPSIS\n"
        << bold(program.name) << " [" << italic("OPTION") << "...] " << italic("VERB") << " ["
        << italic("ARGUMENT") << "...]\n"
-       << ".SH OPTIONS\nThese stand before or behind the verb.\n";
+       << ".SH OPTIONS\nThese may be given before or after the verb.\n";
   for (const CommandOption& option : program.options) {
     writeOption(page, option);
   }
@@ -124,8 +135,12 @@ std::string manualPage(const CommandTree& program, const std::string& version) {
   for (const CommandTree& verb : program.verbs) {
     writeVerb(page, verb, program.name);
   }
-  page << ".SH NOTES\n";
-  writeFooter(page, program.footer);
+  // One line of the help on the exit status, one with an example.
+  const std::size_t example = program.footer.find("Example");
+  page << ".SH EXIT STATUS\n" << escaped(program.footer.substr(0, example));
+  if (example != std::string::npos) {
+    page << ".SH EXAMPLES\n" << escaped(program.footer.substr(example)) << '\n';
+  }
   page << ".SH ENVIRONMENT\n";
   writeTerm(page, bold("DCMDICTPATH"), "Files of DCMTK's data dictionary, separated by colons.");
   page << ".SH SEE ALSO\n"

@@ -93,4 +93,9 @@ void writePng(const std::filesystem::path& target, const SampleArray& frame) {
   file.commit();
 }
 
+std::string checkPngName(const std::string& name) {
+  const std::string ending = std::filesystem::path(name).extension().string();
+  return ending == ".png" || ending == ".PNG" ? "" : name + " does not end in .png";
+}
+
 }  // namespace zrdcm

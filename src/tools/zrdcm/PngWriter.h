@@ -13,4 +13,7 @@ namespace zrdcm {
 /// @throws Failure when the frame is too large for PNG or the file cannot be written.
 void writePng(const std::filesystem::path& target, const SampleArray& frame);
 
+/// What is wrong with a name for a picture, as a check of CLI11; empty when it ends in ".png".
+std::string checkPngName(const std::string& name);
+
 }  // namespace zrdcm

@@ -184,7 +184,7 @@ int decode(const DecodeOptions& options) {
 
 VerbAction configureDecode(CLI::App& command) {
   auto options = std::make_shared<DecodeOptions>();
-  command.add_option("file", options->file, "The DICOM file")->required();
+  command.add_option("file", options->file, "The DICOM file")->type_name("FILE")->required();
   command.add_option("-o,--output", options->output, "Where to write: .npy, .nrrd, .raw or .png")
       ->type_name("OUT")
       ->required();

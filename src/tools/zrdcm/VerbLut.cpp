@@ -254,7 +254,8 @@ VerbAction configureLut(CLI::App& command) {
   auto options = std::make_shared<LutOptions>();
   command.add_option("file", options->file, "The DICOM file")->type_name("FILE")->required();
   command.add_option("-o,--output", options->output, "Plot the tables into this picture")
-      ->type_name("PNG");
+      ->type_name("PNG")
+      ->check(checkPngName);
   command.add_flag("--json", options->json, "Print the tables as JSON");
   command.footer(kFooter);
   return [options] { return showTables(*options); };

@@ -163,6 +163,7 @@ VerbAction configureSheet(CLI::App& command) {
       ->required();
   command.add_option("-o,--output", options->output, "The picture to write")
       ->type_name("PNG")
+      ->check(checkPngName)
       ->required();
   command.add_option("--window", options->window, "Show these modality values")->type_name("C,W");
   command.add_option("--columns", options->columns, "Draw so many frames side by side")
