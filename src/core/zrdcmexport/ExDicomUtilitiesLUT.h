@@ -18,8 +18,9 @@ namespace ExDicomUtilities {
 /// One lookup table: a modality LUT, or the three palette colour LUTs merged into one RGB table.
 ///
 /// A table without entries is the empty table. It stands for "there is no LUT" and is valid.
-/// No operation reports errors: what cannot be had leaves the empty table. `std::bad_alloc` of the
-/// arrays used while reading passes through.
+/// No operation reports errors: what cannot be had leaves the empty table. `std::bad_alloc` passes
+/// through; reading from a dataset throws it for the entries as well, so that an image whose table
+/// finds no memory does not pass for an image without one.
 ///
 /// Copies are deep. Nothing is locked: `hash()` and `isValid()` fill a cache in a constant object,
 /// so one table is used by one thread at a time.

@@ -55,6 +55,45 @@ void storeAttributes(SliceImage& slice, DcmItem& item, const ImageAttributes& at
   slice.pixelSpacing = readSpacing(item);
 }
 
+/// Drops what stands in an object as decompressed pixel data and was never finished.
+void discardUnfinished(DcmObject& object) {
+  DcmObject* child = nullptr;
+  while ((child = object.nextInContainer(child)) != nullptr) {
+    auto* const pixelData = dynamic_cast<DcmPixelData*>(child);
+    if (pixelData == nullptr) {
+      discardUnfinished(*child);
+      continue;
+    }
+    E_TransferSyntax syntax = EXS_Unknown;
+    const DcmRepresentationParameter* parameter = nullptr;
+    pixelData->getCurrentRepresentationKey(syntax, parameter);
+    if (DcmXfer(syntax).isEncapsulated()) {
+      pixelData->removeAllButCurrentRepresentations();
+    }
+  }
+}
+
+/// Sees to it that decoding which ends early leaves no samples behind. DCMTK takes samples for
+/// decompressed from the moment it has memory for them, whatever becomes of the decoder: the next
+/// call would deliver that memory as it came from the heap.
+class UnfinishedSamples {
+public:
+  explicit UnfinishedSamples(DcmItem& item) : item_(item) {}
+  ~UnfinishedSamples() {
+    if (!finished_) {
+      discardUnfinished(item_);
+    }
+  }
+  UnfinishedSamples(const UnfinishedSamples&) = delete;
+  UnfinishedSamples& operator=(const UnfinishedSamples&) = delete;
+
+  void finished() { finished_ = true; }
+
+private:
+  DcmItem& item_;
+  bool finished_ = false;
+};
+
 }  // namespace
 
 bool fitsTarget(const Task& task, std::size_t required, std::string& errorText) {
@@ -104,8 +143,12 @@ bool SliceImage::process(DcmItem& item, std::string& errorText, int firstFrame, 
   extent.z = frames.count;
 
   const Decoding::Task task{item, *pixelData, *attributes, frames, target, targetSize};
+  Decoding::UnfinishedSamples samples(item);
   valid = attributes->monochrome ? Decoding::decodeMonochrome(*this, task, errorText)
                                  : Decoding::decodeColour(*this, task, errorText);
+  if (valid) {
+    samples.finished();
+  }
   return valid;
 }
 

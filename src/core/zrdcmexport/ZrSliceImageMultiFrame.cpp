@@ -5,6 +5,7 @@
 
 #include <ktlib/KtPrimType.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -25,6 +26,8 @@ MultiFrameImage::MultiFrameImage(bool convertSamples) {
 MultiFrameImage::~MultiFrameImage() = default;
 
 void MultiFrameImage::setNumberOfVolumes(unsigned int count) {
+  // In this order, there are numbers for every volume even when memory runs out between the two.
+  frameNumbers_.resize(std::max<std::size_t>(count, frameNumbers_.size()));
   volumes_.resize(count);
   frameNumbers_.resize(count);
   for (unsigned int volume = 0; volume < count; ++volume) {
@@ -36,10 +39,16 @@ void MultiFrameImage::setNumberOfVolumes(unsigned int count) {
 void MultiFrameImage::addImage(int volume, int frameOffset, SliceImage& image,
                                unsigned int frameNumber) {
   const KtVec3l oneFrame{image.extent.x, image.extent.y, 1};
-  SliceImage& slice = volumes_[indexOf(volume)].append(image);
-  frameNumbers_[indexOf(volume)].append(frameNumber);
-  slice.setFrameOffset(frameOffset, storedSampleBytes(image.bytesPerSample), image.samplesPerPixel,
-                       oneFrame, image.lossy, true);
+  KtDArray<unsigned int>& numbers = frameNumbers_[indexOf(volume)];
+  KtDArray<SliceImage>& slices = volumes_[indexOf(volume)];
+  slices.append(image).setFrameOffset(frameOffset, storedSampleBytes(image.bytesPerSample),
+                                      image.samplesPerPixel, oneFrame, image.lossy, true);
+  try {
+    numbers.append(frameNumber);
+  } catch (...) {
+    slices.resize(slices.size() - 1);  // no slice without a number
+    throw;
+  }
 }
 
 void MultiFrameImage::reverseOrder(int volume) {
