@@ -12,12 +12,16 @@
 
 #include <zrdcmexport/ZrSliceImage.h>
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <new>
 
 namespace {
 
 using fuzz::require;
+
+const std::array<DcmTagKey, 3> kSampleAttributes = {DCM_BitsAllocated, DCM_BitsStored, DCM_HighBit};
 
 /// One decoding of the same bytes: the samples live in the item or in the slice.
 struct Decoded {
@@ -96,6 +100,17 @@ void decodeIntoTarget(const Source& source, int first, int last) {
   run.process(dataset, first, last, &target);
 }
 
+/// Whether two datasets say the same of how samples are stored. DCMTK's JPEG decoders rewrite these
+/// attributes by the precision of the stream when all frames are decoded, and leave them for a range.
+bool storeSamplesAlike(DcmItem& left, DcmItem& right) {
+  return std::all_of(kSampleAttributes.begin(), kSampleAttributes.end(), [&](const DcmTagKey& key) {
+    OFString ofLeft;
+    OFString ofRight;
+    const bool isThere = left.findAndGetOFString(key, ofLeft).good();
+    return isThere == right.findAndGetOFString(key, ofRight).good() && ofLeft == ofRight;
+  });
+}
+
 /// Frames of the range must be those of the whole, wherever DCMTK counts both in whole bytes. Of
 /// colour a range may repeat its first frame, so that only that one can be compared.
 void compareWholeWithRange(const Source& source) {
@@ -113,7 +128,8 @@ void compareWholeWithRange(const Source& source) {
   const bool isColour = whole.slice.samplesPerPixel != 1;
   const int first = isColour ? 0 : std::min(std::abs(image.first), frames - 1);
   range.process(rangeDataset, first, isColour ? 0 : image.last);
-  if (!range.done || !haveSameForm(whole, range)) {
+  if (!range.done || !haveSameForm(whole, range) ||
+      !storeSamplesAlike(wholeDataset, rangeDataset)) {
     return;
   }
   const std::size_t count = isColour ? range.frameSize() : range.size();
