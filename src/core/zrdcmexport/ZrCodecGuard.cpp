@@ -7,7 +7,8 @@
 //   RLE, frame alone      a short fragment or a stripe outside it is read beyond its end
 //   JPEG, frame header    a smaller image than the attributes promise leaves heap contents; a larger
 //                         promise than the stream allocates gigabytes; a marker for temporary use
-//                         makes the search for the header endless
+//                         makes the search for the header endless; more than 8 bits called baseline
+//                         fill half of the samples
 //   JPEG-LS, all of it    a stream that ends inside its scans is read beyond its end; presets of a
 //                         kind that the decoder does not check make it read outside its buffers
 #include "ZrCodecGuard.h"
@@ -57,6 +58,7 @@ CodecGuard::CodecGuard(DcmItem& item, DcmPixelData& pixelData)
   if (pixelData.getEncapsulatedRepresentation(syntax, parameter, sequence_).good() &&
       sequence_ != nullptr) {
     codec_ = codecOf(syntax);
+    isBaseline_ = syntax == EXS_JPEGProcess1;
   }
 }
 
@@ -182,6 +184,10 @@ std::optional<unsigned long long> CodecGuard::jpegYield(unsigned long fragment) 
       codec_ == Codec::JpegLs ? passJpegLsImage(stream) : readJpegFrameHeader(stream);
   if (!header || header->rows != rows_ || header->columns != columns_ ||
       header->components != samplesPerPixel_) {
+    return std::nullopt;
+  }
+  // The decoder of the baseline process makes one byte of every sample, whatever the stream says.
+  if (isBaseline_ && header->precision > 8) {
     return std::nullopt;
   }
   return pixelsPerFrame() * samplesPerPixel_ * (header->precision > 8 ? 2 : 1);

@@ -66,6 +66,7 @@ private:
                                      unsigned long long frameSize) const;
 
   Codec codec_ = Codec::None;
+  bool isBaseline_ = false;  ///< the process of 8-bit JPEG
   DcmPixelSequence* sequence_ = nullptr;
   Uint16 columns_ = 0;
   Uint16 rows_ = 0;

@@ -231,6 +231,15 @@ TEST(SliceDecodingHostile, JpegLsThatEndsInsideItsScanIsRefused) {
   EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
 }
 
+TEST(SliceDecodingHostile, LosslessJpegOfSixteenBitsThatIsCalledBaselineIsRefused) {
+  const ImageBuilder builder = monochromeImage(48, 48);
+  const auto dataset = decoding::encapsulate(*builder.build(), EXS_JPEGProcess1,
+                                             {jpegOf(builder, EXS_JPEGProcess14SV1)});
+
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kFrameRefused);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+}
+
 TEST(SliceDecodingHostile, JpegThatPromisesGigabytesIsRefused) {
   const auto dataset = support::compress(*kSmallImage.build(), EXS_JPEGProcess1);
   ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 65535).good());
