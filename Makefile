@@ -2,7 +2,7 @@
 # Thin doors to the presets in CMakePresets.json and the scripts in scripts/.
 
 .DEFAULT_GOAL := build
-.PHONY: build deps demo test coverage mutation bench fuzz format tidy docs install help
+.PHONY: build deps demo test coverage mutation memcheck bench fuzz format tidy docs install help
 
 # SAN=address,undefined or SAN=thread picks the sanitizer preset for `make test`.
 SAN ?=
@@ -35,6 +35,9 @@ coverage: deps ## say which lines and branches the tests reach, and fail below t
 
 mutation: deps ## say how many small slips in the library the tests notice; most of an hour
 	python3 tests/mutation/mutate.py --jobs $(JOBS)
+
+memcheck: deps ## run hostile and damaged files under valgrind
+	scripts/check-memcheck.sh
 
 fuzz: deps ## run every fuzzer for SECONDS each
 	scripts/fuzz.sh $(or $(SECONDS),60)

@@ -5,6 +5,7 @@
 #include "support/ImageBuilder.h"
 #include "support/TempDir.h"
 
+#include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <iterator>
@@ -186,6 +187,15 @@ const std::vector<SmallFile>& smallFiles() {
       {"AttributesAlone", attributesAlone, EXS_LittleEndianExplicit, false},
   };
   return kFiles;
+}
+
+std::size_t stepFrom(const char* variable, std::size_t usual) {
+  const char* const text = std::getenv(variable);
+  return text != nullptr ? std::stoul(text) : usual;
+}
+
+bool timeIsLimited() {
+  return std::getenv("ZRDCMEXPORT_NO_TIME_LIMIT") == nullptr;
 }
 
 std::string bytesOf(const SmallFile& file) {

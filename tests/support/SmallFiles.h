@@ -4,6 +4,7 @@
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +21,14 @@ struct SmallFile {
 
 /// One for each way that samples are stored, and one that has attributes alone.
 [[nodiscard]] const std::vector<SmallFile>& smallFiles();
+
+/// How many places to go on from one damage to the next: `usual`, or what the environment variable
+/// of that name says. Slow tools look at fewer places, long runs at all of them.
+[[nodiscard]] std::size_t stepFrom(const char* variable, std::size_t usual);
+
+/// Whether to stop the time of single inputs. Not under tools that make everything slow, which say
+/// so in ZRDCMEXPORT_NO_TIME_LIMIT.
+[[nodiscard]] bool timeIsLimited();
 
 /// The file's bytes. They are made in a child process, because DCMTK never frees the codecs that
 /// compressing registers. Throws std::runtime_error when that fails.

@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
+# Runs hostile and damaged files through the optimised build under valgrind's memcheck, which looks into
+# the packaged DCMTK as well; AddressSanitizer cannot. Every hostile pattern that the tests build (and
+# the files of ZRDCMEXPORT_HAZARDS, where there are any), and small files cut off and with bits turned
+# over, at some places each. Usage: scripts/check-memcheck.sh [BUILD_FOLDER]
+set -eu
+cd "$(dirname "$0")/.."
+build=${1:-build/release}
+logs=$(mktemp -d)
+trap 'rm -rf "$logs"' EXIT
+
+if [ $# -eq 0 ]; then
+  cmake --preset release --log-level=WARNING
+fi
+cmake --build "$build" --target slice_decoding_tests zrdcm_malformed_tests bit_flip_tests
+
+# Primes, so that all bits and all places in words take their turn.
+export ZRDCMEXPORT_BYTES_BETWEEN_CUTS=${ZRDCMEXPORT_BYTES_BETWEEN_CUTS:-97}
+export ZRDCMEXPORT_BITS_BETWEEN_FLIPS=${ZRDCMEXPORT_BITS_BETWEEN_FLIPS:-401}
+export ZRDCMEXPORT_NO_TIME_LIMIT=1
+
+# memcheck PROGRAM ARGUMENT...: fails when the tests do, or any of their processes errs. Who frees does
+# not matter: a test program with an operator new of its own has an inlined delete that calls free.
+memcheck() {
+  valgrind --quiet --error-exitcode=9 --leak-check=no --show-mismatched-frees=no --num-callers=30 \
+    --suppressions=scripts/memcheck.supp --log-file="$logs/%p" "$@"
+}
+
+# One after the other in two rows, as the tests of each run for about a minute.
+{
+  memcheck "$build/tests/core/slice/slice_decoding_tests" --gtest_brief=1 --gtest_filter='*Hostile*' &&
+    memcheck "$build/tests/tools/zrdcm_malformed_tests" --gtest_brief=1
+} &
+row=$!
+status=0
+memcheck "$build/tests/core/faults/bit_flip_tests" --gtest_brief=1 || status=1
+wait $row || status=1
+
+if grep -q . "$logs"/*; then
+  cat "$logs"/*
+  status=1
+fi
+exit $status
