@@ -82,7 +82,18 @@ bool mayOpenDocument(const Task& task, std::string& errorText) {
   return true;
 }
 
+/// Whether native samples of more than 16 bits are all there with all their bytes. DCMTK puts them
+/// together from words, and does not find the end when the last one lacks some of its words.
+bool hasWholeSamples(const Task& task) {
+  const bool isNative = !DcmXfer(task.attributes.storedSyntax).isEncapsulated();
+  return !isNative || task.pixelData.getLength() % task.attributes.bytesPerSample == 0;
+}
+
 bool mayOpenImage(const Task& task, std::string& errorText) {
+  if (task.attributes.bytesPerSample > 2 && !hasWholeSamples(task)) {
+    errorText = kNoUncompressedData;
+    return false;
+  }
   if (task.frames.all) {
     return mayDecompressAll(task, errorText);
   }

@@ -458,6 +458,20 @@ TEST(SliceDecodingColour, RefusesPartnersThatAreMissingBehindOddBits) {
   EXPECT_EQ(decodeRange(*tooShort, 0, 0).errorText, "DicomImage::getOutputData() failed");
 }
 
+// DCMTK runs away over such a sample, through all of the memory that it can reach.
+TEST(SliceDecodingColour, RefusesLongSamplesThatEndWithinOne) {
+  const auto dataset = subsampledImage(2, 2).build();
+  ASSERT_TRUE(dataset->putAndInsertString(DCM_SamplesPerPixel, "1").good());
+  ASSERT_TRUE(dataset->putAndInsertString(DCM_BitsAllocated, "32").good());
+  ASSERT_TRUE(dataset->putAndInsertString(DCM_BitsStored, "32").good());
+  ASSERT_TRUE(dataset->putAndInsertString(DCM_HighBit, "31").good());
+  const std::vector<Uint16> words(35, 0x0707);
+  ASSERT_TRUE(dataset->putAndInsertUint16Array(DCM_PixelData, words.data(), words.size()).good());
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, "Uncompressed data has size 0");
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, "Uncompressed data has size 0");
+}
+
 TEST(SliceDecodingColour, SharesColourInARangeBeforeSamplesThatAreMissing) {
   const auto dataset = subsampledImage(2, 1).frames(2).build();
   const std::vector<Uint8> pairAndHalf = {10, 200, 128, 128, 7, 7};
