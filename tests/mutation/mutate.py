@@ -282,8 +282,11 @@ def main():
     def key_of(mutant):
         return (mutant.file, mutant.kind, *mutant.before_and_after(sources[mutant.file]))
 
+    equivalent = {tuple(row[:3]) for row in read_table(HERE / "equivalent.tsv")}
+
     def is_known(mutant):
-        return key_of(mutant) in known and known[key_of(mutant)][5] != "survived"
+        file, _, before, after = key = key_of(mutant)
+        return key in known and (known[key][5] != "survived" or (file, before, after) in equivalent)
 
     chosen = [mutant for mutant in chosen if SUBJECT_OF[mutant.file] in subjects]
     lock = threading.Lock()
@@ -291,7 +294,8 @@ def main():
 
     def judge(index):
         mutant = chosen[index]
-        if is_known(mutant):
+        was_known = is_known(mutant)
+        if was_known:
             outcome, detail = known[key_of(mutant)][5:7]
         else:
             worker = folder / f"mutant-{threading.get_ident()}"
@@ -300,15 +304,15 @@ def main():
         line = mutant.line(sources[mutant.file])
         with lock:
             rows[index] = [mutant.file, str(line), *key_of(mutant)[1:], outcome, detail]
-            if not is_known(mutant):
+            if not was_known:
                 print(f"{len(rows)}/{len(chosen)} {mutant.file}:{line} {mutant.kind}: {outcome} {detail}", flush=True)
-            with open(results, "w", encoding="utf-8") as table:
-                table.writelines("\t".join(rows[i]) + "\n" for i in sorted(rows))
+            known.pop(key_of(mutant), None)
+            with open(results, "w", encoding="utf-8") as table:  # a run that is stopped can go on
+                table.writelines("\t".join(row) + "\n" for row in [*(rows[i] for i in sorted(rows)), *known.values()])
 
     with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
         list(pool.map(judge, range(len(chosen))))
 
-    equivalent = {tuple(row[:3]) for row in read_table(HERE / "equivalent.tsv")}
     ordered = [rows[i] for i in sorted(rows)]
     with open(folder / "report.txt", "w", encoding="utf-8") as report:
         summary(ordered, equivalent, report)

@@ -251,6 +251,17 @@ TEST(LutReading, IgnoresWhatFailedReadsLeaveBehind) {
   EXPECT_THAT(reading.log, IsEmpty());
 }
 
+TEST(LutReading, IgnoresTheWordsThatAFailedReadLeavesBehind) {
+  ModalityItem item("3\\0\\8");
+  item.container.failsWithRubbish();
+  item.container.bytes(DCM_LUTData, {1, 2, 3});
+
+  const Reading reading = readModality(item.image);
+
+  EXPECT_THAT(valuesOf(reading.lut), ElementsAre(1, 2, 3));
+  EXPECT_THAT(reading.log, IsEmpty());
+}
+
 TEST(LutReading, TakesANullPointerForNoData) {
   ModalityItem item("3\\0\\8");
   item.container.findsNothingWithSuccess();

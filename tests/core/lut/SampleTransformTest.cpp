@@ -630,6 +630,37 @@ TEST(SampleTransformStrides, ConvertsLongRowsWithGaps) {
   }
 }
 
+TEST(SampleTransformStrides, ConvertsLargeImagesOfNarrowRows) {
+  // Large enough for a table of all sample values, with rows that end inside a group of four pixels.
+  std::vector<unsigned char> entries;
+  for (int value = 0; value < 256; ++value) {
+    entries.insert(entries.end(),
+                   {static_cast<unsigned char>(value), 7, static_cast<unsigned char>(255 - value)});
+  }
+  for (const std::size_t columns : {1, 3, 5}) {
+    constexpr std::size_t kRows = 1200;
+    const auto gap = static_cast<long long>(columns + 1);
+    std::vector<unsigned char> memory(kRows * (columns + 1));
+    for (std::size_t i = 0; i < memory.size(); ++i) {
+      memory[i] = static_cast<unsigned char>(i % 251);
+    }
+    const Handle source =
+        wrap(memory.data(), KtVec3l(gap - 1, kRows, 1), KtVec3l(1, gap, 0), KtPrimType::U8);
+
+    const auto found =
+        valuesOf<unsigned char>(outOfPlace(source, 8, 7, table8(entries, 3)).container);
+
+    std::vector<unsigned char> expected;
+    for (std::size_t i = 0; i < memory.size(); ++i) {
+      if (i % (columns + 1) < columns) {
+        expected.insert(expected.end(),
+                        {memory[i], 7, static_cast<unsigned char>(255 - memory[i])});
+      }
+    }
+    EXPECT_EQ(found, expected) << columns;
+  }
+}
+
 // ---- several values per pixel ------------------------------------------------------------------
 
 TEST(SampleTransformColour, ConvertsAllValuesWithoutATable) {

@@ -99,6 +99,14 @@ TEST(SliceVector, PutsFramesInSliceOrder) {
   EXPECT_THAT(split.offsets(0), ElementsAre(kFrameBytes, 3 * kFrameBytes, 0, 2 * kFrameBytes));
 }
 
+TEST(SliceVector, MayBeTextWithSigns) {
+  SplitDataset split(
+      nmStack({1, 1}, 2).without(DCM_SliceVector).with(DCM_SliceVector, EVR_IS, "+2\\+1"));
+
+  ASSERT_TRUE(split.done());
+  EXPECT_THAT(split.frameNumbers(0), ElementsAre(1, 0));
+}
+
 TEST(SliceVector, MayBeMissing) {
   SplitDataset split(nmStack({1, 1, 1}, 3).without(DCM_SliceVector));
 

@@ -313,6 +313,22 @@ INSTANTIATE_TEST_SUITE_P(
                     Frames{"BeforeTheDecoded", "2", 1, 2, 3, {}}),
     support::nameOf<Frames>);
 
+TEST(OverlayFrames, OfALaterGroupAreReadWhereThoseOfAnEarlierOneAreNotWanted) {
+  const ImageBuilder image = monochromeImage(8, 4)
+                                 .bitsStored(12)
+                                 .frames(2)
+                                 .overlayBits(0x6000, 15, {{2, 1}}, 0)
+                                 .overlayBits(0x6002, 14, {{3, 2}}, 1)
+                                 .withUint16(DcmTagKey(0x6002, 0x0051), 2);
+  StoredSlice stored(image, 8, 4, 2);
+
+  const KtHandle<ZrOverlayData>& overlays = stored.overlaysOf(1, 1);
+
+  ASSERT_TRUE(overlays.isNotNull());
+  ASSERT_EQ(overlays->count(), 1);
+  EXPECT_EQ(overlays->group(0), 0x6002);
+}
+
 TEST(OverlayFrames, ThatTheSliceDoesNotHoldAreNotRead) {
   StoredSlice stored(fourFrames(), 8, 4, 2);  // a slice of frames 1 and 2 of the dataset
 

@@ -240,6 +240,25 @@ TEST(SliceDecodingHostile, LosslessJpegOfSixteenBitsThatIsCalledBaselineIsRefuse
   EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
 }
 
+TEST(SliceDecodingHostile, JpegLsInSeveralFragmentsIsReadToItsEnd) {
+  const ImageBuilder builder = monochromeImage(48, 48).unsigned8();
+  const Fragment whole = jpegOf(builder, EXS_JPEGLSLossless);
+  const auto dataset = decoding::encapsulate(*builder.build(), EXS_JPEGLSLossless,
+                                             decoding::cut(whole, whole.size() / 4 * 2));
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, "");
+}
+
+TEST(SliceDecodingHostile, JpegLsThatWouldEndInTheNextFrameIsRefused) {
+  const ImageBuilder builder = monochromeImage(48, 48).unsigned8().frames(2);
+  const Fragment whole = jpegOf(builder, EXS_JPEGLSLossless);
+  const Fragment half = decoding::cut(whole, whole.size() / 4 * 2)[0];
+  const auto dataset = decoding::encapsulate(*builder.build(), EXS_JPEGLSLossless, {half, whole});
+
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kFrameRefused);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+}
+
 TEST(SliceDecodingHostile, JpegThatPromisesGigabytesIsRefused) {
   const auto dataset = support::compress(*kSmallImage.build(), EXS_JPEGProcess1);
   ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 65535).good());
@@ -304,6 +323,23 @@ TEST(SliceDecodingHostile, CompressedFramesOfMoreThanFourGigabytesAreRefused) {
 
   EXPECT_EQ(decodeAll(*monochrome).errorText, kWholeRefused);
   EXPECT_EQ(decodeAll(*colour).errorText, kTooLarge);
+}
+
+TEST(SliceDecodingHostile, ARenderedFrameOfMoreThanFourGigabytesIsRefused) {
+  const auto dataset = support::compress(*paletteImage(24, 24).build(), EXS_RLELossless);
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 65535).good());
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Columns, 65535).good());
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_BitsAllocated, 16).good());
+
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kTooLarge);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kTooLarge);
+}
+
+TEST(SliceDecodingHostile, ColourOfSixteenBitsIsNeverTakenFromTheDecoderDirectly) {
+  const auto dataset = decoding::encapsulate(*rgbImage(48, 48).unsigned16().build(),
+                                             EXS_JPEGProcess14SV1, {endlessMarkers()});
+
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kNothingToRender);
 }
 
 struct Countable {
@@ -504,6 +540,10 @@ INSTANTIATE_TEST_SUITE_P(
         Header{"BehindASecondStart", kJpeg, {jpegBehind({0xFF, 0xD8})}, true},
         Header{"BehindAStuffedZero", kJpeg, {jpegBehind({0xFF, 0x00})}, false},
         Header{"BehindAnUndefinedMarker", kJpeg, {jpegBehind({0xFF, 0x02})}, false},
+        Header{"BehindATemporarySegment", kJpeg, {jpegBehind({0xFF, 0x01, 0, 2})}, false},
+        Header{"BehindAZeroSegment", kJpeg, {jpegBehind({0xFF, 0x00, 0, 2})}, false},
+        Header{"BehindAnUndefinedSegment", kJpeg, {jpegBehind({0xFF, 0x02, 0, 2})}, false},
+        Header{"BehindAnEndSegment", kJpeg, {jpegBehind({0xFF, 0xD9, 0, 2})}, false},
         Header{"BehindNoMarker", kJpeg, {jpegBehind({0xFE, 0xE0, 0, 2})}, false},
         Header{"OfNothing", kJpeg, {{}}, false},
         Header{"OfAnotherStart", kJpeg, {joined({{0xFF, 0xD9}, kBaselineFrame})}, false},
