@@ -64,6 +64,39 @@ std::string nestedImplicitSequences(int depth) {
   return preambleAndMeta(UID_LittleEndianImplicitTransferSyntax) + content;
 }
 
+std::string bigEndian(std::uint32_t value, std::size_t bytes) {
+  const std::string text = littleEndian(value, bytes);
+  return {text.rbegin(), text.rend()};
+}
+
+std::string nestedBigEndianSequences(int depth) {
+  std::string bytes = preambleAndMeta(UID_BigEndianExplicitTransferSyntax);
+  for (int i = 0; i < depth; ++i) {
+    bytes += bigEndian(0x0040A730, 4) + "SQ" + std::string(2, '\0') + bigEndian(0xFFFFFFFF, 4) +
+             bigEndian(0xFFFEE000, 4) + bigEndian(0xFFFFFFFF, 4);
+  }
+  for (int i = 0; i < depth; ++i) {
+    bytes +=
+        bigEndian(0xFFFEE00D, 4) + bigEndian(0, 4) + bigEndian(0xFFFEE0DD, 4) + bigEndian(0, 4);
+  }
+  return bytes;
+}
+
+// Sequences in a private element of unknown VR: what it holds is implicit, whatever the file is.
+std::string nestedUnknowns(int depth) {
+  std::string bytes = preambleAndMeta(UID_LittleEndianExplicitTransferSyntax) +
+                      explicitHeader(0x0009, 0x1010, "UN", 0xFFFFFFFF);
+  for (int i = 1; i < depth; ++i) {
+    bytes += littleEndian(0xE000FFFE, 4) + littleEndian(0xFFFFFFFF, 4) + littleEndian(0x0040, 2) +
+             littleEndian(0xA730, 2) + littleEndian(0xFFFFFFFF, 4);
+  }
+  for (int i = 1; i < depth; ++i) {
+    bytes += littleEndian(0xE0DDFFFE, 4) + littleEndian(0, 4) + littleEndian(0xE00DFFFE, 4) +
+             littleEndian(0, 4);
+  }
+  return bytes + littleEndian(0xE0DDFFFE, 4) + littleEndian(0, 4);
+}
+
 struct BadFile {
   const char* name;
   std::string content;
@@ -114,7 +147,24 @@ INSTANTIATE_TEST_SUITE_P(
                 "nests sequences too deeply to be read safely"},
         BadFile{"SequencesDeepEnough", nestedSequences(64), "File contains no pixel data"},
         BadFile{"ImplicitSequencesDeepEnough", nestedImplicitSequences(64),
-                "File contains no pixel data"}),
+                "File contains no pixel data"},
+        BadFile{"BigEndianSequencesTooDeep", nestedBigEndianSequences(65),
+                "nests sequences too deeply to be read safely"},
+        BadFile{"BigEndianSequencesDeepEnough", nestedBigEndianSequences(64),
+                "File contains no pixel data"},
+        BadFile{"UnknownsTooDeep", nestedUnknowns(65),
+                "nests sequences too deeply to be read safely"},
+        BadFile{"UnknownsDeepEnough", nestedUnknowns(64), "File contains no pixel data"},
+        BadFile{"DatasetThatIsCutShort",
+                littleEndian(0x08, 2) + littleEndian(0x08, 2) + "CS" + littleEndian(140, 2) +
+                    std::string(140, 'A') + littleEndian(0x08, 2) + littleEndian(0x16, 2) + "UI" +
+                    littleEndian(26, 2) + "1.2.",
+                "is damaged or no DICOM file: (0008,0016) claims 26 bytes, more than the file has "
+                "left"},
+        BadFile{"ElementsThatNobodyKnows",
+                littleEndian(0x08, 2) + littleEndian(0x0FFF, 2) + "LO" + littleEndian(200, 2) +
+                    std::string(200, 'a'),
+                "is not a DICOM file"}),
     support::nameOf<BadFile>);
 
 TEST(DeepSequences, AreFoundInDeflatedFilesToo) {
@@ -174,6 +224,15 @@ TEST(Folder, IsNoDicomFile) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.errors,
             "zrdcm: " + folder.path().string() + ": is a folder, not a DICOM file\n");
+}
+
+TEST(NameThatIsTooLong, IsNoDicomFile) {
+  const std::string name(300, 'x');
+
+  const Outcome outcome = runZrdcm({"info", name});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "zrdcm: " + name + ": cannot be opened: File name too long\n");
 }
 
 TEST(Device, IsNoDicomFile) {

@@ -92,6 +92,27 @@ TEST_F(ZrdcmDecode, WritesColourNumpyArraysWithAFourthAxis) {
   EXPECT_EQ(hex(bytes.substr(128)), "ff 00 01 02 03 04");
 }
 
+TEST_F(ZrdcmDecode, ReportsTypeAndShapeOfWhatItWrote) {
+  const auto reportOf = [this](const DcmDataset& dataset, std::vector<std::string> options) {
+    support::saveFile(dataset, folder_.file("in.dcm"));
+    options.insert(options.begin(), {"decode", folder_.file("in.dcm").string(), "--json", "-o",
+                                     folder_.file("out.raw").string()});
+    return nlohmann::json::parse(runZrdcm(options).output);
+  };
+  const auto wide = support::monochromeImage(3, 2).signed16().rescale("2", "5").build();
+
+  const auto colour = reportOf(*support::rgbImage(3, 2).build(), {});
+  EXPECT_EQ(colour["shape"], (nlohmann::json{1, 2, 3, 3}));
+  EXPECT_EQ(colour["type"], "uint8");
+  EXPECT_EQ(colour["modality"], nullptr);
+  EXPECT_EQ(reportOf(*support::monochromeImage(3, 2).signed8().build(), {"--stored"})["type"],
+            "int8");
+  EXPECT_EQ(reportOf(*wide, {"--stored"})["type"], "int16");
+  EXPECT_EQ(reportOf(*wide, {"--stored"})["modality"], nullptr);
+  EXPECT_EQ(reportOf(*wide, {})["type"], "uint16");
+  EXPECT_EQ(reportOf(*wide, {})["modality"], (nlohmann::json{2.0, 5.0 - 2.0 * 32768.0}));
+}
+
 TEST_F(ZrdcmDecode, TellsNumpyThatStoredSamplesAreSigned) {
   const auto wide = support::monochromeImage(1, 1).signed16().samples({-2}).build();
   const auto narrow = support::monochromeImage(1, 1).signed8().samples({-2}).build();

@@ -79,6 +79,13 @@ TEST_F(DecodedPicture, KeepsPaddingOutOfTheRange) {
   EXPECT_THAT(decode(*image.build()).samples, ElementsAre(0, 0, 128, 255));
 }
 
+TEST_F(DecodedPicture, KeepsUnsignedPaddingOutOfTheRange) {
+  auto image = support::monochromeImage(4, 1).samples({65535, 100, 200, 300});
+  image.withUint16(DCM_PixelPaddingValue, 65535);
+
+  EXPECT_THAT(decode(*image.build()).samples, ElementsAre(255, 0, 128, 255));
+}
+
 TEST_F(DecodedPicture, IgnoresAWindowThatShowsNothing) {
   const auto image =
       support::monochromeImage(3, 1).samples({0, 100, 200}).window("50", "0").build();
@@ -144,6 +151,12 @@ TEST_F(DecodedPicture, CarriesOverlaysInAColourOfTheirGroup) {
   EXPECT_EQ(picture.channels, 3);
   EXPECT_THAT(picture.samples, ElementsAre(0, 0, 0, 255, 196, 0, 64, 224, 255));
   EXPECT_EQ(decode(*image).channels, 1);
+}
+
+TEST_F(DecodedPicture, OfColourStaysAsItIsWhereOverlaysAreAskedFor) {
+  const auto image = support::rgbImage(1, 2).samples({255, 0, 1, 2, 3, 4}).build();
+
+  EXPECT_THAT(decode(*image, {"--overlays"}).samples, ElementsAre(255, 0, 1, 2, 3, 4));
 }
 
 TEST_F(DecodedPicture, CarriesTheOverlaysOfItsOwnFrame) {

@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -443,6 +444,10 @@ INSTANTIATE_TEST_SUITE_P(
                 "{\"SpecificCharacterSet\": \"ISO_IR 100\", \"PatientName\": \"\xc3\xb6\"}",
                 "PatientName: letters beyond ASCII need the SpecificCharacterSet ISO_IR 192",
                 "u16"},
+        BadTags{"KeyOfAnotherLength", R"({"G008-00016": "x"})",
+                "G008-00016: neither a keyword of DICOM nor a key like G0008-0016", "u16"},
+        BadTags{"TextForANumber", R"({"NumberOfTimeSlots": "x"})",
+                "NumberOfTimeSlots: Corrupted data", "u16"},
         BadTags{"NulInAText", R"({"PatientID": "a\u0000b"})",
                 "PatientID: holds a character that no text may hold", "u16"}),
     support::nameOf<BadTags>);
@@ -471,6 +476,23 @@ TEST_F(ZrdcmExport, RefusesMoreSamplesThanTheWriterCanCount) {
 
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.errors, "zrdcm: too many samples for one image: 4294836225\n");
+}
+
+TEST_F(ZrdcmExport, WritesThePaddingOfUnsignedSamples) {
+  const Outcome run = exportTags(R"({"PixelPaddingValue": "65535"})");
+
+  ASSERT_EQ(run.status, 0) << run.errors;
+  EXPECT_EQ(text(DCM_PixelPaddingValue), "65535");
+}
+
+TEST_F(ZrdcmExport, NamesTheFileThatIsNotThere) {
+  EXPECT_EQ(exportWith({"--tags", path("missing")}).errors,
+            "zrdcm: cannot read " + path("missing") + "\n");
+
+  std::filesystem::remove(folder_.file("image.raw"));
+  EXPECT_EQ(exportTags("{}").errors, "zrdcm: cannot read " + path("image.raw") + "\n");
+  std::filesystem::create_directory(folder_.file("image.raw"));
+  EXPECT_EQ(exportTags("{}").errors, "zrdcm: cannot read " + path("image.raw") + "\n");
 }
 
 TEST_F(ZrdcmExport, RefusesWrongUsage) {

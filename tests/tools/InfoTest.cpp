@@ -12,6 +12,7 @@
 namespace {
 
 using nlohmann::json;
+using support::ImageBuilder;
 using testing::HasSubstr;
 using tools::Outcome;
 using tools::runZrdcm;
@@ -224,6 +225,118 @@ TEST_F(ZrdcmInfo, ListsForPeopleWhatTheJsonHolds) {
   EXPECT_THAT(outcome.output, HasSubstr("size                4 x 3 x 1 (columns, rows, frames)"));
   EXPECT_THAT(outcome.output, HasSubstr("window              centre 40, width 400"));
   EXPECT_THAT(outcome.output, HasSubstr("slope 2, intercept -1000"));
+}
+
+TEST_F(ZrdcmInfo, ListsOverlaysAndTables) {
+  support::DatasetBuilder table;
+  table.withUint16s(DCM_LUTDescriptor, {4, 10, 16}).withWords(DCM_LUTData, {0, 300, 600, 65535});
+  auto image = support::monochromeImage(4, 3).bitsStored(12).frames(3).overlayBits(
+      0x6002, 13, {{1, 1}, {2, 1}}, 0);
+  image.withItem(DCM_ModalityLUTSequence, table);
+
+  const Outcome outcome = runZrdcm({"info", save(*image.build())});
+
+  EXPECT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_THAT(outcome.output, HasSubstr("kind                single image\n"));
+  EXPECT_THAT(outcome.output,
+              HasSubstr("pixels              MONOCHROME2, 12 bits in 16, high bit 11, unsigned\n"));
+  EXPECT_THAT(outcome.output,
+              HasSubstr("rescale             slope 1, intercept 0, samples shifted by 0\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("window              -\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("pixel spacing       -\n"));
+  EXPECT_THAT(outcome.output,
+              HasSubstr("modality LUT        4 entries of 1 x 16 bits, first maps 10\n  palette"
+                        "             none\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("overlay 6002        frame 0, 2 x 1 at (1, 1)\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("splits              no: "));
+}
+
+TEST_F(ZrdcmInfo, ListsAPalette) {
+  const Outcome outcome = runZrdcm({"info", save(*support::paletteImage(2, 2).build())});
+
+  EXPECT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_THAT(outcome.output, HasSubstr("decoded             3 x 8 bits a pixel\n"));
+  EXPECT_THAT(outcome.output,
+              HasSubstr("palette             256 entries of 3 x 16 bits, first maps 0\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("overlays            none embedded\n"));
+}
+
+TEST_F(ZrdcmInfo, ListsAnObjectWithoutPixels) {
+  support::DatasetBuilder builder;
+  builder.with(DCM_SOPClassUID, UID_RTPlanStorage).with(DCM_Modality, "RTPLAN");
+  const std::string file = save(*builder.build());
+
+  const Outcome outcome = runZrdcm({"info", file});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "zrdcm: " + file + ": File contains no pixel data\n");
+  EXPECT_THAT(outcome.output,
+              HasSubstr("object              RTPlanStorage (1.2.840.10008.5.1.4.1.1.481.5)\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("pixels              -, - bits in -, high bit -\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("not decoded         File contains no pixel data\n"));
+}
+
+TEST_F(ZrdcmInfo, ListsTheClassOfAnObject) {
+  const auto listed = [this](const ImageBuilder& image) {
+    return runZrdcm({"info", save(*image.build())}).output;
+  };
+
+  EXPECT_THAT(listed(support::monochromeImage(2, 2).with(DCM_SOPClassUID, "1.2.3.4")),
+              HasSubstr("object              1.2.3.4\n"));
+  EXPECT_THAT(listed(support::monochromeImage(2, 2).without(DCM_SOPClassUID)),
+              HasSubstr("object              -\n"));
+}
+
+TEST_F(ZrdcmInfo, ListsVolumesOfDifferentSizesInReverse) {
+  // The third frame's slice is beyond the two frames of its volume, so the volume keeps one.
+  const std::string file = save(*support::monochromeImage(2, 2)
+                                     .frames(4)
+                                     .frameIncrementPointer("(0054,0060)\\(0054,0070)\\(0054,0080)")
+                                     .with(DCM_SpacingBetweenSlices, "-1")
+                                     .with(DCM_NumberOfSlices, EVR_US, "3")
+                                     .with(DCM_NumberOfTimeSlots, EVR_US, "1")
+                                     .with(DCM_NumberOfRRIntervals, EVR_US, "2")
+                                     .withUint16s(DCM_RRIntervalVector, {1, 1, 2, 2})
+                                     .withUint16s(DCM_TimeSlotVector, {1, 1, 1, 1})
+                                     .withUint16s(DCM_SliceVector, {1, 2, 3, 1})
+                                     .build());
+
+  const Outcome outcome = runZrdcm({"info", file});
+
+  EXPECT_THAT(outcome.output, HasSubstr("kind                multi-frame, volume\n"));
+  EXPECT_THAT(outcome.output,
+              HasSubstr("splits              into 2 volumes of 1 to 2 slices (1 time slot x 2 R-R "
+                        "intervals), reversed\n"));
+}
+
+TEST_F(ZrdcmInfo, ListsAPointerThatNobodyKnows) {
+  const std::string file =
+      save(*support::monochromeImage(2, 2).frames(2).frameIncrementPointer("(0020,0013)").build());
+
+  EXPECT_THAT(runZrdcm({"info", file}).output, HasSubstr("frames by           (0020,0013)\n"));
+}
+
+TEST_F(ZrdcmInfo, ListsWhatIsLossy) {
+  const auto dataset = support::rgbImage(16, 16).build();
+  const std::string file =
+      save(*support::compress(*dataset, EXS_JPEGProcess1), "jpeg.dcm", EXS_JPEGProcess1);
+
+  const Outcome outcome = runZrdcm({"info", file});
+
+  EXPECT_THAT(outcome.output, HasSubstr("decoded             3 x 8 bits a pixel, lossy\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("pixels              YBR_FULL_422, 8 bits in 8, "));
+}
+
+TEST_F(ZrdcmInfo, ShowsItsProgressOnATerminalAlone) {
+  const std::string file = save(*support::monochromeImage(2, 2).build());
+  const std::string command = std::string(ZRDCM_PROGRAM) + " info --json " + file + " " + file;
+
+  const Outcome onTerminal = tools::runProgram({"script", "-qec", command, "/dev/null"});
+
+  EXPECT_EQ(onTerminal.status, 0);
+  EXPECT_THAT(onTerminal.output, HasSubstr("\rreading [###############...............] 1/2"));
+  EXPECT_THAT(onTerminal.output, HasSubstr("\r\x1b[K"));
+  EXPECT_EQ(runZrdcm({"info", "--json", file, file}).errors, "");
 }
 
 TEST_F(ZrdcmInfo, ShowsNoControlCharactersFromTheFile) {

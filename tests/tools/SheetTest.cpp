@@ -6,12 +6,16 @@
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"
 
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcpxitem.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 
 namespace {
 
@@ -315,6 +319,50 @@ INSTANTIATE_TEST_SUITE_P(Codings, ContactSheetOfColour,
                                          Coding{"JpegLossless", EXS_JPEGProcess14SV1},
                                          Coding{"JpegLs", EXS_JPEGLSLossless}),
                          support::nameOf<Coding>);
+
+// The same image with every frame in two fragments, so that they do not count the frames any more.
+std::unique_ptr<DcmDataset> inHalves(DcmDataset& dataset, E_TransferSyntax syntax) {
+  DcmElement* element = nullptr;
+  DcmPixelSequence* frames = nullptr;
+  EXPECT_TRUE(dataset.findAndGetElement(DCM_PixelData, element).good());
+  EXPECT_TRUE(dynamic_cast<DcmPixelData&>(*element)
+                  .getEncapsulatedRepresentation(syntax, nullptr, frames)
+                  .good());
+  auto halves = std::make_unique<DcmPixelSequence>(DcmTag(DCM_PixelData, EVR_OB));
+  const auto append = [&halves](Uint8* bytes, Uint32 count) {
+    auto* const item = new DcmPixelItem(DcmTag(DCM_Item, EVR_OB));
+    EXPECT_TRUE(item->putUint8Array(bytes, count).good());
+    EXPECT_TRUE(halves->insert(item).good());
+  };
+  append(nullptr, 0);
+  for (unsigned long i = 1; i < frames->card(); ++i) {
+    DcmPixelItem* item = nullptr;
+    Uint8* bytes = nullptr;
+    EXPECT_TRUE(frames->getItem(item, i).good());
+    EXPECT_TRUE(item->getUint8Array(bytes).good());
+    const Uint32 half = item->getLength() / 4 * 2;
+    append(bytes, half);
+    append(bytes + half, item->getLength() - half);
+  }
+  auto split = std::make_unique<DcmDataset>(dataset);
+  auto pixelData = std::make_unique<DcmPixelData>(DcmTag(DCM_PixelData, EVR_OB));
+  pixelData->putOriginalRepresentation(syntax, nullptr, halves.release());
+  EXPECT_TRUE(split->insert(pixelData.release(), true).good());
+  return split;
+}
+
+TEST_F(ContactSheet, ShowsColourFramesOfSeveralFragments) {
+  std::vector<int> samples(3 * 64, 250);
+  samples.insert(samples.end(), 3 * 64, 30);
+  const auto image = support::rgbImage(8, 8).frames(2).samples(samples).build();
+  const auto compressed = support::compress(*image, EXS_JPEGProcess14SV1);
+
+  draw(*inHalves(*compressed, EXS_JPEGProcess14SV1), {}, EXS_JPEGProcess14SV1);
+
+  EXPECT_EQ(report_["frames"], 2);
+  EXPECT_EQ(inTile(0), gray(250));
+  EXPECT_EQ(inTile(1), gray(30));
+}
 
 TEST_F(ContactSheet, PutsTheSlicesOfGatedVolumesIntoRows) {
   draw(*flatFrames({0, 1, 2, 3, 4, 5})

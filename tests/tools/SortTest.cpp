@@ -315,6 +315,21 @@ TEST_F(ZrdcmSort, RefusesToReplaceWhatItCopies) {
   EXPECT_EQ(textOf(one, DCM_InstanceNumber), "1");
 }
 
+TEST_F(ZrdcmSort, LeavesNoCopyWhereThereIsNoRoom) {
+  const std::string file = write("a", image(1));
+  const std::string copies = inFolder("copies");
+
+  // A limit of 0 blocks: the first byte is too much. It does not hold for the pipe.
+  const Outcome run = tools::runProgram(
+      {"sh", "-c", "(ulimit -f 0; \"$0\" sort --copy \"$1\" \"$2\" 2>&1; echo \"status $?\") | cat",
+       ZRDCM_PROGRAM, copies, file});
+
+  EXPECT_THAT(run.output,
+              HasSubstr("zrdcm: cannot write " + copies + "/0001.dcm: File too large\n"));
+  EXPECT_THAT(run.output, HasSubstr("status 1\n"));
+  EXPECT_THAT(tools::namesIn(copies), testing::IsEmpty());
+}
+
 TEST_F(ZrdcmSort, SaysWhereItCannotCopy) {
   const std::string file = write("a", image(1));
 

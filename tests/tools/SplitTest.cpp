@@ -399,6 +399,18 @@ TEST_F(OverlayMasks, AreAsLargeAsTheFrame) {
                            {"size", {2, 2}}}));
 }
 
+TEST_F(OverlayMasks, AreListedByName) {
+  support::saveFile(
+      *support::monochromeImage(3, 2).bitsStored(8).overlayBits(0x6000, 12, {{1, 0}}, 0).build(),
+      folder_.file("in.dcm"));
+  const std::string masks = folder_.file("masks").string();
+
+  const Outcome outcome = runZrdcm({"overlays", folder_.file("in.dcm").string(), "-o", masks});
+
+  EXPECT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_EQ(outcome.output, masks + "/overlay-6000-00000.png\n");
+}
+
 TEST_F(OverlayMasks, OfAnImageWithoutOverlaysAreAFailure) {
   const Outcome outcome = write(*support::monochromeImage(3, 2).build());
 
