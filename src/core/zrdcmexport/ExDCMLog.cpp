@@ -48,7 +48,7 @@ protected:
 /// What forwarding has replaced.
 struct Forwarding {
   std::mutex mutex;
-  oflog::SharedAppenderPtr bridge;
+  oflog::SharedAppenderPtr bridge;  // made once and kept: destructors of appenders ask for memory
   oflog::SharedAppenderPtrList former;
 };
 
@@ -73,14 +73,14 @@ void forwardDcmtkLog() {
   if (isInPlace(state, root)) {
     return;
   }
-  const oflog::SharedAppenderPtr bridge(new ApplicationLogAppender);
-  oflog::SharedAppenderPtrList former = root.getAllAppenders();
-  root.addAppender(bridge);
-  for (const oflog::SharedAppenderPtr& appender : former) {
+  if (state.bridge.get() == nullptr) {
+    state.bridge = oflog::SharedAppenderPtr(new ApplicationLogAppender);
+  }
+  state.former = root.getAllAppenders();
+  root.addAppender(state.bridge);
+  for (const oflog::SharedAppenderPtr& appender : state.former) {
     root.removeAppender(appender);
   }
-  state.bridge = bridge;
-  state.former.swap(former);
 }
 
 void restoreDcmtkLog() {
@@ -95,7 +95,6 @@ void restoreDcmtkLog() {
   }
   root.removeAppender(state.bridge);
   state.former.clear();
-  state.bridge = oflog::SharedAppenderPtr();
 }
 
 }  // namespace ExDCM

@@ -58,6 +58,8 @@ template <class Number>
 std::string joinNumbers(const Uint16* words, std::size_t valueBytes) {
   const std::size_t count = valueBytes / sizeof(Number);
   std::ostringstream stream;
+  // A stream keeps to itself that it found no memory, and yields the numbers until then.
+  stream.exceptions(std::ios::badbit);
   // The host's locale may group digits or write a decimal comma.
   stream.imbue(std::locale::classic());
   for (std::size_t i = 0; i < count; ++i) {

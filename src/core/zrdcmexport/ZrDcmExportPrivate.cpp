@@ -112,6 +112,19 @@ void computeLengths(DcmItem& part) {
                                           EET_ExplicitLength, 0, 0, 0);
 }
 
+/// Whether the meta information has the values that DCMTK makes by itself. It does not tell when it
+/// finds no memory for one of them, and writes the attribute without it.
+bool isWhole(DcmMetaInfo& meta) {
+  // The values themselves: an element without one may still have its length.
+  Uint32 groupLength = 0;
+  const Uint8* version = nullptr;
+  const char* syntax = nullptr;
+  return meta.findAndGetUint32(DCM_FileMetaInformationGroupLength, groupLength).good() &&
+         meta.findAndGetUint8Array(DCM_FileMetaInformationVersion, version).good() &&
+         version != nullptr && meta.findAndGetString(DCM_TransferSyntaxUID, syntax).good() &&
+         syntax != nullptr;
+}
+
 }  // namespace
 
 ZrDcmExportPrivate::ZrDcmExportPrivate()
@@ -186,7 +199,9 @@ bool ZrDcmExportPrivate::writeImageAsIs(int dim1, int dim2, void* pixels, KtPrim
   if (file.getMetaInfo() == nullptr) {
     return fail(kNoMetaInfo);
   }
-  fillMetaInfo(file);
+  if (!fillMetaInfo(file)) {
+    return fail(kMetaInfoFailed);
+  }
   if (!writeDicomTags(dataset, this, type, true)) {
     return fail(kTagsFailed);
   }
@@ -240,16 +255,18 @@ bool ZrDcmExportPrivate::fail(const KtString& message) {
   return false;
 }
 
-void ZrDcmExportPrivate::fillMetaInfo(DcmFileFormat& file) const {
-  // Makes the fixed attributes of the still empty file; what fails shows when the file is written.
+bool ZrDcmExportPrivate::fillMetaInfo(DcmFileFormat& file) const {
+  // Makes the fixed attributes of the still empty file; `isWhole` sees what has failed.
   (void)file.validateMetaInfo(EXS_LittleEndianExplicit, EWM_fileformat);
 
   DcmMetaInfo& meta = *file.getMetaInfo();
-  (void)meta.putAndInsertString(DCM_MediaStorageSOPClassUID, dicomTag("G0008-0016", ""), true);
-  (void)meta.putAndInsertString(DCM_MediaStorageSOPInstanceUID, dicomTag("G0008-0018", ""), true);
-  (void)meta.putAndInsertString(DCM_ImplementationClassUID, implementationClassUID.c_str(), true);
-  (void)meta.putAndInsertString(DCM_ImplementationVersionName, implementationVersionName.c_str(),
-                                true);
+  const auto put = [&meta](const DcmTagKey& key, const char* value) {
+    return meta.putAndInsertString(key, value, true).good();
+  };
+  return put(DCM_MediaStorageSOPClassUID, dicomTag("G0008-0016", "")) &&
+         put(DCM_MediaStorageSOPInstanceUID, dicomTag("G0008-0018", "")) &&
+         put(DCM_ImplementationClassUID, implementationClassUID.c_str()) &&
+         put(DCM_ImplementationVersionName, implementationVersionName.c_str());
 }
 
 bool ZrDcmExportPrivate::writeFile(DcmMetaInfo& metaInfo, DcmDataset& dataset) {
@@ -257,7 +274,7 @@ bool ZrDcmExportPrivate::writeFile(DcmMetaInfo& metaInfo, DcmDataset& dataset) {
   ZrDcmOutputFile output(path.c_str());
   computeLengths(metaInfo);
   computeLengths(dataset);
-  if (!output.write(metaInfo)) {
+  if (!isWhole(metaInfo) || !output.write(metaInfo)) {
     return fail(kMetaInfoFailed);
   }
   if (!output.write(dataset)) {

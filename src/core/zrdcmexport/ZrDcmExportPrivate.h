@@ -62,7 +62,7 @@ public:
 
 private:
   bool fail(const KtString& message);
-  void fillMetaInfo(DcmFileFormat& file) const;
+  [[nodiscard]] bool fillMetaInfo(DcmFileFormat& file) const;
   bool writeFile(DcmMetaInfo& metaInfo, DcmDataset& dataset);
 
   KtString lastError_;

@@ -23,7 +23,12 @@ ZrDcmOutputFile::ZrDcmOutputFile(const char* path) : file_(std::fopen(path, "wbe
     return;
   }
   // The stream owns the file from here on. It would take a null file for a good one.
-  stream_ = std::make_unique<DcmOutputFileStream>(file_);
+  try {
+    stream_ = std::make_unique<DcmOutputFileStream>(file_);
+  } catch (...) {
+    (void)std::fclose(file_);  // nothing has been written
+    throw;
+  }
   descriptor_ = duplicate(fileno(file_));
 }
 

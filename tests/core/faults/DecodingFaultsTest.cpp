@@ -134,6 +134,7 @@ TEST_P(DecodingInShortage, AnswersAndCanBeCalledAgain) {
        "Unable to locate DcmPixelData in DiDocument object",
        "DcmPixelData::getUncompressedFrame() failed"},
       true,
+      {},
       {resultWithoutNumberOfFrames(image)},
       isJpeg(image.syntax)};
 
@@ -266,7 +267,7 @@ class SplittingInShortage : public testing::TestWithParam<Image> {};
 
 TEST_P(SplittingInShortage, AnswersFalseAndCanBeCalledAgain) {
   keepLogsQuiet();
-  const Contract contract{{"", kOutOfMemory, "Pixel data can't be decompressed"}, false, {}, false};
+  const Contract contract{{"", kOutOfMemory, "Pixel data can't be decompressed"}, false};
 
   for (const bool split : {true, false}) {
     const long failures = faults::expectToSurviveShortages(

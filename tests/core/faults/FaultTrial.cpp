@@ -43,9 +43,9 @@ void expectWithinContract(const Trial& trial, const Answer& answer, const Contra
                           const std::string& right) {
   if (answer.threw) {
     EXPECT_TRUE(contract.mayThrow) << "std::bad_alloc got out\n" << describeFailure();
-  } else if (answer.done) {
+  } else if (answer.done && contract.lesserResults.count(trial.result()) == 0) {
     EXPECT_EQ(trial.result(), right) << "success with a wrong result\n" << describeFailure();
-  } else {
+  } else if (!answer.done) {
     EXPECT_TRUE(isDocumented(trial.message(), contract))
         << "an undocumented message: " << trial.message() << "\n"
         << describeFailure();

@@ -55,10 +55,13 @@ private:
 struct Contract {
   std::set<std::string> messages;  ///< with false, whole or as their beginning; none: never false
   bool mayThrow = false;           ///< std::bad_alloc
+  /// With true, where the entry is documented to give less instead of failing.
+  std::set<std::string> lesserResults = {};
   /// With true, from a DCMTK object that DCMTK has damaged in the shortage before.
-  std::set<std::string> resultsOfDamage;
+  std::set<std::string> resultsOfDamage = {};
   /// DCMTK's code for the entry crashes when memory stays short: only our code meets that.
   bool dcmtkNeedsMemory = false;
+  bool allocates = true;  ///< false: there is nothing that could fail
 };
 
 struct Entry {
