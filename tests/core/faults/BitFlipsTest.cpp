@@ -32,6 +32,14 @@
 #include <utility>
 #include <vector>
 
+#if defined(__SANITIZE_ADDRESS__)
+// Its library has to find it.
+extern "C" [[gnu::visibility("default")]] const char* __asan_default_options();
+extern "C" const char* __asan_default_options() {
+  return "allocator_may_return_null=1:max_allocation_size_mb=128";
+}
+#endif
+
 namespace {
 
 using support::SmallFile;
@@ -194,8 +202,8 @@ private:
   void* memory_;
 };
 
-// Filling what damaged lengths ask for would take the time. Sanitizers, which do not fill, have
-// memory of their own beyond every limit.
+// What damaged lengths ask for takes its time when it is filled, or marked by AddressSanitizer, which
+// has memory of its own beyond every limit and is told by its options below.
 void limitMemory() {
 #if !defined(__SANITIZE_ADDRESS__)
   constexpr rlim_t kBytesAllowed = rlim_t{128} << 20U;
