@@ -5,6 +5,7 @@
 #include "CommandLine.h"
 #include "support/Corpus.h"
 #include "support/RowName.h"
+#include "support/SharedMemory.h"
 #include "support/SmallFiles.h"
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"
@@ -14,13 +15,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
-#include <new>
 #include <string>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -58,25 +58,7 @@ struct Position {
   int status = 0;
 };
 
-class SharedPosition {
-public:
-  SharedPosition()
-      : memory_(mmap(nullptr, sizeof(Position), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
-                     -1, 0)) {
-    if (memory_ == MAP_FAILED) {
-      throw std::system_error(errno, std::generic_category(), "mmap");
-    }
-    new (memory_) Position;
-  }
-  ~SharedPosition() { munmap(memory_, sizeof(Position)); }
-  SharedPosition(const SharedPosition&) = delete;
-  SharedPosition& operator=(const SharedPosition&) = delete;
-
-  Position* operator->() const { return static_cast<Position*>(memory_); }
-
-private:
-  void* memory_;
-};
+using SharedPosition = support::SharedMemory<Position>;
 
 int runCommand(const Command& command) {
   std::vector<const char*> arguments = {"zrdcm"};

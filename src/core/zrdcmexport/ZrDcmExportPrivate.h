@@ -14,7 +14,8 @@ class DcmMetaInfo;
 /// Implementation of the export writer, and the root node of the attributes that it writes.
 ///
 /// Everything that fails here answers false, keeps its message for `lastError()` and logs it as
-/// "Reformat: ...", after the first use of the writer, which readers of logs look for; what fails in the tree is logged twice, by the tree and by the writer.
+/// "Reformat: ...", after the first use of the writer, which readers of logs look for. What fails in
+/// the tree is logged twice, by the tree and by the writer.
 class ZrDcmExportPrivate : public ZrDcmData {
 public:
   KtString outputBaseDirectory;        ///< directory of the files; its existence is not required

@@ -6,6 +6,7 @@
 #include "support/LogCapture.h"
 #include "support/Md5.h"
 #include "support/RowName.h"
+#include "support/SharedMemory.h"
 #include "support/SmallFiles.h"
 
 #include <zrdcmexport/ExDCM.h>
@@ -22,9 +23,7 @@
 #include <malloc.h>
 #include <memory>
 #include <new>
-#include <stdexcept>
 #include <string>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -183,24 +182,7 @@ struct Progress {
   std::array<char, 4000> answers{};
 };
 
-class SharedProgress {
-public:
-  SharedProgress()
-      : memory_(mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
-                     -1, 0)) {
-    if (memory_ == MAP_FAILED) {
-      throw std::runtime_error("mmap");
-    }
-    new (memory_) Progress;
-  }
-  ~SharedProgress() { munmap(memory_, sizeof(Progress)); }
-  SharedProgress(const SharedProgress&) = delete;
-  SharedProgress& operator=(const SharedProgress&) = delete;
-  Progress* operator->() const { return static_cast<Progress*>(memory_); }
-
-private:
-  void* memory_;
-};
+using SharedProgress = support::SharedMemory<Progress>;
 
 // What damaged lengths ask for takes its time when it is filled, or marked by AddressSanitizer, which
 // has memory of its own beyond every limit and is told by its options below.

@@ -168,4 +168,12 @@ std::unique_ptr<DcmItem> asItem(const DcmDataset& dataset) {
   return std::make_unique<DcmItem>(static_cast<const DcmItem&>(dataset));
 }
 
+Fragment endlessMarkers() {
+  Fragment stream = {0xFF, 0xD8};
+  for (int i = 0; i < 200; ++i) {
+    stream.insert(stream.end(), {0xFF, 0x01});
+  }
+  return stream;
+}
+
 }  // namespace decoding

@@ -74,6 +74,9 @@ using Fragment = std::vector<Uint8>;
 [[nodiscard]] Fragment rleFrame(const std::vector<Uint32>& offsets,
                                 const std::vector<Fragment>& stripes);
 
+/// A JPEG stream of markers that have no length, and nothing else: naive readers never see its end.
+[[nodiscard]] Fragment endlessMarkers();
+
 /// The same as a plain item that belongs to no dataset.
 [[nodiscard]] std::unique_ptr<DcmItem> asItem(const DcmDataset& dataset);
 
