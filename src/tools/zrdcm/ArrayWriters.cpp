@@ -38,9 +38,9 @@ const char* npyType(SampleType type) {
     case SampleType::kU16:
       return "<u2";
     case SampleType::kS16:
-      return "<i2";
+      break;
   }
-  return "";
+  return "<i2";
 }
 
 void writeFrames(OutputFile& file, std::size_t count, const FrameAt& frameAt) {
@@ -117,9 +117,9 @@ const char* typeName(SampleType type) {
     case SampleType::kU16:
       return "uint16";
     case SampleType::kS16:
-      return "int16";
+      break;
   }
-  return "";
+  return "int16";
 }
 
 void writeRaw(const std::filesystem::path& target, const SampleArray& array) {

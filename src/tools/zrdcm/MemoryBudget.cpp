@@ -68,13 +68,11 @@ std::uint64_t mappedBytes() {
 
 void limitAddressSpace(std::uint64_t bytes) {
   rlimit limit{};
-  if (getrlimit(RLIMIT_AS, &limit) != 0) {
-    throw Failure("cannot find out how much memory the system allows");
-  }
+  const bool known = getrlimit(RLIMIT_AS, &limit) == 0;
   const std::uint64_t mapped = mappedBytes();
   const std::uint64_t wanted = bytes > kBeyondCounting - mapped ? kBeyondCounting : bytes + mapped;
   limit.rlim_cur = std::min<rlim_t>(wanted, limit.rlim_max);
-  if (setrlimit(RLIMIT_AS, &limit) != 0) {
+  if (!known || setrlimit(RLIMIT_AS, &limit) != 0) {
     throw Failure("cannot limit the memory of the program");
   }
 }

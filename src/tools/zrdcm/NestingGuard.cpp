@@ -182,11 +182,8 @@ bool Walker::readPrologue() {
   if (!readMetaInformation()) {
     return false;
   }
-  if (transferSyntax_ == UID_DeflatedExplicitVRLittleEndianTransferSyntax &&
-      !startInflating(position_)) {
-    return false;
-  }
-  return guessEncoding();
+  const bool deflated = transferSyntax_ == UID_DeflatedExplicitVRLittleEndianTransferSyntax;
+  return (!deflated || startInflating(position_)) && guessEncoding();
 }
 
 // Everything behind the meta information is one deflated stream, so it is read from there anew.

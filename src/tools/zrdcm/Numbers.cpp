@@ -31,9 +31,6 @@ std::string shortest(double value) {
 }
 
 nlohmann::ordered_json jsonNumber(float value) {
-  if (!std::isfinite(value)) {
-    return nullptr;
-  }
   const std::string text = shortest(value);
   double number = 0;
   (void)std::from_chars(text.data(), text.data() + text.size(), number);  // our own digits

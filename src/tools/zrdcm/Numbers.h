@@ -14,7 +14,7 @@ std::string shortest(float value);
 /// The same for a number that may have been a float before.
 std::string shortest(double value);
 
-/// The number as JSON, in its shortest form; null when it is NaN or infinite.
+/// A finite number as JSON, in its shortest form.
 nlohmann::ordered_json jsonNumber(float value);
 
 /// [x, y], or null when either component is NaN or infinite.

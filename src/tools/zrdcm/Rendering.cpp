@@ -69,11 +69,12 @@ Window fullRange(const DecodedImage& image) {
   return {(atLow + atHigh) / 2, width > 0 ? width : 1.0, true};
 }
 
+// The gray levels as RGB.
 Picture inRgb(const Picture& picture) {
   Picture colour{picture.rows, picture.columns, 3, {}};
   colour.samples.resize(picture.rows * picture.columns * 3);
   for (std::size_t i = 0; i < colour.samples.size(); ++i) {
-    colour.samples[i] = picture.samples[picture.channels == 3 ? i : i / 3];
+    colour.samples[i] = picture.samples[i / 3];
   }
   return colour;
 }
@@ -125,11 +126,7 @@ std::vector<unsigned char> grayLevels(const DecodedImage& image, const Window& w
 
 Picture renderFrame(const DecodedImage& image, std::size_t index, const Window& window) {
   const SampleArray frame = image.samples.frame(index);
-  Picture picture{frame.rows, frame.columns, frame.channels, {}};
-  if (!image.monochrome) {
-    picture.samples.assign(frame.bytes, frame.bytes + frame.byteCount());
-    return picture;
-  }
+  Picture picture{frame.rows, frame.columns, 1, {}};
   const std::vector<unsigned char> levels = grayLevels(image, window);
   picture.samples.resize(frame.rows * frame.columns);
   for (std::size_t i = 0; i < picture.samples.size(); ++i) {

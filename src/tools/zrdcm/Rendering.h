@@ -28,8 +28,8 @@ Window windowFor(const DecodedImage& image, const std::optional<Window>& wanted)
 /// MONOCHROME1 is turned round, so that it looks right where 255 is white. For monochrome images.
 std::vector<unsigned char> grayLevels(const DecodedImage& image, const Window& window);
 
-/// One frame as it looks on a screen, 8 bits: monochrome through the window (MONOCHROME1 turned
-/// round, so that it looks right where 255 is white), colour as it is.
+/// One frame as it looks on a screen: 8-bit gray levels through the window (MONOCHROME1 turned
+/// round, so that it looks right where 255 is white). For monochrome images.
 /// @param index 0-based among `image.samples`
 Picture renderFrame(const DecodedImage& image, std::size_t index, const Window& window);
 
@@ -39,7 +39,8 @@ using Colour = std::array<unsigned char, 3>;
 /// The colour that overlays of a group are drawn in.
 Colour overlayColour(unsigned group);
 
-/// Draws the overlays of the slice that lie on this frame, each group in its own colour.
+/// Draws the overlays of the slice that lie on this frame into its gray levels, each group in its
+/// own colour.
 /// @return the picture in RGB
 Picture burnOverlays(const Picture& picture, const DecodedImage& image, std::size_t index);
 

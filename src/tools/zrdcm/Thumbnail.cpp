@@ -130,9 +130,6 @@ Picture Thumbnailer::render(const SampleArray& frame) const {
   std::vector<float> line(columns_ * channels);
   std::vector<float> sums(rows_ * line.size(), 0.0F);
   for (std::size_t row = 0; row < layout_.rows; ++row) {
-    if (down_[row].empty()) {
-      continue;
-    }
     levelsOfRow(frame, row, levels);
     shrinkRow(levels, line);
     for (const Tap& tap : down_[row]) {

@@ -8,8 +8,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <memory>
 #include <sstream>
@@ -35,29 +33,11 @@ std::string valueOf(const CLI::Option& option) {
   return text.substr(0, text.find(':'));
 }
 
-std::string upperCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-  return text;
-}
-
-/// The value's name, or where that was never given (CLI11 then says TEXT) the argument's own.
-std::string placeOf(const CLI::Option& argument) {
-  const std::string value = valueOf(argument);
-  return value == "TEXT" ? upperCase(argument.get_name(true, false)) : value;
-}
-
-/// The words of "u8|u16|s16" and of "TEXT:{nrrd,npy}"; nothing of other values.
-std::vector<std::string> choicesIn(const std::string& type) {
-  std::string list = type.substr(0, type.find(':'));
-  char separator = '|';
-  if (const std::size_t set = type.find(":{"); set != std::string::npos) {
-    list = type.substr(set + 2, type.find('}') - set - 2);
-    separator = ',';
-  }
+/// The words of "u8|u16|s16"; nothing of other values.
+std::vector<std::string> choicesIn(const std::string& value) {
   std::vector<std::string> words;
-  std::istringstream text(list);
-  for (std::string word; std::getline(text, word, separator);) {
+  std::istringstream text(value);
+  for (std::string word; std::getline(text, word, '|');) {
     words.push_back(word);
   }
   return words.size() > 1 ? words : std::vector<std::string>();
@@ -72,7 +52,7 @@ CommandOption optionOf(const CLI::Option& source) {
     option.names.push_back("--" + name);
   }
   option.value = source.get_type_size() != 0 ? valueOf(source) : std::string();
-  option.choices = choicesIn(source.get_type_name());
+  option.choices = choicesIn(option.value);
   option.description = source.get_description();
   option.required = source.get_required();
   return option;
@@ -83,7 +63,7 @@ CommandTree treeOf(const CLI::App& app) {
   for (const CLI::Option* option : app.get_options()) {
     const bool isHelp = option == app.get_help_ptr();  // stands among the global options already
     if (option->get_positional()) {
-      tree.arguments.push_back({placeOf(*option), option->get_description(),
+      tree.arguments.push_back({valueOf(*option), option->get_description(),
                                 option->get_expected_max() > 1, option->get_required()});
     } else if (!option->get_group().empty() && (app.get_parent() == nullptr || !isHelp)) {
       tree.options.push_back(optionOf(*option));
