@@ -9,6 +9,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <ostream>
+
 namespace {
 
 using testing::ElementsAre;
@@ -215,6 +218,62 @@ TEST(FileWithoutPreamble, DecodesWhenItIsADataset) {
   EXPECT_EQ(outcome.status, 0) << outcome.errors;
   EXPECT_EQ(tools::hex(tools::readFile(folder.file("out.raw"))), "01 00 02 00");
 }
+
+std::unique_ptr<DcmDataset> colourWithoutRows() {
+  return support::rgbImage(8, 8).frames(2).withUint16(DCM_Rows, 0).build();
+}
+
+std::unique_ptr<DcmDataset> compressedColourWithoutRows() {
+  auto dataset = support::compress(*support::rgbImage(8, 8).frames(2).build(), EXS_RLELossless);
+  EXPECT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 0).good());
+  return dataset;
+}
+
+std::unique_ptr<DcmDataset> colourWithoutPixelData() {
+  auto dataset = support::rgbImage(2, 2).frames(2).build();
+  EXPECT_TRUE(dataset->findAndDeleteElement(DCM_PixelData).good());
+  return dataset;
+}
+
+struct EmptyImage {
+  const char* name;
+  std::unique_ptr<DcmDataset> (*build)();
+  E_TransferSyntax syntax;
+  const char* message;
+};
+
+void PrintTo(const EmptyImage& image, std::ostream* stream) {
+  *stream << image.name;
+}
+
+class ImageWithoutPixels : public testing::TestWithParam<EmptyImage> {};
+
+TEST_P(ImageWithoutPixels, IsRefusedInOneLine) {
+  const support::TempDir folder;
+  const std::string file = folder.file("in.dcm").string();
+  support::saveFile(*GetParam().build(), file, GetParam().syntax);
+
+  for (const char* const verb : {"decode", "sheet"}) {
+    const Outcome outcome = runZrdcm({verb, file, "-o", folder.file("out.png").string()});
+
+    EXPECT_EQ(outcome.status, 1) << verb;
+    EXPECT_EQ(outcome.errors, "zrdcm: " + file + ": " + GetParam().message + "\n") << verb;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Images, ImageWithoutPixels,
+    testing::Values(
+        EmptyImage{"NoRows",
+                   [] { return support::monochromeImage(2, 2).withUint16(DCM_Rows, 0).build(); },
+                   EXS_LittleEndianExplicit, "has an image without pixels"},
+        EmptyImage{"NoRowsOfColour", colourWithoutRows, EXS_LittleEndianExplicit,
+                   "Uncompressed data has size 0"},
+        EmptyImage{"NoRowsOfCompressedColour", compressedColourWithoutRows, EXS_RLELossless,
+                   "Uncompressed data has size 0"},
+        EmptyImage{"NoPixelDataOfColour", colourWithoutPixelData, EXS_LittleEndianExplicit,
+                   "File contains no pixel data"}),
+    support::nameOf<EmptyImage>);
 
 TEST(Folder, IsNoDicomFile) {
   const support::TempDir folder;

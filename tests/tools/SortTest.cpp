@@ -330,6 +330,18 @@ TEST_F(ZrdcmSort, LeavesNoCopyWhereThereIsNoRoom) {
   EXPECT_THAT(tools::namesIn(copies), testing::IsEmpty());
 }
 
+TEST_F(ZrdcmSort, SaysThatTheDiskIsFull) {
+  const std::string file = write("a", image(1));
+  std::filesystem::create_directory(inFolder("copies"));
+  std::filesystem::create_symlink("/dev/full", inFolder("copies/0001.dcm"));
+
+  const Outcome run = sort({"--copy", inFolder("copies"), file});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors,
+            "zrdcm: cannot write " + inFolder("copies/0001.dcm") + ": No space left on device\n");
+}
+
 TEST_F(ZrdcmSort, SaysWhereItCannotCopy) {
   const std::string file = write("a", image(1));
 

@@ -9,6 +9,7 @@
 //                                frame shows only while the ones before it are decoded
 #include "FrameSource.h"
 
+#include "Condition.h"
 #include "Failure.h"
 #include "MemoryBudget.h"
 
@@ -40,21 +41,17 @@ std::unique_ptr<DcmItem> imageAttributes(DcmItem& dataset) {
   return item;
 }
 
-// A compressed image of one fragment behind an empty offset table.
-std::unique_ptr<DcmPixelSequence> sequenceOf(DcmPixelItem& fragment) {
+// A compressed image of one fragment behind an empty offset table; `reading` names what is done.
+std::unique_ptr<DcmPixelSequence> sequenceOf(DcmPixelItem& fragment, const std::string& reading) {
   auto sequence = std::make_unique<DcmPixelSequence>(DcmTag(DCM_PixelData, EVR_OB));
   Uint8* bytes = nullptr;
   auto table = std::make_unique<DcmPixelItem>(DcmTag(DCM_Item, EVR_OB));
   auto copy = std::make_unique<DcmPixelItem>(DcmTag(DCM_Item, EVR_OB));
-  if (fragment.getUint8Array(bytes).bad() ||
-      copy->putUint8Array(bytes, fragment.getLength()).bad() ||
-      sequence->insert(table.get()).bad()) {
-    return nullptr;
-  }
+  require(fragment.getUint8Array(bytes), reading);
+  require(copy->putUint8Array(bytes, fragment.getLength()), reading);
+  require(sequence->insert(table.get()), reading);
   (void)table.release();  // the sequence owns it now
-  if (sequence->insert(copy.get()).bad()) {
-    return nullptr;
-  }
+  require(sequence->insert(copy.get()), reading);
   (void)copy.release();
   return sequence;
 }
@@ -86,9 +83,6 @@ void FrameSource::openColour(std::unique_ptr<DicomFile> file, std::size_t frames
   image_.samples.rows = static_cast<std::size_t>(slice.extent.y);
   image_.samples.columns = static_cast<std::size_t>(slice.extent.x);
   image_.samples.channels = slice.samplesPerPixel;
-  if (image_.samples.frameBytes() == 0) {
-    throw Failure("has an image without pixels");
-  }
 }
 
 void FrameSource::findFragments() {
@@ -112,20 +106,14 @@ void FrameSource::findFragments() {
 }
 
 std::unique_ptr<DcmItem> FrameSource::itemOfFrame(std::size_t index) const {
+  const std::string reading = "read the pixel data of frame " + std::to_string(index);
   DcmPixelItem* fragment = nullptr;
-  if (fragments_->getItem(fragment, static_cast<unsigned long>(index + 1)).bad()) {
-    throw Failure("frame " + std::to_string(index) + " has no pixel data");
-  }
-  std::unique_ptr<DcmPixelSequence> sequence = sequenceOf(*fragment);
-  if (sequence == nullptr) {
-    throw Failure("the pixel data of frame " + std::to_string(index) + " cannot be read");
-  }
+  require(fragments_->getItem(fragment, static_cast<unsigned long>(index + 1)), reading);
+  std::unique_ptr<DcmPixelSequence> sequence = sequenceOf(*fragment, reading);
   std::unique_ptr<DcmItem> item = imageAttributes(image_.file->dataset());
   auto pixelData = std::make_unique<DcmPixelData>(DcmTag(DCM_PixelData, EVR_OB));
   pixelData->putOriginalRepresentation(image_.file->transferSyntax(), nullptr, sequence.release());
-  if (item->insert(pixelData.get(), true).bad()) {
-    throw Failure("the pixel data of frame " + std::to_string(index) + " cannot be read");
-  }
+  require(item->insert(pixelData.get(), true), reading);
   (void)pixelData.release();  // the item owns it now
   return item;
 }

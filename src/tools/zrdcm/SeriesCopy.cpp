@@ -2,21 +2,17 @@
 // Copies of the files of a series, numbered by their position in it.
 #include "SeriesCopy.h"
 
+#include "Condition.h"
 #include "DicomFile.h"
+#include "DicomWriter.h"
 #include "Failure.h"
-#include "OutputFile.h"
 
 #include <zrdcmexport/ExDCM.h>
 
 #include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dcostrmf.h"
 #include "dcmtk/dcmdata/dctk.h"
-#include "dcmtk/dcmdata/dcwcache.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <set>
 #include <string>
 
@@ -25,12 +21,6 @@ namespace zrdcm {
 namespace {
 
 namespace fs = std::filesystem;
-
-void require(const OFCondition& condition, const char* what) {
-  if (condition.bad()) {
-    throw Failure(std::string("cannot set ") + what + ": " + condition.text());
-  }
-}
 
 void keepOriginalNumber(DcmDataset& dataset) {
   const std::string number = textOf(dataset, DCM_InstanceNumber);
@@ -44,30 +34,10 @@ void keepOriginalNumber(DcmDataset& dataset) {
   }
   ExDCM::registerPrivateDicomTags();  // gives the element its VR
   require(dataset.putAndInsertString(creator, ExDCM::PrivateTag::CreatorZorlan),
-          "the private creator");
+          "set the private creator");
   require(dataset.putAndInsertString(ExDCM::zorlanTag(ExDCM::PrivateTag::OriginalInstanceNumber),
                                      number.c_str()),
-          "OriginalInstanceNumber");
-}
-
-// Flushes its own stream, because a small file on a full disk counts as written otherwise.
-void save(DcmFileFormat& file, E_TransferSyntax syntax, const fs::path& path) {
-  std::FILE* const handle = std::fopen(path.c_str(), "wb");
-  if (handle == nullptr) {
-    throw Failure(std::string("cannot be opened: ") + std::strerror(errno));
-  }
-  DcmOutputFileStream stream(handle);  // closes the handle
-  DcmWriteCache cache;
-  file.transferInit();
-  const OFCondition written =
-      file.write(stream, syntax, EET_ExplicitLength, &cache, EGL_recalcGL, EPD_noChange);
-  file.transferEnd();
-  if (written.bad()) {
-    throw Failure(written.text());
-  }
-  if (std::fflush(handle) != 0) {
-    throw Failure(std::strerror(errno));
-  }
+          "set OriginalInstanceNumber");
 }
 
 }  // namespace
@@ -98,14 +68,8 @@ void copyRenumbered(const fs::path& file, std::size_t position, const fs::path& 
   DcmDataset& dataset = *copy.getDataset();
   keepOriginalNumber(dataset);
   require(dataset.putAndInsertString(DCM_InstanceNumber, std::to_string(position).c_str()),
-          "InstanceNumber");
-  OutputFile output(target);
-  try {
-    save(copy, source.transferSyntax(), output.temporaryPath());
-  } catch (const Failure& failure) {
-    throw Failure("cannot write " + target.string() + ": " + failure.what());
-  }
-  output.commit();
+          "set InstanceNumber");
+  writeDicomFile(copy, source.transferSyntax(), target);
 }
 
 }  // namespace zrdcm

@@ -3,6 +3,7 @@
 // few attributes stay that a comparison reads.
 #include "SeriesOrder.h"
 
+#include "Condition.h"
 #include "DicomFile.h"
 #include "Failure.h"
 
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <memory>
 #include <utility>
 
 namespace zrdcm {
@@ -58,14 +60,13 @@ const std::vector<Criterion>& criteria() {
 
 void copyAttributes(DcmDataset& from, DcmDataset& to, const std::vector<DcmTagKey>& keys) {
   for (const DcmTagKey& key : keys) {
-    DcmElement* copy = nullptr;
-    if (from.findAndGetElement(key, copy, OFFalse, OFTrue).bad()) {
+    DcmElement* found = nullptr;
+    if (from.findAndGetElement(key, found, OFFalse, OFTrue).bad()) {
       continue;  // absent, which is what the comparison is to see
     }
-    if (to.insert(copy, OFTrue).bad()) {
-      delete copy;
-      throw Failure("cannot take over " + std::string(key.toString()));
-    }
+    std::unique_ptr<DcmElement> copy(found);
+    require(to.insert(copy.get(), OFTrue), "take over " + std::string(key.toString()));
+    (void)copy.release();  // the dataset owns it now
   }
 }
 
@@ -142,24 +143,22 @@ std::optional<std::string> decidingCriterion(const SeriesImage& first, const Ser
     return std::nullopt;
   }
   // The library says who is first, not why. Shown the attributes of one criterion after the other, it
-  // tells which one it was.
-  for (const Criterion& criterion : criteria()) {
-    if (criterion.member != nullptr && !(switches.*(criterion.member))) {
-      continue;
-    }
+  // tells which one it was: the last one where none before it told the two apart.
+  const auto decides = [&](const Criterion& criterion) {
     OrderSwitches only;
     if (criterion.member != nullptr) {
+      if (!(switches.*(criterion.member))) {
+        return false;
+      }
       only.*(criterion.member) = true;
     }
     DcmDataset firstPart;
     DcmDataset secondPart;
     copyAttributes(first.attributes(), firstPart, criterion.keys);
     copyAttributes(second.attributes(), secondPart, criterion.keys);
-    if (compare(firstPart, secondPart, only) != 0) {
-      return criterion.name;
-    }
-  }
-  return std::nullopt;
+    return compare(firstPart, secondPart, only) != 0;
+  };
+  return std::find_if(criteria().begin(), std::prev(criteria().end()), decides)->name;
 }
 
 }  // namespace zrdcm

@@ -3,22 +3,19 @@
 // same call gives the same bytes on every day.
 #include "Phantom.h"
 
+#include "../Condition.h"
+#include "../DicomWriter.h"
 #include "../Failure.h"
-#include "../OutputFile.h"
 
 #include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dcostrmf.h"
 #include "dcmtk/dcmdata/dcrleerg.h"
 #include "dcmtk/dcmdata/dctk.h"
-#include "dcmtk/dcmdata/dcwcache.h"
 #include "dcmtk/dcmjpeg/djencode.h"
 #include "dcmtk/dcmjpeg/djrplol.h"
 #include "dcmtk/dcmjpeg/djrploss.h"
 #include "dcmtk/dcmjpls/djencode.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 namespace zrdcm::phantoms {
 
@@ -70,24 +67,6 @@ void encode(DcmDataset& dataset, E_TransferSyntax syntax) {
   require(dataset.chooseRepresentation(syntax, parameter), DcmXfer(syntax).getXferName());
 }
 
-// Flushes our own stream, because a small file on a full disk counts as written otherwise.
-OFCondition save(DcmFileFormat& file, E_TransferSyntax syntax, const std::filesystem::path& path) {
-  std::FILE* handle = std::fopen(path.c_str(), "wb");
-  if (handle == nullptr) {
-    return makeOFCondition(OFM_dcmdata, 1, OF_error, std::strerror(errno));
-  }
-  DcmOutputFileStream stream(handle);  // closes the handle
-  DcmWriteCache cache;
-  file.transferInit();
-  const OFCondition written =
-      file.write(stream, syntax, EET_ExplicitLength, &cache, EGL_recalcGL, EPD_noChange);
-  file.transferEnd();
-  if (written.good() && std::fflush(handle) != 0) {
-    return makeOFCondition(OFM_dcmdata, 1, OF_error, std::strerror(errno));
-  }
-  return written;
-}
-
 std::filesystem::path writeCoded(const Phantom& phantom, E_TransferSyntax syntax,
                                  const std::filesystem::path& folder) {
   const Coding& coding = codingOf(syntax);
@@ -102,21 +81,14 @@ std::filesystem::path writeCoded(const Phantom& phantom, E_TransferSyntax syntax
   require(dataset.putAndInsertString(DCM_SOPInstanceUID, instance.c_str()), "an instance UID");
 
   const std::filesystem::path target = folder / (phantom.name + coding.suffix + ".dcm");
-  OutputFile output(target);
-  const OFCondition saved = save(file, syntax, output.temporaryPath());
-  if (saved.bad()) {
-    throw Failure("cannot write " + target.string() + ": " + saved.text());
-  }
-  output.commit();
+  writeDicomFile(file, syntax, target);
   return target;
 }
 
 }  // namespace
 
 void require(const OFCondition& condition, const char* what) {
-  if (condition.bad()) {
-    throw Failure(std::string("cannot make ") + what + ": " + condition.text());
-  }
+  zrdcm::require(condition, std::string("make ") + what);
 }
 
 PhantomBuilder::PhantomBuilder(const char* sopClassUid, const char* modality,

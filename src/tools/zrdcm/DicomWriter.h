@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcfilefo.h"
+#include "dcmtk/dcmdata/dcxfer.h"
+
+#include <filesystem>
+
+namespace zrdcm {
+
+/// Writes a DICOM file that appears under its name only when it is complete.
+/// @throws Failure when the target cannot be written or the dataset not in this syntax
+void writeDicomFile(DcmFileFormat& file, E_TransferSyntax syntax,
+                    const std::filesystem::path& target);
+
+}  // namespace zrdcm
