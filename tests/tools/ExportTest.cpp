@@ -17,6 +17,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace {
@@ -173,6 +174,13 @@ TEST_F(ZrdcmExport, NamesTheCharacterSetOfItsLetters) {
   EXPECT_EQ(text(DCM_PatientName), "D\xc3\xb6");
 }
 
+TEST_F(ZrdcmExport, NamesTheCharacterSetOfLettersWithinItems) {
+  const Outcome run = exportTags("{\"SourceImageSequence\": [{\"ImageComments\": \"D\xc3\xb6\"}]}");
+
+  ASSERT_EQ(run.status, 0) << run.errors;
+  EXPECT_EQ(text(DCM_SpecificCharacterSet), "ISO_IR 192");
+}
+
 // ---- from another file ----
 
 class ZrdcmExportFrom : public ZrdcmExport {
@@ -231,6 +239,18 @@ TEST_F(ZrdcmExportFrom, LeavesOutWhatBelongsToTheOldImage) {
        {DCM_SmallestImagePixelValue, DCM_PixelPaddingValue, DcmTagKey(0x0009, 0x0010),
         DCM_ICCProfile, DCM_ModalityLUTSequence}) {
     EXPECT_FALSE(file->getDataset()->tagExists(key)) << key.toString();
+  }
+}
+
+TEST_F(ZrdcmExportFrom, TakesOverWhatIsEmpty) {
+  save(source().withBytes(DCM_EncapsulatedDocument, {}).withEmpty(DCM_PatientName));
+
+  const Outcome run = exportWith({"--from", path("from.dcm")});
+
+  ASSERT_EQ(run.status, 0) << run.errors;
+  for (const DcmTagKey& key : {DCM_EncapsulatedDocument, DCM_PatientName}) {
+    EXPECT_TRUE(written()->getDataset()->tagExists(key)) << key;
+    EXPECT_FALSE(written()->getDataset()->tagExistsWithValue(key)) << key;
   }
 }
 
@@ -493,6 +513,23 @@ TEST_F(ZrdcmExport, NamesTheFileThatIsNotThere) {
   EXPECT_EQ(exportTags("{}").errors, "zrdcm: cannot read " + path("image.raw") + "\n");
   std::filesystem::create_directory(folder_.file("image.raw"));
   EXPECT_EQ(exportTags("{}").errors, "zrdcm: cannot read " + path("image.raw") + "\n");
+}
+
+// The kernel's files claim a page and hold less.
+TEST_F(ZrdcmExport, NamesTheFileThatHoldsLessThanItClaims) {
+  const std::string file = "/sys/devices/system/cpu/online";
+  std::error_code none;
+  if (std::filesystem::file_size(file, none) != 4096) {
+    GTEST_SKIP() << "no such file of the kernel's";
+  }
+  tools::writeFile(folder_.file("tags.json"), "{}");
+
+  const Outcome run =
+      runZrdcm({"export", "--tags", path("tags.json"), "--pixels", file, "--columns", "64",
+                "--rows", "64", "--type", "u8", "-o", path("out.dcm")});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zrdcm: cannot read " + file + "\n");
 }
 
 TEST_F(ZrdcmExport, RefusesWrongUsage) {

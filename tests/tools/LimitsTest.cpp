@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // What every verb shares: the memory that a run may take, and how much it says.
 #include "support/Compression.h"
+#include "support/DatasetBuilder.h"
 #include "support/ImageBuilder.h"
 #include "support/RowName.h"
 #include "support/TempDir.h"
@@ -12,7 +13,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -47,6 +50,22 @@ protected:
         file, EXS_DeflatedLittleEndianExplicit);
     EXPECT_LT(std::filesystem::file_size(file), 1U << 20U);
     return file;
+  }
+
+  // 40,000 private elements of two letters each: a few bytes in the file, some hundred in memory.
+  std::string fileOfManyElements() const {
+    std::string bytes = std::string(128, '\0') + "DICM";
+    for (unsigned number = 0; number < 40000; ++number) {
+      const unsigned group = 9 + 2 * (number / 200);
+      const unsigned element = 0x1000 + number % 200;
+      for (const unsigned half : {group, element}) {
+        bytes += static_cast<char>(half & 0xFFU);
+        bytes += static_cast<char>(half >> 8U);
+      }
+      bytes += std::string("LO\x02\0ab", 6);
+    }
+    tools::writeFile(folder_.file("many.dcm"), bytes);
+    return inFolder("many.dcm");
   }
 
   std::string inFolder(const std::string& name) const { return folder_.file(name).string(); }
@@ -140,6 +159,93 @@ TEST_F(MemoryLimit, EndsInOneLineHoweverSmallItIs) {
     EXPECT_THAT(run.errors, StartsWith("zrdcm: " + file + ": ")) << limit;
     EXPECT_EQ(run.errorLines(), 1U) << limit;
   }
+}
+
+TEST_F(MemoryLimit, IsNamedTogetherWithTheFileByEveryVerb) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "sanitizers need the address space for themselves";
+#endif
+  const std::string file = fileOfManyElements();
+
+  for (const std::vector<std::string>& command :
+       std::vector<std::vector<std::string>>{{"info", file},
+                                             {"sort", file},
+                                             {"text", file, "Rows"},
+                                             {"decode", file, "-o", inFolder("out.npy")},
+                                             {"sheet", file, "-o", inFolder("out.png")}}) {
+    std::vector<std::string> arguments = {"--max-memory", "1M"};
+    arguments.insert(arguments.end(), command.begin(), command.end());
+    SCOPED_TRACE(command[0]);
+    expectRefused(runZrdcm(arguments), file, "out of memory");
+  }
+}
+
+// Large values are read when they are asked for.
+TEST_F(MemoryLimit, HoldsForValuesThatAreTakenOver) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "sanitizers need the address space for themselves";
+#endif
+  const std::string file = inFolder("document.dcm");
+  const std::vector<Uint8> zeros(std::size_t{48} << 20U);
+  support::saveFile(
+      *support::monochromeImage(2, 2).withBytes(DCM_EncapsulatedDocument, zeros, EVR_OB).build(),
+      file);
+  tools::writeFile(inFolder("samples"), "a");
+
+  const Outcome run =
+      runZrdcm({"--max-memory", "32M", "export", "--from", file, "--pixels", inFolder("samples"),
+                "--type", "u8", "--columns", "1", "--rows", "1", "-o", inFolder("out.dcm")});
+
+  expectRefused(run, file, "EncapsulatedDocument: cannot be read");
+}
+
+TEST_F(MemoryLimit, IsSaidWhereThereIsNoFileToName) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "sanitizers need the address space for themselves";
+#endif
+  const Outcome run = runZrdcm({"--max-memory", "64K", "samples", inFolder("phantoms")});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zrdcm: out of memory\n");
+}
+
+TEST_F(MemoryLimit, HoldsForSamplesBehindAWiderTable) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "sanitizers need the address space for themselves";
+#endif
+  const std::string file = inFolder("bytes.dcm");
+  // 8 MiB of bytes become 16 MiB of words, which come on top of them.
+  support::saveFile(
+      *support::monochromeImage(4096, 2048)
+           .unsigned8()
+           .withItem(DCM_ModalityLUTSequence, support::DatasetBuilder()
+                                                  .withUint16s(DCM_LUTDescriptor, {2, 0, 16})
+                                                  .withWords(DCM_LUTData, {0, 1000}))
+           .build(),
+      file);
+
+  expectRefused(runZrdcm({"--max-memory", "16M", "decode", file, "-o", inFolder("out.npy")}), file,
+                "out of memory");
+}
+
+// Noise does not become smaller: beside 8 MiB of samples the picture needs as much again, twice while it
+// grows.
+TEST_F(MemoryLimit, HoldsForPicturesThatDoNotShrink) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "sanitizers need the address space for themselves";
+#endif
+  std::vector<int> noise(std::size_t{2048} * 2048);
+  std::minstd_rand random;
+  std::generate(noise.begin(), noise.end(), [&] { return static_cast<int>(random() >> 8U); });
+  const std::string file = inFolder("noise.dcm");
+  support::saveFile(*support::monochromeImage(2048, 2048).samples(noise).build(), file);
+
+  const Outcome run =
+      runZrdcm({"--max-memory", "20M", "decode", file, "--stored", "-o", inFolder("out.png")});
+
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "zrdcm: cannot make " + inFolder("out.png") + ": out of memory\n");
+  EXPECT_FALSE(std::filesystem::exists(inFolder("out.png")));
 }
 
 TEST_F(MemoryLimit, IsOfNoConcernToFilesWhosePixelsAreNotRead) {

@@ -312,8 +312,8 @@ std::optional<Attribute> attributeOf(DcmElement& element, ExportType type, bool 
     }
   } else {
     OFString text;
-    if (element.getOFStringArray(text).bad()) {
-      return std::nullopt;
+    if (element.getLength() != 0 && element.getOFStringArray(text).bad()) {
+      throw Failure(attribute.name + ": cannot be read");
     }
     attribute.text = text;
   }
@@ -430,18 +430,16 @@ void requireWritable(const AttributeSet& attributes, ExportType type) {
 void fillWriter(ZrDcmExport& writer, const AttributeSet& attributes) {
   GxParamBundle bundle("attributes");
   fillBundle(bundle, attributes);
-  if (!writer.addParameters(&bundle)) {
-    throw Failure(writer.lastError());
-  }
+  bool taken = writer.addParameters(&bundle);
   for (const auto& [tag, attribute] : attributes.byTag) {
-    if (attribute.isSequence || !attribute.text.empty()) {
-      continue;
+    if (!attribute.isSequence && attribute.text.empty()) {
+      // Bundles know no empty value.
+      const DcmTagKey key = keyOf(tag);
+      taken = writer.setDicomTag(key.getGroup(), key.getElement(), "") && taken;
     }
-    // Bundles know no empty value.
-    const DcmTagKey key = keyOf(tag);
-    if (!writer.setDicomTag(key.getGroup(), key.getElement(), "")) {
-      throw Failure(attribute.name + ": " + writer.lastError());
-    }
+  }
+  if (!taken) {
+    throw Failure(writer.lastError());
   }
 }
 

@@ -3,7 +3,6 @@
 #include "ModalityTable.h"
 
 #include "DicomFile.h"
-#include "Failure.h"
 
 #include <zrdcmexport/ExDicomUtilitiesGlobal.h>
 
@@ -12,6 +11,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 #include <string>
 
 namespace zrdcm {
@@ -67,8 +67,9 @@ KtHandle<ZrDataAccess> ModalityTable::convert(char* samples, const KtVec3l& exte
   int offset = 0;
   const KtResult converted = ExDicomUtilities::extractSample_applyLUT_makeUnsigned(
       source, target, offset, table_, false, bitsStored_, highBit_);
+  // Samples and tables that it refuses are none that the constructor takes: only memory can be missing.
   if (converted.isBad() || target.isNull() || !target->hasData()) {
-    throw Failure("the modality table cannot be applied to the samples");
+    throw std::bad_alloc();
   }
   return target;
 }

@@ -24,7 +24,7 @@ public:
   /// The modality values of unconverted samples, 16 bits unsigned, frame after frame.
   /// @param samples first sample of the first frame to convert
   /// @param extent columns, rows and frames to convert
-  /// @throws Failure when the conversion fails
+  /// @throws std::bad_alloc when there is no room for the converted samples
   KtHandle<ZrDataAccess> convert(char* samples, const KtVec3l& extent,
                                  unsigned bytesPerSample) const;
 

@@ -4,6 +4,7 @@
 #include "ExitStatus.h"
 #include "ExportAttributes.h"
 #include "Failure.h"
+#include "FileNamed.h"
 #include "Messages.h"
 #include "OutputFile.h"
 #include "Verb.h"
@@ -150,19 +151,12 @@ void describePixels(AttributeSet& attributes, const ExportOptions& options) {
   attributes.setDefault(0x00280102, std::to_string(bits - 1));
 }
 
-// What is wrong with the file is told together with its name.
-AttributeSet attributesOfFile(const ExportOptions& options) {
-  try {
-    return attributesOf(DicomFile(options.from).dataset(), options.type);
-  } catch (const Failure& failure) {
-    throw Failure(options.from + ": " + failure.what());
-  }
-}
-
 AttributeSet gatherAttributes(const ExportOptions& options) {
   AttributeSet attributes;
   if (!options.from.empty()) {
-    attributes = attributesOfFile(options);
+    attributes = withFileNamed(options.from, [&] {
+      return attributesOf(DicomFile(options.from).dataset(), options.type);
+    });
     deriveFrom(attributes);
   }
   if (!options.tags.empty()) {

@@ -3,6 +3,7 @@
 #include "DicomFile.h"
 #include "ExitStatus.h"
 #include "Failure.h"
+#include "FileNamed.h"
 #include "Messages.h"
 #include "Verb.h"
 
@@ -188,19 +189,11 @@ void print(const TextOptions& options, const Rendering& rendering) {
            {"text", rendering.text}});
 }
 
-DicomFile load(const std::string& path) {
-  try {
-    return DicomFile(path);
-  } catch (const Failure& failure) {
-    throw Failure(path + ": " + failure.what());
-  }
-}
-
 int showText(const TextOptions& options) {
   // Before the file is read: implicit files take their VRs from the dictionary while they are read.
   ExDCM::registerPrivateDicomTags();
   const WantedElement wanted = parseTag(options.tag);
-  const DicomFile file = load(options.file);
+  const DicomFile file = withFileNamed(options.file, [&] { return DicomFile(options.file); });
   DcmElement* const element = wanted.creator.empty() ? findElement(file.dataset(), wanted.key)
                                                      : findPrivateElement(file.dataset(), wanted);
   if (element == nullptr) {
