@@ -183,6 +183,21 @@ TEST_F(ZrdcmDecode, PutsTheColourAxisOfNrrdFirst) {
   EXPECT_EQ(hex(bytes.substr(bytes.find("\n\n") + 2)), "01 02 03 04 05 06");
 }
 
+// A High Bit above the stored bits is taken as the uppermost of them: of 0x31 the low half counts.
+TEST_F(ZrdcmDecode, AppliesAWiderTableToTheStoredBitsWhateverHighBitSays) {
+  const auto image =
+      support::monochromeImage(2, 1)
+          .unsigned8()
+          .bitsStored(4)
+          .highBit(7)
+          .samples({0x10, 0x31})
+          .withItem(DCM_ModalityLUTSequence, support::DatasetBuilder()
+                                                 .withUint16s(DCM_LUTDescriptor, {4, 0, 16})
+                                                 .withWords(DCM_LUTData, {0, 1000, 2000, 3000}));
+
+  EXPECT_EQ(hex(decode(*image.build(), ".raw")), "00 00 e8 03");
+}
+
 struct WidthMismatch {
   const char* name;
   bool wideSamples;

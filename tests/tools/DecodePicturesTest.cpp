@@ -93,6 +93,13 @@ TEST_F(DecodedPicture, IgnoresAWindowThatShowsNothing) {
   EXPECT_THAT(decode(*image).samples, ElementsAre(0, 128, 255));
 }
 
+// No float is as large as this slope, so that no sample has a value.
+TEST_F(DecodedPicture, IsBlackWhereTheRescaleLineIsNoNumber) {
+  const auto image = support::monochromeImage(3, 1).samples({0, 1, 2}).rescale("1e39", "0").build();
+
+  EXPECT_THAT(decode(*image, {"--window", "0,100"}).samples, ElementsAre(0, 0, 0));
+}
+
 TEST_F(DecodedPicture, OfAFlatImageIsWritten) {
   const auto image = support::monochromeImage(2, 1).samples({7, 7}).build();
 
@@ -157,6 +164,15 @@ TEST_F(DecodedPicture, OfColourStaysAsItIsWhereOverlaysAreAskedFor) {
   const auto image = support::rgbImage(1, 2).samples({255, 0, 1, 2, 3, 4}).build();
 
   EXPECT_THAT(decode(*image, {"--overlays"}).samples, ElementsAre(255, 0, 1, 2, 3, 4));
+}
+
+TEST_F(DecodedPicture, WithoutOverlaysIsGrayInRgbWhereTheyAreAskedFor) {
+  const auto image = support::monochromeImage(2, 1).samples({0, 255}).window("128", "256").build();
+
+  const Png picture = decode(*image, {"--overlays"});
+
+  EXPECT_EQ(picture.channels, 3);
+  EXPECT_THAT(picture.samples, ElementsAre(0, 0, 0, 255, 255, 255));
 }
 
 TEST_F(DecodedPicture, CarriesTheOverlaysOfItsOwnFrame) {

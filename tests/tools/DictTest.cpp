@@ -61,6 +61,16 @@ TEST(ZrdcmDict, PrintsJson) {
                                   {"kind", "vendor"}}));
 }
 
+TEST(ZrdcmDict, TellsOwnElementsFromThoseOfVendors) {
+  const json list = json::parse(runZrdcm({"dict", "--own", "--json"}).output);
+
+  ASSERT_EQ(list.size(), 41U);
+  for (const json& entry : list) {
+    EXPECT_EQ(entry["creator"], "Zorlan") << entry;
+    EXPECT_EQ(entry["kind"], "own");
+  }
+}
+
 TEST(ZrdcmDict, HasNoCreatorForInternalElements) {
   const json list = json::parse(runZrdcm({"dict", "--internal", "--json"}).output);
 

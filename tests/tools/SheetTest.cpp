@@ -394,6 +394,16 @@ TEST_F(ContactSheet, ShowsEveryNthOfThousandsOfFramesAndSaysSo) {
   EXPECT_TRUE(holds(picture_, kNotice));
 }
 
+// 400 tiles of 96 pixels do not fit into 1600 x 1600, but into 4096 x 4096.
+TEST_F(ContactSheet, GrowsBeyondAScreenBeforeFramesAreLeftOut) {
+  draw(*flatFrames(std::vector<int>(400, 80)).build());
+
+  EXPECT_EQ(report_["shown"], 400);
+  EXPECT_EQ(report_["tiles"]["size"], (json{96, 96}));
+  EXPECT_THAT(picture_.columns, testing::AllOf(testing::Gt(1600U), Le(4096U)));
+  EXPECT_EQ(inTile(399), gray(80));
+}
+
 TEST_F(ContactSheet, FillsItsRowsWhereItCan) {
   draw(*flatFrames(std::vector<int>(16, 0)).build());
 

@@ -303,6 +303,18 @@ TEST_F(SplitFile, WithoutRoomLeavesNoManifestNotEvenAnOlderOne) {
   EXPECT_THAT(tools::namesIn(output("")), ElementsAre("volume-000.nrrd", "volume-000.png"));
 }
 
+TEST_F(SplitFile, IsRefusedWhereAFolderIsInTheManifestsPlace) {
+  support::saveFile(*nmFrames({2, 1}).build(), input());
+  std::filesystem::create_directories(output("manifest.json/inside"));
+
+  const Outcome outcome = run();
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "zrdcm: cannot replace " + output("manifest.json").string() +
+                                ": Directory not empty\n");
+  EXPECT_THAT(tools::namesIn(output("")), ElementsAre("manifest.json"));
+}
+
 struct Refusal {
   const char* name;
   support::ImageBuilder image;
