@@ -3,6 +3,7 @@
 // status 0 or 1 and never by a signal. The command line runs in a child process without an exec, so
 // that thousands of inputs take seconds.
 #include "CommandLine.h"
+#include "support/ChildProcess.h"
 #include "support/Corpus.h"
 #include "support/RowName.h"
 #include "support/SharedMemory.h"
@@ -108,11 +109,11 @@ ChildOutcome runInChild(std::size_t inputs, const Prepare& prepare,
         limitTime();
         position->status = runCommand(commands[position->command]);
         if (position->status != 0 && position->status != 1) {
-          _exit(kWrongStatus);
+          support::leaveChild(kWrongStatus);
         }
       }
     }
-    _exit(0);
+    support::leaveChild(0);
   }
   int status = 0;
   rusage usage{};

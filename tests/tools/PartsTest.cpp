@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Parts of the command line in situations that no file and no option brings about: somebody else
+// changes the folder meanwhile, descriptors run out, a caller asks for what no verb asks for.
+#include "CommandTree.h"
+#include "Condition.h"
+#include "DicomFile.h"
+#include "DicomWriter.h"
+#include "Failure.h"
+#include "OutputFile.h"
+#include "PngWriter.h"
+#include "phantoms/Phantom.h"
+#include "support/Compression.h"
+#include "support/ImageBuilder.h"
+#include "support/TempDir.h"
+#include "tools/ZrdcmRunner.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <sys/resource.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+/// What the user reads of the work's failure; empty when it does not fail.
+std::string failureOf(const std::function<void()>& work) {
+  try {
+    work();
+  } catch (const zrdcm::Failure& failure) {
+    return failure.what();
+  }
+  return "";
+}
+
+/// Allows this process `spare` descriptors more than it has now.
+class FewDescriptors {
+public:
+  explicit FewDescriptors(int spare) {
+    const int lowestFree = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    close(lowestFree);
+    if (lowestFree < 0 || getrlimit(RLIMIT_NOFILE, &before_) != 0) {
+      throw std::system_error(errno, std::generic_category(), "descriptors");
+    }
+    rlimit few = before_;
+    few.rlim_cur = static_cast<rlim_t>(lowestFree + spare);
+    setrlimit(RLIMIT_NOFILE, &few);
+  }
+  ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+  FewDescriptors(const FewDescriptors&) = delete;
+  FewDescriptors& operator=(const FewDescriptors&) = delete;
+
+private:
+  rlimit before_{};
+};
+
+// ---- files ----
+
+TEST(OutputFile, WithoutCommitLeavesTheOlderFileAndNothingElse) {
+  const support::TempDir folder;
+  tools::writeFile(folder.file("out"), "older");
+
+  {
+    zrdcm::OutputFile file(folder.file("out"));
+    file.write("newer");
+  }
+
+  EXPECT_THAT(tools::namesIn(folder.path()), ElementsAre("out"));
+  EXPECT_EQ(tools::readFile(folder.file("out")), "older");
+}
+
+TEST(OutputFile, LeavesNothingWhereAFolderTookItsPlace) {
+  const support::TempDir folder;
+  zrdcm::OutputFile file(folder.file("out"));
+  file.write("text");
+  std::filesystem::create_directory(folder.file("out"));
+
+  EXPECT_EQ(failureOf([&] { file.commit(); }),
+            "cannot write " + folder.file("out").string() + ": Is a directory");
+  EXPECT_THAT(tools::namesIn(folder.path()), ElementsAre("out"));
+  EXPECT_THAT(tools::namesIn(folder.file("out")), IsEmpty());
+}
+
+TEST(DicomFile, SaysWhyItCannotBeOpened) {
+  const support::TempDir folder;
+  support::saveFile(*support::monochromeImage(2, 2).build(), folder.file("in.dcm"));
+  const FewDescriptors none(0);
+
+  EXPECT_EQ(failureOf([&] { const zrdcm::DicomFile file(folder.file("in.dcm")); }),
+            "cannot be opened: Too many open files");
+}
+
+TEST(DicomWriter, SaysWhyItCannotOpenItsFile) {
+  const support::TempDir folder;
+  DcmFileFormat file(support::monochromeImage(2, 2).build().get());
+  const std::string target = folder.file("out.dcm").string();
+
+  // DCMTK has to open what is open already.
+  const std::string failure = failureOf([&] {
+    const FewDescriptors one(1);
+    zrdcm::writeDicomFile(file, EXS_LittleEndianExplicit, target);
+  });
+
+  EXPECT_EQ(failure, "cannot write " + target + ": Too many open files");
+  EXPECT_THAT(tools::namesIn(folder.path()), IsEmpty());
+}
+
+TEST(DicomWriter, LeavesNothingOfWhatItCannotEncode) {
+  const support::TempDir folder;
+  DcmFileFormat file(support::monochromeImage(2, 2).build().get());
+  const std::string target = folder.file("out.dcm").string();
+
+  const std::string failure =
+      failureOf([&] { zrdcm::writeDicomFile(file, EXS_JPEG2000LosslessOnly, target); });
+
+  EXPECT_THAT(failure, StartsWith("cannot write " + target + ": "));
+  EXPECT_THAT(tools::namesIn(folder.path()), IsEmpty());
+}
+
+TEST(PngFile, OfNothingIsAFailure) {
+  const support::TempDir folder;
+  const std::string target = folder.file("out.png").string();
+
+  EXPECT_THAT(failureOf([&] { zrdcm::writePng(target, {}); }),
+              StartsWith("cannot make " + target + ": "));
+  EXPECT_THAT(tools::namesIn(folder.path()), IsEmpty());
+}
+
+// ---- others ----
+
+TEST(Condition, SaysWhatCouldNotBeDoneAndWhy) {
+  EXPECT_EQ(failureOf([] { zrdcm::require(EC_Normal, "set Rows"); }), "");
+  EXPECT_EQ(failureOf([] { zrdcm::require(EC_TagNotFound, "set Rows"); }),
+            std::string("cannot set Rows: ") + OFCondition(EC_TagNotFound).text());
+}
+
+TEST(Phantom, IsNotWrittenInASyntaxWithoutANameOfItsOwn) {
+  const support::TempDir folder;
+  zrdcm::phantoms::Phantom phantom = zrdcm::phantoms::doseVolume(1);
+  phantom.compressed = {EXS_BigEndianExplicit};
+
+  EXPECT_EQ(failureOf([&] { zrdcm::phantoms::writePhantom(phantom, folder.path()); }),
+            "no such coding");
+}
+
+// In the shell's single quotes only another pair of quotes can bring one.
+TEST(ZshCompletion, KeepsApostrophesOfDescriptions) {
+  zrdcm::CommandTree program;
+  program.name = "program";
+  program.options = {{{"--colour"}, "", {}, "A file's [own] colour", false}};
+
+  EXPECT_THAT(zrdcm::zshCompletion(program),
+              HasSubstr("'(--colour)'--colour'[A file'\\''s \\[own\\] colour]'"));
+}
+
+}  // namespace
