@@ -134,10 +134,7 @@ ZrDcmExportPrivate::ZrDcmExportPrivate()
 }
 
 bool ZrDcmExportPrivate::setDicomTag(const KtString& key, const KtString& value) {
-  if (!ZrDcmData::setDicomTag(key, value, true)) {
-    return fail(ZrDcmData::lastError);
-  }
-  return true;
+  return ZrDcmData::setDicomTag(key, value, true) || fail(ZrDcmData::lastError);
 }
 
 bool ZrDcmExportPrivate::setOutputBaseDirectory(const char* path) {

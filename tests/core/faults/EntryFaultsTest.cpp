@@ -122,6 +122,27 @@ struct WithTables {
   LUT lut;
 };
 
+/// Values stay in the file until they are asked for.
+struct InAFile {
+  support::TempDir folder;
+  DcmFileFormat file;
+  LUT lut;
+  InAFile() {
+    constexpr Uint32 kLongestLoadedAtOnce = 64;
+    const std::string path = folder.file("table.dcm").string();
+    const std::unique_ptr<DcmDataset> written =
+        DatasetBuilder()
+            .withItem(DCM_ModalityLUTSequence,
+                      DatasetBuilder()
+                          .withUint16s(DCM_LUTDescriptor, {64, 0, 16})
+                          .withWords(DCM_LUTData, std::vector<Uint16>(64, 4711)))
+            .build();
+    EXPECT_TRUE(written->saveFile(path.c_str(), EXS_LittleEndianExplicit).good());
+    EXPECT_TRUE(
+        file.loadFile(path.c_str(), EXS_Unknown, EGL_noChange, kLongestLoadedAtOnce).good());
+  }
+};
+
 struct Written {
   LUT lut = wideRgbTable();
   DcmDataset dataset;
@@ -181,6 +202,15 @@ std::vector<Entry> tableEntries() {
             return true;
           },
           [](const WithTables& with) { return describe(with.lut); }, kThrows),
+      entry<InAFile>(
+          "LutReadingFromAFile",
+          [](InAFile& in) {
+            LUT::dcmDatasetRead(in.lut, *in.file.getDataset(), false);
+            return true;
+          },
+          [](const InAFile& in) { return describe(in.lut); },
+          // A file that DCMTK cannot open again is, in its words, a value that is not there.
+          {{}, true, {kEmptyTable}}),
       entry<Written>("LutWriting",
                      [](Written& written) {
                        LUT::dcmDatasetWrite(written.lut, written.dataset, true);
@@ -214,6 +244,29 @@ struct Transform {
     }
     source = new ZrDataAccess(KtVec3l(200, 200, 1), KtVec3l(2, 400, 80000), samples.data(),
                               KtPrimType::S16, 1, KtAllocator(0));
+  }
+};
+
+/// Through a table whose entries stand apart: they are brought together first.
+struct TransformThroughATable : Transform {
+  std::vector<std::uint16_t> spread = std::vector<std::uint16_t>(2048, 777);
+
+  TransformThroughATable() {
+    lut.entries = new ZrDataAccess(KtVec3l(1024, 1, 1), KtVec3l(4, 4096, 4096), spread.data(),
+                                   KtPrimType::U16, 1, KtAllocator(0));
+  }
+};
+
+/// A slice that a caller files under a number.
+struct Filing {
+  Zrg::MultiFrameImage volumes{true};
+  Zrg::SliceImage slice;
+  std::vector<char> frame = std::vector<char>(64);
+  Filing() {
+    volumes.setNumberOfVolumes(1);
+    slice.extent = KtVec3l(8, 8, 1);
+    slice.bytesPerSample = 1;
+    slice.data = frame.data();
   }
 };
 
@@ -261,6 +314,31 @@ std::vector<Entry> sampleEntries() {
             return describe(transform.source) + std::to_string(transform.offset);
           },
           kAllocatesNothing),
+      entry<TransformThroughATable>(
+          "TransformThroughAStridedTable",
+          [](TransformThroughATable& transform) {
+            return ExDicomUtilities::extractSample_applyLUT_makeUnsigned(
+                       transform.source, transform.target, transform.offset, transform.lut, false,
+                       16, 15)
+                .isOk();
+          },
+          [](const TransformThroughATable& transform) { return describe(transform.target); },
+          kThrowsOrIsFalse),
+      entry<Filing>(
+          "FilingASlice",
+          [](Filing& filing) {
+            if (filing.volumes.numSlices(0) == 0) {  // none is left of a failure
+              filing.volumes.addImage(0, 0, filing.slice, 7);
+            }
+            return true;
+          },
+          [](const Filing& filing) {
+            auto& volumes = const_cast<Zrg::MultiFrameImage&>(filing.volumes);
+            unsigned number = 0;
+            return std::to_string(volumes.numSlices(0)) +
+                   (volumes.getFrameNumber(0, 0, number) ? " with " + std::to_string(number) : "");
+          },
+          kThrows),
       entry<Overlays>(
           "OverlayExtraction",
           [](Overlays& overlays) {
