@@ -43,6 +43,19 @@ void addVector(DcmItem& item, Input& input, const DcmTagKey& key, unsigned frame
   (void)item.putAndInsertUint16Array(tag, numbers.data(), numbers.size());
 }
 
+/// A count that mostly fits, one time in eight any. Few of these are large: tens of thousands of empty
+/// volumes would take a third of the time.
+void addCount(DcmItem& item, Input& input, const DcmTagKey& key) {
+  const auto likely = static_cast<Uint16>(input.below(6));
+  const unsigned choice = input.below(8);
+  if (choice < 6) {
+    (void)item.putAndInsertUint16(key, likely);
+  } else if (choice == 6) {
+    const Uint16 any = input.word();
+    (void)item.putAndInsertUint16(key, any < 0xF000 ? any % 256 : any);
+  }
+}
+
 /// What splitting reads. @see PS3.3 C.7.6.6, C.8.4.8.1.1
 void addFrameAttributes(DcmItem& item, Input& input, unsigned frames) {
   static constexpr std::array<const char*, 6> kPointers = {
@@ -61,7 +74,7 @@ void addFrameAttributes(DcmItem& item, Input& input, unsigned frames) {
   }
   for (const DcmTagKey& key :
        {DCM_NumberOfSlices, DCM_NumberOfRRIntervals, DCM_NumberOfTimeSlots}) {
-    maybeUint16(item, input, key, static_cast<Uint16>(input.below(6)));
+    addCount(item, input, key);
   }
   for (const DcmTagKey& key : {DCM_SliceVector, DCM_RRIntervalVector, DCM_TimeSlotVector}) {
     addVector(item, input, key, frames);
