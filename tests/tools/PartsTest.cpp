@@ -149,7 +149,8 @@ TEST(Condition, SaysWhatCouldNotBeDoneAndWhy) {
 
 TEST(Phantom, IsNotWrittenInASyntaxWithoutANameOfItsOwn) {
   const support::TempDir folder;
-  zrdcm::phantoms::Phantom phantom = zrdcm::phantoms::doseVolume(1);
+  zrdcm::phantoms::Phantom phantom;
+  phantom.dataset = support::monochromeImage(2, 2).with(DCM_SOPInstanceUID, "1.2.3").build();
   phantom.compressed = {EXS_BigEndianExplicit};
 
   EXPECT_EQ(failureOf([&] { zrdcm::phantoms::writePhantom(phantom, folder.path()); }),
