@@ -164,6 +164,9 @@ INSTANTIATE_TEST_SUITE_P(
                     littleEndian(26, 2) + "1.2.",
                 "is damaged or no DICOM file: (0008,0016) claims 26 bytes, more than the file has "
                 "left"},
+        BadFile{"DatasetShorterThanAPreamble",
+                littleEndian(0x08, 2) + littleEndian(0x60, 2) + "CS" + littleEndian(2, 2) + "CT",
+                "is damaged or no DICOM file: I/O suspension or premature end of stream"},
         BadFile{"ElementsThatNobodyKnows",
                 littleEndian(0x08, 2) + littleEndian(0x0FFF, 2) + "LO" + littleEndian(200, 2) +
                     std::string(200, 'a'),
