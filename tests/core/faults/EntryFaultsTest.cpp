@@ -32,6 +32,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -249,9 +250,10 @@ struct Transform {
 
 /// Through a table whose entries stand apart: they are brought together first.
 struct TransformThroughATable : Transform {
-  std::vector<std::uint16_t> spread = std::vector<std::uint16_t>(2048, 777);
+  std::vector<std::uint16_t> spread = std::vector<std::uint16_t>(2048);
 
   TransformThroughATable() {
+    std::iota(spread.begin(), spread.end(), std::uint16_t{777});
     lut.entries = new ZrDataAccess(KtVec3l(1024, 1, 1), KtVec3l(4, 4096, 4096), spread.data(),
                                    KtPrimType::U16, 1, KtAllocator(0));
   }
