@@ -39,7 +39,7 @@ bool ZrDcmExport::writeImageAsIs(int dim1, int dim2, unsigned short* pixels) {
 }
 
 std::string ZrDcmExport::lastError() const {
-  return private_ ? private_->lastError().str() : std::string();
+  return private_ ? private_->lastError() : std::string();
 }
 
 bool ZrDcmExport::addParameters(const GxParamBundle* bundle) {

@@ -238,8 +238,8 @@ bool ZrDcmExportPrivate::writeDicomTags(DcmItem* item, const ZrDcmData* node, Kt
   return true;
 }
 
-KtString ZrDcmExportPrivate::lastError() const {
-  return lastError_;
+std::string ZrDcmExportPrivate::lastError() const {
+  return lastError_.str();
 }
 
 void ZrDcmExportPrivate::setLastError(const KtString& message) {

@@ -6,6 +6,8 @@
 #include <ktlib/KtPrimType.h>
 #include <ktlib/KtString.h>
 
+#include <string>
+
 class DcmDataset;
 class DcmFileFormat;
 class DcmItem;
@@ -56,7 +58,7 @@ public:
   bool writeDicomTags(DcmItem* item, const ZrDcmData* node, KtPrimType type, bool flag);
 
   /// Copy of the writer's last error; success does not clear it. Hides the tree's.
-  KtString lastError() const;
+  std::string lastError() const;
 
   /// Logs an error as "Reformat: ..." and keeps it.
   void setLastError(const KtString& message);

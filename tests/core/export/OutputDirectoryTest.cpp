@@ -171,7 +171,7 @@ TEST(SetOutputBaseDirectory, LeavesTheLastErrorAsItWas) {
 
   EXPECT_FALSE(writer.setOutputBaseDirectory(folder.file("file").c_str()));
 
-  EXPECT_EQ(writer.lastError(), KtString("[addParameters] No input data!"));
+  EXPECT_EQ(writer.lastError(), "[addParameters] No input data!");
 }
 
 TEST(SetOutputBaseDirectory, IsWrittenIntoEvenAfterItWasRefused) {

@@ -45,7 +45,7 @@ protected:
     }
     std::vector<std::uint16_t> pixels = exporting::twelveSamples();
     ASSERT_TRUE(writer.writeImageAsIs(4, 3, pixels.data(), KtPrimType::U16, 1))
-        << writer.lastError().str();
+        << writer.lastError();
   }
 
   std::string file() const { return folder_.file("image.dcm").string(); }
@@ -261,7 +261,7 @@ protected:
     const bool is8 = GetParam().type == KtPrimType::U8;
     void* pixels = is8 ? static_cast<void*>(bytes.data()) : words.data();
     ASSERT_TRUE(writer.writeImageAsIs(GetParam().columns, 3, pixels, GetParam().type, 1))
-        << writer.lastError().str();
+        << writer.lastError();
     list(*exporting::load(file())->getDataset(), listing_);
     ASSERT_GT(listing_.size(), 30U);
     std::ofstream(folder_.file("list.py")) << kListWithPydicom;

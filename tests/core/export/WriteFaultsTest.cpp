@@ -36,7 +36,7 @@ protected:
 
   void expectMetaInfoFailure(ZrDcmExportPrivate& writer) {
     EXPECT_FALSE(write(writer));
-    EXPECT_EQ(writer.lastError(), KtString(kMetaInfoFailed));
+    EXPECT_EQ(writer.lastError(), kMetaInfoFailed);
     EXPECT_THAT(log_.texts(), ElementsAre("Reformat: [writeImage] failed to write metainfo!"));
   }
 
@@ -141,7 +141,7 @@ protected:
   /// Size of the file when there is room for it; the file is taken away again.
   std::uintmax_t wholeFileBytes() {
     if (!write()) {
-      throw std::runtime_error("the file cannot be written: " + writer_.lastError().str());
+      throw std::runtime_error("the file cannot be written: " + writer_.lastError());
     }
     const std::uintmax_t bytes = fs::file_size(file());
     fs::remove(file());
@@ -152,7 +152,7 @@ protected:
   /// bytes that this counts.
   std::uintmax_t metaInfoBytes() {
     if (!write()) {
-      throw std::runtime_error("the file cannot be written: " + writer_.lastError().str());
+      throw std::runtime_error("the file cannot be written: " + writer_.lastError());
     }
     Uint32 groupLength = 0;
     const auto content = exporting::load(file());
@@ -167,7 +167,7 @@ protected:
 
   void expectFailure(const char* message) {
     EXPECT_FALSE(write());
-    EXPECT_EQ(writer_.lastError(), KtString(message));
+    EXPECT_EQ(writer_.lastError(), message);
     EXPECT_TRUE(!fs::exists(file()) || fs::file_size(file()) == 0) << "a fragment was left behind";
   }
 

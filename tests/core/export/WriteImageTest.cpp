@@ -55,7 +55,7 @@ TEST_F(WriteImageAsIs, RefusesANullBuffer) {
 
   EXPECT_FALSE(writer.writeImageAsIs(512, 512, nullptr, KtPrimType::U16, 1));
 
-  EXPECT_EQ(writer.lastError(), KtString("[writeImage] null pointer exception!"));
+  EXPECT_EQ(writer.lastError(), "[writeImage] null pointer exception!");
   EXPECT_THAT(log_.texts(), ElementsAre("Reformat: [writeImage] null pointer exception!"));
   EXPECT_TRUE(nothingWritten());
 }
@@ -97,7 +97,7 @@ TEST_F(WriteImageAsIs, ChecksTheBufferBeforeTheDimensions) {
 
   EXPECT_FALSE(writer.writeImageAsIs(0, 0, nullptr, KtPrimType::U16, 0));
 
-  EXPECT_EQ(writer.lastError(), KtString("[writeImage] null pointer exception!"));
+  EXPECT_EQ(writer.lastError(), "[writeImage] null pointer exception!");
 }
 
 TEST_F(WriteImageAsIs, ChecksTheDimensionsBeforeTheAttributes) {
@@ -116,7 +116,7 @@ TEST_F(WriteImageAsIs, PutsTheAttributesBeforeThePixels) {
 
   EXPECT_FALSE(writer.writeImageAsIs(65536, 32768, pixels_.data(), KtPrimType::U16, 1));
 
-  EXPECT_EQ(writer.lastError(), KtString(kTagsFailed));
+  EXPECT_EQ(writer.lastError(), kTagsFailed);
 }
 
 TEST_F(WriteImageAsIs, PutsThePixelsBeforeItAsksForTheDirectory) {
@@ -125,7 +125,7 @@ TEST_F(WriteImageAsIs, PutsThePixelsBeforeItAsksForTheDirectory) {
   // 2^31 samples: a negative count in 32 bits, which no element can hold.
   EXPECT_FALSE(writer.writeImageAsIs(65536, 32768, pixels_.data(), KtPrimType::U16, 1));
 
-  EXPECT_EQ(writer.lastError(), KtString(kPixelDataFailed));
+  EXPECT_EQ(writer.lastError(), kPixelDataFailed);
   EXPECT_THAT(log_.texts(), ElementsAre("Reformat: [writeImage]failed to write dcm pixel data to "
                                         "dcmdataset!"));
 }
@@ -135,7 +135,7 @@ TEST_F(WriteImageAsIs, RefusesANegativeCountOf8BitSamples) {
 
   EXPECT_FALSE(writer.writeImageAsIs(65536, 32767, pixels_.data(), KtPrimType::U8, 2));
 
-  EXPECT_EQ(writer.lastError(), KtString(kPixelDataFailed));
+  EXPECT_EQ(writer.lastError(), kPixelDataFailed);
   EXPECT_TRUE(nothingWritten());
 }
 
@@ -144,7 +144,7 @@ TEST_F(WriteImageAsIs, RequiresADirectory) {
 
   EXPECT_FALSE(write(writer));
 
-  EXPECT_EQ(writer.lastError(), KtString("[writeImage] no outputBaseDirectory specified!"));
+  EXPECT_EQ(writer.lastError(), "[writeImage] no outputBaseDirectory specified!");
   EXPECT_THAT(log_.texts(),
               ElementsAre("Reformat: [writeImage] no outputBaseDirectory specified!"));
 }
@@ -167,7 +167,7 @@ TEST_P(AttributeThatCannotBePut, FailsTheFile) {
 
   EXPECT_FALSE(writer.writeImageAsIs(4, 3, pixels.data(), GetParam().type, 1));
 
-  EXPECT_EQ(writer.lastError(), KtString(kTagsFailed));
+  EXPECT_EQ(writer.lastError(), kTagsFailed);
   EXPECT_THAT(log.texts(),
               ElementsAre("Reformat: [writeImage]failed to write dcm tags to dcmdataset!"));
   EXPECT_TRUE(fs::is_empty(folder.path()));
@@ -185,7 +185,7 @@ TEST_P(AttributeThatCannotBePut, FailsTheFileFromWithinAnItem) {
 
   EXPECT_FALSE(writer.writeImageAsIs(4, 3, pixels.data(), GetParam().type, 1));
 
-  EXPECT_EQ(writer.lastError(), KtString(kTagsFailed));
+  EXPECT_EQ(writer.lastError(), kTagsFailed);
   EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
@@ -319,7 +319,7 @@ protected:
     std::vector<std::uint16_t> pixels = exporting::twelveSamples();
     if (!writer.setDicomTag(GetParam().key, value) ||
         !writer.writeImageAsIs(4, 3, pixels.data(), type, 1)) {
-      return writer.lastError().str();
+      return writer.lastError();
     }
     const auto file = load(folder.file("image.dcm"));
     DcmElement* element = nullptr;
@@ -566,7 +566,7 @@ TEST_F(WriteImageAsIs, KeepsTheLastErrorAfterASuccess) {
 
   ASSERT_TRUE(write(writer));
 
-  EXPECT_EQ(writer.lastError(), KtString("[writeImage] null pointer exception!"));
+  EXPECT_EQ(writer.lastError(), "[writeImage] null pointer exception!");
 }
 
 // ---- samples that stay with the caller ----------------------------------------------------------
