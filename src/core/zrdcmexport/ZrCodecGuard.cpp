@@ -224,25 +224,30 @@ bool CodecGuard::jpegFramesAgree(unsigned long fragment, unsigned long count,
   return images > 0;
 }
 
-bool allImagesAreSafe(DcmItem& item) {
+bool visitImages(DcmItem& item, const std::function<bool(DcmItem&, DcmPixelData&)>& visit) {
   auto* const dataset = dynamic_cast<DcmDataset*>(&item);
   if (dataset == nullptr) {
     DcmElement* element = nullptr;
     (void)item.findAndGetElement(DCM_PixelData, element);  // none: the cast says so
     auto* const pixelData = dynamic_cast<DcmPixelData*>(element);
-    return pixelData == nullptr || CodecGuard(item, *pixelData).allFramesAreSafe();
+    return pixelData == nullptr || visit(item, *pixelData);
   }
   DcmStack stack;
   stack.push(dataset);
   while (dataset->search(DCM_PixelData, stack, ESM_afterStackTop, OFTrue).good()) {
     auto* const pixelData = dynamic_cast<DcmPixelData*>(stack.top());
     auto* const owner = dynamic_cast<DcmItem*>(stack.elem(1));
-    if (pixelData != nullptr && owner != nullptr &&
-        !CodecGuard(*owner, *pixelData).allFramesAreSafe()) {
+    if (pixelData != nullptr && owner != nullptr && !visit(*owner, *pixelData)) {
       return false;
     }
   }
   return true;
+}
+
+bool allImagesAreSafe(DcmItem& item) {
+  return visitImages(item, [](DcmItem& owner, DcmPixelData& pixelData) {
+    return CodecGuard(owner, pixelData).allFramesAreSafe();
+  });
 }
 
 }  // namespace Zrg

@@ -5,6 +5,7 @@
 #include "dcmtk/dcmdata/dctypes.h"
 #include "dcmtk/dcmdata/dcxfer.h"
 
+#include <functional>
 #include <optional>
 
 class DcmItem;
@@ -30,8 +31,11 @@ public:
   /// Whether the samples of `frames` frames stay below 4 GiB, which is all that decoders that
   /// decode them together can count.
   [[nodiscard]] bool isCountable(unsigned long long frames) const;
-  /// The same for all frames that Number of Frames promises.
-  [[nodiscard]] bool isCountable() const { return isCountable(numberOfFrames_); }
+  /// The same for all frames: as many as Number of Frames promises, but no more than there are
+  /// fragments, which is what the decoders believe.
+  [[nodiscard]] bool isCountable() const {
+    return codec_ == Codec::None || isCountable(decodedFrames());
+  }
 
   /// Whether all frames may be decoded together.
   [[nodiscard]] bool allFramesAreSafe();
@@ -76,8 +80,12 @@ private:
   unsigned long long numberOfFrames_ = 1;
 };
 
-/// Whether everything may be decoded that DCMTK decodes together with an item's own pixel data: for
-/// a dataset the images of all nested items (icons), for an item its own image alone.
+/// Visits everything that DCMTK decodes together with an item's own pixel data, each with the item
+/// that owns it: for a dataset the images of all nested items (icons), for an item its own image
+/// alone. Ends with the first visit that answers false; says whether all answered true.
+bool visitImages(DcmItem& item, const std::function<bool(DcmItem&, DcmPixelData&)>& visit);
+
+/// Whether all of that may be decoded.
 [[nodiscard]] bool allImagesAreSafe(DcmItem& item);
 
 }  // namespace Zrg

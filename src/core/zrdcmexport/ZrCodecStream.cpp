@@ -55,7 +55,11 @@ constexpr Uint8 kJpegLsPresets = 0xF8;
 constexpr Uint8 kLastStuffedByte = 0x7F;
 constexpr Uint8 kCodingParameters = 1;
 constexpr Uint16 kDefaultReset = 64;
+constexpr Uint16 kLeastReset = 3;
+constexpr Uint16 kMostReset = 255;
 constexpr Uint8 kPlaneByPlane = 0;
+constexpr Uint8 kPixelByPixel = 2;
+constexpr Uint8 kMostPrecision = 16;
 
 bool readBigEndian16(FragmentStream& stream, Uint16& value) {
   Uint8 high = 0;
@@ -172,17 +176,32 @@ bool readFrameHeader(Segment& segment, JpegFrameHeader& header) {
          segment.read(header.columns) && segment.read(header.components);
 }
 
-/// Presets with a RESET of their own take the decoder another way, where it trusts MAXVAL and takes
-/// interleaved samples for single ones.
-bool readPresets(Segment& segment) {
+/// Coding parameters of JPEG-LS; 0 where the stream leaves a parameter to its default.
+struct Presets {
+  Uint16 largestSample = 0;  ///< MAXVAL
+  Uint16 reset = 0;
+};
+
+bool readPresets(Segment& segment, Presets& presets) {
   Uint8 type = 0;
   if (!segment.read(type) || type != kCodingParameters) {
     return segment.skipRest();
   }
-  constexpr unsigned long long kThresholds = 4 * sizeof(Uint16);
-  Uint16 reset = 0;
-  return segment.skip(kThresholds) && segment.read(reset) &&
-         (reset == 0 || reset == kDefaultReset) && segment.skipRest();
+  constexpr unsigned long long kThresholds = 3 * sizeof(Uint16);
+  return segment.read(presets.largestSample) && segment.skip(kThresholds) &&
+         segment.read(presets.reset) && segment.skipRest();
+}
+
+/// Whether the decoder takes a scan with these presets for what it is. A RESET of its own leads it
+/// another way, where it does not check the largest sample, counts in 8 bits, and takes the
+/// samples of a pixel for samples of a line.
+bool isDecodable(const Presets& presets, const JpegFrameHeader& header, Uint8 interleaveMode) {
+  if (presets.reset == 0 || presets.reset == kDefaultReset) {
+    return true;
+  }
+  return presets.reset >= kLeastReset && presets.reset <= kMostReset &&
+         header.precision <= kMostPrecision &&
+         presets.largestSample == (1U << header.precision) - 1 && interleaveMode != kPixelByPixel;
 }
 
 bool readScanHeader(FragmentStream& stream, Uint8& interleaveMode) {
@@ -204,16 +223,18 @@ bool readMarkerBehindScan(FragmentStream& stream, Uint8& marker) {
 }
 
 /// Passes all scans, the first of whose markers has just been taken.
-bool passJpegLsScans(FragmentStream& stream, unsigned int components) {
+bool passJpegLsScans(FragmentStream& stream, const JpegFrameHeader& header,
+                     const Presets& presets) {
   unsigned int scans = 1;
   for (unsigned int scan = 0; scan < scans; ++scan) {
     Uint8 interleaveMode = 0;
     Uint8 marker = 0;
-    if (!readScanHeader(stream, interleaveMode) || !readMarkerBehindScan(stream, marker)) {
+    if (!readScanHeader(stream, interleaveMode) || !isDecodable(presets, header, interleaveMode) ||
+        !readMarkerBehindScan(stream, marker)) {
       return false;
     }
     if (scan == 0 && interleaveMode == kPlaneByPlane) {
-      scans = components;
+      scans = header.components;
     }
     if (scan + 1 < scans && marker != kStartOfScan) {
       return false;
@@ -343,6 +364,7 @@ std::optional<JpegFrameHeader> passJpegLsImage(FragmentStream& stream) {
     return std::nullopt;
   }
   std::optional<JpegFrameHeader> header;
+  Presets presets;
   while (readMarker(stream, marker) && marker != kStartOfScan) {
     if (endsSearch(marker) || standsAlone(marker)) {
       return std::nullopt;
@@ -352,13 +374,13 @@ std::optional<JpegFrameHeader> passJpegLsImage(FragmentStream& stream) {
     if (marker == kJpegLsFrame) {
       whole = readFrameHeader(segment, header.emplace()) && segment.skipRest();
     } else {
-      whole = marker == kJpegLsPresets ? readPresets(segment) : segment.skipRest();
+      whole = marker == kJpegLsPresets ? readPresets(segment, presets) : segment.skipRest();
     }
     if (!whole) {
       return std::nullopt;
     }
   }
-  return header && passJpegLsScans(stream, header->components) ? header : std::nullopt;
+  return header && passJpegLsScans(stream, *header, presets) ? header : std::nullopt;
 }
 
 }  // namespace Zrg

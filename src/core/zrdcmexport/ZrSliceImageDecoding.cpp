@@ -3,6 +3,8 @@
 // reads and stores the attributes, and leaves the samples to the monochrome or the colour path.
 #include "ZrSliceImageDecoding.h"
 
+#include "ZrCodecGuard.h"
+
 #include <ktlib/KtLogFile.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -14,6 +16,8 @@
 #include <atomic>
 #include <cstdlib>
 #include <mutex>
+#include <new>
+#include <vector>
 
 namespace Zrg {
 
@@ -55,44 +59,59 @@ void storeAttributes(SliceImage& slice, DcmItem& item, const ImageAttributes& at
   slice.pixelSpacing = readSpacing(item);
 }
 
-/// Drops what stands in an object as decompressed pixel data and was never finished.
-void discardUnfinished(DcmObject& object) {
-  DcmObject* child = nullptr;
-  while ((child = object.nextInContainer(child)) != nullptr) {
-    auto* const pixelData = dynamic_cast<DcmPixelData*>(child);
-    if (pixelData == nullptr) {
-      discardUnfinished(*child);
-      continue;
-    }
-    E_TransferSyntax syntax = EXS_Unknown;
-    const DcmRepresentationParameter* parameter = nullptr;
-    pixelData->getCurrentRepresentationKey(syntax, parameter);
-    if (DcmXfer(syntax).isEncapsulated()) {
-      pixelData->removeAllButCurrentRepresentations();
-    }
-  }
-}
-
 /// Sees to it that decoding which ends early leaves no samples behind. DCMTK takes samples for
-/// decompressed from the moment it has memory for them, whatever becomes of the decoder: the next
-/// call would deliver that memory as it came from the heap.
+/// decompressed from the moment it has memory for them, and does not take that back when a decoder
+/// runs out of memory: the next call would deliver them as they came from the heap. Samples that were
+/// there before stay: slices may point at them.
 class UnfinishedSamples {
 public:
-  explicit UnfinishedSamples(DcmItem& item) : item_(item) {}
+  explicit UnfinishedSamples(const Task& task) {
+    const auto remember = [this](DcmItem&, DcmPixelData& pixelData) {
+      if (!pixelData.hasRepresentation(EXS_LittleEndianExplicit, nullptr)) {
+        compressed_.push_back(&pixelData);
+      }
+      return true;
+    };
+    if (task.frames.all && !task.attributes.monochrome) {
+      visitImages(task.item, remember);  // DCMTK's image objects decompress all of them
+    } else {
+      remember(task.item, task.pixelData);
+    }
+  }
   ~UnfinishedSamples() {
-    if (!finished_) {
-      discardUnfinished(item_);
+    for (DcmPixelData* const pixelData : compressed_) {
+      E_TransferSyntax syntax = EXS_Unknown;
+      const DcmRepresentationParameter* parameter = nullptr;
+      pixelData->getCurrentRepresentationKey(syntax, parameter);
+      if (DcmXfer(syntax).isEncapsulated()) {
+        pixelData->removeAllButCurrentRepresentations();
+      }
     }
   }
   UnfinishedSamples(const UnfinishedSamples&) = delete;
   UnfinishedSamples& operator=(const UnfinishedSamples&) = delete;
 
-  void finished() { finished_ = true; }
+  void finished() { compressed_.clear(); }
 
 private:
-  DcmItem& item_;
-  bool finished_ = false;
+  std::vector<DcmPixelData*> compressed_;  ///< without samples when decoding began
 };
+
+bool decode(SliceImage& slice, const Task& task, std::string& errorText) {
+  std::optional<UnfinishedSamples> samples;
+  try {
+    samples.emplace(task);
+  } catch (const std::bad_alloc&) {
+    errorText = kOutOfMemory;
+    return false;
+  }
+  const bool done = task.attributes.monochrome ? decodeMonochrome(slice, task, errorText)
+                                               : decodeColour(slice, task, errorText);
+  if (done) {
+    samples->finished();
+  }
+  return done;
+}
 
 }  // namespace
 
@@ -143,12 +162,7 @@ bool SliceImage::process(DcmItem& item, std::string& errorText, int firstFrame, 
   extent.z = frames.count;
 
   const Decoding::Task task{item, *pixelData, *attributes, frames, target, targetSize};
-  Decoding::UnfinishedSamples samples(item);
-  valid = attributes->monochrome ? Decoding::decodeMonochrome(*this, task, errorText)
-                                 : Decoding::decodeColour(*this, task, errorText);
-  if (valid) {
-    samples.finished();
-  }
+  valid = Decoding::decode(*this, task, errorText);
   return valid;
 }
 

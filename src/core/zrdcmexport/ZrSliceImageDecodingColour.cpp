@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <new>
+#include <optional>
 
 namespace Zrg::Decoding {
 
@@ -57,29 +58,14 @@ void announceRgb(SliceImage& slice) {
   slice.bytesPerSample = 1;
 }
 
-/// Whether all frames of the item may be decompressed together, as both kinds of DCMTK's image
-/// objects do it when they are opened on all frames.
-bool mayDecompressAll(const Task& task, std::string& errorText) {
-  if (!CodecGuard(task.item, task.pixelData).isCountable()) {
-    errorText = kTooLarge;
-    return false;
-  }
-  if (!allImagesAreSafe(task.item)) {
-    errorText = kNoUncompressedData;
-    return false;
-  }
-  return true;
+std::string frameNotDecompressed(const OFCondition& status) {
+  const std::string reason = status.text();
+  return reason.empty() ? kFrameNotDecompressed : kFrameNotDecompressed + (": " + reason);
 }
 
-bool mayOpenDocument(const Task& task, std::string& errorText) {
-  if (task.frames.all) {
-    return mayDecompressAll(task, errorText);
-  }
-  if (!CodecGuard(task.item, task.pixelData).colourModelIsSafe()) {
-    errorText = kFrameNotDecompressed;
-    return false;
-  }
-  return true;
+/// What DCMTK says of a frame that its decoders do not take.
+std::string frameRefused() {
+  return frameNotDecompressed(EC_CannotChangeRepresentation);
 }
 
 /// Whether native samples of more than 16 bits are all there with all their bytes. DCMTK puts them
@@ -94,27 +80,61 @@ bool mayOpenImage(const Task& task, std::string& errorText) {
     errorText = kNoUncompressedData;
     return false;
   }
-  if (task.frames.all) {
-    return mayDecompressAll(task, errorText);
-  }
   CodecGuard guard(task.item, task.pixelData);
   const auto first = static_cast<unsigned long>(task.frames.first);
   const auto count = static_cast<unsigned long>(task.frames.count);
-  if (!guard.isCountable(count)) {
+  if (!(task.frames.all ? guard.isCountable() : guard.isCountable(count))) {
     errorText = kTooLarge;
     return false;
   }
-  if (!guard.colourModelIsSafe() || !guard.framesAreSafe(first, count)) {
+  if (!(task.frames.all ? allImagesAreSafe(task.item)
+                        : guard.colourModelIsSafe() && guard.framesAreSafe(first, count))) {
     errorText = kNoUncompressedData;
     return false;
   }
   return true;
 }
 
+/// Bytes of a frame of interleaved RGB, which is what a colour slice says that it holds.
+unsigned long long rgbFrameSize(const Task& task) {
+  return 3ULL * task.attributes.columns * task.attributes.rows;
+}
+
+/// Bytes of a frame that the decoder delivers as interleaved RGB; nothing when it delivers frames in
+/// another form or size, so that they must be rendered.
+std::optional<unsigned long> directFrameSize(const Task& task, const DcmXfer& syntax, DcmItem& item,
+                                             DcmPixelData& decoder) {
+  const bool isRgb = task.attributes.photometricInterpretation == "RGB";
+  Uint32 frameSize = 0;
+  const bool isDirect = syntax.isEncapsulated() && (syntax.isLossy() || isRgb) &&
+                        decoder.getUncompressedFrameSize(&item, frameSize).good() &&
+                        frameSize % 2 == 0 && frameSize == rgbFrameSize(task);
+  return isDirect ? std::optional<unsigned long>(frameSize) : std::nullopt;
+}
+
+/// Whether DCMTK may open the item as a document: it decompresses all frames then, or the first one
+/// of a range for its colour model. Were that to fail, the document would be there all the same: the
+/// message is that of the step which comes to grief over the frames.
+bool mayOpenDocument(SliceImage& slice, const Task& task, std::string& errorText) {
+  CodecGuard guard(task.item, task.pixelData);
+  if (task.frames.all && !guard.isCountable()) {
+    errorText = kTooLarge;
+    return false;
+  }
+  if (task.frames.all ? allImagesAreSafe(task.item) : guard.colourModelIsSafe()) {
+    return true;
+  }
+  announceRgb(slice);
+  const DcmXfer syntax(task.attributes.storedSyntax);
+  errorText = directFrameSize(task, syntax, task.item, task.pixelData) ? frameRefused()
+                                                                       : kNoUncompressedData;
+  return false;
+}
+
 /// Opens the item as a document and finds its decoder.
 bool openDocument(SliceImage& slice, const Task& task, Rendering& rendering,
                   std::string& errorText) {
-  if (!mayOpenDocument(task, errorText)) {
+  if (!mayOpenDocument(slice, task, errorText)) {
     return false;
   }
   try {
@@ -138,24 +158,6 @@ bool openDocument(SliceImage& slice, const Task& task, Rendering& rendering,
   }
   announceRgb(slice);
   return true;
-}
-
-/// Bytes of a frame of interleaved RGB, which is what a colour slice says that it holds.
-unsigned long long rgbFrameSize(const Task& task) {
-  return 3ULL * task.attributes.columns * task.attributes.rows;
-}
-
-/// Whether the document's frames come out of the decoder in another form than interleaved RGB, or in
-/// a size that it does not deliver. Sets the size of a frame.
-bool needsImage(const Task& task, Rendering& rendering) {
-  const DcmXfer syntax(rendering.document->getTransferSyntax());
-  const bool isRgb = task.attributes.photometricInterpretation == "RGB";
-  Uint32 frameSize = 0;
-  const OFCondition status =
-      rendering.decoder->getUncompressedFrameSize(rendering.decoderItem, frameSize);
-  rendering.frameSize = frameSize;
-  return !syntax.isEncapsulated() || (!syntax.isLossy() && !isRgb) || status.bad() ||
-         frameSize % 2 != 0 || frameSize != rgbFrameSize(task);
 }
 
 /// Whether an image whose pixels share their colour two by two has them all in pairs. DCMTK leaves a
@@ -204,8 +206,24 @@ bool openImage(const Task& task, Rendering& rendering, std::string& errorText) {
   return true;
 }
 
-bool findDestination(SliceImage& slice, const Task& task, std::size_t required,
-                     std::string& errorText) {
+bool hasFrame(const Task& task, const Rendering& rendering, int frame) {
+  if (rendering.image == nullptr) {
+    // All frames were to be decompressed, which has failed; the decoder's way knows the first alone.
+    return !task.frames.all || frame == 0;
+  }
+  return rendering.image->getFrameCount() > static_cast<unsigned long>(frame);
+}
+
+/// The message for a frame that is not there, of a rendering of so many bytes.
+std::string missingFrame(const Rendering& rendering, unsigned long long total) {
+  if (rendering.image == nullptr) {
+    return frameRefused();
+  }
+  return total >= kFourGiB ? kTooLarge : kNotRendered;
+}
+
+bool findDestination(SliceImage& slice, const Task& task, const Rendering& rendering,
+                     std::size_t required, std::string& errorText) {
   if (slice.buffer != nullptr || slice.data != nullptr) {
     // Deliberate: a slice that has memory keeps it, and it is trusted to be large enough.
     // Test: SliceDecodingColour.WritesIntoTheMemoryThatTheSliceHas
@@ -217,6 +235,10 @@ bool findDestination(SliceImage& slice, const Task& task, std::size_t required,
     }
     slice.data = static_cast<char*>(task.target);
     return true;
+  }
+  if (!hasFrame(task, rendering, task.frames.count - 1)) {  // before memory is taken for all
+    errorText = missingFrame(rendering, required);
+    return false;
   }
   slice.buffer = allocateSamples(required, errorText);
   return slice.buffer != nullptr;
@@ -238,7 +260,7 @@ bool decodeFrame(const Rendering& rendering, char* destination, std::string& err
   const auto frameSize = static_cast<Uint32>(rendering.frameSize);
   CodecGuard guard(*rendering.decoderItem, *rendering.decoder);
   if (!guard.frameIsSafe(kFirst, startFragment, frameSize)) {
-    errorText = kFrameNotDecompressed;
+    errorText = frameRefused();
     return false;
   }
   const OFCondition status = rendering.decoder->getUncompressedFrame(
@@ -246,11 +268,7 @@ bool decodeFrame(const Rendering& rendering, char* destination, std::string& err
   if (status.good()) {
     return true;
   }
-  errorText = kFrameNotDecompressed;
-  const std::string reason = status.text();
-  if (!reason.empty()) {
-    errorText += ": " + reason;
-  }
+  errorText = frameNotDecompressed(status);
   return false;
 }
 
@@ -258,7 +276,7 @@ bool deliverFrames(SliceImage& slice, const Task& task, const Rendering& renderi
                    std::string& errorText) {
   const unsigned long long total = static_cast<unsigned long long>(rendering.frameSize) *
                                    static_cast<unsigned long long>(task.frames.count);
-  if (!findDestination(slice, task, total, errorText)) {
+  if (!findDestination(slice, task, rendering, total, errorText)) {
     return false;
   }
   char* const memory = slice.data != nullptr ? slice.data : slice.buffer.get();
@@ -266,12 +284,11 @@ bool deliverFrames(SliceImage& slice, const Task& task, const Rendering& renderi
   for (int frame = 0; frame < task.frames.count; ++frame) {
     // Deliberate: the position of a frame is counted in 32 bits. Larger images fail to render.
     const Uint32 position = static_cast<Uint32>(frame) * static_cast<Uint32>(rendering.frameSize);
+    if (!hasFrame(task, rendering, frame)) {
+      errorText = missingFrame(rendering, total);
+      return false;
+    }
     if (rendering.image == nullptr) {
-      if (task.frames.all && frame > 0) {
-        // All frames were to be decompressed, which has failed; this way knows the first one alone.
-        errorText = kFrameNotDecompressed;
-        return false;
-      }
       if (!decodeFrame(rendering, start + position, errorText)) {
         return false;
       }
@@ -298,7 +315,11 @@ bool decodeColour(SliceImage& slice, const Task& task, std::string& errorText) {
     if (!openDocument(slice, task, rendering, errorText)) {
       return false;
     }
-    render = needsImage(task, rendering);
+    const std::optional<unsigned long> frameSize =
+        directFrameSize(task, DcmXfer(rendering.document->getTransferSyntax()),
+                        *rendering.decoderItem, *rendering.decoder);
+    render = !frameSize;
+    rendering.frameSize = frameSize.value_or(0);
   }
   if (render && !openImage(task, rendering, errorText)) {
     return false;

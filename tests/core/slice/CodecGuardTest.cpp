@@ -128,12 +128,21 @@ const Fragment kJpegLsFrame = {0xFF, 0xF7, 0, 17, 12, 1, 2, 3, 4, 3, 1, 17, 0, 2
 const Fragment kSamples = {1, 2, 0xFF, 0x7F, 3, 4};
 const Fragment kEnd = {0xFF, 0xD9};
 
+Fragment jpegLsFrameOf(Uint8 precision) {
+  Fragment frame = kJpegLsFrame;
+  frame[4] = precision;
+  return frame;
+}
+
 Fragment jpegLsScan(Uint8 interleaveMode) {
   return joined({{0xFF, 0xDA, 0, 8, 1, 1, 0, 0, interleaveMode, 0}, kSamples});
 }
 
-Fragment jpegLsPresets(Uint8 reset) {
-  return {0xFF, 0xF8, 0, 13, 1, 0x0F, 0xFF, 0, 18, 0, 67, 1, 20, 0, reset};
+/// The second byte of MAXVAL and both bytes of RESET differ.
+Fragment jpegLsPresets(Uint16 reset, Uint8 maxvalLow = 0xFF) {
+  const auto high = static_cast<Uint8>(reset >> 8);
+  const auto low = static_cast<Uint8>(reset & 0xFF);
+  return {0xFF, 0xF8, 0, 13, 1, 0x0F, maxvalLow, 0, 18, 0, 67, 1, 20, high, low};
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -160,8 +169,46 @@ INSTANTIATE_TEST_SUITE_P(
                true},
         Header{"JpegLsWithUnusualPresets",
                kJpegLs,
+               {joined({kStart, jpegLsPresets(31), kJpegLsFrame, jpegLsScan(1), kEnd})},
+               true},
+        Header{"JpegLsWithUnusualPresetsByPixel",
+               kJpegLs,
                {joined({kStart, jpegLsPresets(31), kJpegLsFrame, jpegLsScan(2), kEnd})},
                false},
+        Header{"JpegLsWithUnusualPresetsByPixelInTheSecondScan",
+               kJpegLs,
+               {joined({kStart, jpegLsPresets(31), kJpegLsFrame, jpegLsScan(0), jpegLsScan(2),
+                        jpegLsScan(0), kEnd})},
+               false},
+        Header{"JpegLsWithUnusualPresetsOfALowerMaximum",
+               kJpegLs,
+               {joined({kStart, jpegLsPresets(31, 0xFE), kJpegLsFrame, jpegLsScan(1), kEnd})},
+               false},
+        Header{"JpegLsWithUnusualPresetsOfSamplesThatAreTooLong",
+               kJpegLs,
+               {joined({kStart, jpegLsPresets(31), jpegLsFrameOf(255), jpegLsScan(1), kEnd})},
+               false},
+        Header{"JpegLsWithTheLeastReset",
+               kJpegLs,
+               {joined({kStart, jpegLsPresets(3), kJpegLsFrame, jpegLsScan(1), kEnd})},
+               true},
+        Header{"JpegLsWithTooSmallAReset",
+               kJpegLs,
+               {joined({kStart, jpegLsPresets(2), kJpegLsFrame, jpegLsScan(1), kEnd})},
+               false},
+        Header{"JpegLsWithTheLargestReset",
+               kJpegLs,
+               {joined({kStart, jpegLsPresets(255), kJpegLsFrame, jpegLsScan(1), kEnd})},
+               true},
+        Header{"JpegLsWithTooLargeAReset",
+               kJpegLs,
+               {joined({kStart, jpegLsPresets(256), kJpegLsFrame, jpegLsScan(1), kEnd})},
+               false},
+        Header{"JpegLsWithTheUsualPresetsBehindUnusualOnes",
+               kJpegLs,
+               {joined({kStart, jpegLsPresets(31), jpegLsPresets(64), kJpegLsFrame, jpegLsScan(2),
+                        kEnd})},
+               true},
         Header{"JpegLsInFragments",
                kJpegLs,
                {joined({kStart, kJpegLsFrame, jpegLsScan(2)}), kEnd},

@@ -4,12 +4,18 @@
 #include "SliceDecodingFixtures.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
+#include "support/LogCapture.h"
 #include "support/RowName.h"
 #include "zrdcmexport/ZrSliceImageDecoding.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcdict.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <iostream>
 
 namespace {
 
@@ -63,6 +69,25 @@ INSTANTIATE_TEST_SUITE_P(
         MissingElement{"PhotometricInterpretation", DCM_PhotometricInterpretation,
                        "Dicom tag DCM_PhotometricInterpretation not found or cannot be read"}),
     support::nameOf<MissingElement>);
+
+TEST(SliceDecodingDeathTest, WarnsOnceThatThereIsNoDictionary) {
+  // In a process of its own: the warning is given once in each, and the others want the dictionary.
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+
+  EXPECT_EXIT(
+      {
+        const auto dataset = monochromeImage(2, 2).build();
+        dcmDataDict.wrlock().clear();
+        dcmDataDict.wrunlock();
+        const support::LogCapture log;
+        for (int time = 0; time < 3; ++time) {
+          (void)decodeAll(*dataset);
+        }
+        std::cerr << log.texts().size() << " line: " << log.texts().front();
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "1 line: DCMTK has no data dictionary");
+}
 
 TEST(SliceDecoding, RefusesAnItemWithoutPixelData) {
   const auto dataset = monochromeImage(2, 2).build();

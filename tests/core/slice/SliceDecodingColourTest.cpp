@@ -458,13 +458,27 @@ TEST(SliceDecodingColour, RefusesPartnersThatAreMissingBehindOddBits) {
   EXPECT_EQ(decodeRange(*tooShort, 0, 0).errorText, "DicomImage::getOutputData() failed");
 }
 
+ImageBuilder longSamples(ImageBuilder image) {
+  return image.withUint16(DCM_BitsAllocated, 32)
+      .withUint16(DCM_BitsStored, 32)
+      .withUint16(DCM_HighBit, 31);
+}
+
+TEST(SliceDecodingColour, TakesTheHighestBitsOfLongSamples) {
+  const auto dataset = longSamples(rgbImage(2, 1)).build();
+  const std::vector<Uint16> words = {0, 0x1100, 0, 0x2200, 0, 0x3300, 0, 0xFF00, 0, 0, 0, 0x8000};
+  ASSERT_TRUE(dataset->putAndInsertUint16Array(DCM_PixelData, words.data(), words.size()).good());
+
+  const Outcome outcome = decodeAll(*dataset);
+
+  ASSERT_TRUE(outcome.done) << outcome.errorText;
+  EXPECT_EQ(samplesOf(outcome.slice), (Bytes{0x11, 0x22, 0x33, 0xFF, 0, 0x80}));
+}
+
 // DCMTK runs away over such a sample, through all of the memory that it can reach.
 TEST(SliceDecodingColour, RefusesLongSamplesThatEndWithinOne) {
-  const auto dataset = subsampledImage(2, 2).build();
-  ASSERT_TRUE(dataset->putAndInsertString(DCM_SamplesPerPixel, "1").good());
-  ASSERT_TRUE(dataset->putAndInsertString(DCM_BitsAllocated, "32").good());
-  ASSERT_TRUE(dataset->putAndInsertString(DCM_BitsStored, "32").good());
-  ASSERT_TRUE(dataset->putAndInsertString(DCM_HighBit, "31").good());
+  const auto dataset =
+      longSamples(subsampledImage(2, 2)).withUint16(DCM_SamplesPerPixel, 1).build();
   const std::vector<Uint16> words(35, 0x0707);
   ASSERT_TRUE(dataset->putAndInsertUint16Array(DCM_PixelData, words.data(), words.size()).good());
 

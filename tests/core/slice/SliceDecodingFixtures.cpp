@@ -27,6 +27,7 @@ Outcome decode(DcmItem& item, int first, int last, void* target, unsigned long t
   Outcome outcome;
   outcome.slice.convertSamples = samples == Samples::Converted;
   outcome.done = outcome.slice.process(item, outcome.errorText, first, last, target, targetSize);
+  EXPECT_EQ(outcome.done, outcome.errorText.empty()) << outcome.errorText;
   return outcome;
 }
 

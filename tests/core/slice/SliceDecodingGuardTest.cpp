@@ -8,7 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 namespace {
@@ -28,7 +31,8 @@ using support::rgbImage;
 constexpr const char* kWholeRefused = "Pixel data can't be decompressed";
 constexpr const char* kFrameRefused = "Error decompressing frames";
 constexpr const char* kNothingToRender = "Uncompressed data has size 0";
-constexpr const char* kDirectRefused = "DcmPixelData::getUncompressedFrame() failed";
+constexpr const char* kDirectRefused =
+    "DcmPixelData::getUncompressedFrame() failed: Pixel representation cannot be changed";
 constexpr const char* kTooLarge =
     "pixel data has an unsupported uncompressed size of more than 4GB";
 
@@ -116,7 +120,7 @@ TEST(SliceDecodingHostile, RleStripeOutsideItsFragmentIsRefusedForDirectColour) 
       {rleFrame({64, 128, 0x7FFFFF00}, {wholeStripe(), wholeStripe(), wholeStripe()})});
 
   EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kDirectRefused);
-  EXPECT_EQ(decodeAll(*dataset).errorText, kNothingToRender);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kDirectRefused);
 }
 
 TEST(SliceDecodingHostile, RleStripesThatRunBackwardsAreRefused) {
@@ -188,7 +192,7 @@ TEST_P(SliceDecodingHostileJpeg, IsRefusedForRgb) {
 
   EXPECT_FALSE(range.done);
   EXPECT_EQ(range.errorText, kDirectRefused);
-  EXPECT_EQ(decodeAll(*dataset).errorText, kNothingToRender);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kDirectRefused);
 }
 
 const ImageBuilder kSmallImage = monochromeImage(24, 24).unsigned8();
@@ -251,6 +255,20 @@ TEST(SliceDecodingHostile, JpegLsThatWouldEndInTheNextFrameIsRefused) {
   EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
 }
 
+// The decoder takes what stands before the next start of an image for a frame, be it nothing.
+TEST(SliceDecodingHostile, JpegLsFramesOfEmptyFragmentsAreRefused) {
+  const ImageBuilder builder = monochromeImage(48, 48).unsigned8().frames(2);
+  const Fragment whole = jpegOf(builder, EXS_JPEGLSLossless);
+  const auto before =
+      decoding::encapsulate(*builder.build(), EXS_JPEGLSLossless, {{}, whole, whole});
+  const auto between =
+      decoding::encapsulate(*builder.build(), EXS_JPEGLSLossless, {whole, {}, whole});
+
+  EXPECT_EQ(decodeAll(*before).errorText, kWholeRefused);
+  EXPECT_EQ(decodeRange(*before, 0, 0).errorText, kFrameRefused);
+  EXPECT_EQ(decodeAll(*between).errorText, kWholeRefused);
+}
+
 TEST(SliceDecodingHostile, JpegThatPromisesGigabytesIsRefused) {
   const auto dataset = support::compress(*kSmallImage.build(), EXS_JPEGProcess1);
   ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 65535).good());
@@ -291,6 +309,29 @@ TEST(SliceDecodingHostile, ASecondJpegThatIsSmallerSpoilsTheWholeButNotTheFirst)
   EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
 }
 
+/// A stream whose frame header is in order and which no decoder can decode: its tables are a comment.
+Fragment withoutTables(Fragment stream) {
+  const Fragment tables = {0xFF, 0xC4};
+  const auto found = std::search(stream.begin(), stream.end(), tables.begin(), tables.end());
+  if (found == stream.end()) {
+    throw std::logic_error("no tables");
+  }
+  *std::next(found) = 0xFE;
+  return stream;
+}
+
+TEST(SliceDecodingHostile, ADecoderThatFailsMidwayLeavesNoSamplesForTheNextCall) {
+  const ImageBuilder builder = monochromeImage(48, 48).unsigned8().frames(2);
+  const Fragment good = jpegOf(builder, EXS_JPEGProcess14SV1);
+  const auto dataset =
+      decoding::encapsulate(*builder.build(), EXS_JPEGProcess14SV1, {good, withoutTables(good)});
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+  EXPECT_EQ(decodeRange(*dataset, 1, 1).errorText, kFrameRefused);
+  EXPECT_TRUE(decodeRange(*dataset, 0, 0).done);
+}
+
 TEST(SliceDecodingHostile, AnIconThatWouldHangTheDecoderIsRefusedTogetherWithItsImage) {
   const auto dataset = support::compress(*rgbImage(48, 48).build(), EXS_JPEGProcess14SV1);
   DcmItem* icon = nullptr;
@@ -301,20 +342,20 @@ TEST(SliceDecodingHostile, AnIconThatWouldHangTheDecoderIsRefusedTogetherWithIts
     ASSERT_TRUE(icon->insert(dynamic_cast<DcmElement*>(hostile->getElement(i)->clone())).good());
   }
 
-  EXPECT_EQ(decodeAll(*dataset).errorText, kNothingToRender);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kDirectRefused);
   EXPECT_TRUE(decodeRange(*dataset, 0, 0).done);
 }
 
 // --- Sizes that decoders cannot count
 
 TEST(SliceDecodingHostile, CompressedFramesOfMoreThanFourGigabytesAreRefused) {
-  const auto monochrome = support::compress(*kSmallImage.build(), EXS_JPEGLSLossless);
-  ASSERT_TRUE(monochrome->putAndInsertString(DCM_NumberOfFrames, "7456541").good());  // x 24 x 24
-  const auto colour = support::compress(*rgbImage(24, 24).build(), EXS_RLELossless);
-  ASSERT_TRUE(colour->putAndInsertString(DCM_NumberOfFrames, "2485514").good());
+  // Two frames of 2.7 GB, of which each is small enough to be counted.
+  const auto dataset = support::compress(*rgbImage(24, 24).frames(2).build(), EXS_RLELossless);
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 30000).good());
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Columns, 30000).good());
 
-  EXPECT_EQ(decodeAll(*monochrome).errorText, kWholeRefused);
-  EXPECT_EQ(decodeAll(*colour).errorText, kTooLarge);
+  EXPECT_EQ(decodeAll(*dataset).errorText, kTooLarge);
+  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kDirectRefused);
 }
 
 TEST(SliceDecodingHostile, ARenderedFrameOfMoreThanFourGigabytesIsRefused) {
