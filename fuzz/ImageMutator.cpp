@@ -244,6 +244,29 @@ void mutateFrameHeader(Bytes& bytes, std::size_t payload) {
   }
 }
 
+/// Coding parameters of JPEG-LS before a segment, usual but for RESET and now and then MAXVAL.
+///
+///     FF F8 | length | 1 | MAXVAL | T1 | T2 | T3 | RESET
+void insertPresets(Bytes& bytes, std::size_t payload, std::size_t at) {
+  constexpr std::size_t kSize = 15;
+  static constexpr std::array<Uint16, 8> kResets = {0, 1, 3, 31, 63, 64, 255, 256};
+  const std::size_t header = findMarker(bytes, payload, isFrameHeader);
+  const unsigned int precision = bytes.holds(header, 10) ? bytes[header + 4] % 17U : 8;
+  const auto maximum = static_cast<Uint16>((1U << precision) - 1);
+  if (!bytes.open(at, kSize)) {
+    return;
+  }
+  bytes[at] = 0xFF;
+  bytes[at + 1] = 0xF8;
+  bytes.putBig16(at + 2, kSize - 2);
+  bytes[at + 4] = 1;
+  bytes.putBig16(at + 5, bytes.below(4) == 0 ? interesting16(bytes, maximum) : maximum);
+  for (std::size_t threshold = 0; threshold < 3; ++threshold) {
+    bytes.putBig16(at + 7 + 2 * threshold, 0);  // the usual one
+  }
+  bytes.putBig16(at + 13, kResets.at(bytes.below(kResets.size())));
+}
+
 void mutateMarkers(Bytes& bytes, std::size_t payload) {
   static constexpr std::array<Uint8, 10> kCodes = {0x01, 0x00, 0xD0, 0xD7, 0xD8,
                                                    0xD9, 0xDA, 0xFF, 0xC4, 0xF8};
@@ -252,7 +275,7 @@ void mutateMarkers(Bytes& bytes, std::size_t payload) {
     return;
   }
   const std::size_t length = 2U + bytes.big16(at + 2);
-  switch (bytes.below(6)) {
+  switch (bytes.below(7)) {
     case 0:  // a marker of its own
       if (bytes.open(at, 2)) {
         bytes[at] = 0xFF;
@@ -272,6 +295,9 @@ void mutateMarkers(Bytes& bytes, std::size_t payload) {
       break;
     case 4:
       bytes.truncate(at + bytes.below(length + 1));
+      break;
+    case 5:
+      insertPresets(bytes, payload, at);
       break;
     default:
       bytes[at + 1] = kCodes.at(bytes.below(kCodes.size()));
