@@ -348,14 +348,21 @@ TEST(SliceDecodingHostile, AnIconThatWouldHangTheDecoderIsRefusedTogetherWithIts
 
 // --- Sizes that decoders cannot count
 
-TEST(SliceDecodingHostile, CompressedFramesOfMoreThanFourGigabytesAreRefused) {
-  // Two frames of 2.7 GB, of which each is small enough to be counted.
-  const auto dataset = support::compress(*rgbImage(24, 24).frames(2).build(), EXS_RLELossless);
-  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 30000).good());
-  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Columns, 30000).good());
+/// Two frames that are no larger than others, but say so: each can be counted, both together cannot.
+std::unique_ptr<DcmDataset> largeFrames(const ImageBuilder& builder, Uint16 rowsAndColumns) {
+  auto dataset = support::compress(*builder.build(), EXS_RLELossless);
+  EXPECT_TRUE(dataset->putAndInsertUint16(DCM_Rows, rowsAndColumns).good());
+  EXPECT_TRUE(dataset->putAndInsertUint16(DCM_Columns, rowsAndColumns).good());
+  return dataset;
+}
 
-  EXPECT_EQ(decodeAll(*dataset).errorText, kTooLarge);
-  EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, kDirectRefused);
+TEST(SliceDecodingHostile, CompressedFramesOfMoreThanFourGigabytesAreRefused) {
+  const auto monochrome = largeFrames(monochromeImage(24, 24).unsigned8().frames(2), 50000);
+  const auto colour = largeFrames(rgbImage(24, 24).frames(2), 30000);
+
+  EXPECT_EQ(decodeAll(*monochrome).errorText, kWholeRefused);
+  EXPECT_EQ(decodeAll(*colour).errorText, kTooLarge);
+  EXPECT_EQ(decodeRange(*colour, 0, 0).errorText, kDirectRefused);
 }
 
 TEST(SliceDecodingHostile, ARenderedFrameOfMoreThanFourGigabytesIsRefused) {
