@@ -138,6 +138,11 @@ Fragment jpegLsScan(Uint8 interleaveMode) {
   return joined({{0xFF, 0xDA, 0, 8, 1, 1, 0, 0, interleaveMode, 0}, kSamples});
 }
 
+Fragment underMarker(Uint8 marker, Fragment segment) {
+  segment[1] = marker;
+  return segment;
+}
+
 /// The second byte of MAXVAL and both bytes of RESET differ.
 Fragment jpegLsPresets(Uint16 reset, Uint8 maxvalLow = 0xFF) {
   const auto high = static_cast<Uint8>(reset >> 8);
@@ -158,6 +163,11 @@ INSTANTIATE_TEST_SUITE_P(
         Header{"JpegLsWithTooFewScans",
                kJpegLs,
                {joined({kStart, kJpegLsFrame, jpegLsScan(0), jpegLsScan(0), kEnd})},
+               false},
+        Header{"JpegLsWithSomethingElseBeforeItsLastScan",
+               kJpegLs,
+               {joined({kStart, kJpegLsFrame, jpegLsScan(0), jpegLsScan(0),
+                        underMarker(0xFE, jpegLsScan(0)), kEnd})},
                false},
         Header{
             "JpegLsWithoutAnEnd", kJpegLs, {joined({kStart, kJpegLsFrame, jpegLsScan(2)})}, false},
@@ -245,9 +255,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 /// A frame header of 3 components under another marker.
 Fragment frameOfKind(Uint8 marker) {
-  Fragment frame = kBaselineFrame;
-  frame[1] = marker;
-  return frame;
+  return underMarker(marker, kBaselineFrame);
 }
 
 Fragment jpegBehind(const Fragment& segment) {
@@ -395,6 +403,20 @@ protected:
 
   std::unique_ptr<DcmDataset> dataset_;
 };
+
+TEST(RleFrame, HasAStripeAtLeast) {
+  const auto dataset =
+      decoding::encapsulate(*kSmallImage.build(), EXS_RLELossless, {decoding::rleFrame({}, {})});
+  DcmElement* element = nullptr;
+  ASSERT_TRUE(dataset->findAndGetElement(DCM_PixelData, element).good());
+  DcmPixelSequence* sequence = nullptr;
+  ASSERT_TRUE(dynamic_cast<DcmPixelData&>(*element)
+                  .getEncapsulatedRepresentation(EXS_RLELossless, nullptr, sequence)
+                  .good());
+  Zrg::FragmentStream stream(*sequence, 1, sequence->card());
+
+  EXPECT_FALSE(Zrg::passRleFrame(stream, {0, 24 * 24}));
+}
 
 class CodecGuardOfRle : public CodecGuardOf {
 protected:

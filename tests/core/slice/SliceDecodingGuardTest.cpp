@@ -45,6 +45,13 @@ Fragment wholeStripe() {
   return stripe;
 }
 
+/// The last run is of 127 bytes.
+Fragment shortStripe() {
+  Fragment stripe = wholeStripe();
+  stripe[stripe.size() - 2] = 130;
+  return stripe;
+}
+
 Fragment halfStripe() {
   Fragment stripe = wholeStripe();
   stripe.resize(stripe.size() / 2);
@@ -106,6 +113,7 @@ INSTANTIATE_TEST_SUITE_P(
         RleHazard{"OffsetInsideTheHeader", {rleFrame({4}, {wholeStripe()})}, true},
         RleHazard{"EmptyStripe", {rleFrame({64}, {})}, true},
         RleHazard{"StripeOfHalfAPlane", {rleFrame({64}, {halfStripe()})}, true},
+        RleHazard{"StripeOneByteShort", {rleFrame({64}, {shortStripe()})}, true},
         RleHazard{"RunWithoutItsByte", {rleFrame({64}, {halfStripe(), {129}})}, true},
         RleHazard{"LiteralsBeyondTheEnd", {rleFrame({64}, {halfStripe(), {127, 1, 2}})}, true},
         RleHazard{"SpreadOverFragments", decoding::cut(rleFrame({64}, {wholeStripe()}), 100),
@@ -113,6 +121,14 @@ INSTANTIATE_TEST_SUITE_P(
         RleHazard{"SpreadInsideTheHeader", decoding::cut(rleFrame({64}, {wholeStripe()}), 32),
                   true}),
     support::nameOf<RleHazard>);
+
+TEST(SliceDecodingHostile, RleStripesAreFoundInTheFragmentsThatFollow) {
+  const Fragment frame = rleFrame({64, 128}, {wholeStripe(), wholeStripe()});
+  const auto dataset = decoding::encapsulate(*monochromeImage(64, 64).unsigned16().build(),
+                                             EXS_RLELossless, decoding::cut(frame, 100));
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, "");
+}
 
 TEST(SliceDecodingHostile, RleStripeOutsideItsFragmentIsRefusedForDirectColour) {
   const auto dataset = decoding::encapsulate(
@@ -332,18 +348,32 @@ TEST(SliceDecodingHostile, ADecoderThatFailsMidwayLeavesNoSamplesForTheNextCall)
   EXPECT_TRUE(decodeRange(*dataset, 0, 0).done);
 }
 
+void insertIcon(DcmDataset& dataset, const Fragment& stream) {
+  DcmItem* icon = nullptr;
+  ASSERT_TRUE(dataset.findOrCreateSequenceItem(DCM_IconImageSequence, icon, 0).good());
+  const auto image = decoding::encapsulate(*kSmallImage.build(), EXS_JPEGProcess14SV1, {stream});
+  for (unsigned long i = 0; i < image->card(); ++i) {
+    ASSERT_TRUE(icon->insert(dynamic_cast<DcmElement*>(image->getElement(i)->clone())).good());
+  }
+}
+
 TEST(SliceDecodingHostile, AnIconThatWouldHangTheDecoderIsRefusedTogetherWithItsImage) {
   const auto dataset = support::compress(*rgbImage(48, 48).build(), EXS_JPEGProcess14SV1);
-  DcmItem* icon = nullptr;
-  ASSERT_TRUE(dataset->findOrCreateSequenceItem(DCM_IconImageSequence, icon, 0).good());
-  const auto hostile =
-      decoding::encapsulate(*kSmallImage.build(), EXS_JPEGProcess14SV1, {endlessMarkers()});
-  for (unsigned long i = 0; i < hostile->card(); ++i) {
-    ASSERT_TRUE(icon->insert(dynamic_cast<DcmElement*>(hostile->getElement(i)->clone())).good());
-  }
+  insertIcon(*dataset, endlessMarkers());
 
   EXPECT_EQ(decodeAll(*dataset).errorText, kDirectRefused);
   EXPECT_TRUE(decodeRange(*dataset, 0, 0).done);
+}
+
+TEST(SliceDecodingHostile, AnIconThatFailsIsNoHindranceToItsImage) {
+  const ImageBuilder builder = rgbImage(48, 48);
+  const auto dataset = support::compress(*builder.build(), EXS_JPEGProcess14SV1);
+  insertIcon(*dataset, withoutTables(jpegOf(kSmallImage, EXS_JPEGProcess14SV1)));
+
+  const Outcome outcome = decodeAll(*dataset);
+
+  ASSERT_TRUE(outcome.done) << outcome.errorText;
+  EXPECT_EQ(decoding::samplesOf(outcome.slice), decoding::numbers(builder.storedSamples()));
 }
 
 // --- Sizes that decoders cannot count
