@@ -33,7 +33,7 @@ bench: deps ## measure against memcpy, DCMTK and other readers
 coverage: deps ## say which lines and branches the tests reach, and fail below the goal
 	scripts/coverage.sh
 
-mutation: deps ## say how many small slips in the library the tests notice; most of an hour
+mutation: deps ## say how many small slips in the library the tests notice; a quarter of an hour
 	python3 tests/mutation/mutate.py --jobs $(JOBS)
 
 memcheck: deps ## run hostile and damaged files under valgrind
