@@ -102,9 +102,11 @@ bool CodecGuard::allFramesAreSafe() {
   if (codec_ == Codec::Rle) {
     return rleFramesAreWhole();
   }
-  // Decoded together, the samples take the size that the first stream says: Bits Allocated follows.
-  const std::optional<unsigned long long> frameSize = jpegYield(1);
-  return frameSize && jpegFramesAgree(1, decodedFrames(), *frameSize);
+  // Decoded together, all frames go through the decoder that the first one asks for, into samples of
+  // the size that it says: Bits Allocated follows.
+  const std::optional<JpegYield> first = jpegYield(1);
+  return first && jpegFramesAgree(1, decodedFrames(),
+                                  [&](const JpegYield& yield) { return yield == *first; });
 }
 
 bool CodecGuard::colourModelIsSafe() {
@@ -121,7 +123,8 @@ bool CodecGuard::framesAreSafe(unsigned long first, unsigned long count) {
     return false;
   }
   if (codec_ != Codec::Rle) {
-    return jpegFramesAgree(*start, count, frameSize);
+    return jpegFramesAgree(*start, count,
+                           [&](const JpegYield& yield) { return yield.bytes == frameSize; });
   }
   for (unsigned long i = 0; i < count; ++i) {
     const auto fragment = static_cast<Uint32>(*start + i);
@@ -141,7 +144,8 @@ bool CodecGuard::frameIsSafe(Uint32 frame, Uint32 startFragment, unsigned long l
     return false;
   }
   if (codec_ != Codec::Rle) {
-    return jpegYield(*start) == frameSize;
+    const std::optional<JpegYield> yield = jpegYield(*start);
+    return yield && yield->bytes == frameSize;
   }
   FragmentStream fragment(*sequence_, *start, *start + 1UL);
   return pixelsPerFrame() * bytesPerPixel() == frameSize &&
@@ -173,8 +177,8 @@ bool CodecGuard::startsJpegImage(unsigned long fragment) const {
   return stream.read(prefix) && stream.read(marker) && prefix == 0xFF && marker == 0xD8;
 }
 
-/// Bytes that the JPEG image in a fragment fills when its size agrees with the attributes.
-std::optional<unsigned long long> CodecGuard::jpegYield(unsigned long fragment) const {
+/// What the JPEG image in a fragment yields when its size agrees with the attributes.
+std::optional<CodecGuard::JpegYield> CodecGuard::jpegYield(unsigned long fragment) const {
   unsigned long end = fragment + 1;
   while (end < sequence_->card() && !startsJpegImage(end)) {
     ++end;
@@ -190,7 +194,8 @@ std::optional<unsigned long long> CodecGuard::jpegYield(unsigned long fragment) 
   if (isBaseline_ && header->precision > 8) {
     return std::nullopt;
   }
-  return pixelsPerFrame() * samplesPerPixel_ * (header->precision > 8 ? 2 : 1);
+  return JpegYield{pixelsPerFrame() * samplesPerPixel_ * (header->precision > 8 ? 2 : 1),
+                   codec_ == Codec::Jpeg && header->precision > 12};
 }
 
 bool CodecGuard::rleFramesAreWhole() const {
@@ -206,16 +211,16 @@ bool CodecGuard::rleFramesAreWhole() const {
   return true;
 }
 
-/// Whether the next `count` JPEG images, the first in the given fragment, fill `frameSize` bytes
-/// each. Where a frame ends is known to the decoder alone; a start of image never stands inside the
+/// Whether the next `count` JPEG images, the first in the given fragment, yield what they shall. Where a frame ends is known to the decoder alone; a start of image never stands inside the
 /// coded samples, so that every fragment which begins with one begins a frame.
 bool CodecGuard::jpegFramesAgree(unsigned long fragment, unsigned long count,
-                                 unsigned long long frameSize) const {
+                                 const std::function<bool(const JpegYield&)>& isRight) const {
   const unsigned long end = sequence_->card();
   unsigned long images = 0;
   for (unsigned long i = fragment; i < end && images < count; ++i) {
     if (i == fragment || startsJpegImage(i)) {
-      if (jpegYield(i) != frameSize) {
+      const std::optional<JpegYield> yield = jpegYield(i);
+      if (!yield || !isRight(*yield)) {
         return false;
       }
       ++images;

@@ -58,16 +58,25 @@ public:
 private:
   enum class Codec { None, Rle, Jpeg, JpegLs };
 
+  /// What decoding a JPEG image gives.
+  struct JpegYield {
+    unsigned long long bytes;
+    bool
+        isLong;  ///< of more than 12 bits: DCMTK's decoder of shorter samples drops the lowest bits
+
+    bool operator==(const JpegYield&) const = default;
+  };
+
   [[nodiscard]] static Codec codecOf(E_TransferSyntax syntax);
   [[nodiscard]] unsigned long long pixelsPerFrame() const;
   [[nodiscard]] unsigned long long bytesPerPixel() const;
   [[nodiscard]] unsigned long decodedFrames() const;
   [[nodiscard]] std::optional<Uint32> startFragmentOf(Uint32 frame) const;
   [[nodiscard]] bool startsJpegImage(unsigned long fragment) const;
-  [[nodiscard]] std::optional<unsigned long long> jpegYield(unsigned long fragment) const;
+  [[nodiscard]] std::optional<JpegYield> jpegYield(unsigned long fragment) const;
   [[nodiscard]] bool rleFramesAreWhole() const;
   [[nodiscard]] bool jpegFramesAgree(unsigned long fragment, unsigned long count,
-                                     unsigned long long frameSize) const;
+                                     const std::function<bool(const JpegYield&)>& isRight) const;
 
   Codec codec_ = Codec::None;
   bool isBaseline_ = false;  ///< the process of 8-bit JPEG

@@ -325,15 +325,47 @@ TEST(SliceDecodingHostile, ASecondJpegThatIsSmallerSpoilsTheWholeButNotTheFirst)
   EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
 }
 
+Fragment::iterator find(Fragment& stream, const Fragment& marker) {
+  const auto found = std::search(stream.begin(), stream.end(), marker.begin(), marker.end());
+  if (found == stream.end()) {
+    throw std::logic_error("no such marker");
+  }
+  return found;
+}
+
 /// A stream whose frame header is in order and which no decoder can decode: its tables are a comment.
 Fragment withoutTables(Fragment stream) {
-  const Fragment tables = {0xFF, 0xC4};
-  const auto found = std::search(stream.begin(), stream.end(), tables.begin(), tables.end());
-  if (found == stream.end()) {
-    throw std::logic_error("no tables");
-  }
-  *std::next(found) = 0xFE;
+  *std::next(find(stream, {0xFF, 0xC4})) = 0xFE;
   return stream;
+}
+
+/// A lossless stream that says so many bits of its samples.
+Fragment ofPrecision(Uint8 precision, Fragment stream) {
+  *std::next(find(stream, {0xFF, 0xC3}), 4) = precision;
+  return stream;
+}
+
+// The decoder of the first would drop the lowest bits of the second.
+TEST(SliceDecodingHostile, ASecondJpegOfLongerSamplesSpoilsTheWholeButNotItself) {
+  const ImageBuilder builder = monochromeImage(48, 48);
+  const Fragment stream = jpegOf(builder, EXS_JPEGProcess14SV1);
+  const auto dataset =
+      decoding::encapsulate(*monochromeImage(48, 48).frames(2).build(), EXS_JPEGProcess14SV1,
+                            {ofPrecision(12, stream), stream});
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+  EXPECT_TRUE(decodeRange(*dataset, 0, 0).done);
+  EXPECT_EQ(decoding::samplesOf(decodeRange(*dataset, 1, 1).slice),
+            decoding::numbers(builder.storedSamples()));
+}
+
+TEST(SliceDecodingHostile, FramesOfOneDecoderMayDifferInPrecision) {
+  const Fragment stream = jpegOf(monochromeImage(48, 48), EXS_JPEGProcess14SV1);
+  const auto dataset =
+      decoding::encapsulate(*monochromeImage(48, 48).frames(2).build(), EXS_JPEGProcess14SV1,
+                            {ofPrecision(13, stream), stream});
+
+  EXPECT_TRUE(decodeAll(*dataset).done);
 }
 
 TEST(SliceDecodingHostile, ADecoderThatFailsMidwayLeavesNoSamplesForTheNextCall) {
