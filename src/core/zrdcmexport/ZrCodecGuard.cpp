@@ -9,6 +9,7 @@
 //                         promise than the stream allocates gigabytes; a marker for temporary use
 //                         makes the search for the header endless; more than 8 bits called baseline
 //                         fill half of the samples
+//   JPEG, whole images    the decoder for the first frame drops the lowest bits of longer samples
 //   JPEG-LS, all of it    a stream that ends inside its scans is read beyond its end; presets of a
 //                         kind that the decoder does not check make it read outside its buffers
 #include "ZrCodecGuard.h"
@@ -105,8 +106,9 @@ bool CodecGuard::allFramesAreSafe() {
   // Decoded together, all frames go through the decoder that the first one asks for, into samples of
   // the size that it says: Bits Allocated follows.
   const std::optional<JpegYield> first = jpegYield(1);
-  return first && jpegFramesAgree(1, decodedFrames(),
-                                  [&](const JpegYield& yield) { return yield == *first; });
+  return first && jpegFramesAgree(1, decodedFrames(), [&](const JpegYield& yield) {
+           return yield.bytes == first->bytes && (first->isLong || !yield.isLong);
+         });
 }
 
 bool CodecGuard::colourModelIsSafe() {
@@ -211,8 +213,9 @@ bool CodecGuard::rleFramesAreWhole() const {
   return true;
 }
 
-/// Whether the next `count` JPEG images, the first in the given fragment, yield what they shall. Where a frame ends is known to the decoder alone; a start of image never stands inside the
-/// coded samples, so that every fragment which begins with one begins a frame.
+/// Whether the next `count` JPEG images, the first in the given fragment, all yield what is right.
+/// Where a frame ends is known to the decoder alone; a start of image never stands inside the coded
+/// samples, so that every fragment which begins with one begins a frame.
 bool CodecGuard::jpegFramesAgree(unsigned long fragment, unsigned long count,
                                  const std::function<bool(const JpegYield&)>& isRight) const {
   const unsigned long end = sequence_->card();

@@ -58,13 +58,10 @@ public:
 private:
   enum class Codec { None, Rle, Jpeg, JpegLs };
 
-  /// What decoding a JPEG image gives.
+  /// What decoding a JPEG image gives. DCMTK has a decoder of its own for more than 12 bits.
   struct JpegYield {
     unsigned long long bytes;
-    bool
-        isLong;  ///< of more than 12 bits: DCMTK's decoder of shorter samples drops the lowest bits
-
-    bool operator==(const JpegYield&) const = default;
+    bool isLong;  ///< of more than 12 bits
   };
 
   [[nodiscard]] static Codec codecOf(E_TransferSyntax syntax);

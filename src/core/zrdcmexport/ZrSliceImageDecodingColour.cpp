@@ -83,16 +83,18 @@ bool mayOpenImage(const Task& task, std::string& errorText) {
   CodecGuard guard(task.item, task.pixelData);
   const auto first = static_cast<unsigned long>(task.frames.first);
   const auto count = static_cast<unsigned long>(task.frames.count);
-  if (!(task.frames.all ? guard.isCountable() : guard.isCountable(count))) {
+  const bool isCountable = task.frames.all ? guard.isCountable() : guard.isCountable(count);
+  if (!isCountable) {
     errorText = kTooLarge;
     return false;
   }
-  if (!(task.frames.all ? allImagesAreSafe(task.item)
-                        : guard.colourModelIsSafe() && guard.framesAreSafe(first, count))) {
+  const bool isSafe = task.frames.all
+                          ? allImagesAreSafe(task.item)
+                          : guard.colourModelIsSafe() && guard.framesAreSafe(first, count);
+  if (!isSafe) {
     errorText = kNoUncompressedData;
-    return false;
   }
-  return true;
+  return isSafe;
 }
 
 /// Bytes of a frame of interleaved RGB, which is what a colour slice says that it holds.
@@ -115,7 +117,7 @@ std::optional<unsigned long> directFrameSize(const Task& task, const DcmXfer& sy
 /// Whether DCMTK may open the item as a document: it decompresses all frames then, or the first one
 /// of a range for its colour model. Were that to fail, the document would be there all the same: the
 /// message is that of the step which comes to grief over the frames.
-bool mayOpenDocument(SliceImage& slice, const Task& task, std::string& errorText) {
+bool mayOpenDocument(const Task& task, std::string& errorText) {
   CodecGuard guard(task.item, task.pixelData);
   if (task.frames.all && !guard.isCountable()) {
     errorText = kTooLarge;
@@ -124,7 +126,6 @@ bool mayOpenDocument(SliceImage& slice, const Task& task, std::string& errorText
   if (task.frames.all ? allImagesAreSafe(task.item) : guard.colourModelIsSafe()) {
     return true;
   }
-  announceRgb(slice);
   const DcmXfer syntax(task.attributes.storedSyntax);
   errorText = directFrameSize(task, syntax, task.item, task.pixelData) ? frameRefused()
                                                                        : kNoUncompressedData;
@@ -134,7 +135,8 @@ bool mayOpenDocument(SliceImage& slice, const Task& task, std::string& errorText
 /// Opens the item as a document and finds its decoder.
 bool openDocument(SliceImage& slice, const Task& task, Rendering& rendering,
                   std::string& errorText) {
-  if (!mayOpenDocument(slice, task, errorText)) {
+  if (!mayOpenDocument(task, errorText)) {
+    announceRgb(slice);
     return false;
   }
   try {
@@ -214,7 +216,7 @@ bool hasFrame(const Task& task, const Rendering& rendering, int frame) {
   return rendering.image->getFrameCount() > static_cast<unsigned long>(frame);
 }
 
-/// The message for a frame that is not there, of a rendering of so many bytes.
+/// The message for a frame that is not there or cannot be rendered, when all are of so many bytes.
 std::string missingFrame(const Rendering& rendering, unsigned long long total) {
   if (rendering.image == nullptr) {
     return frameRefused();
@@ -293,7 +295,7 @@ bool deliverFrames(SliceImage& slice, const Task& task, const Rendering& renderi
         return false;
       }
     } else if (!renderFrame(rendering, static_cast<unsigned long>(frame), start + position)) {
-      errorText = total >= kFourGiB ? kTooLarge : kNotRendered;
+      errorText = missingFrame(rendering, total);
       return false;
     }
   }

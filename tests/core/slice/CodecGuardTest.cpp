@@ -12,6 +12,7 @@
 
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <vector>
 
 namespace {
@@ -87,18 +88,32 @@ struct Header {
   bool found;
 };
 
+Zrg::FragmentStream framesOf(DcmDataset& dataset, E_TransferSyntax syntax) {
+  DcmElement* element = nullptr;
+  DcmPixelSequence* sequence = nullptr;
+  if (dataset.findAndGetElement(DCM_PixelData, element).bad() ||
+      dynamic_cast<DcmPixelData&>(*element)
+          .getEncapsulatedRepresentation(syntax, nullptr, sequence)
+          .bad()) {
+    throw std::logic_error("no compressed frames");
+  }
+  return {*sequence, 1, sequence->card()};
+}
+
+TEST(RleFrame, HasAStripeAtLeast) {
+  const auto dataset =
+      decoding::encapsulate(*kSmallImage.build(), EXS_RLELossless, {decoding::rleFrame({}, {})});
+  Zrg::FragmentStream stream = framesOf(*dataset, EXS_RLELossless);
+
+  EXPECT_FALSE(Zrg::passRleFrame(stream, {0, 24 * 24}));
+}
+
 class JpegFrameHeaderSearch : public testing::TestWithParam<Header> {};
 
 TEST_P(JpegFrameHeaderSearch, EndsAtTheFrameOrAtWhatCannotPrecedeIt) {
   const auto dataset =
       decoding::encapsulate(*kSmallImage.build(), GetParam().syntax, GetParam().fragments);
-  DcmElement* element = nullptr;
-  ASSERT_TRUE(dataset->findAndGetElement(DCM_PixelData, element).good());
-  DcmPixelSequence* sequence = nullptr;
-  ASSERT_TRUE(dynamic_cast<DcmPixelData&>(*element)
-                  .getEncapsulatedRepresentation(GetParam().syntax, nullptr, sequence)
-                  .good());
-  Zrg::FragmentStream stream(*sequence, 1, sequence->card());
+  Zrg::FragmentStream stream = framesOf(*dataset, GetParam().syntax);
 
   const auto header = readHeader(stream, GetParam().syntax);
 
@@ -143,7 +158,7 @@ Fragment underMarker(Uint8 marker, Fragment segment) {
   return segment;
 }
 
-/// The second byte of MAXVAL and both bytes of RESET differ.
+/// The largest sample is that of 12 bits, unless its low byte is given.
 Fragment jpegLsPresets(Uint16 reset, Uint8 maxvalLow = 0xFF) {
   const auto high = static_cast<Uint8>(reset >> 8);
   const auto low = static_cast<Uint8>(reset & 0xFF);
@@ -403,20 +418,6 @@ protected:
 
   std::unique_ptr<DcmDataset> dataset_;
 };
-
-TEST(RleFrame, HasAStripeAtLeast) {
-  const auto dataset =
-      decoding::encapsulate(*kSmallImage.build(), EXS_RLELossless, {decoding::rleFrame({}, {})});
-  DcmElement* element = nullptr;
-  ASSERT_TRUE(dataset->findAndGetElement(DCM_PixelData, element).good());
-  DcmPixelSequence* sequence = nullptr;
-  ASSERT_TRUE(dynamic_cast<DcmPixelData&>(*element)
-                  .getEncapsulatedRepresentation(EXS_RLELossless, nullptr, sequence)
-                  .good());
-  Zrg::FragmentStream stream(*sequence, 1, sequence->card());
-
-  EXPECT_FALSE(Zrg::passRleFrame(stream, {0, 24 * 24}));
-}
 
 class CodecGuardOfRle : public CodecGuardOf {
 protected:

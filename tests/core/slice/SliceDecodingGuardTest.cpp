@@ -359,6 +359,19 @@ TEST(SliceDecodingHostile, ASecondJpegOfLongerSamplesSpoilsTheWholeButNotItself)
             decoding::numbers(builder.storedSamples()));
 }
 
+TEST(SliceDecodingHostile, ASecondJpegOfShorterSamplesIsDecodedAsIfAlone) {
+  const Fragment stream = jpegOf(monochromeImage(48, 48), EXS_JPEGProcess14SV1);
+  const auto dataset =
+      decoding::encapsulate(*monochromeImage(48, 48).frames(2).build(), EXS_JPEGProcess14SV1,
+                            {stream, ofPrecision(12, stream)});
+  const std::vector<int> alone = decoding::samplesOf(decodeRange(*dataset, 1, 1).slice);
+
+  const Outcome outcome = decodeAll(*dataset);
+
+  ASSERT_TRUE(outcome.done) << outcome.errorText;
+  EXPECT_EQ(decoding::frameOf(decoding::samplesOf(outcome.slice), 48 * 48, 1), alone);
+}
+
 TEST(SliceDecodingHostile, FramesOfOneDecoderMayDifferInPrecision) {
   const Fragment stream = jpegOf(monochromeImage(48, 48), EXS_JPEGProcess14SV1);
   const auto dataset =
