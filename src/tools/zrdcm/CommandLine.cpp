@@ -63,12 +63,12 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
       "2 wrong usage.\nExample: zrdcm decode ct.dcm -o ct.png");
 }
 
-std::uint64_t memoryWanted(const GlobalOptions& options) {
+MemoryBudget memoryWanted(const GlobalOptions& options) {
   const std::optional<std::uint64_t> bytes = parseSize(options.maxMemory);
   if (!bytes || *bytes == 0) {
     throw UsageError("--max-memory wants a size such as 512M or 16G: " + options.maxMemory);
   }
-  return *bytes;
+  return MemoryBudget{*bytes};
 }
 
 std::vector<ConfiguredVerb> configureVerbs(CLI::App& app) {
@@ -80,10 +80,10 @@ std::vector<ConfiguredVerb> configureVerbs(CLI::App& app) {
   return verbs;
 }
 
-int runChosen(const std::vector<ConfiguredVerb>& verbs) {
+int runChosen(const std::vector<ConfiguredVerb>& verbs, const MemoryBudget& memory) {
   for (const auto& [command, action] : verbs) {
     if (command->parsed()) {
-      return action();
+      return action(memory);
     }
   }
   complain("a verb is missing");
@@ -144,8 +144,9 @@ int run(int argc, const char* const* argv) {
   showMessages(!options.quiet);
   showLibraryLog(options.verbose);
   complainWithoutDictionary();
-  limitMemory(memoryWanted(options));
-  return withFlushedOutput(runChosen(verbs));
+  const MemoryBudget memory = memoryWanted(options);
+  limitAddressSpace(memory);
+  return withFlushedOutput(runChosen(verbs, memory));
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 #include "DecodedImage.h"
 
 #include "Failure.h"
-#include "MemoryBudget.h"
 #include "ModalityTable.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -45,11 +44,11 @@ bool rangeRoadIsExact(const DecodedImage& image, const DecodeRequest& request) {
   return !DcmXfer(image.file->transferSyntax()).isEncapsulated();
 }
 
-void decodeInto(DecodedImage& image, bool wholeFile) {
+void decodeInto(DecodedImage& image, bool wholeFile, const MemoryBudget& memory) {
   if (wholeFile) {
-    requireMemoryFor(image.file->dataset());
+    memory.requireFor(image.file->dataset());
   } else {
-    requireMemoryFor(image.file->dataset(), image.frames.count());
+    memory.requireFor(image.file->dataset(), image.frames.first, image.frames.last);
   }
   std::string error;
   const int first = wholeFile ? -1 : static_cast<int>(image.frames.first);
@@ -99,11 +98,13 @@ void convertThrough(const ModalityTable& table, DecodedImage& image) {
 
 }  // namespace
 
-DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest& request) {
-  return decodeImage(std::make_unique<DicomFile>(path), request);
+DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest& request,
+                         const MemoryBudget& memory) {
+  return decodeImage(std::make_unique<DicomFile>(path), request, memory);
 }
 
-DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& request) {
+DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& request,
+                         const MemoryBudget& memory) {
   DecodedImage image;
   image.file = std::move(file);
   // Read before decoding, which may rewrite attributes.
@@ -117,7 +118,7 @@ DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& r
   image.slice.convertSamples = !request.stored && !throughTable;
 
   const bool wholeFile = image.frames.count() == available || !rangeRoadIsExact(image, request);
-  decodeInto(image, wholeFile);
+  decodeInto(image, wholeFile, memory);
   if (image.slice.extent.x == 0 || image.slice.extent.y == 0) {
     throw Failure("has an image without pixels");
   }

@@ -3,6 +3,7 @@
 
 #include "DicomFile.h"
 #include "FrameRange.h"
+#include "MemoryBudget.h"
 #include "SampleArray.h"
 
 #include <ktlib/KtHandle.h>
@@ -39,10 +40,13 @@ struct DecodedImage {
 /// Monochrome samples come out unsigned, with the modality LUT applied, or with `stored` as their
 /// bytes are (then the sample type is signed when Pixel Representation says so); colour comes out
 /// as 8-bit RGB.
-/// @throws Failure when the file cannot be read or decoded, or has no such frames.
-DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest& request);
+/// @throws Failure when the file cannot be read or decoded, has no such frames, or takes more
+///         memory than there may be.
+DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest& request,
+                         const MemoryBudget& memory);
 
 /// The same for a file that was opened and not decoded yet.
-DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& request);
+DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& request,
+                         const MemoryBudget& memory);
 
 }  // namespace zrdcm

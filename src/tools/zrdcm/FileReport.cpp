@@ -5,7 +5,6 @@
 
 #include "DicomFile.h"
 #include "Failure.h"
-#include "MemoryBudget.h"
 #include "ModalityTable.h"
 #include "Numbers.h"
 #include "Splitting.h"
@@ -107,13 +106,13 @@ Json overlayList(const Zrg::SliceImage& slice) {
 // Monochrome images are decoded whole, so that overlays of every frame are found. Colour has no
 // overlays, and its frames are all alike: one of them tells whether the file decodes, and spares
 // the memory that a long clip takes once it is decoded.
-void addImage(Json& report, const DicomFile& file) {
+void addImage(Json& report, const DicomFile& file, const MemoryBudget& memory) {
   const bool whole = isMonochrome(photometricInterpretation(file));
   const std::size_t frames = frameCount(file.dataset());
   if (whole) {
-    requireMemoryFor(file.dataset());
+    memory.requireFor(file.dataset());
   } else {
-    requireMemoryFor(file.dataset(), 1);
+    memory.requireFor(file.dataset(), 0, 0);
   }
   Zrg::SliceImage slice;
   slice.convertSamples = !ModalityTable(file.dataset()).differsInWidth();
@@ -146,7 +145,7 @@ Json emptyReport(const std::filesystem::path& path) {
           {"overlays", nullptr},    {"splitting", nullptr}};
 }
 
-void fillReport(Json& report, const std::filesystem::path& path) {
+void fillReport(Json& report, const std::filesystem::path& path, const MemoryBudget& memory) {
   const DicomFile file(path);
   DcmDataset& dataset = file.dataset();
   report["sopClass"] = sopClass(dataset);
@@ -160,16 +159,16 @@ void fillReport(Json& report, const std::filesystem::path& path) {
                     {"palette", lookupTable(dataset, true)}};
   // Read before decoding, which may rewrite attributes.
   const bool monochrome = isMonochrome(photometricInterpretation(file));
-  addImage(report, file);
-  report["splitting"] = splitting(splittingOutlook(dataset, monochrome));
+  addImage(report, file, memory);
+  report["splitting"] = splitting(splittingOutlook(dataset, monochrome, memory));
 }
 
 }  // namespace
 
-Json reportFile(const std::filesystem::path& path) {
+Json reportFile(const std::filesystem::path& path, const MemoryBudget& memory) {
   Json report = emptyReport(path);
   try {
-    fillReport(report, path);
+    fillReport(report, path, memory);
   } catch (const std::bad_alloc&) {
     report["ok"] = false;
     report["error"] = "out of memory";

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "MemoryBudget.h"
+
 #include <nlohmann/json_fwd.hpp>
 
 #include <filesystem>
@@ -26,6 +28,6 @@ namespace zrdcm {
 ///
 /// Absent values are null. A file that cannot be read has null in everything but `file`, `ok` and
 /// `error`. Nothing is thrown for a bad file, lack of memory included.
-nlohmann::ordered_json reportFile(const std::filesystem::path& path);
+nlohmann::ordered_json reportFile(const std::filesystem::path& path, const MemoryBudget& memory);
 
 }  // namespace zrdcm

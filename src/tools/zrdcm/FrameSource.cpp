@@ -11,7 +11,6 @@
 
 #include "Condition.h"
 #include "Failure.h"
-#include "MemoryBudget.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcpxitem.h"
@@ -58,10 +57,11 @@ std::unique_ptr<DcmPixelSequence> sequenceOf(DcmPixelItem& fragment, const std::
 
 }  // namespace
 
-FrameSource::FrameSource(std::unique_ptr<DicomFile> file) {
+FrameSource::FrameSource(std::unique_ptr<DicomFile> file, const MemoryBudget& memory)
+    : memory_(memory) {
   const std::size_t frames = frameCount(file->dataset());
   if (isMonochrome(photometricInterpretation(*file)) || frames == 1) {
-    image_ = decodeImage(std::move(file), {std::nullopt, false, true});
+    image_ = decodeImage(std::move(file), {std::nullopt, false, true}, memory_);
   } else {
     openColour(std::move(file), frames);
   }
@@ -71,10 +71,10 @@ void FrameSource::openColour(std::unique_ptr<DicomFile> file, std::size_t frames
   image_.file = std::move(file);
   findFragments();
   if (DcmXfer(image_.file->transferSyntax()).isEncapsulated() && fragments_ == nullptr) {
-    image_ = decodeImage(std::move(image_.file), {std::nullopt, false, true});
+    image_ = decodeImage(std::move(image_.file), {std::nullopt, false, true}, memory_);
     return;
   }
-  requireMemoryFor(image_.file->dataset(), 1);
+  memory_.requireFor(image_.file->dataset(), 0, 0);
   oneByOne_ = true;
   image_.frames = {0, frames - 1};
   decodeColour(0);

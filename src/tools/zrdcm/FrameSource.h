@@ -22,7 +22,7 @@ namespace zrdcm {
 class FrameSource {
 public:
   /// @throws Failure when the image, or the first frame of a colour image, does not decode.
-  explicit FrameSource(std::unique_ptr<DicomFile> file);
+  FrameSource(std::unique_ptr<DicomFile> file, const MemoryBudget& memory);
   virtual ~FrameSource() = default;
   FrameSource(const FrameSource&) = delete;
   FrameSource& operator=(const FrameSource&) = delete;
@@ -38,6 +38,8 @@ public:
   virtual SampleArray frame(std::size_t index);
 
 protected:
+  const MemoryBudget& memory() const { return memory_; }
+
   DecodedImage image_;
 
 private:
@@ -46,6 +48,7 @@ private:
   void decodeColour(std::size_t index);
   std::unique_ptr<DcmItem> itemOfFrame(std::size_t index) const;
 
+  MemoryBudget memory_;
   bool oneByOne_ = false;
   DcmPixelSequence* fragments_ = nullptr;  ///< owned by the dataset; null when it is native
   std::vector<unsigned char> colourFrame_;

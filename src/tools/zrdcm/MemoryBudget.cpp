@@ -26,8 +26,6 @@ namespace {
 
 constexpr std::uint64_t kBeyondCounting = std::numeric_limits<std::uint64_t>::max();
 
-std::uint64_t allowed = kDefaultMemory;
-
 std::uint64_t times(std::uint64_t a, std::uint64_t b) {
   return b != 0 && a > kBeyondCounting / b ? kBeyondCounting : a * b;
 }
@@ -49,11 +47,17 @@ std::string sizeText(std::uint64_t bytes) {
   return bytes < kMiB ? std::to_string(bytes) + " bytes" : std::to_string(bytes / kMiB) + " MiB";
 }
 
-void require(std::uint64_t bytes) {
-  if (bytes > allowed) {
+void require(std::uint64_t bytes, const MemoryBudget& budget) {
+  if (bytes > budget.bytes) {
     throw Failure("takes " + sizeText(bytes) + " once it is decoded; --max-memory allows " +
-                  sizeText(allowed));
+                  sizeText(budget.bytes));
   }
+}
+
+std::uint64_t decodedBytes(DcmItem& item, std::uint64_t frames) {
+  const std::uint64_t sampleBytes = (number(item, DCM_BitsAllocated) + 7) / 8;
+  const std::uint64_t pixels = number(item, DCM_Rows) * number(item, DCM_Columns);
+  return times(times(times(pixels, number(item, DCM_SamplesPerPixel)), sampleBytes), frames);
 }
 
 // Sanitizers reserve terabytes of address space for themselves.
@@ -66,7 +70,7 @@ std::uint64_t mappedBytes() {
   return times(pages, static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)));
 }
 
-void limitAddressSpace(std::uint64_t bytes) {
+void limitTo(std::uint64_t bytes) {
   rlimit limit{};
   const bool known = getrlimit(RLIMIT_AS, &limit) == 0;
   const std::uint64_t mapped = mappedBytes();
@@ -77,7 +81,7 @@ void limitAddressSpace(std::uint64_t bytes) {
   }
 }
 #else
-void limitAddressSpace(std::uint64_t) {}
+void limitTo(std::uint64_t) {}
 #endif
 
 }  // namespace
@@ -100,23 +104,16 @@ std::optional<std::uint64_t> parseSize(const std::string& text) {
   return times(count, hasUnit ? std::uint64_t{1} << (10U * (power + 1)) : 1);
 }
 
-void limitMemory(std::uint64_t bytes) {
-  allowed = bytes;
-  limitAddressSpace(bytes);
+void limitAddressSpace(const MemoryBudget& budget) {
+  limitTo(budget.bytes);
 }
 
-std::uint64_t decodedBytes(DcmItem& item, std::uint64_t frames) {
-  const std::uint64_t sampleBytes = (number(item, DCM_BitsAllocated) + 7) / 8;
-  const std::uint64_t pixels = number(item, DCM_Rows) * number(item, DCM_Columns);
-  return times(times(times(pixels, number(item, DCM_SamplesPerPixel)), sampleBytes), frames);
+void MemoryBudget::requireFor(DcmItem& item) const {
+  require(decodedBytes(item, framesClaimed(item)), *this);
 }
 
-void requireMemoryFor(DcmItem& item) {
-  require(decodedBytes(item, framesClaimed(item)));
-}
-
-void requireMemoryFor(DcmItem& item, std::size_t frames) {
-  require(decodedBytes(item, frames));
+void MemoryBudget::requireFor(DcmItem& item, std::size_t first, std::size_t last) const {
+  require(decodedBytes(item, last - first + 1), *this);
 }
 
 }  // namespace zrdcm

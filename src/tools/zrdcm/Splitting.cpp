@@ -4,7 +4,6 @@
 #include "Splitting.h"
 
 #include "DicomFile.h"
-#include "MemoryBudget.h"
 
 #include <zrdcmexport/ZrSliceImage.h>
 #include <zrvolren/ExDicomUtilitiesHelpers.h>
@@ -132,7 +131,8 @@ std::string obstacleToSplitting(DcmDataset& dataset, bool monochrome) {
   return frames < 2 ? "it has one frame" : "";
 }
 
-SplittingOutlook splittingOutlook(DcmDataset& dataset, bool monochrome) {
+SplittingOutlook splittingOutlook(DcmDataset& dataset, bool monochrome,
+                                  const MemoryBudget& memory) {
   SplittingOutlook outlook;
   outlook.pointer = valuesOf(dataset, DCM_FrameIncrementPointer);
   outlook.pointerKind = kindOf(outlook.pointer);
@@ -145,7 +145,7 @@ SplittingOutlook splittingOutlook(DcmDataset& dataset, bool monochrome) {
   }
   const auto timeSlots = static_cast<unsigned>(integerOf(dataset, DCM_NumberOfTimeSlots));
   const auto rrIntervals = static_cast<unsigned>(integerOf(dataset, DCM_NumberOfRRIntervals));
-  requireMemoryFor(dataset);
+  memory.requireFor(dataset);
   Zrg::MultiFrameImage image(false);
   std::string error;
   outlook.splittable = image.process(dataset, error, true);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "MemoryBudget.h"
+
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -42,6 +44,6 @@ std::string obstacleToSplitting(DcmDataset& dataset, bool monochrome);
 
 /// Finds out how a dataset splits. Monochrome pixel data is decompressed in place when it is not
 /// yet, its samples stay as they are; colour, which is never split, is not decoded.
-SplittingOutlook splittingOutlook(DcmDataset& dataset, bool monochrome);
+SplittingOutlook splittingOutlook(DcmDataset& dataset, bool monochrome, const MemoryBudget& memory);
 
 }  // namespace zrdcm

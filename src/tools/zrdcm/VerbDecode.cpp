@@ -167,12 +167,12 @@ nlohmann::ordered_json report(const DecodedImage& image, const DecodeOptions& op
           {"modality", modality}};
 }
 
-int decode(const DecodeOptions& options) {
+int decode(const DecodeOptions& options, const MemoryBudget& memory) {
   refuseWhatOnlyPicturesHave(options, formatOf(options.output));
   (void)windowFromOption(options.window);  // wrong usage shows before any work is done
   const DecodeRequest request{framesWanted(options), options.stored, options.overlays};
   const DecodedImage image =
-      withFileNamed(options.file, [&] { return decodeImage(options.file, request); });
+      withFileNamed(options.file, [&] { return decodeImage(options.file, request, memory); });
   const std::vector<fs::path> written = writeOutput(image, options);
   if (options.json) {
     sayJson(report(image, options, written));
@@ -201,7 +201,7 @@ VerbAction configureDecode(CLI::App& command) {
       ->excludes(stored);
   command.add_flag("--json", options->json, "Describe on stdout what was written");
   command.footer(kFooter);
-  return [options] { return decode(*options); };
+  return [options](const MemoryBudget& memory) { return decode(*options, memory); };
 }
 
 }  // namespace zrdcm

@@ -238,7 +238,7 @@ VerbAction configureExport(CLI::App& command) {
       ->required();
   command.add_flag("--json", options->json, "Say on stdout what was written");
   command.footer(kFooter);
-  return [options] { return exportFile(*options); };
+  return [options](const MemoryBudget&) { return exportFile(*options); };
 }
 
 }  // namespace zrdcm

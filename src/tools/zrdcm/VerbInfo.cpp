@@ -177,12 +177,12 @@ void describe(const Json& report) {
   describeSplitting(report["splitting"]);
 }
 
-int info(const InfoOptions& options) {
+int info(const InfoOptions& options, const MemoryBudget& memory) {
   int status = kDone;
   Json reports = Json::array();
   Progress progress("reading", options.json ? options.files.size() : 1);
   for (const std::string& file : options.files) {
-    const Json report = reportFile(file);
+    const Json report = reportFile(file, memory);
     if (!report["ok"].get<bool>()) {
       progress.clear();
       complain(file + ": " + report["error"].get<std::string>());
@@ -209,7 +209,7 @@ VerbAction configureInfo(CLI::App& command) {
   command.add_option("files", options->files, "The DICOM files")->type_name("FILE")->required();
   command.add_flag("--json", options->json, "Print an array of objects, one a file");
   command.footer(kFooter);
-  return [options] { return info(*options); };
+  return [options](const MemoryBudget& memory) { return info(*options, memory); };
 }
 
 }  // namespace zrdcm

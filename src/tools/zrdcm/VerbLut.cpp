@@ -258,7 +258,7 @@ VerbAction configureLut(CLI::App& command) {
       ->check(checkPngName);
   command.add_flag("--json", options->json, "Print the tables as JSON");
   command.footer(kFooter);
-  return [options] { return showTables(*options); };
+  return [options](const MemoryBudget&) { return showTables(*options); };
 }
 
 }  // namespace zrdcm

@@ -102,7 +102,7 @@ VerbAction configureManual(CLI::App& command) {
   command.group("");
   command.footer(kFooter);
   const CLI::App* const program = command.get_parent();
-  return [options, program] { return writeManual(*program, options->folder); };
+  return [options, program](const MemoryBudget&) { return writeManual(*program, options->folder); };
 }
 
 }  // namespace zrdcm

@@ -75,17 +75,17 @@ Json describe(const ZrOverlayData& overlays, int index, const fs::path& file) {
           {"size", {size.x, size.y}}};
 }
 
-DecodedImage decodeWithOverlays(const std::string& file) {
-  DecodedImage image = decodeImage(file, {std::nullopt, false, true});
+DecodedImage decodeWithOverlays(const std::string& file, const MemoryBudget& memory) {
+  DecodedImage image = decodeImage(file, {std::nullopt, false, true}, memory);
   if (image.slice.overlays.isNull() || image.slice.overlays->count() == 0) {
     throw Failure("has no overlay embedded in its samples");
   }
   return image;
 }
 
-int writeOverlays(const OverlaysOptions& options) {
+int writeOverlays(const OverlaysOptions& options, const MemoryBudget& memory) {
   const DecodedImage image =
-      withFileNamed(options.file, [&] { return decodeWithOverlays(options.file); });
+      withFileNamed(options.file, [&] { return decodeWithOverlays(options.file, memory); });
   createFolder(options.folder);
   const ZrOverlayData& overlays = *image.slice.overlays;
   Json list = Json::array();
@@ -117,7 +117,7 @@ VerbAction configureOverlays(CLI::App& command) {
       ->required();
   command.add_flag("--json", options->json, "List the masks as JSON");
   command.footer(kFooter);
-  return [options] { return writeOverlays(*options); };
+  return [options](const MemoryBudget& memory) { return writeOverlays(*options, memory); };
 }
 
 }  // namespace zrdcm

@@ -80,7 +80,7 @@ VerbAction configureSamples(CLI::App& command) {
       ->required();
   command.add_flag("--json", options->json, "List the files as JSON");
   command.footer(kFooter);
-  return [options] { return writeSamples(*options); };
+  return [options](const MemoryBudget&) { return writeSamples(*options); };
 }
 
 }  // namespace zrdcm

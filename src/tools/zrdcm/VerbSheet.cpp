@@ -55,8 +55,8 @@ struct SheetOptions {
 class SeriesSource : public FrameSource {
 public:
   /// @throws Failure that names the file, also when it does not match the first one.
-  explicit SeriesSource(std::vector<std::string> files)
-      : FrameSource(std::make_unique<DicomFile>(files.front())), files_(std::move(files)) {
+  SeriesSource(std::vector<std::string> files, const MemoryBudget& memory)
+      : FrameSource(std::make_unique<DicomFile>(files.front()), memory), files_(std::move(files)) {
     image_.slice.overlays.reset();  // they are those of the first file alone
   }
 
@@ -64,7 +64,7 @@ public:
 
   SampleArray frame(std::size_t index) override {
     withFileNamed(files_[index], [&] {
-      current_ = decodeImage(files_[index], {std::nullopt, false, false});
+      current_ = decodeImage(files_[index], {std::nullopt, false, false}, memory());
       requireMatch();
     });
     return current_.samples;
@@ -118,11 +118,11 @@ Json report(const SheetOptions& options, const FrameSource& source, const SheetL
             {"step", {layout.stepX(), layout.stepY()}}}}};
 }
 
-std::unique_ptr<FrameSource> openSource(const SheetOptions& options) {
+std::unique_ptr<FrameSource> openSource(const SheetOptions& options, const MemoryBudget& memory) {
   if (options.files.size() > 1) {
-    return std::make_unique<SeriesSource>(options.files);
+    return std::make_unique<SeriesSource>(options.files, memory);
   }
-  return std::make_unique<FrameSource>(std::make_unique<DicomFile>(options.files.front()));
+  return std::make_unique<FrameSource>(std::make_unique<DicomFile>(options.files.front()), memory);
 }
 
 SheetContent contentOf(const SheetOptions& options, const FrameSource& source) {
@@ -135,10 +135,10 @@ SheetContent contentOf(const SheetOptions& options, const FrameSource& source) {
   return content;
 }
 
-int writeSheet(const SheetOptions& options) {
+int writeSheet(const SheetOptions& options, const MemoryBudget& memory) {
   (void)windowFromOption(options.window);  // wrong usage is told before a file is opened
   const std::unique_ptr<FrameSource> source =
-      withFileNamed(options.files.front(), [&] { return openSource(options); });
+      withFileNamed(options.files.front(), [&] { return openSource(options, memory); });
   const SheetContent content = contentOf(options, *source);
   SheetLayout layout;
   // Of several files each tells its own failures.
@@ -171,7 +171,7 @@ VerbAction configureSheet(CLI::App& command) {
       ->check(CLI::Range(std::size_t{1}, SheetLayout::kMostColumns));
   command.add_flag("--json", options->json, "Describe on stdout what was drawn, and where");
   command.footer(kFooter);
-  return [options] { return writeSheet(*options); };
+  return [options](const MemoryBudget& memory) { return writeSheet(*options, memory); };
 }
 
 }  // namespace zrdcm

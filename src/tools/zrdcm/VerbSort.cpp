@@ -153,7 +153,7 @@ VerbAction configureSort(CLI::App& command) {
       ->type_name("DIR");
   command.add_flag("--json", options->json, "Print an array of objects, one a file");
   command.footer(kFooter);
-  return [options] { return sortFiles(*options); };
+  return [options](const MemoryBudget&) { return sortFiles(*options); };
 }
 
 }  // namespace zrdcm

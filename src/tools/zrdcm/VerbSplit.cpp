@@ -68,12 +68,13 @@ struct SplitImage {
   SplittingOutlook outlook;
   std::optional<Window> window;
 
-  explicit SplitImage(std::unique_ptr<DicomFile> file) : source(std::move(file)) {}
+  SplitImage(std::unique_ptr<DicomFile> file, const MemoryBudget& memory)
+      : source(std::move(file), memory) {}
   bool whole() const { return outlook.keptWhole; }
   DcmDataset& dataset() const { return source.image().file->dataset(); }
 };
 
-std::unique_ptr<SplitImage> openSplit(const SplitOptions& options) {
+std::unique_ptr<SplitImage> openSplit(const SplitOptions& options, const MemoryBudget& memory) {
   auto file = std::make_unique<DicomFile>(options.file);
   const bool monochrome = isMonochrome(photometricInterpretation(*file));
   // What the attributes forbid is refused before the samples are decoded.
@@ -82,8 +83,8 @@ std::unique_ptr<SplitImage> openSplit(const SplitOptions& options) {
   if (!obstacle.empty() && !mayBeKeptWhole) {
     throw Failure("cannot be split: " + obstacle);
   }
-  auto split = std::make_unique<SplitImage>(std::move(file));
-  split->outlook = splittingOutlook(split->dataset(), monochrome);
+  auto split = std::make_unique<SplitImage>(std::move(file), memory);
+  split->outlook = splittingOutlook(split->dataset(), monochrome, memory);
   if (split->whole()) {
     std::vector<unsigned> frames(split->source.count());
     std::iota(frames.begin(), frames.end(), 0U);
@@ -244,9 +245,9 @@ void listFiles(const SplitOptions& options, const Json& manifest) {
   say((folder / kManifest).string());
 }
 
-int writeSplit(const SplitOptions& options) {
+int writeSplit(const SplitOptions& options, const MemoryBudget& memory) {
   (void)windowFromOption(options.window);  // wrong usage shows before any work is done
-  const auto split = withFileNamed(options.file, [&] { return openSplit(options); });
+  const auto split = withFileNamed(options.file, [&] { return openSplit(options, memory); });
   const Json manifest = manifestOf(options, *split);
   writeAll(options, *split, manifest);
   if (split->whole()) {
@@ -276,7 +277,7 @@ VerbAction configureSplit(CLI::App& command) {
       ->type_name("C,W");
   command.add_flag("--json", options->json, "Print the manifest on stdout");
   command.footer(kFooter);
-  return [options] { return writeSplit(*options); };
+  return [options](const MemoryBudget& memory) { return writeSplit(*options, memory); };
 }
 
 }  // namespace zrdcm

@@ -216,7 +216,7 @@ VerbAction configureText(CLI::App& command) {
       ->check(CLI::IsMember({"u16", "s16", "f32", "f64", "s32"}).description(""));
   command.add_flag("--json", options->json, "Print an object with tag, VR and text");
   command.footer(kFooter);
-  return [options] { return showText(*options); };
+  return [options](const MemoryBudget&) { return showText(*options); };
 }
 
 }  // namespace zrdcm
