@@ -5,6 +5,7 @@
 // is absent. Then one function per criterion compares the values, in the order in which they decide.
 
 #include <zrdcmexport/ExDCM.h>
+#include <zrdcmexport/ZrNumbers.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdatset.h"
@@ -14,7 +15,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 namespace ExDCM {
@@ -51,6 +51,11 @@ KeyNumber numberOf(const DcmTagKey& key) {
 constexpr std::array<KeyNumber, kAttributeCount> kKeys = {
     0x00080008, 0x00180050, 0x00180081, 0x0020000e, 0x00200013, 0x00200100,
     0x00451033, 0x20051412, 0x20051413, 0x70051005, 0x70051016};
+
+// A text that is no number counts as 0.
+double decimalIn(const OFString& text) {
+  return Zrg::doubleOf(text).value_or(0.0);
+}
 
 // The elements of one dataset that decide its place, and their values.
 class OrderAttributes {
@@ -102,12 +107,12 @@ public:
 
   double decimal(Attribute attribute, double whenMissing) const {
     OFString text;
-    return readText(attribute, text) ? std::atof(text.c_str()) : whenMissing;
+    return readText(attribute, text) ? decimalIn(text) : whenMissing;
   }
 
   int integer(Attribute attribute, int whenMissing) const {
     OFString text;
-    return readText(attribute, text) ? std::atoi(text.c_str()) : whenMissing;
+    return readText(attribute, text) ? Zrg::intOf(text).value_or(0) : whenMissing;
   }
 
 private:
@@ -203,8 +208,8 @@ int compareSliceThickness(const OrderAttributes& first, const OrderAttributes& s
       !second.readText(kSliceThickness, secondText)) {
     return 0;
   }
-  const double firstThickness = std::atof(firstText.c_str());
-  const double secondThickness = std::atof(secondText.c_str());
+  const double firstThickness = decimalIn(firstText);
+  const double secondThickness = decimalIn(secondText);
   if (secondThickness > firstThickness + kTolerance) {
     return -1;
   }

@@ -12,11 +12,14 @@
 // take the values over. Whatever disagrees costs one warning and nothing else, as long as there are
 // values to use.
 
+#include "dicom/CLocale.h"
+
 #include <ktlib/KtLogFile.h>
 #include <wexlib/WexItem.h>
 #include <wexlib/WexItemOF.h>
 #include <zrdcmexport/ExDicomUtilitiesGlobal.h>
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
+#include <zrdcmexport/ZrNumbers.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdeftag.h"
@@ -26,7 +29,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <new>
 
@@ -122,6 +124,7 @@ KtResult readDescriptor(Wex::Item& container, const DcmTagKey& tag, Descriptor& 
   if (!isThere) {
     return {};
   }
+  const Zrg::CLocaleScope scope;  // it says what white space is
   const int numFields = std::sscanf(text.c_str(), "%d\\%d\\%d", &descriptor.numEntries,
                                     &descriptor.firstMapped, &descriptor.bits);
   return reported(numFields == 3, "numFields==3");
@@ -132,7 +135,7 @@ KtResult readDescriptor(Wex::Item& container, const DcmTagKey& tag, Descriptor& 
 void restoreSign(Wex::Item& item, int& firstMapped) {
   OFString pixelRepresentation;
   if (item.findAndGetOFString(DCM_PixelRepresentation, pixelRepresentation).good() &&
-      std::atoi(pixelRepresentation.c_str()) == 1) {
+      Zrg::intOf(pixelRepresentation) == 1) {
     firstMapped = static_cast<Sint16>(static_cast<Uint16>(firstMapped));
   }
 }

@@ -4,6 +4,8 @@
 // overlays and multi-frame datasets have files of their own.
 #include "ZrSliceImage.h"
 
+#include <zrdcmexport/ZrNumbers.h>
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 // Defines the object that makes DCMTK render colour; no other source file may include it.
@@ -11,7 +13,6 @@
 
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <set>
 #include <string>
 
@@ -108,7 +109,7 @@ bool isMultiFrame(DcmItem& item) {
   }
   OFString numberOfFrames;
   return item.findAndGetOFString(DCM_NumberOfFrames, numberOfFrames).good() &&
-         std::atoi(numberOfFrames.c_str()) >= 2;
+         intOf(numberOfFrames).value_or(0) >= 2;
 }
 
 bool isMultiFrameVolume(DcmItem& item) {

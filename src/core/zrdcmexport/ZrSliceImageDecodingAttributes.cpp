@@ -4,6 +4,7 @@
 #include "ZrSliceImageDecoding.h"
 
 #include <wexlib/WexItemOF.h>
+#include <zrdcmexport/ZrNumbers.h>
 #include <zrvolren/ExDicomUtilitiesHelpers.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -13,8 +14,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 
 namespace Zrg::Decoding {
 
@@ -53,7 +52,7 @@ Uint16 readFrameCount(DcmItem& item) {
   }
   // Deliberate: counts are kept in 16 bits, so that 70000 frames are 4464 and 65536 are one.
   // Test: SliceDecodingFrameCount
-  const auto frames = static_cast<Uint16>(std::atoi(text.c_str()));
+  const auto frames = static_cast<Uint16>(intOf(text).value_or(0));
   return frames == 0 ? Uint16{1} : frames;
 }
 
@@ -64,12 +63,10 @@ bool isMonochrome(const KtString& photometricInterpretation) {
 
 std::optional<float> readFloat(DcmItem& item, const DcmTagKey& key, unsigned long position) {
   OFString text;
-  float value = 0;
-  if (item.findAndGetOFString(key, text, position).bad() ||
-      std::sscanf(text.c_str(), "%f", &value) != 1) {
+  if (item.findAndGetOFString(key, text, position).bad()) {
     return std::nullopt;
   }
-  return value;
+  return floatOf(text);
 }
 
 /// Two numbers, the first one first; nothing when one of them is missing or not a number.
@@ -109,7 +106,7 @@ bool isLossy(DcmItem& item) {
   Wex::ItemOF wrapped(item);
   OFString text;
   if (wrapped.findAndGetOFString(DCM_LossyImageCompression, text).good() &&
-      std::atoi(text.c_str()) > 0) {
+      intOf(text).value_or(0) > 0) {
     return true;
   }
   const E_TransferSyntax syntax = wrapped.transferSyntax();

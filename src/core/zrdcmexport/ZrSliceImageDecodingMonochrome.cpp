@@ -8,6 +8,7 @@
 
 #include <zrdcmexport/ExDicomUtilitiesGlobal.h>
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
+#include <zrdcmexport/ZrNumbers.h>
 #include <zrvolren/ZrDataAccess.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -51,7 +52,7 @@ bool hasOneSamplePerPixel(DcmItem& item, std::string& errorText) {
     errorText = kNoSamplesPerPixel;
     return false;
   }
-  if (std::atoi(text.c_str()) != 1) {
+  if (intOf(text) != 1) {
     errorText = kNotOneSamplePerPixel;
     return false;
   }
@@ -195,16 +196,15 @@ StoredBits readStoredBits(DcmItem& item, unsigned int bytesPerSample) {
   OFString text;
   StoredBits bits;
   bits.allocated = static_cast<unsigned int>(allocated);
-  bits.isSigned =
-      item.findAndGetOFString(DCM_PixelRepresentation, text).good() && std::atoi(text.c_str()) == 1;
+  bits.isSigned = item.findAndGetOFString(DCM_PixelRepresentation, text).good() && intOf(text) == 1;
 
   (void)item.findAndGetOFString(DCM_BitsStored, text);  // missing: the text is empty and gives 0
-  const int stored = std::clamp(std::atoi(text.c_str()), 0, allocated);
+  const int stored = std::clamp(intOf(text).value_or(0), 0, allocated);
   bits.stored = static_cast<unsigned int>(stored);
 
   int highBit = allocated - 1;
   if (item.findAndGetOFString(DCM_HighBit, text).good()) {
-    const int value = std::atoi(text.c_str());
+    const int value = intOf(text).value_or(0);
     // Deliberate: a high bit is believed only below Bits Stored; stored bits that stand at the top
     // of the sample are taken for the lowest. Without stored bits there is none to point at.
     // Test: Samples/SliceDecodingConversion, HighBitAboveTheStoredBits

@@ -11,12 +11,13 @@
 //   bit 0 = leftmost pixel of its word; the bits beyond w - 1 are clear
 #include "ZrSliceImage.h"
 
+#include <zrdcmexport/ZrNumbers.h>
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 
@@ -44,7 +45,7 @@ struct EmbeddedPlane {
 int countOfFrames(DcmItem& item, Uint16 group) {
   OFString text;
   const bool found = item.findAndGetOFString(DcmTagKey(group, 0x0015), text).good();
-  const int frames = found ? std::atoi(text.c_str()) : 0;
+  const int frames = found ? intOf(text).value_or(0) : 0;
   return std::max(frames, 1);
 }
 

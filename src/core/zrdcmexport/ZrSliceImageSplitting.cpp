@@ -13,6 +13,7 @@
 // A Slice Vector, where there is one, says for each frame which slice it is, whatever the pointer.
 #include "ZrSliceImage.h"
 
+#include <zrdcmexport/ZrNumbers.h>
 #include <zrvolren/ExDicomUtilitiesHelpers.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -22,8 +23,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <new>
 #include <optional>
 #include <string>
@@ -77,7 +76,7 @@ std::optional<int> readNumberOfFrames(DcmDataset& dataset) {
   if (dataset.findAndGetOFString(DCM_NumberOfFrames, text).bad()) {
     return std::nullopt;
   }
-  const int frames = std::atoi(text.c_str());
+  const int frames = intOf(text).value_or(0);
   return frames != 0 ? std::optional(frames) : std::nullopt;
 }
 
@@ -87,7 +86,7 @@ std::optional<int> readCount(DcmDataset& dataset, const DcmTagKey& tag) {
   if (dataset.findAndGetOFString(tag, text).bad()) {
     return std::nullopt;
   }
-  return std::atoi(text.c_str());
+  return intOf(text).value_or(0);
 }
 
 /// Distance of the frames of a dose grid; 0 where it varies.
@@ -109,7 +108,8 @@ float readSliceSpacing(DcmDataset& dataset, unsigned int frames, bool& reversed)
   OFString text;
   if (dataset.findAndGetOFString(DCM_SpacingBetweenSlices, text).good()) {
     // A spacing that is no number still keeps the grid from being asked.
-    if (std::sscanf(text.c_str(), "%g", &spacing) == 1) {
+    if (const std::optional<float> number = floatOf(text)) {
+      spacing = *number;
       reversed = spacing < 0;
     }
     return spacing;
@@ -133,14 +133,14 @@ std::optional<PointerKind> kindOf(const OFString& pointer) {
   return found != kPointers.end() ? std::optional(found->kind) : std::nullopt;
 }
 
-/// The number at the start of a token, as atoi() reads it. Vectors hold plain digits, thousands of
+/// The number at the start of a token, as intOf() reads it, 0 where there is none. Vectors hold plain digits, thousands of
 /// them, which need no text of their own.
 int numberIn(const std::string_view token) {
   constexpr std::size_t kMostPlainDigits = 9;  // more may not fit
   int number = 0;
   for (const char digit : token) {
     if (digit < '0' || digit > '9' || token.size() > kMostPlainDigits) {
-      return std::atoi(std::string(token).c_str());
+      return intOf(std::string(token)).value_or(0);
     }
     number = 10 * number + (digit - '0');
   }

@@ -13,11 +13,12 @@
 #include "Failure.h"
 #include "ModalityTable.h"
 
+#include <zrdcmexport/ZrNumbers.h>
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdeftag.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <utility>
 
@@ -62,7 +63,7 @@ void decodeInto(DecodedImage& image, bool wholeFile, const MemoryBudget& memory)
 SampleType sampleType(const DecodedImage& image, bool stored) {
   const bool twoBytes = image.slice.bytesPerSample == 2;
   const std::string representation = textOf(image.file->dataset(), DCM_PixelRepresentation);
-  if (stored && image.monochrome && std::atoi(representation.c_str()) == 1) {
+  if (stored && image.monochrome && Zrg::intOf(representation) == 1) {
     return twoBytes ? SampleType::kS16 : SampleType::kS8;
   }
   return twoBytes ? SampleType::kU16 : SampleType::kU8;

@@ -5,6 +5,7 @@
 #include "Failure.h"
 #include "NestingGuard.h"
 
+#include <zrdcmexport/ZrNumbers.h>
 #include <zrvolren/ExDicomUtilitiesHelpers.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -13,7 +14,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <system_error>
@@ -118,7 +118,7 @@ std::string textOf(DcmItem& item, const DcmTagKey& key) {
 }
 
 std::size_t frameCount(DcmItem& item) {
-  const int number = std::atoi(textOf(item, DCM_NumberOfFrames).c_str());
+  const int number = Zrg::intOf(textOf(item, DCM_NumberOfFrames)).value_or(0);
   const auto count = static_cast<std::uint16_t>(number);
   return count == 0 ? 1 : count;
 }

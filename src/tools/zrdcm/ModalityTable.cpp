@@ -5,12 +5,12 @@
 #include "DicomFile.h"
 
 #include <zrdcmexport/ExDicomUtilitiesGlobal.h>
+#include <zrdcmexport/ZrNumbers.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <new>
 #include <string>
 
@@ -20,7 +20,7 @@ namespace {
 
 unsigned numberOf(DcmItem& item, const DcmTagKey& key, unsigned fallback) {
   const std::string text = textOf(item, key);
-  return text.empty() ? fallback : static_cast<unsigned>(std::max(std::atoi(text.c_str()), 0));
+  return text.empty() ? fallback : static_cast<unsigned>(std::max(Zrg::intOf(text).value_or(0), 0));
 }
 
 // The transform knows every source with a table of 16 bits, not so with one of 8.

@@ -5,6 +5,7 @@
 
 #include "DicomFile.h"
 
+#include <zrdcmexport/ZrNumbers.h>
 #include <zrdcmexport/ZrSliceImage.h>
 #include <zrvolren/ExDicomUtilitiesHelpers.h>
 
@@ -14,8 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
+#include <optional>
 #include <vector>
 
 namespace zrdcm {
@@ -53,14 +53,13 @@ std::string kindOf(const std::string& pointer) {
 }
 
 int integerOf(DcmItem& item, const DcmTagKey& key) {
-  return std::atoi(textOf(item, key).c_str());
+  return Zrg::intOf(textOf(item, key)).value_or(0);
 }
 
 std::string spacingObstacle(DcmItem& item) {
   if (item.tagExists(DCM_SpacingBetweenSlices)) {
-    float spacing = 0;
-    const std::string text = textOf(item, DCM_SpacingBetweenSlices);
-    const bool usable = std::sscanf(text.c_str(), "%g", &spacing) == 1 && spacing != 0;
+    const std::optional<float> spacing = Zrg::floatOf(textOf(item, DCM_SpacingBetweenSlices));
+    const bool usable = spacing && *spacing != 0;
     return usable ? "" : "Spacing Between Slices is 0 or no number";
   }
   if (!item.tagExists(DCM_GridFrameOffsetVector)) {

@@ -11,13 +11,14 @@
 #include "Verb.h"
 #include "WindowOption.h"
 
+#include <zrdcmexport/ZrNumbers.h>
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -94,7 +95,7 @@ private:
 
 // Gated data is easiest to follow when the slices of a volume make up a row.
 std::size_t columnsFor(const SheetOptions& options, DcmItem& item) {
-  const int slices = std::atoi(textOf(item, DCM_NumberOfSlices).c_str());
+  const int slices = Zrg::intOf(textOf(item, DCM_NumberOfSlices)).value_or(0);
   const bool rows =
       isGated(item) && slices >= 2 && slices <= static_cast<int>(SheetLayout::kMostColumns);
   return options.columns == 0 && rows ? static_cast<std::size_t>(slices) : options.columns;

@@ -4,18 +4,19 @@
 
 #include "Numbers.h"
 
+#include <zrdcmexport/ZrNumbers.h>
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <cmath>
-#include <cstdlib>
 
 namespace zrdcm {
 
 namespace {
 
 double positiveNumber(DcmItem& item, const DcmTagKey& key) {
-  const double value = std::abs(std::atof(textOf(item, key).c_str()));
+  const double value = std::abs(Zrg::doubleOf(textOf(item, key)).value_or(0));
   return value > 0 ? value : NrrdHeader::kUnknown;
 }
 

@@ -6,6 +6,7 @@
 #include "../Condition.h"
 #include "../DicomWriter.h"
 #include "../Failure.h"
+#include "PhantomModules.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcrleerg.h"
@@ -14,8 +15,6 @@
 #include "dcmtk/dcmjpeg/djrplol.h"
 #include "dcmtk/dcmjpeg/djrploss.h"
 #include "dcmtk/dcmjpls/djencode.h"
-
-#include <cstdio>
 
 namespace zrdcm::phantoms {
 
@@ -26,12 +25,6 @@ constexpr const char* kUidRoot = "2.25.81828835914791341300994661302326573983";
 
 std::string uid(const std::string& branch) {
   return std::string(kUidRoot) + "." + branch;
-}
-
-std::string numberText(double value) {
-  char text[32];
-  (void)std::snprintf(text, sizeof text, "%.10g", value);  // always fits
-  return text;
 }
 
 struct Coding {
@@ -128,12 +121,12 @@ PhantomBuilder& PhantomBuilder::withWords(const DcmTag& tag,
 }
 
 PhantomBuilder& PhantomBuilder::withWindow(double centre, double width) {
-  return with(DCM_WindowCenter, numberText(centre)).with(DCM_WindowWidth, numberText(width));
+  return with(DCM_WindowCenter, decimal(centre)).with(DCM_WindowWidth, decimal(width));
 }
 
 PhantomBuilder& PhantomBuilder::withRescale(double slope, double intercept, const char* type) {
-  return with(DCM_RescaleIntercept, numberText(intercept))
-      .with(DCM_RescaleSlope, numberText(slope))
+  return with(DCM_RescaleIntercept, decimal(intercept))
+      .with(DCM_RescaleSlope, decimal(slope))
       .with(DCM_RescaleType, type);
 }
 
@@ -153,10 +146,10 @@ PhantomBuilder& PhantomBuilder::withAxialPlane(double spacingMm, double thicknes
   const double corner = -spacingMm * (static_cast<double>(size) - 1) / 2;
   with(DCM_PatientPosition, "HFS").with(DCM_FrameOfReferenceUID, uid("4"));
   withEmpty(DCM_PositionReferenceIndicator);
-  with(DCM_ImagePositionPatient, numberText(corner) + "\\" + numberText(corner) + "\\0");
+  with(DCM_ImagePositionPatient, decimal(corner) + "\\" + decimal(corner) + "\\0");
   with(DCM_ImageOrientationPatient, "1\\0\\0\\0\\1\\0");
-  with(DCM_PixelSpacing, numberText(spacingMm) + "\\" + numberText(spacingMm));
-  return with(DCM_SliceThickness, numberText(thicknessMm));
+  with(DCM_PixelSpacing, decimal(spacingMm) + "\\" + decimal(spacingMm));
+  return with(DCM_SliceThickness, decimal(thicknessMm));
 }
 
 void PhantomBuilder::describePixels(const PixelFormat& format) {

@@ -6,7 +6,7 @@
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
-#include <cstdio>
+#include <charconv>
 #include <utility>
 
 namespace zrdcm::phantoms {
@@ -177,9 +177,12 @@ void put(DcmItem& item, const DcmTagKey& tag, const std::string& value) {
 }
 
 std::string decimal(double value) {
+  constexpr int kDigits = 10;
   char text[32];
-  (void)std::snprintf(text, sizeof text, "%.10g", value);  // always fits
-  return text;
+  const auto [end, error] =
+      std::to_chars(text, text + sizeof text, value, std::chars_format::general, kDigits);
+  (void)error;  // always fits
+  return {text, end};
 }
 
 void describeEmission(PhantomBuilder& builder, const char* imageType) {
