@@ -353,7 +353,9 @@ TEST_F(ZrdcmInfo, WritesJsonThoughTheFileHoldsNoUtf8) {
   const std::string file =
       save(*support::monochromeImage(2, 2).with(DCM_Modality, "\xff\xfe").build());
 
-  EXPECT_EQ(reportOf(file)["modality"], "\xef\xbf\xbd\xef\xbf\xbd");
+  const auto report = reportOf(file);
+  EXPECT_EQ(report["modality"], "\\xFF\\xFE");
+  EXPECT_EQ(report["escaped"], true);
 }
 
 }  // namespace

@@ -2,28 +2,119 @@
 // What the user reads: lines on stderr, results on stdout, the logs of the libraries.
 #include "Messages.h"
 
+#include "Utf8.h"
+
 #include <ktlib/KtLogFile.h>
 
 #include "dcmtk/config/osconfig.h"
+#include "dcmtk/oflog/appender.h"
+#include "dcmtk/oflog/logger.h"
+#include "dcmtk/oflog/loglevel.h"
 #include "dcmtk/oflog/oflog.h"
+#include "dcmtk/oflog/spi/logevent.h"
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdio>
+#include <optional>
 
 namespace zrdcm {
 
 namespace {
 
+namespace oflog = dcmtk::log4cplus;
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kEscapedKey = "escaped";
+
 bool wantsMessages = true;
+
+void writeLine(const std::string& line) {
+  // The stream remembers failures; main looks at it once, at the end.
+  (void)std::fputs(line.c_str(), stdout);
+  (void)std::fputc('\n', stdout);
+}
+
+// Calls `take` with every character of a text, or with nothing for a byte that is none.
+template <class Take>
+void forEachCharacter(const std::string& text, const Take& take) {
+  for (std::size_t i = 0; i < text.size();) {
+    const std::optional<Utf8Character> character = utf8At(text, i);
+    const std::size_t bytes = character ? character->bytes : 1;
+    take(character, text.substr(i, bytes));
+    i += bytes;
+  }
+}
+
+/// Escapes the bytes of all texts that are no UTF-8.
+/// @return whether the value is such a text, or a list with one: what it belongs to is to say so
+bool escapeTexts(Json& value) {
+  if (value.is_string()) {
+    const auto text = value.get<std::string>();
+    std::string escaped = withEscapedBytes(text);
+    const bool differs = escaped != text;
+    value = std::move(escaped);
+    return differs;
+  }
+  bool anyEscaped = false;
+  if (value.is_structured()) {
+    for (Json& part : value) {
+      anyEscaped = escapeTexts(part) || anyEscaped;
+    }
+  }
+  if (value.is_object() && anyEscaped) {
+    value[kEscapedKey] = true;
+    return false;
+  }
+  return anyEscaped;
+}
+
+// Libraries log what they found in files, so their lines pass through the filter as all others do.
+void showLogLine(const std::string& mark, const std::string& text) {
+  (void)std::fprintf(stderr, "%s%s\n", mark.c_str(),
+                     printable(text).c_str());  // nowhere else to go
+}
+
+/// DCMTK's log on stderr: the first letter of the level and the text, as DCMTK shows them itself.
+class PrintableLog : public oflog::Appender {
+public:
+  PrintableLog() = default;
+  PrintableLog(const PrintableLog&) = delete;
+  PrintableLog& operator=(const PrintableLog&) = delete;
+  ~PrintableLog() override { destructorImpl(); }  // as every appender has to
+
+  void close() override { closed = true; }
+
+protected:
+  void append(const oflog::spi::InternalLoggingEvent& event) override {
+    const oflog::tstring level = oflog::getLogLevelManager().toString(event.getLogLevel());
+    showLogLine(level.substr(0, 1) + ": ", event.getMessage());
+  }
+};
+
+void showDcmtkLog() {
+  OFLog::configure(OFLogger::WARN_LOG_LEVEL);
+  oflog::Logger root = oflog::Logger::getRoot();
+  root.removeAllAppenders();
+  root.addAppender(oflog::SharedAppenderPtr(new PrintableLog));
+}
 
 }  // namespace
 
 std::string printable(const std::string& text) {
-  std::string clean = text;
-  std::replace_if(
-      clean.begin(), clean.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
+  std::string clean;
+  clean.reserve(text.size());
+  forEachCharacter(
+      text, [&clean](const std::optional<Utf8Character>& character, const std::string& bytes) {
+        if (!character) {
+          clean += escapedByte(bytes.front());
+        } else if (isUnsafeOnTerminals(character->code)) {
+          clean += ' ';
+        } else {
+          clean += bytes;
+        }
+      });
   return clean;
 }
 
@@ -43,20 +134,43 @@ void complain(const std::string& line) {
 }
 
 void say(const std::string& line) {
-  // The stream remembers failures; main looks at it once, at the end.
-  (void)std::fputs(line.c_str(), stdout);
-  (void)std::fputc('\n', stdout);
+  writeLine(printable(line));
 }
 
-void sayJson(const nlohmann::ordered_json& value) {
-  say(value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+std::string jsonText(const Json& value) {
+  constexpr char32_t kFirstThatJsonLeaves = 0x7F;
+  Json shown = value;
+  (void)escapeTexts(shown);  // a text that is the whole of it has no object that could tell
+  std::string text;
+  // Beyond ASCII there is nothing but the texts within quotation marks.
+  forEachCharacter(
+      shown.dump(2, ' ', false, Json::error_handler_t::replace),
+      [&text](const std::optional<Utf8Character>& character, const std::string& bytes) {
+        const char32_t code = character ? character->code : 0;
+        if (code >= kFirstThatJsonLeaves && isUnsafeOnTerminals(code)) {
+          char escape[8];  // all of them are below U+FFFF
+          (void)std::snprintf(escape, sizeof escape, "\\u%04x",
+                              static_cast<unsigned>(code & 0xFFFFU));
+          text += escape;
+        } else {
+          text += bytes;
+        }
+      });
+  return text;
+}
+
+void sayJson(const Json& value) {
+  writeLine(jsonText(value));
 }
 
 void showLibraryLog(bool shown) {
-  OFLog::configure(shown ? OFLogger::WARN_LOG_LEVEL : OFLogger::OFF_LOG_LEVEL);
   if (shown) {
-    getTheLogInstance().setSink({});  // the default: stderr
+    showDcmtkLog();
+    getTheLogInstance().setSink([](KtLogFile::Level level, const std::string& text) {
+      showLogLine(level == KtLogFile::Level::Warning ? "W: " : "", text);
+    });
   } else {
+    OFLog::configure(OFLogger::OFF_LOG_LEVEL);
     getTheLogInstance().setSink([](KtLogFile::Level, const std::string&) {});
   }
 }

@@ -7,8 +7,9 @@
 
 namespace zrdcm {
 
-/// `text` with everything that could play tricks on a terminal replaced: one line, no control
-/// characters. Texts from files pass through here before they are shown.
+/// `text` as it may go to a terminal: one line of UTF-8, a blank for every character that a terminal
+/// would act on (isUnsafeOnTerminals), \xE9 for a byte that is no UTF-8. Whatever the functions below
+/// write passes through here, names of files included.
 std::string printable(const std::string& text);
 
 /// Whether the user wants to see messages and progress on stderr (yes, when the program starts).
@@ -18,10 +19,15 @@ bool messagesShown();
 /// Tells the user one line on stderr, if messages are wanted.
 void complain(const std::string& line);
 
-/// Writes the line to stdout; the main program notices when stdout could not take it.
+/// Writes the line to stdout, made printable; the main program notices when stdout could not take it.
 void say(const std::string& line);
 
-/// Prints JSON on stdout, indented. Bytes that are no UTF-8 become replacement characters.
+/// JSON, indented, that a terminal can show: characters that it would act on are written as \u009b.
+/// Bytes that are no UTF-8 become \xE9; the object whose text holds them, itself or in a list, gets
+/// `"escaped": true`.
+std::string jsonText(const nlohmann::ordered_json& value);
+
+/// Prints jsonText on stdout.
 void sayJson(const nlohmann::ordered_json& value);
 
 /// Switches the log of DCMTK and of the library on or off (off when the program starts).

@@ -6,12 +6,11 @@
 
 #include <cstdio>
 #include <unistd.h>
-#include <utility>
 
 namespace zrdcm {
 
-Progress::Progress(std::string label, std::size_t steps)
-    : label_(std::move(label)),
+Progress::Progress(const std::string& label, std::size_t steps)
+    : label_(printable(label)),
       steps_(steps),
       visible_(steps > 1 && messagesShown() && isatty(STDERR_FILENO) != 0) {
   draw();

@@ -10,7 +10,7 @@ namespace zrdcm {
 /// for a single step. Call `clear` before other text goes to stderr; the destructor does so too.
 class Progress {
 public:
-  Progress(std::string label, std::size_t steps);
+  Progress(const std::string& label, std::size_t steps);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;

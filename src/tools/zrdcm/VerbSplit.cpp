@@ -229,7 +229,7 @@ void writeAll(const SplitOptions& options, SplitImage& split, const Json& manife
     progress.advance();
   }
   OutputFile file(manifestPath);
-  file.write(manifest.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  file.write(jsonText(manifest) + "\n");
   file.commit();
 }
 
