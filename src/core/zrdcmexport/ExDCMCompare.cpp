@@ -88,9 +88,16 @@ public:
     return element != nullptr && element->getOFStringArray(text).good();
   }
 
-  // True when both datasets hold the same characters. Cheaper than reading them as values, and the
-  // images of a series agree in most of what is compared.
+  // True when both datasets hold the same characters in elements of one VR, which says whether blanks
+  // count. Cheaper than reading them as values, and the images of a series agree in most of what is
+  // compared.
   bool holdsSameTextAs(const OrderAttributes& other, Attribute attribute) const {
+    const DcmElement* const element = elements_.at(attribute);
+    const DcmElement* const otherElement = other.elements_.at(attribute);
+    if (element == nullptr || otherElement == nullptr ||
+        element->ident() != otherElement->ident()) {
+      return false;
+    }
     char* text = nullptr;
     char* otherText = nullptr;
     Uint32 length = 0;

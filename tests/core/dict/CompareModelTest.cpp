@@ -297,19 +297,49 @@ TEST_F(CompareOddDatasets, FindsElementsThatAreOutOfOrder) {
   EXPECT_EQ(ExDCM::compare(first.get(), second.get(), false, false, false, false, false, false), 1);
 }
 
+// What blanks count for depends on the VR: a code string loses those in front, a short text keeps them.
+TEST_F(CompareOddDatasets, TellsEqualBytesOfDifferentVRsApart) {
+  const auto code = Stream().add(0x0008, 0x0008, "CS", " A").add(0x0020, 0x0013, "IS", "1").read();
+  const auto text = Stream().add(0x0008, 0x0008, "ST", " A").add(0x0020, 0x0013, "IS", "2").read();
+
+  EXPECT_GT(ExDCM::compare(code.get(), text.get(), false, false, false, false, false, false), 0);
+  EXPECT_LT(ExDCM::compare(text.get(), code.get(), false, false, false, false, false, false), 0);
+}
+
+TEST_F(CompareOddDatasets, TellsSeriesOfDifferentVRsApart) {
+  const auto dataset = [](const char* vr, const char* imageType, const char* number) {
+    return Stream()
+        .add(0x0008, 0x0008, "CS", imageType)
+        .add(0x0020, 0x000e, vr, " 1.2")
+        .add(0x0020, 0x0013, "IS", number)
+        .read();
+  };
+  const auto first = dataset("LO", "B", "1");
+  const auto second = dataset("ST", "A", "2");
+
+  // Two series, so that the image types do not decide.
+  EXPECT_EQ(ExDCM::compare(first.get(), second.get(), false, false, false, false, false, false),
+            -1);
+}
+
 TEST_F(CompareOddDatasets, AgreesWithALookUpPerAttribute) {
   struct Element {
     Uint16 group;
     Uint16 element;
     std::vector<const char*> vrs;
   };
-  const std::vector<Element> elements = {
-      {0x0008, 0x0008, {"CS", "UN"}},       {0x0018, 0x0050, {"DS", "UN"}},
-      {0x0018, 0x0081, {"DS", "US"}},       {0x0020, 0x000e, {"UI", "UN"}},
-      {0x0020, 0x0013, {"IS", "US", "UN"}}, {0x0020, 0x0100, {"IS", "SS"}},
-      {0x0045, 0x1033, {"DS", "CS"}},       {0x2005, 0x1412, {"IS", "SL", "UN"}},
-      {0x2005, 0x1413, {"IS", "SL"}},       {0x7005, 0x1005, {"SH", "UN"}},
-      {0x7005, 0x1016, {"UI", "UN"}},       {0x0008, 0x0060, {"CS"}}};
+  const std::vector<Element> elements = {{0x0008, 0x0008, {"CS", "UN", "ST", "LO"}},
+                                         {0x0018, 0x0050, {"DS", "UN"}},
+                                         {0x0018, 0x0081, {"DS", "US"}},
+                                         {0x0020, 0x000e, {"UI", "UN", "LO", "ST"}},
+                                         {0x0020, 0x0013, {"IS", "US", "UN"}},
+                                         {0x0020, 0x0100, {"IS", "SS"}},
+                                         {0x0045, 0x1033, {"DS", "CS"}},
+                                         {0x2005, 0x1412, {"IS", "SL", "UN"}},
+                                         {0x2005, 0x1413, {"IS", "SL"}},
+                                         {0x7005, 0x1005, {"SH", "UN"}},
+                                         {0x7005, 0x1016, {"UI", "UN"}},
+                                         {0x0008, 0x0060, {"CS"}}};
   std::mt19937 random(4711);
   const auto below = [&random](std::size_t count) {
     return std::uniform_int_distribution<std::size_t>(0, count - 1)(random);
@@ -321,14 +351,14 @@ TEST_F(CompareOddDatasets, AgreesWithALookUpPerAttribute) {
       const std::string vr = element.vrs.at(below(element.vrs.size()));
       const bool fourBytes = vr == "SL";
       const bool binary = fourBytes || vr == "US" || vr == "SS";
-      const std::string text = std::to_string(below(3));
+      const std::string text = std::string(below(2), ' ') + std::to_string(below(3));
       stream.add(element.group, element.element, vr.c_str(),
                  binary ? std::string(fourBytes ? 4 : 2, static_cast<char>(below(3))) : text);
     }
     return stream.read();
   };
 
-  for (int i = 0; i < 3000; ++i) {
+  for (int i = 0; i < 6000; ++i) {
     const auto first = randomDataset();
     const auto second = randomDataset();
     const Switches on = switchesOf(static_cast<unsigned>(i) % 64U);
