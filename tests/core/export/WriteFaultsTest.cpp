@@ -4,11 +4,13 @@
 // reads like a whole file.
 #include "core/export/DiskFaults.h"
 #include "core/export/ExportFixture.h"
+#include "core/export/FailingClose.h"
 #include "support/LogCapture.h"
 #include "support/RowName.h"
 #include "support/TempDir.h"
 
 #include <zrdcmexport/ZrDcmExportPrivate.h>
+#include <zrdcmexport/ZrDcmOutputFile.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,6 +19,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/resource.h>
 #include <vector>
 
 namespace {
@@ -121,6 +124,50 @@ TEST_F(WriteFaults, ReportsADeviceThatIsFull) {
   ASSERT_TRUE(writer.setFilename("full"));
 
   expectMetaInfoFailure(writer);
+}
+
+struct LateStep {
+  const char* name;
+  int closesBefore;  // each part of the file is asked for once
+  const char* message;
+};
+
+// A file system behind a network may take every byte, and say only at the closing that they are lost.
+class LateRefusal : public WriteFaults, public testing::WithParamInterface<LateStep> {};
+
+TEST_P(LateRefusal, IsReportedByTheStepThatMetIt) {
+  ZrDcmExportPrivate writer = exporting::secondaryCaptureWriter(folder_.path());
+  {
+    const exporting::FailingClose refusal(GetParam().closesBefore);
+    EXPECT_FALSE(write(writer));
+    EXPECT_TRUE(refusal.hasFailed());
+  }
+
+  EXPECT_EQ(writer.lastError(), GetParam().message);
+  EXPECT_EQ(fs::file_size(folder_.file("image.dcm")), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Steps, LateRefusal,
+                         testing::Values(LateStep{"MetaInformation", 0, kMetaInfoFailed},
+                                         LateStep{"Dataset", 1, kDatasetFailed}),
+                         support::nameOf<LateStep>);
+
+TEST_F(WriteFaults, TakesAFileThatCannotBeAskedForUnwritten) {
+  DcmDataset dataset;
+  ASSERT_TRUE(dataset.putAndInsertString(DCM_PatientName, "A").good());
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  bool done = true;
+  {
+    ZrDcmOutputFile file(folder_.file("image.dcm").c_str());
+    const rlimit none = {0, before.rlim_max};  // open descriptors stay, there is none to be had
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    done = file.write(dataset);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+  }
+
+  EXPECT_FALSE(done);
+  EXPECT_EQ(fs::file_size(folder_.file("image.dcm")), 0U);
 }
 
 struct ImageSize {

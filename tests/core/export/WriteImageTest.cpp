@@ -5,6 +5,7 @@
 #include "support/RowName.h"
 #include "support/TempDir.h"
 
+#include <gx/GxParamBundle.h>
 #include <zrdcmexport/ZrDcmCallersSamples.h>
 #include <zrdcmexport/ZrDcmExportPrivate.h>
 
@@ -281,6 +282,23 @@ TEST_F(WriteImageAsIs, NeverWritesFileMetaAttributesOfTheTree) {
   EXPECT_EQ(textOf(*file->getMetaInfo(), DCM_ImplementationVersionName), "ZrDcmExport");
   EXPECT_FALSE(file->getDataset()->tagExists(DCM_TransferSyntaxUID));
   EXPECT_FALSE(file->getDataset()->tagExists(DCM_ImplementationVersionName));
+}
+
+// Keys are told by their text: these name attributes of the group too, and are written like any other.
+TEST_F(WriteImageAsIs, WritesOtherSpellingsOfTheFileMetaGroupIntoTheDataset) {
+  GxParamBundle bundle("root");
+  bundle.addParameter("G2-10", "UI: 1.2.840.10008.1.2.2");
+  bundle.addParameter("G02-0016", "AE: SOMEBODY");
+  ZrDcmExportPrivate writer = exporting::secondaryCaptureWriter(folder_.path());
+  ASSERT_TRUE(writer.addParameters(&bundle));
+
+  ASSERT_TRUE(write(writer));
+
+  const auto file = written();
+  EXPECT_EQ(textOf(*file->getMetaInfo(), DCM_TransferSyntaxUID), "1.2.840.10008.1.2.1");
+  EXPECT_FALSE(file->getMetaInfo()->tagExists(DCM_SourceApplicationEntityTitle));
+  EXPECT_EQ(textOf(*file->getDataset(), DCM_TransferSyntaxUID), "1.2.840.10008.1.2.2");
+  EXPECT_EQ(textOf(*file->getDataset(), DCM_SourceApplicationEntityTitle), "SOMEBODY");
 }
 
 TEST_F(WriteImageAsIs, WritesAnEmptyValueAsAnEmptyElement) {
