@@ -44,7 +44,8 @@ constexpr int kDirectoryMode = 755;
 /// File meta attributes belong to the writer (PS3.10 section 7.1).
 ///
 /// Deliberate: a key counts as one by its text, "G0002-...". "G2-10", which names the same group, does not
-/// and is written into the dataset. Test: WriteImageAsIs.WritesOtherSpellingsOfTheFileMetaGroupIntoTheDataset
+/// and is written into the dataset.
+/// Test: WriteImageAsIs.WritesOtherSpellingsOfTheFileMetaGroupIntoTheDataset
 bool isFileMetaKey(const KtString& key) {
   return key.substr(0, 4) == KtString("G0002");
 }

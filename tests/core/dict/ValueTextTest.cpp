@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <locale>
 #include <memory>
 #include <string>
@@ -95,6 +96,27 @@ TEST_F(GetOFStringFromUN, TakesTheUnknownVROfImplicitFilesForUN) {
   EXPECT_TRUE(ExDCM::getOFStringFromUN(element.get(), text_));
 
   EXPECT_EQ(text_, "PAT1");
+}
+
+// The length is that of the file as long as the value stays there; loading it pads it to an even one.
+TEST_F(GetOFStringFromUN, GivesTheOneByteOfAnOddValueThatIsNotLoadedYet) {
+  const support::TempDir folder;
+  std::ofstream(folder.file("odd"), std::ios::binary) << std::string(
+      "\x10\x00\x20\x00UN\x00\x00\x01\x00\x00\x00"
+      "A",
+      13);
+  constexpr Uint32 kLoadNothing = 0;
+  DcmDataset read;
+  ASSERT_TRUE(read.loadFile(folder.file("odd").c_str(), EXS_LittleEndianExplicit, EGL_noChange,
+                            kLoadNothing)
+                  .good());
+  DcmElement* element = nullptr;
+  ASSERT_TRUE(read.findAndGetElement(DCM_PatientID, element).good());
+  ASSERT_EQ(element->getLength(), 1U);
+
+  EXPECT_TRUE(ExDCM::getOFStringFromUN(dynamic_cast<DcmOtherByteOtherWord*>(element), text_));
+
+  EXPECT_EQ(text_, "A");
 }
 
 TEST_F(GetOFStringFromUN, RefusesAnAttributeThatTheDictionaryDoesNotKnow) {
