@@ -27,7 +27,8 @@ import mutants
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
-CORE = "src/core/zrdcmexport"
+FOLDERS = "src/core"
+CORE = f"{FOLDERS}/zrdcmexport"
 LIBRARY = "libzrdcmexport_static.so"
 
 # Test programs of each subject, in the order in which they are asked; (program, filter).
@@ -36,6 +37,7 @@ SUBJECTS = {
                  ["ZrSliceImageDecoding.cpp", "ZrSliceImageDecodingAttributes.cpp",
                   "ZrSliceImageDecodingColour.cpp", "ZrSliceImageDecodingMonochrome.cpp",
                   "ZrCodecGuard.cpp", "ZrCodecStream.cpp"]),
+    "numbers": ([("dicom/dicom_tests", "*")], ["Numbers.cpp"]),
     "record": ([("slice/slice_tests", "*")], ["ZrSliceImage.cpp"]),
     "overlays": ([("slice/slice_tests", "*"), ("slice/slice_decoding_tests", "*Overlay*")],
                  ["ZrSliceImageOverlays.cpp"]),
@@ -116,14 +118,20 @@ class Build:
             folder / "build.log")
         with open(self.folder / "compile_commands.json", encoding="utf-8") as commands:
             self.compile = {entry["file"]: entry for entry in json.load(commands)
-                            if entry["file"].startswith(f"{self.sources}/{CORE}/")}
+                            if entry["file"].startswith(f"{self.sources}/{FOLDERS}/")}
         links = subprocess.run(["ninja", "-C", self.folder, "-t", "commands", "-s", f"{CORE}/{LIBRARY}"],
                                capture_output=True, check=True, text=True).stdout.splitlines()
         self.link = re.search(r"(?:^|&& )(\S*(?:g\+\+|c\+\+|clang\+\+)\S* .*?-shared .*?)(?: &&|$)",
                               links[-1]).group(1)
 
+    def source_of(self, name):
+        found = [path for path in map(pathlib.Path, self.compile) if path.name == name]
+        if len(found) != 1:
+            raise Stop(f"{len(found)} sources are called {name}: SUBJECTS wants care")
+        return found[0]
+
     def object_of(self, name):
-        entry = self.compile[f"{self.sources}/{CORE}/{name}"]
+        entry = self.compile[str(self.source_of(name))]
         words = shlex.split(entry["command"])
         return words, words[words.index("-o") + 1]
 
@@ -177,7 +185,7 @@ def test(build, subject, library_folder, times, guarded=False):
 def try_mutant(build, mutant, folder, times):
     """(outcome, detail) of one mutant."""
     name = mutant.file
-    source_file = build.sources / CORE / name
+    source_file = build.source_of(name)
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
     (folder / name).write_text(mutant.apply(source_file.read_text()))
@@ -273,7 +281,7 @@ def main():
             raise Stop(f"the tests of {subject} fail without any slip: {verdict}")
     print(f"built and tested without slips after {time.monotonic() - begun:.0f} s", flush=True)
 
-    sources = {name: (build.sources / CORE / name).read_text() for subject in SUBJECTS for name in SUBJECTS[subject][1]}
+    sources = {name: build.source_of(name).read_text() for subject in SUBJECTS for name in SUBJECTS[subject][1]}
     chosen = mutants.choose({name: mutants.mutants_of(name, text) for name, text in sources.items()},
                             arguments.count, arguments.seed)
     results = folder / "results.tsv"
