@@ -21,7 +21,7 @@ using fuzz::Input;
 using fuzz::require;
 using Bytes = std::vector<Uint8>;
 
-constexpr unsigned long long kFourGiB = 1ULL << 32U;
+constexpr unsigned long long kMostBytes = 0xFFFFFFFE;
 constexpr std::size_t kRleHeaderSize = 64;
 
 struct Image {
@@ -72,7 +72,7 @@ void checkAnswers(Image& image) {
     __extension__ using Wide = unsigned __int128;
     const Wide size = Wide{image.pixels()} * image.head.samplesPerPixel *
                       std::max(image.bytesPerSample(), wide) * image.head.frames;
-    require(guard.isCountable(image.head.frames) == (size < kFourGiB));
+    require(guard.isCountable(image.head.frames) == (size <= kMostBytes));
   }
 }
 
@@ -82,7 +82,8 @@ std::uint32_t little32(const Bytes& bytes, std::size_t at) {
          static_cast<std::uint32_t>(bytes[at + 3]) << 24U;
 }
 
-/// One plane out of the bytes from `begin` to `end`; nothing when they do not fill it.
+/// One plane out of the bytes from `begin` to `end`; nothing when they do not fill it, or not without
+/// a control byte of 128.
 std::optional<Bytes> unpackPlane(const Bytes& frame, std::size_t begin, std::size_t end,
                                  std::size_t wanted) {
   Bytes plane;
@@ -91,6 +92,9 @@ std::optional<Bytes> unpackPlane(const Bytes& frame, std::size_t begin, std::siz
       return std::nullopt;
     }
     const unsigned control = frame[begin++];
+    if (control == 128) {
+      return std::nullopt;  // which DCMTK would not take for what it is
+    }
     if (control < 128) {
       const std::size_t count = std::min<std::size_t>(control + 1, end - begin);
       plane.insert(plane.end(), frame.data() + begin, frame.data() + begin + count);
@@ -233,15 +237,16 @@ void checkJpeg(Image& image) {
     return;
   }
   const std::optional<FrameHeader> header = findFrameHeader(firstFrameOf(image));
-  const bool agrees = header && header->rows == image.head.rows &&
-                      header->columns == image.head.columns &&
+  const bool agrees = header && header->precision <= image.head.bitsAllocated &&
+                      header->rows == image.head.rows && header->columns == image.head.columns &&
                       header->components == image.head.samplesPerPixel;
   const std::size_t wanted =
       image.pixels() * image.head.samplesPerPixel * (header && header->precision > 8 ? 2 : 1);
   require(image.guard().frameIsSafe(0, 1, wanted) == (agrees && image.guard().isCountable(1)));
 }
 
-/// Where a stream is cut must not matter, unless a cut makes a new image of its rest.
+/// Where a stream is cut must not matter, unless a cut makes a new image of its rest. Of JPEG-LS with
+/// several frames it does: as many fragments as frames are taken for a frame each.
 void checkCuts(Image& image, const Uint8* data, std::size_t size) {
   const auto isContinuation = [](const Bytes& fragment) { return !beginsImage(fragment); };
   if (image.fragments.size() < 2 ||
@@ -271,6 +276,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     head.syntax = ImageInput::numberOf(road == 0   ? EXS_RLELossless
                                        : road == 1 ? EXS_JPEGProcess14SV1
                                                    : EXS_JPEGLSLossless);
+  }
+  if (road == 2) {
+    head.frames = 1;
+    head.parts &= ~static_cast<unsigned>(ImageInput::kTexts);  // one of them counts the frames, too
   }
   Image image(head, data, size);
   switch (road) {

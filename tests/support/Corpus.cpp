@@ -21,19 +21,28 @@ std::vector<std::string> cellsOf(const std::string& line) {
   return cells;
 }
 
-std::filesystem::path wantedFolder() {
-  const char* named = std::getenv("ZRDCMEXPORT_CORPUS");
+/// What a variable names, else a folder that stands beside the source folder.
+std::filesystem::path wantedFolder(const char* variable, const char* besideTheSource) {
+  const char* named = std::getenv(variable);
   if (named != nullptr && *named != '\0') {
     return named;
   }
-  return std::filesystem::path(ZR_SOURCE_DIR).parent_path() / "shared" / "corpus";
+  return std::filesystem::path(ZR_SOURCE_DIR).parent_path() / besideTheSource;
 }
 
 }  // namespace
 
 std::optional<std::filesystem::path> corpusFolder() {
-  const std::filesystem::path folder = wantedFolder();
+  const std::filesystem::path folder = wantedFolder("ZRDCMEXPORT_CORPUS", "shared/corpus");
   if (!std::filesystem::is_directory(folder / "files")) {
+    return std::nullopt;
+  }
+  return folder;
+}
+
+std::optional<std::filesystem::path> hazardsFolder() {
+  const std::filesystem::path folder = wantedFolder("ZRDCMEXPORT_HAZARDS", "shared/hazards/audit");
+  if (!std::filesystem::is_directory(folder)) {
     return std::nullopt;
   }
   return folder;

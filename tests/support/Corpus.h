@@ -15,6 +15,10 @@ namespace support {
 /// skip themselves and say so. It holds `files/`, `manifest.tsv` and `expected.tsv`.
 [[nodiscard]] std::optional<std::filesystem::path> corpusFolder();
 
+/// Folder of small files made to mislead decoders: what ZRDCMEXPORT_HAZARDS names, else
+/// `../shared/hazards/audit` beside the source folder. Nothing where there is no such folder.
+[[nodiscard]] std::optional<std::filesystem::path> hazardsFolder();
+
 /// A table of tab-separated values whose first line names the columns.
 class TsvTable {
 public:

@@ -1,23 +1,25 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Which compressed frames are safe to decode. What each check keeps away from DCMTK's decoders:
 //
-//   4 GiB and more        sizes wrap at 32 bits and the decoder writes beyond its buffer
+//   4 GiB - 1 and more    sizes wrap at 32 bits and the decoder writes beyond its buffer
 //   RLE, whole frame      stripes that yield less than a plane leave heap contents in the samples;
-//                         an empty last stripe is read before its start
+//                         an empty last stripe is read before its start; a control byte that means
+//                         nothing is unpacked as a run
 //   RLE, frame alone      a short fragment or a stripe outside it is read beyond its end
 //   JPEG, frame header    a smaller image than the attributes promise leaves heap contents; a larger
 //                         promise than the stream allocates gigabytes; a marker for temporary use
 //                         makes the search for the header endless; more than 8 bits called baseline
-//                         fill half of the samples
+//                         fill half of the samples; samples of more bits than Bits Allocated are
+//                         taken for twice as many
 //   JPEG, whole images    the decoder for the first frame drops the lowest bits of longer samples
-//   JPEG-LS, all of it    a stream that ends inside its scans is read beyond its end; presets of a
-//                         kind that the decoder does not check make it read outside its buffers
+//   JPEG-LS, all of it    a stream that ends inside its scans, which an offset table can bring about,
+//                         is read beyond its end; presets of a kind that the decoder does not check
+//                         make it read outside its buffers
 #include "ZrCodecGuard.h"
 
 #include "ZrCodecStream.h"
 
 #include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dccodec.h"
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <algorithm>
@@ -26,12 +28,8 @@ namespace Zrg {
 
 namespace {
 
-constexpr unsigned long long kFourGiB = 1ULL << 32;
-
-/// The decoders' own search for the first fragment of a frame, which DCMTK keeps protected.
-struct StartFragment : DcmCodec {
-  using DcmCodec::determineStartFragment;
-};
+/// The last even number that 32 bits hold: decoders add a byte to an odd one.
+constexpr unsigned long long kMostBytes = (1ULL << 32) - 2;
 
 Uint16 numberOf(DcmItem& item, const DcmTagKey& key) {
   Uint16 value = 0;
@@ -56,8 +54,10 @@ CodecGuard::CodecGuard(DcmItem& item, DcmPixelData& pixelData)
   E_TransferSyntax syntax = EXS_Unknown;
   const DcmRepresentationParameter* parameter = nullptr;
   pixelData.getOriginalRepresentationKey(syntax, parameter);
-  if (pixelData.getEncapsulatedRepresentation(syntax, parameter, sequence_).good() &&
-      sequence_ != nullptr) {
+  DcmPixelSequence* sequence = nullptr;
+  if (pixelData.getEncapsulatedRepresentation(syntax, parameter, sequence).good() &&
+      sequence != nullptr) {
+    fragments_.emplace(*sequence);
     codec_ = codecOf(syntax);
     isBaseline_ = syntax == EXS_JPEGProcess1;
   }
@@ -90,7 +90,7 @@ bool CodecGuard::isCountable(unsigned long long frames) const {
   const unsigned long long bytesPerSample =
       std::max((bitsAllocated_ + 7ULL) / 8, bitsStored_ > 8 ? 2ULL : 1ULL);
   const unsigned long long samples = pixelsPerFrame() * samplesPerPixel_;  // below 2^48
-  return samples == 0 || frames <= (kFourGiB - 1) / bytesPerSample / samples;
+  return samples == 0 || frames <= kMostBytes / bytesPerSample / samples;
 }
 
 bool CodecGuard::allFramesAreSafe() {
@@ -105,8 +105,8 @@ bool CodecGuard::allFramesAreSafe() {
   }
   // Decoded together, all frames go through the decoder that the first one asks for, into samples of
   // the size that it says: Bits Allocated follows.
-  const std::optional<JpegYield> first = jpegYield(1);
-  return first && jpegFramesAgree(1, decodedFrames(), [&](const JpegYield& yield) {
+  const std::optional<JpegYield> first = jpegYield(0, 1);
+  return first && jpegFramesAgree(0, 1, decodedFrames(), [&](const JpegYield& yield) {
            return yield.bytes == first->bytes && (first->isLong || !yield.isLong);
          });
 }
@@ -120,12 +120,12 @@ bool CodecGuard::framesAreSafe(unsigned long first, unsigned long count) {
     return true;
   }
   const unsigned long long frameSize = pixelsPerFrame() * bytesPerPixel();
-  const std::optional<Uint32> start = startFragmentOf(static_cast<Uint32>(first));
+  const std::optional<unsigned long> start = startFragmentOf(first);
   if (!start || !isCountable(count)) {
     return false;
   }
   if (codec_ != Codec::Rle) {
-    return jpegFramesAgree(*start, count,
+    return jpegFramesAgree(first, *start, count,
                            [&](const JpegYield& yield) { return yield.bytes == frameSize; });
   }
   for (unsigned long i = 0; i < count; ++i) {
@@ -141,55 +141,69 @@ bool CodecGuard::frameIsSafe(Uint32 frame, Uint32 startFragment, unsigned long l
   if (codec_ == Codec::None) {
     return true;
   }
-  const std::optional<Uint32> start = startFragment != 0 ? startFragment : startFragmentOf(frame);
+  const std::optional<unsigned long> start =
+      startFragment != 0 ? startFragment : startFragmentOf(frame);
   if (!start || !isCountable(1)) {
     return false;
   }
   if (codec_ != Codec::Rle) {
-    const std::optional<JpegYield> yield = jpegYield(*start);
+    const std::optional<JpegYield> yield = jpegYield(frame, *start);
     return yield && yield->bytes == frameSize;
   }
-  FragmentStream fragment(*sequence_, *start, *start + 1UL);
+  FragmentStream fragment(*fragments_, *start, *start + 1UL);
   return pixelsPerFrame() * bytesPerPixel() == frameSize &&
          passRleFrame(fragment, {static_cast<unsigned int>(bytesPerPixel()), pixelsPerFrame()});
 }
 
 unsigned long CodecGuard::decodedFrames() const {
-  const unsigned long fragments = sequence_->card();
+  const unsigned long fragments = fragments_->count();
   const unsigned long long frames = std::min<unsigned long long>(
       numberOfFrames_, fragments > 0 ? fragments - 1 : 0);  // fragment 0 is the offset table
   return std::max(1UL, static_cast<unsigned long>(frames));
 }
 
-std::optional<Uint32> CodecGuard::startFragmentOf(Uint32 frame) const {
+std::optional<unsigned long> CodecGuard::startFragmentOf(unsigned long frame) {
   // The JPEG-LS decoder alone believes the fragments more than Number of Frames.
-  const unsigned long long frames = codec_ == Codec::JpegLs ? decodedFrames() : numberOfFrames_;
-  Uint32 fragment = 0;
-  if (StartFragment::determineStartFragment(frame, static_cast<Sint32>(frames), sequence_, fragment)
-          .bad()) {
-    return std::nullopt;
-  }
-  return fragment;
+  return fragments_->startOfFrame(frame,
+                                  codec_ == Codec::JpegLs ? decodedFrames() : numberOfFrames_);
 }
 
-bool CodecGuard::startsJpegImage(unsigned long fragment) const {
-  FragmentStream stream(*sequence_, fragment, sequence_->card());
+bool CodecGuard::startsJpegImage(unsigned long fragment) {
+  FragmentStream stream(*fragments_, fragment, fragments_->count());
   Uint8 prefix = 0;
   Uint8 marker = 0;
   return stream.read(prefix) && stream.read(marker) && prefix == 0xFF && marker == 0xD8;
 }
 
-/// What the JPEG image in a fragment yields when its size agrees with the attributes.
-std::optional<CodecGuard::JpegYield> CodecGuard::jpegYield(unsigned long fragment) const {
-  unsigned long end = fragment + 1;
-  while (end < sequence_->card() && !startsJpegImage(end)) {
+/// The fragment behind the frame that begins in a given one; nothing when there is no such frame.
+/// Where a frame ends is known to the JPEG decoder alone; a start of image never stands inside the
+/// coded samples, so that every fragment which begins with one begins a frame.
+std::optional<unsigned long> CodecGuard::endOfJpegFrame(unsigned long frame, unsigned long start) {
+  if (codec_ == Codec::JpegLs) {
+    return fragments_->endOfJpegLsFrame(frame, decodedFrames(), start);
+  }
+  if (start >= fragments_->count()) {
+    return std::nullopt;
+  }
+  unsigned long end = start + 1;
+  while (end < fragments_->count() && !startsJpegImage(end)) {
     ++end;
   }
-  FragmentStream stream(*sequence_, fragment, end);
+  return end;
+}
+
+/// What the JPEG image of a frame yields when its size agrees with the attributes.
+std::optional<CodecGuard::JpegYield> CodecGuard::jpegYield(unsigned long frame,
+                                                           unsigned long start) {
+  const std::optional<unsigned long> end = endOfJpegFrame(frame, start);
+  if (!end) {
+    return std::nullopt;
+  }
+  FragmentStream stream(*fragments_, start, *end);
   const std::optional<JpegFrameHeader> header =
       codec_ == Codec::JpegLs ? passJpegLsImage(stream) : readJpegFrameHeader(stream);
   if (!header || header->rows != rows_ || header->columns != columns_ ||
-      header->components != samplesPerPixel_) {
+      header->components != samplesPerPixel_ || header->precision > bitsAllocated_) {
     return std::nullopt;
   }
   // The decoder of the baseline process makes one byte of every sample, whatever the stream says.
@@ -197,14 +211,14 @@ std::optional<CodecGuard::JpegYield> CodecGuard::jpegYield(unsigned long fragmen
     return std::nullopt;
   }
   return JpegYield{pixelsPerFrame() * samplesPerPixel_ * (header->precision > 8 ? 2 : 1),
-                   codec_ == Codec::Jpeg && header->precision > 12};
+                   codec_ == Codec::Jpeg && header->precision > 12, *end};
 }
 
-bool CodecGuard::rleFramesAreWhole() const {
+bool CodecGuard::rleFramesAreWhole() {
   const unsigned long frames = decodedFrames();
   unsigned long fragment = 1;
   for (unsigned long frame = 0; frame < frames; ++frame) {
-    FragmentStream stream(*sequence_, fragment, sequence_->card());
+    FragmentStream stream(*fragments_, fragment, fragments_->count());
     if (!passRleFrame(stream, {static_cast<unsigned int>(bytesPerPixel()), pixelsPerFrame()})) {
       return false;
     }
@@ -213,23 +227,19 @@ bool CodecGuard::rleFramesAreWhole() const {
   return true;
 }
 
-/// Whether the next `count` JPEG images, the first in the given fragment, all yield what is right.
-/// Where a frame ends is known to the decoder alone; a start of image never stands inside the coded
-/// samples, so that every fragment which begins with one begins a frame.
-bool CodecGuard::jpegFramesAgree(unsigned long fragment, unsigned long count,
-                                 const std::function<bool(const JpegYield&)>& isRight) const {
-  const unsigned long end = sequence_->card();
-  unsigned long images = 0;
-  for (unsigned long i = fragment; i < end && images < count; ++i) {
-    if (i == fragment || startsJpegImage(i)) {
-      const std::optional<JpegYield> yield = jpegYield(i);
-      if (!yield || !isRight(*yield)) {
-        return false;
-      }
-      ++images;
+/// Whether `count` frames from `frame` on, which begins in the given fragment, all yield what is
+/// right.
+bool CodecGuard::jpegFramesAgree(unsigned long frame, unsigned long start, unsigned long count,
+                                 const std::function<bool(const JpegYield&)>& isRight) {
+  unsigned long fragment = start;
+  for (unsigned long i = 0; i < count; ++i) {
+    const std::optional<JpegYield> yield = jpegYield(frame + i, fragment);
+    if (!yield || !isRight(*yield)) {
+      return false;
     }
+    fragment = yield->end;
   }
-  return images > 0;
+  return true;
 }
 
 bool visitImages(DcmItem& item, const std::function<bool(DcmItem&, DcmPixelData&)>& visit) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "streams/Fragments.h"
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctypes.h"
 #include "dcmtk/dcmdata/dcxfer.h"
@@ -10,7 +12,6 @@
 
 class DcmItem;
 class DcmPixelData;
-class DcmPixelSequence;
 
 namespace Zrg {
 
@@ -28,8 +29,8 @@ public:
   /// @param pixelData the item's pixel data; must outlive the guard.
   CodecGuard(DcmItem& item, DcmPixelData& pixelData);
 
-  /// Whether the samples of `frames` frames stay below 4 GiB, which is all that decoders that
-  /// decode them together can count.
+  /// Whether the samples of `frames` frames take 4 GiB - 2 at most: decoders that decode them
+  /// together count their bytes in 32 bits, after they have made the number even.
   [[nodiscard]] bool isCountable(unsigned long long frames) const;
   /// The same for all frames: as many as Number of Frames promises, but no more than there are
   /// fragments, which is what the decoders believe.
@@ -61,23 +62,26 @@ private:
   /// What decoding a JPEG image gives. DCMTK has a decoder of its own for more than 12 bits.
   struct JpegYield {
     unsigned long long bytes;
-    bool isLong;  ///< of more than 12 bits
+    bool isLong;        ///< of more than 12 bits
+    unsigned long end;  ///< the fragment behind its last one
   };
 
   [[nodiscard]] static Codec codecOf(E_TransferSyntax syntax);
   [[nodiscard]] unsigned long long pixelsPerFrame() const;
   [[nodiscard]] unsigned long long bytesPerPixel() const;
   [[nodiscard]] unsigned long decodedFrames() const;
-  [[nodiscard]] std::optional<Uint32> startFragmentOf(Uint32 frame) const;
-  [[nodiscard]] bool startsJpegImage(unsigned long fragment) const;
-  [[nodiscard]] std::optional<JpegYield> jpegYield(unsigned long fragment) const;
-  [[nodiscard]] bool rleFramesAreWhole() const;
-  [[nodiscard]] bool jpegFramesAgree(unsigned long fragment, unsigned long count,
-                                     const std::function<bool(const JpegYield&)>& isRight) const;
+  [[nodiscard]] std::optional<unsigned long> startFragmentOf(unsigned long frame);
+  [[nodiscard]] bool startsJpegImage(unsigned long fragment);
+  [[nodiscard]] std::optional<unsigned long> endOfJpegFrame(unsigned long frame,
+                                                            unsigned long start);
+  [[nodiscard]] std::optional<JpegYield> jpegYield(unsigned long frame, unsigned long start);
+  [[nodiscard]] bool rleFramesAreWhole();
+  [[nodiscard]] bool jpegFramesAgree(unsigned long frame, unsigned long start, unsigned long count,
+                                     const std::function<bool(const JpegYield&)>& isRight);
 
   Codec codec_ = Codec::None;
-  bool isBaseline_ = false;  ///< the process of 8-bit JPEG
-  DcmPixelSequence* sequence_ = nullptr;
+  bool isBaseline_ = false;             ///< the process of 8-bit JPEG
+  std::optional<Fragments> fragments_;  ///< there unless the codec is none
   Uint16 columns_ = 0;
   Uint16 rows_ = 0;
   Uint16 samplesPerPixel_ = 0;

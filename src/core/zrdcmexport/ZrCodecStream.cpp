@@ -7,7 +7,8 @@
 //   4   Uint32[15]  offset of each stripe, 0 for stripes that are not there
 //   64  stripes     PackBits runs: control byte c, then
 //                     c < 128   c + 1 literal bytes
-//                     c >= 128  one byte that stands for 257 - c equal bytes (DCMTK takes 128 so, too)
+//                     c = 128   nothing; DCMTK takes it for a run of 129 bytes
+//                     c > 128   one byte that stands for 257 - c equal bytes
 //
 // JPEG image: SOI, then marker segments (FF, marker, 16-bit big endian length that counts itself,
 // payload) and markers without a length, up to the frame header:
@@ -20,9 +21,7 @@
 //   SOS   length, Uint8 n, n x (component, table), Uint8 NEAR, Uint8 interleave mode, Uint8 0
 #include "ZrCodecStream.h"
 
-#include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dcpixseq.h"
-#include "dcmtk/dcmdata/dcpxitem.h"
+#include "streams/Fragments.h"
 
 #include <algorithm>
 #include <array>
@@ -36,6 +35,7 @@ namespace {
 
 constexpr unsigned int kRleHeaderSize = 64;
 constexpr unsigned int kMostRleStripes = 15;
+constexpr Uint8 kNoOperation = 128;
 
 constexpr Uint8 kMarkerPrefix = 0xFF;
 constexpr Uint8 kStuffedZero = 0x00;
@@ -84,12 +84,14 @@ bool readLittleEndian32(FragmentStream& stream, Uint32& value) {
 }
 
 /// Whether a stripe of up to `available` bytes yields `wanted` bytes; takes no more than it needs.
+/// A control byte of 128 yields nothing, but DCMTK unpacks it as a run, with the byte behind it or,
+/// at the end of a fragment, with none: a stripe that needs to be read past one is none.
 bool passRleStripe(FragmentStream& stream, unsigned long long available,
                    unsigned long long wanted) {
   unsigned long long yielded = 0;
   while (yielded < wanted) {
     Uint8 control = 0;
-    if (available == 0 || !stream.read(control)) {
+    if (available == 0 || !stream.read(control) || control == kNoOperation) {
       return false;
     }
     --available;
@@ -245,8 +247,8 @@ bool passJpegLsScans(FragmentStream& stream, const JpegFrameHeader& header,
 
 }  // namespace
 
-FragmentStream::FragmentStream(DcmPixelSequence& sequence, unsigned long first, unsigned long end)
-    : sequence_(sequence), fragment_(first), next_(first), end_(end) {}
+FragmentStream::FragmentStream(Fragments& fragments, unsigned long first, unsigned long end)
+    : fragments_(fragments), fragment_(first), next_(first), end_(end) {}
 
 unsigned long long FragmentStream::skipAcrossFragments(unsigned long long count) {
   unsigned long long skipped = 0;
@@ -285,20 +287,19 @@ unsigned long long FragmentStream::fragmentLength() {
 
 bool FragmentStream::enterNextFragment() {
   while (next_ < end_) {
-    DcmPixelItem* item = nullptr;
-    Uint8* bytes = nullptr;
-    if (sequence_.getItem(item, next_).bad() || item == nullptr ||
-        item->getUint8Array(bytes).bad()) {
-      next_ = end_;
+    const unsigned long index = next_++;
+    const Uint32 length = fragments_.length(index);
+    const Uint8* const bytes = fragments_.bytes(index);
+    if (length > 0 && bytes == nullptr) {
+      next_ = end_;  // cannot be loaded
       return false;
     }
-    const unsigned long index = next_++;
-    if (bytes != nullptr && item->getLength() > 0) {
+    if (length > 0) {
       before_ = position();
       fragment_ = index;
       start_ = bytes;
       cursor_ = bytes;
-      limit_ = bytes + item->getLength();
+      limit_ = bytes + length;
       return true;
     }
   }

@@ -6,17 +6,16 @@
 
 #include <optional>
 
-class DcmPixelSequence;
-
 namespace Zrg {
+
+class Fragments;
 
 /// Bytes of neighbouring fragments of encapsulated pixel data, read forward as one stream. Fragments
 /// are loaded when they are reached; one that cannot be loaded ends the stream.
 class FragmentStream {
 public:
-  /// The fragments `first` to `end` - 1 of a sequence; fragment 0 holds the offset table. The
-  /// sequence must outlive the stream.
-  FragmentStream(DcmPixelSequence& sequence, unsigned long first, unsigned long end);
+  /// The fragments `first` to `end` - 1, which must outlive the stream.
+  FragmentStream(Fragments& fragments, unsigned long first, unsigned long end);
 
   /// Takes the next byte; false at the end of the stream.
   bool read(Uint8& byte) {
@@ -52,7 +51,7 @@ private:
   bool enterNextFragment();
   unsigned long long skipAcrossFragments(unsigned long long count);
 
-  DcmPixelSequence& sequence_;
+  Fragments& fragments_;
   unsigned long fragment_;
   unsigned long next_;
   unsigned long end_;

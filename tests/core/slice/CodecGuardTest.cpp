@@ -36,7 +36,7 @@ struct Countable {
 
 class CodecGuardSize : public testing::TestWithParam<Countable> {};
 
-TEST_P(CodecGuardSize, IsCountableBelowFourGigabytes) {
+TEST_P(CodecGuardSize, IsCountableUpToTheLastEvenNumberOfBytes) {
   const auto dataset = support::compress(*kSmallImage.build(), EXS_JPEGLSLossless);
   ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Columns, GetParam().columns).good());
   ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, GetParam().rows).good());
@@ -58,6 +58,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Countable{"ExactlyFourGigabytes", 32768, 32768, 16, 16, 2, false},
                     Countable{"OneFrameLess", 32768, 32768, 16, 16, 1, true},
                     Countable{"WiderStoredThanAllocated", 65535, 65535, 8, 12, 1, false},
+                    Countable{"OneByteMoreThanAnEvenNumber", 65535, 1, 8, 8, 65537, false},
+                    Countable{"TheLastEvenNumber", 1, 2, 8, 8, 2147483647, true},
                     Countable{"NoSamples", 0, 512, 16, 16, ~0ULL, true}),
     support::nameOf<Countable>);
 
@@ -88,7 +90,7 @@ struct Header {
   bool found;
 };
 
-Zrg::FragmentStream framesOf(DcmDataset& dataset, E_TransferSyntax syntax) {
+Zrg::Fragments fragmentsOf(DcmDataset& dataset, E_TransferSyntax syntax) {
   DcmElement* element = nullptr;
   DcmPixelSequence* sequence = nullptr;
   if (dataset.findAndGetElement(DCM_PixelData, element).bad() ||
@@ -97,13 +99,14 @@ Zrg::FragmentStream framesOf(DcmDataset& dataset, E_TransferSyntax syntax) {
           .bad()) {
     throw std::logic_error("no compressed frames");
   }
-  return {*sequence, 1, sequence->card()};
+  return Zrg::Fragments(*sequence);
 }
 
 TEST(RleFrame, HasAStripeAtLeast) {
   const auto dataset =
       decoding::encapsulate(*kSmallImage.build(), EXS_RLELossless, {decoding::rleFrame({}, {})});
-  Zrg::FragmentStream stream = framesOf(*dataset, EXS_RLELossless);
+  Zrg::Fragments fragments = fragmentsOf(*dataset, EXS_RLELossless);
+  Zrg::FragmentStream stream(fragments, 1, fragments.count());
 
   EXPECT_FALSE(Zrg::passRleFrame(stream, {0, 24 * 24}));
 }
@@ -113,7 +116,8 @@ class JpegFrameHeaderSearch : public testing::TestWithParam<Header> {};
 TEST_P(JpegFrameHeaderSearch, EndsAtTheFrameOrAtWhatCannotPrecedeIt) {
   const auto dataset =
       decoding::encapsulate(*kSmallImage.build(), GetParam().syntax, GetParam().fragments);
-  Zrg::FragmentStream stream = framesOf(*dataset, GetParam().syntax);
+  Zrg::Fragments fragments = fragmentsOf(*dataset, GetParam().syntax);
+  Zrg::FragmentStream stream(fragments, 1, fragments.count());
 
   const auto header = readHeader(stream, GetParam().syntax);
 
@@ -482,6 +486,115 @@ TEST_F(CodecGuardOfJpeg, RefusesOtherComponentsThanTheAttributesSay) {
 
   EXPECT_FALSE(guard().allFramesAreSafe());
   EXPECT_FALSE(guard().colourModelIsSafe());
+}
+
+TEST_F(CodecGuardOfJpeg, RefusesSamplesOfMoreBitsThanAreAllocated) {
+  EXPECT_TRUE(guard().frameIsSafe(0, 0, 48 * 48));
+
+  ASSERT_TRUE(dataset_->putAndInsertUint16(DCM_BitsAllocated, 7).good());
+
+  EXPECT_FALSE(guard().frameIsSafe(0, 0, 48 * 48));
+  EXPECT_FALSE(guard().allFramesAreSafe());
+}
+
+// --- Where a JPEG-LS frame in several fragments ends
+
+/// Three frames in up to two fragments each, and where an offset table says that they begin.
+struct SpreadFrames {
+  const char* name;
+  std::vector<Fragment> fragments;
+  std::vector<std::size_t> starts;  ///< fragments in which the table lets the frames begin
+  bool safe;
+};
+
+class CodecGuardOfSpreadJpegLs : public testing::TestWithParam<SpreadFrames> {
+protected:
+  CodecGuardOfSpreadJpegLs()
+      : dataset_(decoding::encapsulate(
+            *monochromeImage(48, 48).unsigned8().frames(3).build(), EXS_JPEGLSLossless,
+            GetParam().fragments, decoding::offsetTable(GetParam().fragments, GetParam().starts))) {
+  }
+
+  Zrg::CodecGuard guard() {
+    DcmElement* element = nullptr;
+    EXPECT_TRUE(dataset_->findAndGetElement(DCM_PixelData, element).good());
+    return {*dataset_, dynamic_cast<DcmPixelData&>(*element)};
+  }
+
+  std::unique_ptr<DcmDataset> dataset_;
+};
+
+TEST_P(CodecGuardOfSpreadJpegLs, FindsTheEndsThatTheDecoderFinds) {
+  EXPECT_EQ(guard().allFramesAreSafe(), GetParam().safe);
+}
+
+TEST_P(CodecGuardOfSpreadJpegLs, CallsSafeWhatTheDecoderDecodes) {
+  EXPECT_EQ(decoding::decodeAll(*dataset_).done, GetParam().safe);
+}
+
+/// A frame in two fragments: all but the last bytes, which are fewer than a start of image takes or
+/// more, and these.
+struct Halves {
+  Fragment head;
+  Fragment tail;
+};
+
+Halves cutFromTheEnd(std::size_t bytes) {
+  const auto whole = decoding::fragmentsOf(
+      *support::compress(*monochromeImage(48, 48).unsigned8().build(), EXS_JPEGLSLossless))[0];
+  const std::vector<Fragment> parts = decoding::cut(whole, whole.size() - bytes);
+  return {parts[0], parts[1]};
+}
+
+const Halves kHalves = cutFromTheEnd(40);
+const Halves kAlmostWhole = cutFromTheEnd(2);
+const Fragment kWhole = joined({kHalves.head, kHalves.tail});
+const std::vector<Fragment> kFirstIsSpread = {kHalves.head, kHalves.tail, kWhole, kWhole};
+const std::vector<Fragment> kSecondIsSpread = {kWhole, kHalves.head, kHalves.tail, kWhole};
+const std::vector<Fragment> kLastIsSpread = {kWhole, kWhole, kHalves.head, kHalves.tail};
+const std::vector<Fragment> kShortTail = {kAlmostWhole.head, kAlmostWhole.tail, kWhole, kWhole};
+const std::vector<Fragment> kOddStart = {kHalves.head, kHalves.tail,
+                                         joined({{0xFF, 0xD8}, jpegLsPresets(64), kWhole}), kWhole};
+
+INSTANTIATE_TEST_SUITE_P(
+    Frames, CodecGuardOfSpreadJpegLs,
+    testing::Values(SpreadFrames{"ByTheTable", kFirstIsSpread, {0, 2, 3}, true},
+                    SpreadFrames{"ByTheTableInTheMiddle", kSecondIsSpread, {0, 1, 3}, true},
+                    SpreadFrames{"ByTheStartsOfImages", kFirstIsSpread, {}, true},
+                    SpreadFrames{"ByTheStartsOfImagesInTheMiddle", kSecondIsSpread, {}, true},
+                    SpreadFrames{"TheLastTakesAllThatIsLeft", kLastIsSpread, {0, 1, 2}, true},
+                    SpreadFrames{"TheLastTakesAllWithoutATable", kLastIsSpread, {}, true},
+                    SpreadFrames{"TableIntoTheFirst", kFirstIsSpread, {0, 1, 3}, false},
+                    SpreadFrames{"TableIntoTheSecond", kSecondIsSpread, {0, 1, 2}, false},
+                    SpreadFrames{"TableIntoTheLast", kLastIsSpread, {0, 1, 3}, false},
+                    SpreadFrames{"TableOfTooManyFrames", kFirstIsSpread, {0, 1, 2, 3}, true},
+                    SpreadFrames{"TableThatGoesBack", kFirstIsSpread, {0, 0, 0}, true},
+                    SpreadFrames{"ShortTailByTheTable", kShortTail, {0, 2, 3}, true},
+                    SpreadFrames{"ShortTailWithoutATable", kShortTail, {}, false},
+                    SpreadFrames{"FrameWithoutAnUsualStart", kOddStart, {}, false}),
+    support::nameOf<SpreadFrames>);
+
+TEST(CodecGuard, LetsAFramePassAloneOnlyWhenItIsWhole) {
+  const auto image = monochromeImage(48, 48).unsigned8().frames(3).build();
+  const auto honest = decoding::encapsulate(*image, EXS_JPEGLSLossless, kFirstIsSpread,
+                                            decoding::offsetTable(kFirstIsSpread, {0, 2, 3}));
+  const auto lying = decoding::encapsulate(*image, EXS_JPEGLSLossless, kFirstIsSpread,
+                                           decoding::offsetTable(kFirstIsSpread, {0, 1, 3}));
+  const auto isSafe = [](DcmDataset& dataset, Uint32 frame, Uint32 fragment) {
+    DcmElement* element = nullptr;
+    (void)dataset.findAndGetElement(DCM_PixelData, element);  // the cast says so
+    return Zrg::CodecGuard(dataset, dynamic_cast<DcmPixelData&>(*element))
+        .frameIsSafe(frame, fragment, 48 * 48);
+  };
+
+  EXPECT_TRUE(isSafe(*honest, 0, 0));
+  EXPECT_TRUE(isSafe(*honest, 1, 0));
+  EXPECT_TRUE(isSafe(*honest, 1, 3));
+  EXPECT_TRUE(isSafe(*honest, 2, 0));
+  EXPECT_FALSE(isSafe(*lying, 0, 0));
+  EXPECT_FALSE(isSafe(*lying, 1, 0));
+  EXPECT_TRUE(isSafe(*lying, 2, 0));
+  EXPECT_FALSE(isSafe(*honest, 2, 5));
 }
 
 TEST(AllImagesAreSafe, WhereThereIsNone) {

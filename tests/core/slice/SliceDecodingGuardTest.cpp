@@ -58,6 +58,13 @@ Fragment halfStripe() {
   return stripe;
 }
 
+/// The plane is 128 bytes short of full where a control byte says that there is nothing to do.
+Fragment with128BeforeTheLastRun() {
+  Fragment stripe = wholeStripe();
+  stripe.insert(stripe.end() - 2, 128);
+  return stripe;
+}
+
 // --- RLE
 
 struct RleHazard {
@@ -116,6 +123,12 @@ INSTANTIATE_TEST_SUITE_P(
         RleHazard{"StripeOneByteShort", {rleFrame({64}, {shortStripe()})}, true},
         RleHazard{"RunWithoutItsByte", {rleFrame({64}, {halfStripe(), {129}})}, true},
         RleHazard{"LiteralsBeyondTheEnd", {rleFrame({64}, {halfStripe(), {127, 1, 2}})}, true},
+        RleHazard{"ControlByteOf128", {rleFrame({64}, {{128}, wholeStripe()})}, true},
+        RleHazard{"ControlByteOf128BeforeTheLastRun",
+                  {rleFrame({64}, {with128BeforeTheLastRun()})},
+                  true},
+        RleHazard{"ControlByteOf128AtTheEndOfAFragment",
+                  decoding::cut(rleFrame({64}, {with128BeforeTheLastRun()}), 64 + 63), true},
         RleHazard{"SpreadOverFragments", decoding::cut(rleFrame({64}, {wholeStripe()}), 100),
                   false},
         RleHazard{"SpreadInsideTheHeader", decoding::cut(rleFrame({64}, {wholeStripe()}), 32),
@@ -128,6 +141,60 @@ TEST(SliceDecodingHostile, RleStripesAreFoundInTheFragmentsThatFollow) {
                                              EXS_RLELossless, decoding::cut(frame, 100));
 
   EXPECT_EQ(decodeAll(*dataset).errorText, "");
+}
+
+TEST(SliceDecodingHostile, AControlByteOf128IsRefusedInEverySegmentOfColour) {
+  const Fragment plane = wholeStripe();
+  const Fragment spoilt = with128BeforeTheLastRun();
+  for (const std::vector<Fragment>& stripes : {std::vector<Fragment>{spoilt, plane, plane},
+                                               {plane, spoilt, plane},
+                                               {plane, plane, spoilt}}) {
+    const auto first = static_cast<Uint32>(64 + stripes[0].size());
+    const auto second = static_cast<Uint32>(first + stripes[1].size());
+    const Fragment frame = rleFrame({64, first, second}, stripes);
+    for (const Uint16 planar : {Uint16{0}, Uint16{1}}) {
+      const auto dataset =
+          decoding::encapsulate(*rgbImage(64, 64).planar(planar).build(), EXS_RLELossless, {frame});
+      const char* const refused = planar == 0 ? kDirectRefused : kNothingToRender;
+
+      EXPECT_EQ(decodeRange(*dataset, 0, 0).errorText, refused);
+      EXPECT_EQ(decodeAll(*dataset).errorText, refused);
+    }
+  }
+}
+
+TEST(SliceDecodingHostile, AControlByteOf128BehindAFullSegmentMattersToNobody) {
+  const ImageBuilder builder = monochromeImage(64, 64).unsigned8();
+  const auto plain =
+      decoding::encapsulate(*builder.build(), EXS_RLELossless, {rleFrame({64}, {wholeStripe()})});
+  const auto padded = decoding::encapsulate(*builder.build(), EXS_RLELossless,
+                                            {rleFrame({64}, {wholeStripe(), {128, 128}})});
+
+  const Outcome frame = decodeRange(*padded, 0, 0);
+  const Outcome all = decodeAll(*padded);
+
+  const std::vector<int> expected = decoding::samplesOf(decodeAll(*plain).slice);
+  ASSERT_TRUE(frame.done) << frame.errorText;
+  ASSERT_TRUE(all.done) << all.errorText;
+  EXPECT_EQ(decoding::samplesOf(frame.slice), expected);
+  EXPECT_EQ(decoding::samplesOf(all.slice), expected);
+}
+
+// What is left of the run in the segment completes the plane.
+TEST(SliceDecodingHostile, ALiteralRunMayBeCutByTheNextSegment) {
+  const Fragment high = {1, 0x01, 0x02, 3, 0x03, 0x04};
+  const Fragment low = {3, 0x11, 0x22, 0x33, 0x44};
+  const auto dataset = decoding::encapsulate(*monochromeImage(4, 1).build(), EXS_RLELossless,
+                                             {rleFrame({64, 70}, {high, low})});
+  const std::vector<int> expected = {0x0111, 0x0222, 0x0333, 0x0444};
+
+  const Outcome frame = decodeRange(*dataset, 0, 0);
+  const Outcome all = decodeAll(*dataset);
+
+  ASSERT_TRUE(frame.done) << frame.errorText;
+  ASSERT_TRUE(all.done) << all.errorText;
+  EXPECT_EQ(decoding::samplesOf(frame.slice), expected);
+  EXPECT_EQ(decoding::samplesOf(all.slice), expected);
 }
 
 TEST(SliceDecodingHostile, RleStripeOutsideItsFragmentIsRefusedForDirectColour) {
@@ -305,13 +372,24 @@ TEST(SliceDecodingHostile, JpegOfEightBitsForSamplesOfSixteenIsRefusedByFrame) {
             "Pixel data incomplete, expected 4608 bytes, found 2304 bytes");
 }
 
-TEST(SliceDecodingHostile, JpegOfSixteenBitsForSamplesOfEightIsRefusedByFrame) {
-  const auto dataset =
-      decoding::encapsulate(*monochromeImage(48, 48).unsigned8().build(), EXS_JPEGProcess14SV1,
-                            {jpegOf(monochromeImage(48, 48), EXS_JPEGProcess14SV1)});
-  std::vector<unsigned char> target(48 * 48);
+// Decoded, they would be twice as many as the attributes say, in halves.
+TEST(SliceDecodingHostile, SamplesOfMoreBitsThanAreAllocatedAreRefused) {
+  for (const E_TransferSyntax syntax : {EXS_JPEGProcess14SV1, EXS_JPEGLSLossless}) {
+    const Fragment stream = jpegOf(monochromeImage(48, 48).bitsStored(12), syntax);
+    const ImageBuilder grey = monochromeImage(48, 48).unsigned8();
+    const auto dataset = decoding::encapsulate(*grey.build(), syntax, {stream});
+    const auto storedWider = decoding::encapsulate(
+        *ImageBuilder(grey).withUint16(DCM_BitsStored, 12).build(), syntax, {stream});
+    const auto palette = decoding::encapsulate(*paletteImage(48, 48).build(), syntax, {stream});
+    std::vector<unsigned char> target(48 * 48);
 
-  EXPECT_EQ(decodeInto(target, *dataset, 0, 0).errorText, kFrameRefused);
+    EXPECT_EQ(decodeInto(target, *dataset, 0, 0).errorText, kFrameRefused);
+    EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
+    EXPECT_EQ(decodeInto(target, *storedWider, 0, 0).errorText, kFrameRefused);
+    EXPECT_EQ(decodeAll(*storedWider).errorText, kWholeRefused);
+    EXPECT_EQ(decodeRange(*palette, 0, 0).errorText, kNothingToRender);
+    EXPECT_EQ(decodeAll(*palette).errorText, kNothingToRender);
+  }
 }
 
 TEST(SliceDecodingHostile, ASecondJpegThatIsSmallerSpoilsTheWholeButNotTheFirst) {
@@ -438,6 +516,17 @@ TEST(SliceDecodingHostile, CompressedFramesOfMoreThanFourGigabytesAreRefused) {
   EXPECT_EQ(decodeAll(*monochrome).errorText, kWholeRefused);
   EXPECT_EQ(decodeAll(*colour).errorText, kTooLarge);
   EXPECT_EQ(decodeRange(*colour, 0, 0).errorText, kDirectRefused);
+}
+
+// 4,294,967,295 bytes: made even in 32 bits they are none.
+TEST(SliceDecodingHostile, CompressedFramesOfAnOddNumberOfBytesBelowFourGigabytesAreRefused) {
+  const ImageBuilder line = monochromeImage(65535, 1).unsigned8().samples(std::vector<int>(65535));
+  const Fragment stream = jpegOf(line, EXS_JPEGLSLossless);
+  const auto dataset =
+      decoding::encapsulate(*ImageBuilder(line).with(DCM_NumberOfFrames, "65537").build(),
+                            EXS_JPEGLSLossless, std::vector<Fragment>(65537, stream));
+
+  EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
 }
 
 TEST(SliceDecodingHostile, ARenderedFrameOfMoreThanFourGigabytesIsRefused) {
