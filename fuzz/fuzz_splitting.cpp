@@ -3,10 +3,13 @@
 // frame of its number in the memory that decoding all frames gives.
 #include "ImageInput.h"
 
+#include <zrdcmexport/ZrFrameOrder.h>
 #include <zrdcmexport/ZrSliceImage.h>
 
 #include <cstring>
 #include <new>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -30,6 +33,26 @@ bool isWholeMemory(Zrg::MultiFrameImage& split, const Zrg::SliceImage& whole) {
   return true;
 }
 
+// Attributes alone tell the order that splitting files.
+bool hasOrder(Zrg::MultiFrameImage& split, const Zrg::FrameOrder& order) {
+  if (split.numVolumes() != order.volumes.size() || split.numFrames() != order.frames) {
+    return false;
+  }
+  for (unsigned volume = 0; volume < split.numVolumes(); ++volume) {
+    const std::vector<unsigned>& frames = order.volumes[volume];
+    if (split.numSlices(static_cast<int>(volume)) != frames.size()) {
+      return false;
+    }
+    for (unsigned i = 0; i < frames.size(); ++i) {
+      unsigned number = 0;
+      if (!split.getFrameNumber(static_cast<int>(volume), i, number) || number != frames[i]) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
 void fill(DcmDataset& dataset, const std::uint8_t* data, std::size_t size) {
   fuzz::Input input(data, size);
   const fuzz::ImageInput image = fuzz::ImageInput::read(input);
@@ -46,9 +69,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Zrg::MultiFrameImage split(convert);
   Zrg::SliceImage whole;
   whole.convertSamples = convert;
+  Zrg::FrameOrder order;
+  std::string reason;
   std::string error;
   try {
+    const bool ordered = Zrg::readFrameOrder(dataset, order, reason);
+    fuzz::require(ordered == reason.empty());
     if (split.process(dataset, error, true)) {
+      fuzz::require(ordered && hasOrder(split, order));
       DcmDataset same;
       fill(same, data, size);
       fuzz::require(whole.process(same, error, -1, -1, nullptr, 0) && isWholeMemory(split, whole));

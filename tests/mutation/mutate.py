@@ -42,7 +42,7 @@ SUBJECTS = {
     "overlays": ([("slice/slice_tests", "*"), ("slice/slice_decoding_tests", "*Overlay*")],
                  ["ZrSliceImageOverlays.cpp"]),
     "splitting": ([("multiframe/multiframe_tests", "*")],
-                  ["ZrSliceImageSplitting.cpp", "ZrSliceImageMultiFrame.cpp"]),
+                  ["FrameOrder.cpp", "ZrSliceImageSplitting.cpp", "ZrSliceImageMultiFrame.cpp"]),
     "lookup tables": ([("lut/lut_tests", "-*Model*")],
                       ["ExDicomUtilitiesLUT.cpp", "ExDicomUtilitiesLUTRead.cpp",
                        "ExDicomUtilitiesLUTWrite.cpp"]),

@@ -201,6 +201,9 @@ public:
   /// non-zero Spacing Between Slices or a regular Grid Frame Offset Vector, and one sample a pixel.
   ///
   /// @param dataset     its pixel data element is decompressed in place; must outlive the slices.
+  /// Number of Frames beyond 65,535 is refused: decoding looks at its low 16 bits and would deliver
+  /// fewer. readFrameOrder (ZrFrameOrder.h) says why a dataset does not split.
+  ///
   /// @param errorText   what the decoder says of a failure; untouched when the failure comes
   ///                    before, as every refusal to split does: empty it before the call.
   /// @param splitFrames true files one slice per frame; false files all frames as one slice of one

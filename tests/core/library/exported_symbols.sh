@@ -20,7 +20,7 @@ for wanted in 'Zrg::SliceImage::process(' 'Zrg::SliceImage::setFrameOffset(' \
   'ExDicomUtilities::LUT::dcmDatasetRead(' 'ExDicomUtilities::extractSample_applyLUT_makeUnsigned(' \
   'Zrg::SliceImage::extractEmbeddedOverlay<unsigned short>(' \
   'Zrg::SliceImage::extractEmbeddedOverlay<unsigned char>(' 'Zrg::MultiFrameImage::process(' \
-  'Zrg::isEnhancedDicomSOPClassUID(' 'Zrg::floatOf(' 'ExDCM::registerPrivateDicomTags(' 'ExDCM::PrivateTag::QAHistory' \
+  'Zrg::isEnhancedDicomSOPClassUID(' 'Zrg::readFrameOrder(' 'Zrg::readFrameIncrement(' 'Zrg::floatOf(' 'ExDCM::registerPrivateDicomTags(' 'ExDCM::PrivateTag::QAHistory' \
   'ZrDcmExport::writeImageAsIs(' 'operator<<(ZrMsg&, ExDicomUtilities::LUT const&)' \
   'typeinfo for Zrg::SliceImage' 'vtable for Zrg::MultiFrameImage'; do
   if ! printf '%s\n' "$symbols" | grep -qF "$wanted"; then

@@ -4,6 +4,8 @@
 #include "SplittingFixtures.h"
 #include "support/Compression.h"
 
+#include <zrdcmexport/ZrFrameOrder.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,6 +13,7 @@
 #include <cstring>
 #include <numeric>
 #include <random>
+#include <string>
 
 namespace {
 
@@ -186,6 +189,25 @@ TEST_P(RandomDamage, NeverGivesSlicesOutsideThePixelMemory) {
     }
   }
   EXPECT_GT(splits, 0) << "damage that leaves nothing to split tests nothing";
+}
+
+// The attributes alone tell what splitting does.
+TEST_P(RandomDamage, IsFiledInTheOrderThatIsReadOrRefusedForAReason) {
+  for (int round = 0; round < 100; ++round) {
+    const support::ImageBuilder image = damagedStack();
+    Zrg::FrameOrder order;
+    std::string reason;
+    const bool hasOrder = Zrg::readFrameOrder(*image.build(), order, reason);
+
+    SplitDataset split(image);
+
+    ASSERT_EQ(split.done(), hasOrder) << reason;
+    EXPECT_EQ(reason.empty(), hasOrder);
+    ASSERT_EQ(split.volumes().numVolumes(), order.volumes.size());
+    for (unsigned int volume = 0; volume < order.volumes.size(); ++volume) {
+      EXPECT_EQ(split.frameNumbers(static_cast<int>(volume)), order.volumes[volume]);
+    }
+  }
 }
 
 // A refusal must not cost anything: neither the dataset that was refused nor the samples that came

@@ -230,7 +230,7 @@ INSTANTIATE_TEST_SUITE_P(Codings, CompressedFrames,
                          support::nameOf<Coding>);
 
 // Decoding counts frames in 16 bits: 65537 are one frame to it, whose samples are there.
-TEST(Frames, ThatDecodingDoesNotCountMustBeInMemory) {
+TEST(Frames, ThatDecodingDoesNotCountAreRefused) {
   SplitDataset split(
       frameStack(1).with(DCM_NumberOfFrames, "65537").withPixels16(std::vector<Uint16>(4)));
 
@@ -238,15 +238,26 @@ TEST(Frames, ThatDecodingDoesNotCountMustBeInMemory) {
   EXPECT_EQ(split.errorText(), "");
 }
 
-TEST(Frames, BeyondSixteenBitsAreFiledWhereMemoryHoldsThem) {
+// All samples are there, but decoding converts 65538 modulo 65536 of the frames and leaves the rest.
+TEST(Frames, BeyondSixteenBitsAreRefused) {
+  const support::ImageBuilder image = support::monochromeImage(1, 1)
+                                          .frames(65538)
+                                          .frameIncrementPointer("(0018,1063)")
+                                          .with(DCM_SpacingBetweenSlices, "1");
+
+  EXPECT_FALSE(SplitDataset(image).done());
+  EXPECT_FALSE(SplitDataset(image, false).done());
+}
+
+TEST(Frames, ThatSixteenBitsCountAreFiled) {
   SplitDataset split(support::monochromeImage(1, 1)
-                         .frames(65538)
+                         .frames(65535)
                          .frameIncrementPointer("(0018,1063)")
                          .with(DCM_SpacingBetweenSlices, "1"));
 
   ASSERT_TRUE(split.done()) << split.errorText();
-  EXPECT_EQ(split.volumes().numSlices(0), 65538U);
-  EXPECT_EQ(split.sliceAt(0, 65537).frameOffset, 2 * 65537);
+  EXPECT_EQ(split.volumes().numSlices(0), 65535U);
+  EXPECT_EQ(split.sliceAt(0, 65534).frameOffset, 2 * 65534);
 }
 
 // Two thousand million claimed frames must cost nothing: an index for each would be 8 GB.
