@@ -144,6 +144,17 @@ TEST(MultiFrameGuide, DoesNotSplitColour) {
   std::string error;
 
   EXPECT_THAT(multi_frame_guide::framesOfVolumes(*dataset, error), IsEmpty());
+  EXPECT_EQ(multi_frame_guide::describeOrder(*dataset), "colour frames are kept together");
+}
+
+TEST(MultiFrameGuide, DescribesTheOrderWithoutDecoding) {
+  const auto dataset = monochromeImage(2, 2)
+                           .frames(3)
+                           .frameIncrementPointer("(0018,1063)")
+                           .with(DCM_SpacingBetweenSlices, "2.5")
+                           .build();
+
+  EXPECT_EQ(multi_frame_guide::describeOrder(*dataset), "1 volumes, 2.500000 mm");
 }
 
 TEST(LutGuide, LooksUpWithinTheTableAndAtItsEnds) {
