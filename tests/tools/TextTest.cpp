@@ -47,8 +47,21 @@ protected:
                              .with(DcmTagKey(0x7005, 0x0012), EVR_LO, "TOSHIBA_MEC_CT3")
                              .withBytes(DcmTagKey(0x7005, 0x1216), bytesOf("1.2.9 "), EVR_UN)
                              .build();
-    DcmFileFormat format(dataset.get());
+    save(*dataset);
+  }
+
+  void save(DcmDataset& dataset) const {
+    DcmFileFormat format(&dataset);
     EXPECT_TRUE(format.saveFile(OFFilename(file_.c_str()), EXS_LittleEndianExplicit).good());
+  }
+
+  /// A file with this name of a patient.
+  void saveInSet(const std::string& terms, const std::string& name) const {
+    save(*DatasetBuilder()
+              .with(DCM_SOPClassUID, "1.2")
+              .with(DCM_SpecificCharacterSet, terms)
+              .with(DCM_PatientName, name)
+              .build());
   }
 
   Outcome textOf(const std::vector<std::string>& arguments) const {
@@ -123,8 +136,61 @@ TEST_F(ZrdcmText, PrintsJsonWithTheTextAsItIs) {
                            {"name", "ToshibaVolumeUID"},
                            {"vr", "UN"},
                            {"creator", "TOSHIBA_MEC_CT3"},
-                           {"text", "1.2.9 "}}));
+                           {"text", "1.2.9 "},
+                           {"escaped", false}}));
   EXPECT_EQ(json::parse(textOf({"PatientComments", "--json"}).output)["text"], "two\nlines");
+}
+
+TEST_F(ZrdcmText, ConvertsFromTheCharacterSetOfTheFile) {
+  saveInSet("\\ISO 2022 IR 87", "Yamada=\x1b$B;3ED\x1b(B");
+
+  expectText({"PatientName"}, "Yamada=\u5c71\u7530");
+  const json element = json::parse(textOf({"PatientName", "--json"}).output);
+  EXPECT_EQ(element["text"], "Yamada=\u5c71\u7530");
+  EXPECT_EQ(element["escaped"], false);
+}
+
+TEST_F(ZrdcmText, SaysInJsonThatBytesAreEscaped) {
+  saveInSet("", "Buc^J\xe9r\xf4me");
+
+  expectText({"PatientName"}, "Buc^J\\xE9r\\xF4me");
+  const json element = json::parse(textOf({"PatientName", "--json"}).output);
+  EXPECT_EQ(element["text"], "Buc^J\\xE9r\\xF4me");
+  EXPECT_EQ(element["escaped"], true);
+}
+
+TEST_F(ZrdcmText, ConvertsUnknownValuesAndCreatorsToo) {
+  const auto dataset = DatasetBuilder()
+                           .with(DCM_SpecificCharacterSet, "ISO_IR 100")
+                           .withBytes(DCM_StudyID, bytesOf("\xc9tudes"), EVR_UN)
+                           .with(DcmTagKey(0x7005, 0x0010), EVR_LO, "SOCI\xc9T\xc9")
+                           .with(DcmTagKey(0x7005, 0x1001), EVR_LO, "\xe9")
+                           .build();
+  save(*dataset);
+
+  expectText({"StudyID"}, "\u00c9tudes");
+  expectText({"7005,01,SOCI\u00c9T\u00c9"}, "\u00e9");
+  const json element = json::parse(textOf({"7005,1001", "--json"}).output);
+  EXPECT_EQ(element["creator"], "SOCI\u00c9T\u00c9");
+}
+
+TEST_F(ZrdcmText, FindsItsWayThroughTagsOfAnyLength) {
+  const std::string many(40000, 'A');
+
+  expectRefused({many}, 2, "'AAAA");
+  expectRefused({"7005,16," + many}, 1, file() + ": has no element 7005,16,AAAA");
+  expectRefused({std::string(40000, '(')}, 2, "'((((");
+  expectRefused({"0010,0020" + std::string(40000, '0')}, 2, "'0010,00200000");
+}
+
+TEST_F(ZrdcmText, TakesNothingElseForANumber) {
+  for (const char* const tag :
+       {"",          "(",          ")",          "()",         "0010",        "0010,",
+        "0010,002",  "0010,00200", "0010,0020,", "001g,0020",  "0010,0g20",   "-010,0020",
+        "0x10,0020", "0010 0020",  "7005,6,X",   "7005,x016,", "7005,yy16,X", "7005,00016,X",
+        "700516,X",  "7005,,X"}) {
+    EXPECT_EQ(textOf({tag}).status, 2) << tag;
+  }
 }
 
 TEST_F(ZrdcmText, SaysWhyAnElementHasNoText) {

@@ -2,6 +2,7 @@
 // Loading: refuse what is no DICOM with a clear reason before DCMTK tries to make sense of it.
 #include "DicomFile.h"
 
+#include "CharacterSet.h"
 #include "Failure.h"
 #include "NestingGuard.h"
 
@@ -111,10 +112,8 @@ E_TransferSyntax DicomFile::transferSyntax() const {
 }
 
 std::string textOf(DcmItem& item, const DcmTagKey& key) {
-  OFString value;
-  // A failed call empties the text, which is the answer for a missing attribute.
-  (void)item.findAndGetOFString(key, value);
-  return value;
+  DcmElement* element = nullptr;
+  return item.findAndGetElement(key, element).good() ? firstUtf8Of(item, *element) : "";
 }
 
 std::size_t frameCount(DcmItem& item) {

@@ -30,7 +30,8 @@ private:
   std::unique_ptr<DcmFileFormat> format_;
 };
 
-/// Value 0 of an attribute as text; empty when it is missing.
+/// Value 0 of an attribute as text, in UTF-8 whatever the file's character set; empty when it is
+/// missing. Bytes that stand for no known character are escaped (CharacterSet).
 std::string textOf(DcmItem& item, const DcmTagKey& key);
 
 /// The number of frames as the library counts them: the low 16 bits of Number of Frames, 1 when

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // zrdcm text: the value of one element as the library renders it.
+#include "CharacterSet.h"
 #include "DicomFile.h"
 #include "ExitStatus.h"
 #include "Failure.h"
@@ -15,11 +16,13 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <charconv>
 #include <map>
 #include <memory>
 #include <optional>
-#include <regex>
 #include <string>
+#include <string_view>
 
 namespace zrdcm {
 
@@ -35,6 +38,9 @@ elements (zrdcm dict lists them) find their block by themselves.
 
 Unknown values (UN) come out as text where the dictionary knows that they are text. Word values (OW)
 come out as numbers, unsigned 16-bit ones without --as. Bytes (OB) have no text form.
+
+Texts come out in UTF-8, converted from the Specific Character Set of the file. Bytes that stand for
+no character of it are shown as \xE9; with --json "escaped" says whether there are any.
 
 Examples:
   zrdcm text ct.dcm PatientID
@@ -58,22 +64,58 @@ struct WantedElement {
   std::string creator;
 };
 
-Uint16 hexNumber(const std::string& digits) {
-  return static_cast<Uint16>(std::stoul(digits, nullptr, 16));
+/// A number of `digits` hexadecimal digits that is the whole text.
+std::optional<Uint16> hexNumber(std::string_view text, std::size_t digits) {
+  Uint16 number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number, 16);
+  const bool whole = text.size() == digits && error == std::errc() && stop == end;
+  return whole ? std::optional<Uint16>(number) : std::nullopt;
 }
 
-std::optional<WantedElement> wantedByNumber(const std::string& text) {
-  static const std::regex plain(R"(\(?([0-9a-fA-F]{4}),?([0-9a-fA-F]{4})\)?)");
-  static const std::regex ofCreator(
-      R"(\(?([0-9a-fA-F]{4}),(?:[0-9a-fA-Fx]{2})?([0-9a-fA-F]{2}),([^)]+)\)?)");
-  std::smatch parts;
-  if (std::regex_match(text, parts, plain)) {
-    return WantedElement{DcmTagKey(hexNumber(parts[1]), hexNumber(parts[2])), {}};
+/// "16", "xx16" or "1016": the element within a block. The block is looked for, so its digits do not
+/// count.
+std::optional<Uint16> elementInBlock(std::string_view text) {
+  constexpr std::size_t kBlockDigits = 2;
+  if (text.size() == 2 * kBlockDigits) {
+    const std::string_view block = text.substr(0, kBlockDigits);
+    const bool named = std::all_of(block.begin(), block.end(), [](char digit) {
+      return digit == 'x' || hexNumber(std::string_view(&digit, 1), 1);
+    });
+    return named ? hexNumber(text.substr(kBlockDigits), 2) : std::nullopt;
   }
-  if (std::regex_match(text, parts, ofCreator)) {
-    return WantedElement{DcmTagKey(hexNumber(parts[1]), hexNumber(parts[2])), parts[3]};
+  return hexNumber(text, 2);
+}
+
+/// "gggg,eeee", "ggggeeee" or "gggg,ee,CREATOR", in parentheses or not.
+std::optional<WantedElement> wantedByNumber(std::string_view text) {
+  constexpr std::size_t kGroupDigits = 4;
+  if (!text.empty() && text.front() == '(') {
+    text.remove_prefix(1);
   }
-  return std::nullopt;
+  if (!text.empty() && text.back() == ')') {
+    text.remove_suffix(1);
+  }
+  const std::optional<Uint16> group = hexNumber(text.substr(0, kGroupDigits), kGroupDigits);
+  if (!group) {
+    return std::nullopt;
+  }
+  text.remove_prefix(kGroupDigits);
+  const bool hasComma = !text.empty() && text.front() == ',';
+  text.remove_prefix(hasComma ? 1 : 0);
+  if (const std::optional<Uint16> element = hexNumber(text, 4)) {
+    return WantedElement{DcmTagKey(*group, *element), {}};
+  }
+  const std::size_t comma = text.find(',');
+  if (!hasComma || comma == std::string_view::npos) {
+    return std::nullopt;
+  }
+  const std::optional<Uint16> element = elementInBlock(text.substr(0, comma));
+  const std::string_view creator = text.substr(comma + 1);
+  if (!element || creator.empty()) {
+    return std::nullopt;
+  }
+  return WantedElement{DcmTagKey(*group, *element), std::string(creator)};
 }
 
 std::optional<WantedElement> wantedByKeyword(const std::string& keyword) {
@@ -127,7 +169,7 @@ struct Rendering {
   std::string name;
   std::string vr;
   std::optional<std::string> creator;
-  std::string text;
+  Utf8Text text;
 };
 
 [[noreturn]] void refuse(const TextOptions& options, const Rendering& rendering,
@@ -136,49 +178,58 @@ struct Rendering {
                 ") " + reason);
 }
 
-std::string renderBinary(DcmOtherByteOtherWord& element, const TextOptions& options,
-                         const Rendering& rendering) {
+Utf8Text renderBinary(DcmItem& item, DcmOtherByteOtherWord& element, const TextOptions& options,
+                      const Rendering& rendering) {
   std::string text;
   if (!options.valueType.empty()) {
     if (!ExDCM::getOFStringFromOBOW(&element, kValueTypes.at(options.valueType), text)) {
       refuse(options, rendering, "cannot be read as 16-bit words");
     }
-    return text;
+    return {{text}, false};
   }
   // Words first: looking up the VR changes it, after which words may be out of reach.
-  if (!ExDCM::getOFStringFromOBOW(&element, kValueTypes.at("u16"), text) &&
-      !ExDCM::getOFStringFromUN(&element, text)) {
+  if (ExDCM::getOFStringFromOBOW(&element, kValueTypes.at("u16"), text)) {
+    return {{text}, false};
+  }
+  if (!ExDCM::getOFStringFromUN(&element, text)) {
     refuse(options, rendering, "has no text form");
   }
-  return text;
+  return CharacterSet::of(item).decode(text, element.getTag().getEVR());
 }
 
-std::string renderTyped(DcmElement& element, const TextOptions& options,
-                        const Rendering& rendering) {
+Utf8Text renderTyped(DcmItem& item, DcmElement& element, const TextOptions& options,
+                     const Rendering& rendering) {
   if (!options.valueType.empty()) {
     refuse(options, rendering, "is no OW value, to which --as belongs");
   }
-  OFString text;
-  if (element.getOFStringArray(text).bad()) {
+  const std::optional<Utf8Text> text = utf8Of(item, element);
+  if (!text) {
     refuse(options, rendering, "has no text form");
   }
-  return text;
+  return *text;
 }
 
-Rendering render(DcmElement& element, const TextOptions& options) {
-  DcmTag tag = element.getTag();
+std::optional<std::string> creatorOf(DcmItem& item, const DcmTag& tag) {
   const char* const creator = tag.getPrivateCreator();
-  Rendering rendering{tag.toString(), tag.getTagName(), tag.getVRName(),
-                      creator != nullptr ? std::optional<std::string>(creator) : std::nullopt, ""};
+  if (creator == nullptr) {
+    return std::nullopt;
+  }
+  return CharacterSet::of(item).decode(creator, EVR_LO).joined();
+}
+
+Rendering render(DcmItem& item, DcmElement& element, const TextOptions& options) {
+  DcmTag tag = element.getTag();
+  Rendering rendering{tag.toString(), tag.getTagName(), tag.getVRName(), creatorOf(item, tag),
+                      Utf8Text()};
   auto* const binary = dynamic_cast<DcmOtherByteOtherWord*>(&element);
-  rendering.text = binary != nullptr ? renderBinary(*binary, options, rendering)
-                                     : renderTyped(element, options, rendering);
+  rendering.text = binary != nullptr ? renderBinary(item, *binary, options, rendering)
+                                     : renderTyped(item, element, options, rendering);
   return rendering;
 }
 
 void print(const TextOptions& options, const Rendering& rendering) {
   if (!options.json) {
-    say(printable(rendering.text));
+    say(rendering.text.joined());
     return;
   }
   sayJson({{"file", options.file},
@@ -186,7 +237,8 @@ void print(const TextOptions& options, const Rendering& rendering) {
            {"name", rendering.name},
            {"vr", rendering.vr},
            {"creator", rendering.creator ? Json(*rendering.creator) : Json(nullptr)},
-           {"text", rendering.text}});
+           {"text", rendering.text.joined()},
+           {"escaped", rendering.text.escaped}});
 }
 
 int showText(const TextOptions& options) {
@@ -199,7 +251,7 @@ int showText(const TextOptions& options) {
   if (element == nullptr) {
     throw Failure(options.file + ": has no element " + options.tag);
   }
-  print(options, render(*element, options));
+  print(options, render(file.dataset(), *element, options));
   return kDone;
 }
 
