@@ -557,7 +557,7 @@ TEST_F(ZrdcmExport, ReportsADeviceThatIsFull) {
                 "2", "--rows", "2", "-o", "/dev/full"});
 
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.errors, "zrdcm: cannot write /dev/full: [writeImage] failed to write metainfo!\n");
+  EXPECT_EQ(run.errors, "zrdcm: cannot write /dev/full: No space left on device\n");
 }
 
 }  // namespace

@@ -6,9 +6,13 @@
 #include "DicomFile.h"
 #include "DicomWriter.h"
 #include "Failure.h"
+#include "Leftovers.h"
+#include "LibraryFile.h"
 #include "OutputFile.h"
 #include "PngWriter.h"
+#include "ProtectedInputs.h"
 #include "phantoms/Phantom.h"
+#include "support/ChildProcess.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
 #include "support/TempDir.h"
@@ -21,11 +25,13 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -74,7 +80,8 @@ TEST(OutputFile, WithoutCommitLeavesTheOlderFileAndNothingElse) {
   tools::writeFile(folder.file("out"), "older");
 
   {
-    zrdcm::OutputFile file(folder.file("out"));
+    const zrdcm::ProtectedInputs none;
+    zrdcm::OutputFile file(folder.file("out"), none);
     file.write("newer");
   }
 
@@ -84,7 +91,8 @@ TEST(OutputFile, WithoutCommitLeavesTheOlderFileAndNothingElse) {
 
 TEST(OutputFile, LeavesNothingWhereAFolderTookItsPlace) {
   const support::TempDir folder;
-  zrdcm::OutputFile file(folder.file("out"));
+  const zrdcm::ProtectedInputs none;
+  zrdcm::OutputFile file(folder.file("out"), none);
   file.write("text");
   std::filesystem::create_directory(folder.file("out"));
 
@@ -92,6 +100,98 @@ TEST(OutputFile, LeavesNothingWhereAFolderTookItsPlace) {
             "cannot write " + folder.file("out").string() + ": Is a directory");
   EXPECT_THAT(tools::namesIn(folder.path()), ElementsAre("out"));
   EXPECT_THAT(tools::namesIn(folder.file("out")), IsEmpty());
+}
+
+TEST(OutputFile, DoesNotReplaceAnInputThatHasComeThereMeanwhile) {
+  const support::TempDir folder;
+  tools::writeFile(folder.file("in"), "input");
+  const zrdcm::ProtectedInputs inputs({folder.file("in").string()});
+  zrdcm::OutputFile file(folder.file("out"), inputs);
+  file.write("text");
+  std::filesystem::rename(folder.file("in"), folder.file("out"));
+
+  EXPECT_THAT(failureOf([&] { file.commit(); }), HasSubstr("that would replace the input "));
+  EXPECT_EQ(tools::readFile(folder.file("out")), "input");
+}
+
+TEST(OutputFile, TakesPiecesOfAnySize) {
+  const support::TempDir folder;
+  const zrdcm::ProtectedInputs none;
+  zrdcm::OutputFile file(folder.file("out"), none);
+  std::string expected;
+  for (const std::size_t size : {1U, 65535U, 2U, 65536U, 65537U, 0U, 200000U, 3U}) {
+    const std::string piece(size, static_cast<char>('a' + expected.size() % 26));
+    file.write(piece);
+    expected += piece;
+  }
+
+  file.commit();
+
+  EXPECT_EQ(tools::readFile(folder.file("out")), expected);
+}
+
+TEST(LibraryFile, IsNotNamedUnlessItIsWhole) {
+  const support::TempDir folder;
+  const zrdcm::ProtectedInputs none;
+  const std::string target = folder.file("out").string();
+  const std::string incomplete = "cannot write " + target + ": the file came out incomplete";
+  tools::writeFile(target, "older");
+  {
+    zrdcm::LibraryFile file(target, none);
+    const std::filesystem::path written = file.folder() / file.name();
+    EXPECT_EQ(failureOf([&] { file.commit(1); }),
+              "cannot write " + target + ": No such file or directory");
+    std::filesystem::create_directory(written);
+    EXPECT_EQ(failureOf([&] { file.commit(0); }), incomplete);
+    std::filesystem::remove(written);
+    tools::writeFile(written, "abc");
+    EXPECT_EQ(failureOf([&] { file.commit(4); }), incomplete);
+    EXPECT_EQ(tools::readFile(target), "older");
+
+    file.commit(3);
+  }
+
+  EXPECT_THAT(tools::namesIn(folder.path()), ElementsAre("out"));
+  EXPECT_EQ(tools::readFile(target), "abc");
+}
+
+// What a signal handler calls.
+TEST(Leftovers, AreRemovedAtOnce) {
+  const support::TempDir folder;
+  const zrdcm::ProtectedInputs none;
+  zrdcm::createFolder(folder.file("kept/empty/emptier"));
+  tools::writeFile(folder.file("kept/whole"), "whole");
+  const zrdcm::OutputFile first(folder.file("kept/first"), none);
+  const zrdcm::LibraryFile second(folder.file("second"), none);
+  tools::writeFile(second.folder() / second.name(), "half");
+  zrdcm::OutputFile third(folder.file("third"), none);
+  third.commit();
+
+  zrdcm::removeLeftovers();
+
+  EXPECT_THAT(tools::namesIn(folder.path()), ElementsAre("kept", "third"));
+  EXPECT_THAT(tools::namesIn(folder.file("kept")), ElementsAre("whole"));
+}
+
+TEST(Signal, WaitsWhileAFileIsMade) {
+  const support::TempDir folder;
+  const pid_t child = fork();
+  if (child == 0) {
+    zrdcm::removeLeftoversOnSignals();
+    {
+      const zrdcm::SignalsHeld held;
+      (void)raise(SIGTERM);
+      { const zrdcm::SignalsHeld within; }  // its end alone lets no signal in
+      tools::writeFile(folder.file("reached"), "");
+    }
+    support::leaveChild(1);
+  }
+
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 143);
+  EXPECT_THAT(tools::namesIn(folder.path()), ElementsAre("reached"));
 }
 
 TEST(DicomFile, SaysWhyItCannotBeOpened) {
@@ -114,10 +214,9 @@ TEST(DicomWriter, SaysWhyItCannotOpenItsFile) {
   DcmFileFormat file(support::monochromeImage(2, 2).build().get());
   const std::string target = folder.file("out.dcm").string();
 
-  // DCMTK has to open what is open already.
   const std::string failure = failureOf([&] {
-    const FewDescriptors one(1);
-    zrdcm::writeDicomFile(file, EXS_LittleEndianExplicit, target);
+    const FewDescriptors none(0);
+    zrdcm::writeDicomFile(file, EXS_LittleEndianExplicit, target, {});
   });
 
   EXPECT_EQ(failure, "cannot write " + target + ": Too many open files");
@@ -130,7 +229,7 @@ TEST(DicomWriter, LeavesNothingOfWhatItCannotEncode) {
   const std::string target = folder.file("out.dcm").string();
 
   const std::string failure =
-      failureOf([&] { zrdcm::writeDicomFile(file, EXS_JPEG2000LosslessOnly, target); });
+      failureOf([&] { zrdcm::writeDicomFile(file, EXS_JPEG2000LosslessOnly, target, {}); });
 
   EXPECT_THAT(failure, StartsWith("cannot write " + target + ": "));
   EXPECT_THAT(tools::namesIn(folder.path()), IsEmpty());
@@ -140,7 +239,7 @@ TEST(PngFile, OfNothingIsAFailure) {
   const support::TempDir folder;
   const std::string target = folder.file("out.png").string();
 
-  EXPECT_THAT(failureOf([&] { zrdcm::writePng(target, {}); }),
+  EXPECT_THAT(failureOf([&] { zrdcm::writePng(target, {}, {}); }),
               StartsWith("cannot make " + target + ": "));
   EXPECT_THAT(tools::namesIn(folder.path()), IsEmpty());
 }

@@ -310,7 +310,7 @@ TEST_F(ZrdcmSort, RefusesToReplaceWhatItCopies) {
   const Outcome run = sort({"--copy", inFolder("."), two, one});
 
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.errors, HasSubstr("would replace a file that is to be copied"));
+  EXPECT_THAT(run.errors, HasSubstr("0001.dcm: that would replace the input "));
   EXPECT_EQ(textOf(two, DCM_InstanceNumber), "2");
   EXPECT_EQ(textOf(one, DCM_InstanceNumber), "1");
 }

@@ -122,32 +122,34 @@ const char* typeName(SampleType type) {
   return "int16";
 }
 
-void writeRaw(const std::filesystem::path& target, const SampleArray& array) {
-  OutputFile file(target);
+void writeRaw(const std::filesystem::path& target, const ProtectedInputs& inputs,
+              const SampleArray& array) {
+  OutputFile file(target, inputs);
   writeSamples(file, array);
   file.commit();
 }
 
-void writeNpy(const std::filesystem::path& target, const SampleArray& array) {
-  writeNpy(target, array, framesOf(array));
+void writeNpy(const std::filesystem::path& target, const ProtectedInputs& inputs,
+              const SampleArray& array) {
+  writeNpy(target, inputs, array, framesOf(array));
 }
 
-void writeNpy(const std::filesystem::path& target, const SampleArray& layout,
-              const FrameAt& frameAt) {
-  OutputFile file(target);
+void writeNpy(const std::filesystem::path& target, const ProtectedInputs& inputs,
+              const SampleArray& layout, const FrameAt& frameAt) {
+  OutputFile file(target, inputs);
   file.write(npyHeader(layout));
   writeFrames(file, layout.frames, frameAt);
   file.commit();
 }
 
-void writeNrrd(const std::filesystem::path& target, const SampleArray& array,
-               const NrrdHeader& header) {
-  writeNrrd(target, array, header, framesOf(array));
+void writeNrrd(const std::filesystem::path& target, const ProtectedInputs& inputs,
+               const SampleArray& array, const NrrdHeader& header) {
+  writeNrrd(target, inputs, array, header, framesOf(array));
 }
 
-void writeNrrd(const std::filesystem::path& target, const SampleArray& layout,
-               const NrrdHeader& header, const FrameAt& frameAt) {
-  OutputFile file(target);
+void writeNrrd(const std::filesystem::path& target, const ProtectedInputs& inputs,
+               const SampleArray& layout, const NrrdHeader& header, const FrameAt& frameAt) {
+  OutputFile file(target, inputs);
   file.write(nrrdHeader(layout, header));
   writeFrames(file, layout.frames, frameAt);
   file.commit();

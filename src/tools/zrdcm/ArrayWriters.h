@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "ProtectedInputs.h"
 #include "SampleArray.h"
 
 #include <array>
@@ -20,20 +21,22 @@ const char* typeName(SampleType type);
 using FrameAt = std::function<SampleArray(std::size_t index)>;
 
 /// Writes the samples alone: all frames in order, row by row, little endian, colour interleaved.
-/// @throws Failure when the file cannot be written.
-void writeRaw(const std::filesystem::path& target, const SampleArray& array);
+/// @throws Failure when the file cannot be written or is an input.
+void writeRaw(const std::filesystem::path& target, const ProtectedInputs& inputs,
+              const SampleArray& array);
 
 /// Writes NumPy's .npy format, version 1.0, in C order.
 ///
 /// Shape: (frames, rows, columns), for colour (frames, rows, columns, 3); the frame axis is there
 /// for a single frame too, so that a script need not tell the cases apart.
-/// @throws Failure when the file cannot be written.
+/// @throws Failure when the file cannot be written or is an input.
 /// @see https://numpy.org/doc/stable/reference/generated/numpy.lib.format.html
-void writeNpy(const std::filesystem::path& target, const SampleArray& array);
+void writeNpy(const std::filesystem::path& target, const ProtectedInputs& inputs,
+              const SampleArray& array);
 
 /// The same with frames 0 to `layout.frames` - 1 from `frameAt`; the bytes of `layout` are not used.
-void writeNpy(const std::filesystem::path& target, const SampleArray& layout,
-              const FrameAt& frameAt);
+void writeNpy(const std::filesystem::path& target, const ProtectedInputs& inputs,
+              const SampleArray& layout, const FrameAt& frameAt);
 
 /// What a NRRD header says about the samples, besides their layout.
 struct NrrdHeader {
@@ -47,13 +50,13 @@ struct NrrdHeader {
 
 /// Writes NRRD with an attached header (NRRD0004, encoding raw): axes columns, rows, frames, and
 /// in front of them the three channels of colour.
-/// @throws Failure when the file cannot be written.
+/// @throws Failure when the file cannot be written or is an input.
 /// @see https://teem.sourceforge.net/nrrd/format.html
-void writeNrrd(const std::filesystem::path& target, const SampleArray& array,
-               const NrrdHeader& header);
+void writeNrrd(const std::filesystem::path& target, const ProtectedInputs& inputs,
+               const SampleArray& array, const NrrdHeader& header);
 
 /// The same with frames 0 to `layout.frames` - 1 from `frameAt`; the bytes of `layout` are not used.
-void writeNrrd(const std::filesystem::path& target, const SampleArray& layout,
-               const NrrdHeader& header, const FrameAt& frameAt);
+void writeNrrd(const std::filesystem::path& target, const ProtectedInputs& inputs,
+               const SampleArray& layout, const NrrdHeader& header, const FrameAt& frameAt);
 
 }  // namespace zrdcm

@@ -6,6 +6,7 @@
 #include "Failure.h"
 #include "MemoryBudget.h"
 #include "Messages.h"
+#include "StandardOutput.h"
 #include "Verb.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -60,7 +61,8 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
       ->type_name("SIZE");
   app.footer(
       "Exit status: 0 done, 1 the data could not be handled (one line on stderr says why), "
-      "2 wrong usage.\nExample: zrdcm decode ct.dcm -o ct.png");
+      "2 wrong usage, 141 nobody read the output to its end, 129, 130, 143 ended by a signal.\n"
+      "Example: zrdcm decode ct.dcm -o ct.png");
 }
 
 MemoryBudget memoryWanted(const GlobalOptions& options) {
@@ -94,6 +96,9 @@ int runChosen(const std::vector<ConfiguredVerb>& verbs, const MemoryBudget& memo
 // Results that stdout did not take are lost, and the caller must know.
 int withFlushedOutput(int status) {
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    if (readerIsGone()) {
+      return kReaderGone;
+    }
     complain("cannot write the results to standard output");
     return kFailed;
   }
@@ -155,6 +160,8 @@ int runCommandLine(int argc, const char* const* argv) {
   showMessages(true);
   try {
     return run(argc, argv);
+  } catch (const ReaderGone&) {
+    return kReaderGone;
   } catch (const UsageError& error) {
     complain(error.what());
     return kUsage;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "ProtectedInputs.h"
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcfilefo.h"
 #include "dcmtk/dcmdata/dcxfer.h"
@@ -10,8 +12,9 @@
 namespace zrdcm {
 
 /// Writes a DICOM file that appears under its name only when it is complete.
-/// @throws Failure when the target cannot be written or the dataset not in this syntax
+/// @throws Failure when the target cannot be written or is an input, or the dataset has no form in
+///         this syntax
 void writeDicomFile(DcmFileFormat& file, E_TransferSyntax syntax,
-                    const std::filesystem::path& target);
+                    const std::filesystem::path& target, const ProtectedInputs& inputs);
 
 }  // namespace zrdcm

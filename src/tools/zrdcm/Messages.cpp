@@ -2,6 +2,7 @@
 // What the user reads: lines on stderr, results on stdout, the logs of the libraries.
 #include "Messages.h"
 
+#include "StandardOutput.h"
 #include "Utf8.h"
 
 #include <ktlib/KtLogFile.h>
@@ -31,9 +32,11 @@ constexpr const char* kEscapedKey = "escaped";
 bool wantsMessages = true;
 
 void writeLine(const std::string& line) {
-  // The stream remembers failures; main looks at it once, at the end.
-  (void)std::fputs(line.c_str(), stdout);
-  (void)std::fputc('\n', stdout);
+  const bool taken = std::fputs(line.c_str(), stdout) >= 0 && std::fputc('\n', stdout) != EOF;
+  // The stream remembers other failures; main looks at it once, at the end.
+  if (!taken && readerIsGone()) {
+    throw ReaderGone();
+  }
 }
 
 // Calls `take` with every character of a text, or with nothing for a byte that is none.

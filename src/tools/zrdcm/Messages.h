@@ -20,6 +20,7 @@ bool messagesShown();
 void complain(const std::string& line);
 
 /// Writes the line to stdout, made printable; the main program notices when stdout could not take it.
+/// @throws ReaderGone when nobody reads stdout any more
 void say(const std::string& line);
 
 /// JSON, indented, that a terminal can show: characters that it would act on are written as \u009b.

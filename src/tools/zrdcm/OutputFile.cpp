@@ -3,10 +3,11 @@
 #include "OutputFile.h"
 
 #include "Failure.h"
+#include "StandardOutput.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
+#include <list>
 #include <string>
 #include <system_error>
 #include <unistd.h>
@@ -17,99 +18,129 @@ namespace {
 
 namespace fs = std::filesystem;
 
-[[noreturn]] void failWriting(const fs::path& target, int error) {
-  throw Failure("cannot write " + target.string() + ": " + std::strerror(error));
-}
-
-// A symbolic link keeps pointing where it points: its destination is what gets replaced.
-fs::path resolved(const fs::path& target) {
-  std::error_code error;
-  const fs::path real = fs::weakly_canonical(target, error);
-  return error ? target : real;
-}
-
-fs::path temporaryBeside(const fs::path& target) {
-  const std::string name =
-      "." + target.filename().string() + "." + std::to_string(getpid()) + ".part";
-  return target.parent_path() / name;
-}
+constexpr std::size_t kBufferBytes = std::size_t{64} << 10U;
 
 }  // namespace
 
-OutputFile::OutputFile(const fs::path& target) : target_(target) {
-  const fs::path real = resolved(target);
-  std::error_code ignored;
-  const fs::file_status status = fs::status(real, ignored);
-  if (fs::is_directory(status)) {
-    throw Failure("cannot write " + target.string() + ": a folder has that name");
-  }
-  const bool direct = fs::exists(status) && !fs::is_regular_file(status);
-  target_ = real;
-  written_ = direct ? real : temporaryBeside(real);
-
-  // O_NOFOLLOW: the temporary name is ours alone; a link that waits there is not to be followed.
-  const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | (direct ? 0 : O_NOFOLLOW);
-  const int descriptor = open(written_.c_str(), flags, 0666);
-  if (descriptor < 0) {
-    failWriting(target_, errno);
-  }
-  stream_ = fdopen(descriptor, "wb");
-  if (stream_ == nullptr) {
-    const int error = errno;
-    close(descriptor);
-    discard();
-    failWriting(target_, error);
-  }
+OutputFile::OutputFile(const fs::path& target, const ProtectedInputs& inputs)
+    : inputs_(inputs), place_(findPlace(target, inputs)) {
+  buffer_.reserve(kBufferBytes);
+  open();
 }
 
 OutputFile::~OutputFile() {
   discard();
 }
 
+void OutputFile::discard() noexcept {
+  if (descriptor_ >= 0) {
+    (void)close(descriptor_);  // the content is thrown away, so nothing is lost
+    descriptor_ = -1;
+  }
+  if (temporary_) {
+    temporary_->remove();
+    temporary_.reset();
+  }
+}
+
+void OutputFile::open() {
+  if (place_.direct) {
+    // Without O_TRUNC and O_CREAT: what is written directly is there, and is not ours to empty.
+    descriptor_ = place_.descriptor ? fcntl(*place_.descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
+                                    : ::open(place_.file.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+    if (descriptor_ < 0) {
+      fail(errno);
+    }
+    return;
+  }
+  constexpr mode_t kNew = 0666;
+  constexpr mode_t kNobodyElse = 0600;  // until it has the permissions of the replaced file
+  try {
+    TemporaryFile file = makeTemporaryFile(place_.folder(), place_.replaced ? kNobodyElse : kNew);
+    temporary_ = std::move(file.name);
+    descriptor_ = file.descriptor;
+  } catch (const std::system_error& error) {
+    fail(error.code().value());
+  }
+}
+
 void OutputFile::write(const void* bytes, std::size_t count) {
-  if (count != 0 && std::fwrite(bytes, 1, count, stream_) != count) {
-    failWriting(target_, errno);
+  if (buffer_.size() + count > kBufferBytes) {
+    flush();
+  }
+  if (count > kBufferBytes) {
+    writeThrough(static_cast<const char*>(bytes), count);
+  } else {
+    buffer_.append(static_cast<const char*>(bytes), count);
+  }
+}
+
+void OutputFile::flush() {
+  writeThrough(buffer_.data(), buffer_.size());
+  buffer_.clear();
+}
+
+void OutputFile::writeThrough(const char* bytes, std::size_t count) {
+  while (count > 0) {
+    const ssize_t taken = ::write(descriptor_, bytes, count);
+    if (taken < 0 && errno != EINTR) {
+      fail(errno);
+    }
+    const std::size_t done = taken < 0 ? 0 : static_cast<std::size_t>(taken);
+    bytes += done;
+    count -= done;
   }
 }
 
 void OutputFile::commit() {
-  // A full disk shows only when the buffers are flushed or the file is closed.
-  const bool flushed = std::fflush(stream_) == 0;
-  const int flushError = errno;
-  const bool closed = std::fclose(stream_) == 0;
-  const int closeError = errno;
-  stream_ = nullptr;
-  if (!flushed || !closed) {
-    const int error = flushed ? closeError : flushError;
+  try {
+    finish();
+  } catch (...) {
     discard();
-    failWriting(target_, error);
+    throw;
   }
-  if (written_ != target_) {
-    std::error_code error;
-    fs::rename(written_, target_, error);
-    if (error) {
-      discard();
-      failWriting(target_, error.value());
-    }
-  }
-  written_.clear();
 }
 
-void OutputFile::discard() noexcept {
-  if (stream_ != nullptr) {
-    (void)std::fclose(stream_);  // the content is thrown away, so nothing is lost
-    stream_ = nullptr;
+void OutputFile::finish() {
+  flush();
+  if (temporary_) {
+    prepareToReplace(descriptor_, place_);
   }
-  if (!written_.empty() && written_ != target_) {
-    (void)unlink(written_.c_str());  // it may never have been created
+  // Some file systems tell of a full disk only now.
+  const int closed = close(descriptor_);
+  const int error = errno;
+  descriptor_ = -1;
+  if (closed != 0) {
+    fail(error);
   }
-  written_.clear();
+  if (temporary_) {
+    giveName(temporary_->path(), place_, inputs_);
+    temporary_.reset();
+  }
+}
+
+void OutputFile::fail(int error) const {
+  if (error == EPIPE && place_.descriptor == STDOUT_FILENO) {
+    throw ReaderGone();
+  }
+  failWriting(place_.target, error);
 }
 
 void createFolder(const fs::path& folder) {
+  // They stay when all goes well, so nobody ever takes them from this list.
+  static std::list<Leftover> made;
+  const SignalsHeld held;
+  fs::path missing;
+  std::error_code ignored;
+  for (const fs::path& part : folder) {
+    missing /= part;
+    if (!fs::exists(fs::symlink_status(missing, ignored))) {
+      made.emplace_back(missing, Leftover::Kind::kFolder);
+    }
+  }
   std::error_code error;
   fs::create_directories(folder, error);
-  if (error || !fs::is_directory(folder)) {
+  if (error || !fs::is_directory(folder, ignored)) {
     throw Failure("cannot make the folder " + folder.string() + ": " +
                   (error ? error.message() : std::string("something else has that name")));
   }

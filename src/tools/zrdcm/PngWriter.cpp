@@ -72,8 +72,9 @@ std::vector<png_bytep> rowPointers(const SampleArray& frame) {
 
 }  // namespace
 
-void writePng(const std::filesystem::path& target, const SampleArray& frame) {
-  OutputFile file(target);
+void writePng(const std::filesystem::path& target, const ProtectedInputs& inputs,
+              const SampleArray& frame) {
+  OutputFile file(target, inputs);
   Encoder encoder;
   std::vector<png_bytep> rows = rowPointers(frame);
   png_structp png =

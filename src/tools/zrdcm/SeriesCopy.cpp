@@ -13,7 +13,6 @@
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <algorithm>
-#include <set>
 #include <string>
 
 namespace zrdcm {
@@ -49,27 +48,15 @@ fs::path copyPath(const fs::path& folder, std::size_t position, std::size_t coun
   return folder / (std::string(width - number.size(), '0') + number + ".dcm");
 }
 
-void refuseToReplace(const std::vector<fs::path>& files, const fs::path& folder) {
-  std::set<fs::path> sources;
-  for (const fs::path& file : files) {
-    sources.insert(fs::weakly_canonical(file));
-  }
-  for (std::size_t position = 1; position <= files.size(); ++position) {
-    const fs::path copy = copyPath(folder, position, files.size());
-    if (sources.contains(fs::weakly_canonical(copy))) {
-      throw Failure(copy.string() + ": would replace a file that is to be copied");
-    }
-  }
-}
-
-void copyRenumbered(const fs::path& file, std::size_t position, const fs::path& target) {
+void copyRenumbered(const fs::path& file, std::size_t position, const fs::path& target,
+                    const ProtectedInputs& inputs) {
   const DicomFile source(file);
   DcmFileFormat copy(&source.dataset());
   DcmDataset& dataset = *copy.getDataset();
   keepOriginalNumber(dataset);
   require(dataset.putAndInsertString(DCM_InstanceNumber, std::to_string(position).c_str()),
           "set InstanceNumber");
-  writeDicomFile(copy, source.transferSyntax(), target);
+  writeDicomFile(copy, source.transferSyntax(), target, inputs);
 }
 
 }  // namespace zrdcm

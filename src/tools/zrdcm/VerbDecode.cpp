@@ -10,6 +10,7 @@
 #include "Numbers.h"
 #include "PngWriter.h"
 #include "Progress.h"
+#include "ProtectedInputs.h"
 #include "Rendering.h"
 #include "Verb.h"
 #include "VolumeHeader.h"
@@ -105,7 +106,11 @@ fs::path pictureName(const fs::path& output, const DecodedImage& image, std::siz
   return output.parent_path() / (output.stem().string() + number + output.extension().string());
 }
 
-std::vector<fs::path> writePictures(const DecodedImage& image, const DecodeOptions& options) {
+std::vector<fs::path> writePictures(const DecodedImage& image, const DecodeOptions& options,
+                                    const ProtectedInputs& inputs) {
+  for (std::size_t i = 0; i < image.frames.count(); ++i) {
+    inputs.refuseToReplace(pictureName(options.output, image, i));
+  }
   std::vector<fs::path> written;
   Progress progress("writing", image.frames.count());
   const std::optional<Window> window =
@@ -115,10 +120,10 @@ std::vector<fs::path> writePictures(const DecodedImage& image, const DecodeOptio
   for (std::size_t i = 0; i < image.frames.count(); ++i) {
     written.push_back(pictureName(options.output, image, i));
     if (!window) {
-      writePng(written.back(), image.samples.frame(i));
+      writePng(written.back(), inputs, image.samples.frame(i));
     } else {
       const Picture picture = renderFrame(image, i, *window);
-      writePng(written.back(),
+      writePng(written.back(), inputs,
                (options.overlays ? burnOverlays(picture, image, i) : picture).view());
     }
     progress.advance();
@@ -126,19 +131,20 @@ std::vector<fs::path> writePictures(const DecodedImage& image, const DecodeOptio
   return written;
 }
 
-std::vector<fs::path> writeOutput(const DecodedImage& image, const DecodeOptions& options) {
+std::vector<fs::path> writeOutput(const DecodedImage& image, const DecodeOptions& options,
+                                  const ProtectedInputs& inputs) {
   switch (formatOf(options.output)) {
     case Format::kNpy:
-      writeNpy(options.output, image.samples);
+      writeNpy(options.output, inputs, image.samples);
       break;
     case Format::kNrrd:
-      writeNrrd(options.output, image.samples, nrrdHeaderOf(image));
+      writeNrrd(options.output, inputs, image.samples, nrrdHeaderOf(image));
       break;
     case Format::kRaw:
-      writeRaw(options.output, image.samples);
+      writeRaw(options.output, inputs, image.samples);
       break;
     case Format::kPng:
-      return writePictures(image, options);
+      return writePictures(image, options, inputs);
   }
   return {options.output};
 }
@@ -170,10 +176,14 @@ nlohmann::ordered_json report(const DecodedImage& image, const DecodeOptions& op
 int decode(const DecodeOptions& options, const MemoryBudget& memory) {
   refuseWhatOnlyPicturesHave(options, formatOf(options.output));
   (void)windowFromOption(options.window);  // wrong usage shows before any work is done
+  const ProtectedInputs inputs({options.file});
+  if (formatOf(options.output) != Format::kPng) {  // the frames decide what pictures are called
+    inputs.refuseToReplace(options.output);
+  }
   const DecodeRequest request{framesWanted(options), options.stored, options.overlays};
   const DecodedImage image =
       withFileNamed(options.file, [&] { return decodeImage(options.file, request, memory); });
-  const std::vector<fs::path> written = writeOutput(image, options);
+  const std::vector<fs::path> written = writeOutput(image, options, inputs);
   if (options.json) {
     sayJson(report(image, options, written));
   }

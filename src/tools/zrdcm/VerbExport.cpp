@@ -5,8 +5,9 @@
 #include "ExportAttributes.h"
 #include "Failure.h"
 #include "FileNamed.h"
+#include "LibraryFile.h"
 #include "Messages.h"
-#include "OutputFile.h"
+#include "ProtectedInputs.h"
 #include "Verb.h"
 
 #include <zrdcmexport/ZrDcmExport.h>
@@ -172,29 +173,29 @@ AttributeSet gatherAttributes(const ExportOptions& options) {
 }
 
 void writeFile(const ExportOptions& options, const AttributeSet& attributes,
-               std::vector<unsigned short>& words) {
+               std::vector<unsigned short>& words, const ProtectedInputs& inputs) {
   ZrDcmExport writer;
   fillWriter(writer, attributes);
-  OutputFile output(options.output);
-  const fs::path& path = output.temporaryPath();
-  const fs::path directory = path.has_parent_path() ? path.parent_path() : fs::path(".");
+  LibraryFile output(options.output, inputs);
   // The writer looks at the product alone, so words of two 8-bit samples need no other call.
-  const bool written = writer.setOutputBaseDirectory(directory.c_str()) &&
-                       writer.setFilename(path.filename().c_str()) &&
+  const bool written = writer.setOutputBaseDirectory(output.folder().c_str()) &&
+                       writer.setFilename(output.name().c_str()) &&
                        writer.writeImageAsIs(static_cast<int>(words.size()), 1, words.data());
   if (!written) {
     throw Failure("cannot write " + options.output + ": " + writer.lastError());
   }
-  output.commit();
+  output.commit(words.size() * sizeof(unsigned short));
 }
 
 int exportFile(const ExportOptions& options) {
   if (options.tags.empty() && options.from.empty()) {
     throw UsageError("--tags or --from must say what the file is to hold");
   }
+  const ProtectedInputs inputs({options.from, options.tags, options.pixels});
+  inputs.refuseToReplace(options.output);
   const AttributeSet attributes = gatherAttributes(options);
   std::vector<unsigned short> words = readPixels(options);
-  writeFile(options, attributes, words);
+  writeFile(options, attributes, words, inputs);
   if (options.json) {
     sayJson({{"file", options.output},
              {"sopClassUid", attributes.text(kSopClassUid)},

@@ -6,6 +6,7 @@
 #include "FileNamed.h"
 #include "Messages.h"
 #include "PngWriter.h"
+#include "ProtectedInputs.h"
 #include "SampleArray.h"
 #include "Verb.h"
 
@@ -214,7 +215,7 @@ void writePlot(const LutOptions& options, const std::vector<Table>& tables) {
     draw(picture, Plot{top, table});
     top += kPlotRows;
   }
-  writePng(options.output, picture.view());
+  writePng(options.output, ProtectedInputs({options.file}), picture.view());
 }
 
 struct Tables {

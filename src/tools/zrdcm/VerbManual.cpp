@@ -4,6 +4,7 @@
 #include "CommandTree.h"
 #include "ExitStatus.h"
 #include "OutputFile.h"
+#include "ProtectedInputs.h"
 #include "Verb.h"
 
 #include <CLI/CLI.hpp>
@@ -78,7 +79,7 @@ CommandTree treeOf(const CLI::App& app) {
 }
 
 void writeText(const std::filesystem::path& target, const std::string& text) {
-  OutputFile file(target);
+  OutputFile file(target, ProtectedInputs());
   file.write(text);
   file.commit();
 }

@@ -8,6 +8,7 @@
 #include "OutputFile.h"
 #include "PngWriter.h"
 #include "Progress.h"
+#include "ProtectedInputs.h"
 #include "Verb.h"
 
 #include <CLI/CLI.hpp>
@@ -86,13 +87,17 @@ DecodedImage decodeWithOverlays(const std::string& file, const MemoryBudget& mem
 int writeOverlays(const OverlaysOptions& options, const MemoryBudget& memory) {
   const DecodedImage image =
       withFileNamed(options.file, [&] { return decodeWithOverlays(options.file, memory); });
-  createFolder(options.folder);
   const ZrOverlayData& overlays = *image.slice.overlays;
+  const ProtectedInputs inputs({options.file});
+  for (int index = 0; index < overlays.count(); ++index) {
+    inputs.refuseToReplace(fs::path(options.folder) / nameOf(overlays, index));
+  }
+  createFolder(options.folder);
   Json list = Json::array();
   Progress progress("writing", static_cast<std::size_t>(overlays.count()));
   for (int index = 0; index < overlays.count(); ++index) {
     const fs::path target = fs::path(options.folder) / nameOf(overlays, index);
-    writePng(target, maskOf(image, index).view());
+    writePng(target, inputs, maskOf(image, index).view());
     list.push_back(describe(overlays, index, target));
     progress.advance();
   }

@@ -7,6 +7,7 @@
 #include "FrameSource.h"
 #include "Messages.h"
 #include "PngWriter.h"
+#include "ProtectedInputs.h"
 #include "Splitting.h"
 #include "Verb.h"
 #include "WindowOption.h"
@@ -138,6 +139,8 @@ SheetContent contentOf(const SheetOptions& options, const FrameSource& source) {
 
 int writeSheet(const SheetOptions& options, const MemoryBudget& memory) {
   (void)windowFromOption(options.window);  // wrong usage is told before a file is opened
+  const ProtectedInputs inputs(options.files);
+  inputs.refuseToReplace(options.output);
   const std::unique_ptr<FrameSource> source =
       withFileNamed(options.files.front(), [&] { return openSource(options, memory); });
   const SheetContent content = contentOf(options, *source);
@@ -148,7 +151,7 @@ int writeSheet(const SheetOptions& options, const MemoryBudget& memory) {
                             : withFileNamed(options.files.front(), [&] {
                                 return drawContactSheet(*source, content, layout);
                               });
-  writePng(options.output, sheet.view());
+  writePng(options.output, inputs, sheet.view());
   if (options.json) {
     sayJson(report(options, *source, layout, overlayGroups(source->image(), content.frames)));
   }

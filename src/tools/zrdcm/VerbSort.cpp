@@ -5,6 +5,7 @@
 #include "Messages.h"
 #include "OutputFile.h"
 #include "Progress.h"
+#include "ProtectedInputs.h"
 #include "SeriesCopy.h"
 #include "SeriesOrder.h"
 #include "Verb.h"
@@ -87,17 +88,16 @@ ReadSeries readSeries(const std::vector<std::string>& files) {
   return series;
 }
 
-void writeCopies(const std::vector<SeriesImage>& images, const fs::path& folder) {
-  std::vector<fs::path> files;
-  files.reserve(images.size());
-  for (const SeriesImage& image : images) {
-    files.push_back(image.path());
+void writeCopies(const std::vector<SeriesImage>& images, const fs::path& folder,
+                 const ProtectedInputs& inputs) {
+  const std::size_t count = images.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    inputs.refuseToReplace(copyPath(folder, i + 1, count));
   }
   createFolder(folder);
-  refuseToReplace(files, folder);
-  Progress progress("copying", files.size());
-  for (std::size_t i = 0; i < files.size(); ++i) {
-    copyRenumbered(files[i], i + 1, copyPath(folder, i + 1, files.size()));
+  Progress progress("copying", count);
+  for (std::size_t i = 0; i < count; ++i) {
+    copyRenumbered(images[i].path(), i + 1, copyPath(folder, i + 1, count), inputs);
     progress.advance();
   }
 }
@@ -125,7 +125,8 @@ int sortFiles(const SortOptions& options) {
   ReadSeries series = readSeries(options.files);
   sortSeries(series.images, switches);
   if (!options.copyFolder.empty()) {
-    writeCopies(series.images, options.copyFolder);
+    // Those too that could not be read: nothing has been copied of them.
+    writeCopies(series.images, options.copyFolder, ProtectedInputs(options.files));
   }
   if (options.json) {
     sayJson(report(series.images, options, switches));

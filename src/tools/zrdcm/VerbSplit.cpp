@@ -12,6 +12,7 @@
 #include "OutputFile.h"
 #include "PngWriter.h"
 #include "Progress.h"
+#include "ProtectedInputs.h"
 #include "Splitting.h"
 #include "Verb.h"
 #include "VolumeHeader.h"
@@ -105,7 +106,7 @@ std::string stemOf(std::size_t volume) {
 }
 
 void writeVolume(const SplitOptions& options, SplitImage& split, std::size_t volume,
-                 const fs::path& target) {
+                 const fs::path& target, const ProtectedInputs& inputs) {
   const std::vector<unsigned>& frames = split.outlook.volumes[volume];
   SampleArray layout = split.source.image().samples;
   layout.frames = frames.size();
@@ -113,14 +114,14 @@ void writeVolume(const SplitOptions& options, SplitImage& split, std::size_t vol
     return withFileNamed(options.file, [&] { return split.source.frame(frames[index]); });
   };
   if (options.format == "npy") {
-    writeNpy(target, layout, frameAt);
+    writeNpy(target, inputs, layout, frameAt);
   } else {
-    writeNrrd(target, layout, nrrdHeaderOf(split.source.image()), frameAt);
+    writeNrrd(target, inputs, layout, nrrdHeaderOf(split.source.image()), frameAt);
   }
 }
 
 void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_t volume,
-                      const fs::path& target) {
+                      const fs::path& target, const ProtectedInputs& inputs) {
   const std::vector<unsigned>& frames = split.outlook.volumes[volume];
   SheetContent content;
   content.title = fs::path(options.file).filename().string();
@@ -139,7 +140,7 @@ void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_
   SheetLayout layout;
   const Picture sheet =
       withFileNamed(options.file, [&] { return drawContactSheet(split.source, content, layout); });
-  writePng(target, sheet.view());
+  writePng(target, inputs, sheet.view());
 }
 
 Json slicesOf(const SplitImage& split, std::size_t volume) {
@@ -212,23 +213,37 @@ void removeOlder(const fs::path& manifest) {
   }
 }
 
+void refuseToReplaceInputs(const ProtectedInputs& inputs, const fs::path& folder,
+                           const Json& volumes) {
+  inputs.refuseToReplace(folder / kManifest);
+  for (const Json& entry : volumes) {
+    for (const char* const key : {"file", "sheet"}) {
+      if (!entry[key].is_null()) {
+        inputs.refuseToReplace(folder / entry[key].get<std::string>());
+      }
+    }
+  }
+}
+
 // The manifest goes first when it is an older one, and comes last when it is new.
 void writeAll(const SplitOptions& options, SplitImage& split, const Json& manifest) {
   const fs::path folder(options.folder);
   const fs::path manifestPath = folder / kManifest;
+  const Json& volumes = manifest["volumes"];
+  const ProtectedInputs inputs({options.file});
+  refuseToReplaceInputs(inputs, folder, volumes);
   createFolder(folder);
   removeOlder(manifestPath);
-  const Json& volumes = manifest["volumes"];
   Progress progress("writing", volumes.size());
   for (std::size_t volume = 0; volume < volumes.size(); ++volume) {
     const Json& entry = volumes[volume];
     if (!entry["file"].is_null()) {
-      writeVolume(options, split, volume, folder / entry["file"].get<std::string>());
-      writeVolumeSheet(options, split, volume, folder / entry["sheet"].get<std::string>());
+      writeVolume(options, split, volume, folder / entry["file"].get<std::string>(), inputs);
+      writeVolumeSheet(options, split, volume, folder / entry["sheet"].get<std::string>(), inputs);
     }
     progress.advance();
   }
-  OutputFile file(manifestPath);
+  OutputFile file(manifestPath, inputs);
   file.write(jsonText(manifest) + "\n");
   file.commit();
 }

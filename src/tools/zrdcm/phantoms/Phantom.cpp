@@ -74,7 +74,7 @@ std::filesystem::path writeCoded(const Phantom& phantom, E_TransferSyntax syntax
   require(dataset.putAndInsertString(DCM_SOPInstanceUID, instance.c_str()), "an instance UID");
 
   const std::filesystem::path target = folder / (phantom.name + coding.suffix + ".dcm");
-  writeDicomFile(file, syntax, target);
+  writeDicomFile(file, syntax, target, zrdcm::ProtectedInputs());
   return target;
 }
 
