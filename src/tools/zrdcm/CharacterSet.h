@@ -1,30 +1,20 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "Iso2022.h"
+#include "Utf8.h"
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcvr.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
 class DcmElement;
 class DcmItem;
 
 namespace zrdcm {
-
-/// A text of a file in UTF-8, value by value.
-struct Utf8Text {
-  std::vector<std::string> values;  ///< one at least
-  bool escaped = false;             ///< some hold bytes that stand for no known character, as \xE9
-
-  /// The values separated by backslashes. Where bytes are escaped a backslash may be of an escape.
-  [[nodiscard]] std::string joined() const;
-};
-
-/// A repertoire of characters that texts of a file can switch to.
-struct CodedSet;
 
 /// Which characters the bytes of an item's texts stand for (PS3.5 6.1, PS3.3 C.12.1.1.2).
 class CharacterSet {
@@ -45,9 +35,7 @@ private:
   enum class Kind : std::uint8_t { kIso2022, kUtf8, kGb18030, kGbk };
 
   Kind kind_ = Kind::kIso2022;
-  /// The sets that a text begins with, for bytes below and above 80; null: no character.
-  const CodedSet* low_;
-  const CodedSet* high_ = nullptr;
+  CodedSets first_;        ///< that a text begins with
   bool switches_ = false;  ///< escape sequences may bring in other sets
 };
 

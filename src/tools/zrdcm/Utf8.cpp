@@ -30,6 +30,14 @@ bool isSurrogate(char32_t code) {
 
 }  // namespace
 
+std::string Utf8Text::joined() const {
+  std::string text = values.front();
+  for (std::size_t i = 1; i < values.size(); ++i) {
+    text += "\\" + values[i];
+  }
+  return text;
+}
+
 std::optional<Utf8Character> utf8At(std::string_view text, std::size_t at) {
   const auto byteAt = [&text](std::size_t i) {
     return static_cast<unsigned>(static_cast<unsigned char>(text[i]));

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zrdcm {
 
@@ -12,6 +13,15 @@ namespace zrdcm {
 struct Utf8Character {
   char32_t code;
   std::size_t bytes;
+};
+
+/// A text of a file in UTF-8, value by value.
+struct Utf8Text {
+  std::vector<std::string> values;  ///< one at least
+  bool escaped = false;             ///< some hold bytes that stand for no known character, as \xE9
+
+  /// The values separated by backslashes. Where bytes are escaped a backslash may be of an escape.
+  [[nodiscard]] std::string joined() const;
 };
 
 /// The character that begins at `at`, which must be below the size of the text; nothing where the
