@@ -3,9 +3,11 @@
 // writer says of a bad attribute only that there is one, so each is tried here first.
 #include "ExportAttributes.h"
 
+#include "ExportUnicode.h"
 #include "Failure.h"
 
 #include <gx/GxParamBundle.h>
+#include <zrdcmexport/ExDCM.h>
 #include <zrdcmexport/ZrDcmExport.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -18,6 +20,7 @@
 #include <cstdio>
 #include <fstream>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 namespace zrdcm {
@@ -28,9 +31,7 @@ namespace {
 // that a key given twice is noticed.
 using Json = nlohmann::ordered_json;
 
-constexpr std::uint32_t kSpecificCharacterSet = 0x00080005;
 constexpr std::uint32_t kPixelData = 0x7FE00010;
-constexpr const char* kUnicode = "ISO_IR 192";
 
 struct TagRange {
   std::uint32_t first;
@@ -103,26 +104,6 @@ std::optional<std::uint32_t> parseKey(const std::string& key) {
   return std::nullopt;
 }
 
-bool isAscii(const std::string& text) {
-  return std::all_of(text.begin(), text.end(),
-                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
-/// The first text beyond ASCII; null when there is none.
-const Attribute* firstBeyondAscii(const AttributeSet& attributes) {
-  for (const auto& [tag, attribute] : attributes.byTag) {
-    if (!isAscii(attribute.text)) {
-      return &attribute;
-    }
-    for (const AttributeSet& item : attribute.items) {
-      if (const Attribute* found = firstBeyondAscii(item)) {
-        return found;
-      }
-    }
-  }
-  return nullptr;
-}
-
 AttributeSet parseObject(const Json& object, const std::string& prefix);
 
 Attribute parseValue(const Json& value, const std::string& name) {
@@ -180,18 +161,6 @@ Json parseJson(std::istream& stream) {
     return true;
   };
   return Json::parse(stream, noticeRepetition);
-}
-
-void requireCharacterSet(AttributeSet& attributes) {
-  const Attribute* foreign = firstBeyondAscii(attributes);
-  if (foreign == nullptr) {
-    return;
-  }
-  attributes.setDefault(kSpecificCharacterSet, kUnicode);
-  if (attributes.text(kSpecificCharacterSet) != kUnicode) {
-    throw Failure(foreign->name + ": letters beyond ASCII need the SpecificCharacterSet " +
-                  kUnicode);
-  }
 }
 
 /// Tries an attribute as the writer will put it.
@@ -300,7 +269,37 @@ void requireWritableSet(const AttributeSet& attributes, ExportType type, bool in
 
 AttributeSet attributesOfItem(DcmItem& item, ExportType type, bool inItem);
 
-std::optional<Attribute> attributeOf(DcmElement& element, ExportType type, bool inItem) {
+/// The text of an element that has a text form, in the bytes of its file.
+std::optional<std::string> textAsStored(DcmElement& element) {
+  auto* const binary = dynamic_cast<DcmOtherByteOtherWord*>(&element);
+  if (binary != nullptr && element.getTag().isUnknownVR()) {
+    // DCMTK would give the bytes as numbers, which are no text of the VR in the dictionary.
+    std::string text;
+    if (!ExDCM::getOFStringFromUN(binary, text)) {
+      return std::nullopt;
+    }
+    constexpr std::string_view kPadding(" \0", 2);
+    return text.substr(0, text.find_last_not_of(kPadding) + 1);
+  }
+  OFString text;
+  if (element.getLength() != 0 && element.getOFStringArray(text).bad()) {
+    throw Failure(nameOf(tagOf(element.getTag())) + ": cannot be read");
+  }
+  return text;
+}
+
+/// The text in Unicode when that is another, or when some of it is not known.
+std::optional<Utf8Text> otherInUnicode(DcmItem& item, DcmElement& element,
+                                       const std::string& stored) {
+  const bool isBinary = dynamic_cast<DcmOtherByteOtherWord*>(&element) != nullptr;
+  std::optional<Utf8Text> unicode =
+      isBinary ? CharacterSet::of(item).decode(stored, element.getVR()) : utf8Of(item, element);
+  const bool same = unicode && !unicode->escaped && unicode->joined() == stored;
+  return same ? std::nullopt : unicode;
+}
+
+std::optional<Attribute> attributeOf(DcmItem& item, DcmElement& element, ExportType type,
+                                     bool inItem) {
   const std::uint32_t tag = tagOf(element.getTag());
   Attribute attribute;
   attribute.name = nameOf(tag);
@@ -311,11 +310,12 @@ std::optional<Attribute> attributeOf(DcmElement& element, ExportType type, bool 
       attribute.items.push_back(attributesOfItem(*sequence.getItem(i), type, true));
     }
   } else {
-    OFString text;
-    if (element.getLength() != 0 && element.getOFStringArray(text).bad()) {
-      throw Failure(attribute.name + ": cannot be read");
+    const std::optional<std::string> text = textAsStored(element);
+    if (!text) {
+      return std::nullopt;
     }
-    attribute.text = text;
+    attribute.text = *text;
+    attribute.unicode = otherInUnicode(item, element, *text);
   }
   AttributeSet alone;
   alone.byTag[tag] = attribute;
@@ -336,7 +336,7 @@ AttributeSet attributesOfItem(DcmItem& item, ExportType type, bool inItem) {
     if (isGroupLength || isOfOldSamples(tag)) {
       continue;
     }
-    if (std::optional<Attribute> attribute = attributeOf(*element, type, inItem)) {
+    if (std::optional<Attribute> attribute = attributeOf(item, *element, type, inItem)) {
       attributes.byTag[tag] = std::move(*attribute);
     }
   }
@@ -403,24 +403,10 @@ AttributeSet attributesOf(DcmItem& dataset, ExportType type) {
 }
 
 void apply(AttributeSet& attributes, const AttributeSet& changes) {
+  convertTexts(attributes, changes);
   for (const auto& [tag, change] : changes.byTag) {
-    if (tag != kSpecificCharacterSet) {
-      attributes.byTag[tag] = change;
-    }
+    attributes.byTag[tag] = change;
   }
-  if (!changes.has(kSpecificCharacterSet)) {
-    return;
-  }
-  const std::string before = attributes.text(kSpecificCharacterSet);
-  const std::string after = changes.text(kSpecificCharacterSet);
-  for (const auto& [tag, attribute] : attributes.byTag) {
-    AttributeSet alone;
-    alone.byTag[tag] = attribute;
-    if (before != after && !changes.has(tag) && firstBeyondAscii(alone) != nullptr) {
-      throw Failure(attribute.name + ": is not in the SpecificCharacterSet " + after);
-    }
-  }
-  attributes.byTag[kSpecificCharacterSet] = changes.byTag.at(kSpecificCharacterSet);
 }
 
 void requireWritable(const AttributeSet& attributes, ExportType type) {

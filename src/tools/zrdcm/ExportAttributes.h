@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "CharacterSet.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +21,9 @@ struct AttributeSet;
 struct Attribute {
   std::string name;  ///< what messages call it: "Rows", "SourceImageSequence[0].G0008-1155"
   bool isSequence = false;
-  std::string text;                 ///< several values separated by a backslash
+  std::string text;  ///< several values separated by a backslash, in the bytes to be written
+  /// The same in Unicode, where a file has it in other bytes, or in bytes that are no characters.
+  std::optional<Utf8Text> unicode;
   std::vector<AttributeSet> items;  ///< of a sequence
 };
 
@@ -39,8 +44,8 @@ struct AttributeSet {
 enum class ExportType : std::uint8_t { kU8, kU16, kS16 };
 
 /// Reads a JSON object of keys ("G0008-0016") or keywords ("SOPClassUID") to texts, or to lists of
-/// such objects for sequences. Letters beyond ASCII are UTF-8; without a SpecificCharacterSet of
-/// its own the set gets the one of Unicode.
+/// such objects for sequences. Letters beyond ASCII are UTF-8; where no SpecificCharacterSet is named
+/// for them the set gets the one of Unicode.
 /// @throws Failure that names the key at fault.
 AttributeSet readAttributes(const std::filesystem::path& jsonFile);
 
@@ -49,8 +54,9 @@ AttributeSet readAttributes(const std::filesystem::path& jsonFile);
 /// frames, and everything private.
 AttributeSet attributesOf(DcmItem& dataset, ExportType type);
 
-/// Puts changes over a set; attributes that both have are replaced.
-/// @throws Failure when letters that stay would be in another character set than the changes say.
+/// Puts changes over a set; attributes that both have are replaced. When the changes name Unicode, the
+/// texts that stay are converted to it, those of items with a SpecificCharacterSet of their own too.
+/// @throws Failure when a text that stays does not convert, or is not in the set that is named.
 void apply(AttributeSet& attributes, const AttributeSet& changes);
 
 /// Finds out beforehand what the writer would refuse without saying why.

@@ -41,7 +41,8 @@ new file are those of --from, if given, and those of --tags on top:
   { "PatientName": "Doe^John", "G0028-1052": "-1024",
     "SourceImageSequence": [ { "ReferencedSOPInstanceUID": "1.2.3" } ] }
 Several values are separated by a backslash. Size and type of the samples are filled in, and so are
-SOPClassUID (Secondary Capture) and missing UIDs. From --from the new file takes all that has a text
+SOPClassUID (Secondary Capture) and missing UIDs. Letters beyond ASCII are UTF-8 and make the new
+file Unicode; texts of --from are converted then. From --from the new file takes all that has a text
 form, except what belongs to the old image alone: samples and their padding, lookup tables,
 overlays, functional groups, private attributes, empty values within sequences. It gets SOP
 Instance and Series UIDs of its own and the ImageType DERIVED\SECONDARY. All else stays as it is in
