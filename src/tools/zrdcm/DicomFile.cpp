@@ -4,7 +4,7 @@
 
 #include "CharacterSet.h"
 #include "Failure.h"
-#include "NestingGuard.h"
+#include "headers/NestingGuard.h"
 
 #include <zrdcmexport/ZrNumbers.h>
 #include <zrvolren/ExDicomUtilitiesHelpers.h>
@@ -90,8 +90,11 @@ DicomFile::DicomFile(const fs::path& path) : path_(path), format_(new DcmFileFor
   refuseWhatIsNoFile(path);
   const bool saysDicom = hasPreamble(path);
   const HeaderScan headers = scanHeaders(path);
-  if (headers.nestsTooDeeply) {
+  if (headers.tooDeep) {
     throw Failure("nests sequences too deeply to be read safely");
+  }
+  if (headers.isDamagedMeta) {
+    throw Failure("is damaged: its meta information cannot be read");
   }
   const OFCondition loaded = format_->loadFile(OFFilename(path.c_str()), EXS_Unknown);
   if (loaded == EC_MemoryExhausted && headers.overlong.empty()) {
