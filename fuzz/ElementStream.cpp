@@ -14,13 +14,14 @@ namespace {
 constexpr std::size_t kUndefined = 0xFFFFFFFFU;
 
 constexpr std::array<const char*, 40> kVRs = {
-    "LO", "CS", "UI", "US", "DS", "PN", "SQ", "OB", "OW", "UN", "UT", "UC", "UR", "OF",
-    "OD", "OL", "OV", "SV", "UV", "AT", "ZZ", "OX", "AA", "??", "zz", "\1\2", "na", "ox",
+    "LO", "CS", "UI", "US", "DS", "PN",  "SQ", "OB", "OW", "UN", "UT", "UC",   "UR", "OF",
+    "OD", "OL", "OV", "SV", "UV", "AT",  "ZZ", "OX", "AA", "??", "zz", "\1\2", "na", "ox",
     "px", "xs", "lt", "up", "pi", "A\0", "Z1", "IS", "UL", "SS", "FD", "sq"};
 
 /// Whether `header` writes a length of four bytes, as DCMTK reads one.
 bool hasLongLength(const char* vr) {
-  constexpr std::string_view kShort = "AE AS AT CS DA DS DT FD FL IS LO LT PN SH SL SS ST TM UI UL US";
+  constexpr std::string_view kShort =
+      "AE AS AT CS DA DS DT FD FL IS LO LT PN SH SL SS ST TM UI UL US";
   const auto isCapital = [](char character) { return character >= 'A' && character <= 'Z'; };
   const std::string_view name(vr, 2);
   if (name == "ox" || name == "px" || name == "lt") {
@@ -142,8 +143,8 @@ void ElementStream::fragments(Input& input) {
 /// A sequence that only its creator makes one.
 void ElementStream::privateSequence(Input& input) {
   constexpr std::array<std::string_view, 6> kCreators = {
-      "CARDIO-D.R. 1.0 "sv, "CARDIO-D.R. 1.0"sv, "CARDIO-D.R. 1.0\0"sv, " CARDIO-D.R. 1.0"sv,
-      "FDMS 1.0"sv, "NOBODY"sv};
+      "CARDIO-D.R. 1.0 "sv, "CARDIO-D.R. 1.0"sv, "CARDIO-D.R. 1.0\0"sv,
+      " CARDIO-D.R. 1.0"sv, "FDMS 1.0"sv,        "NOBODY"sv};
   const unsigned block = 0x10 + input.below(2);
   const std::string_view creator = kCreators.at(input.below(kCreators.size()));
   header({0x0009, block}, "LO", creator.size());

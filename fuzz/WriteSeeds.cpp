@@ -319,6 +319,21 @@ void writeTexts(const Folder& folder) {
   }
 }
 
+// Steps as ElementStream reads them: 3 opens a sequence with an item, 11 closes both, 18 repeats.
+void writeNesting(const Folder& folder) {
+  for (unsigned syntax = 0; syntax < 4; ++syntax) {
+    folder.write("nesting", "dataset-" + std::to_string(syntax),
+                 Output().list({5, syntax, 0, 0, 0, 4, 3, 0, 18, 70, 11, 18, 70}).all());
+    folder.write("nesting", "unknown-" + std::to_string(syntax),
+                 Output().list({5, syntax, 14, 0, 1, 16, 0, 0, 0, 0, 11, 11, 15, 0, 1, 3}).all());
+  }
+  for (unsigned syntax = 0; syntax < 9; ++syntax) {
+    folder.write("nesting", "file-" + std::to_string(syntax),
+                 Output().list({1, syntax, 0, 0, 3, 0, 6, 1, 1, 0, 10, 3, 11, 11, 13, 0, 2}).all());
+  }
+  folder.write("nesting", "meta", Output().list({4, 0, 1, 0, 40, 3, 0, 3, 0, 11, 11, 1, 1}).all());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -335,6 +350,7 @@ int main(int argc, char** argv) {
     writeSplitting(folder);
     writeTables(folder);
     writeTexts(folder);
+    writeNesting(folder);
   } catch (const std::exception& failure) {
     (void)std::fprintf(stderr, "write_seeds: %s\n", failure.what());
     return 1;

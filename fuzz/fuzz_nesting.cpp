@@ -6,9 +6,6 @@
 #include "ElementStream.h"
 #include "Input.h"
 
-#include <headers/HeaderWalk.h>
-#include <headers/NestingGuard.h>
-
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdeftag.h"
 #include "dcmtk/dcmdata/dcistrmb.h"
@@ -17,6 +14,8 @@
 
 #include <algorithm>
 #include <array>
+#include <headers/HeaderWalk.h>
+#include <headers/NestingGuard.h>
 #include <span>
 #include <string>
 
@@ -166,7 +165,8 @@ void writeAndCompareFile(Input& input, std::size_t size) {
   const Choice& choice = kChoices.at(input.below(kChoices.size()));
   const std::string meta = metaInformation(input, choice.uid);
   const std::string body = elements(input, size, choice.encoding);
-  const bool isDeflated = std::string(choice.uid) == UID_DeflatedExplicitVRLittleEndianTransferSyntax;
+  const bool isDeflated =
+      std::string(choice.uid) == UID_DeflatedExplicitVRLittleEndianTransferSyntax;
   compareFile(meta + (isDeflated ? deflated(body) : body));
 }
 

@@ -6,8 +6,6 @@
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"
 
-#include <headers/NestingGuard.h>
-
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcostrmb.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -17,6 +15,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <headers/NestingGuard.h>
 #include <ostream>
 #include <span>
 #include <string>
@@ -133,8 +132,8 @@ std::string shortBigEndianSequences(std::size_t depth) {
 std::string behind(const std::string& tag, const std::string& vr, std::size_t depth) {
   constexpr std::size_t kMostOpenings = 3200;
   const std::string opening = kExplicit.sequence() + kExplicit.item();
-  std::string bytes = metaInformation(UID_LittleEndianExplicitTransferSyntax) +
-                      characterSet(kExplicit);
+  std::string bytes =
+      metaInformation(UID_LittleEndianExplicitTransferSyntax) + characterSet(kExplicit);
   for (std::size_t left = depth; left > 0;) {
     const std::size_t count = std::min(left, kMostOpenings);
     const std::size_t taken = 4 + opening.size() * count;
@@ -248,8 +247,8 @@ std::string inUNOfBigEndian(std::size_t depth) {
 }
 
 std::string pixelData() {
-  return kExplicit.longHeader(kExplicit.tag(0x7FE0, 0x0010), "OB", kUndefined) +
-         kExplicit.item(0) + kExplicit.item(4) + "abcd" + kExplicit.sequenceEnd();
+  return kExplicit.longHeader(kExplicit.tag(0x7FE0, 0x0010), "OB", kUndefined) + kExplicit.item(0) +
+         kExplicit.item(4) + "abcd" + kExplicit.sequenceEnd();
 }
 
 std::string behindPixelData(std::size_t depth) {
@@ -339,8 +338,7 @@ TEST_P(NestedSequences, AreRefusedInOneLineByEveryVerb) {
     const Outcome outcome = runZrdcm(command);
 
     EXPECT_EQ(outcome.status, 1) << command.front();
-    EXPECT_EQ(outcome.errors,
-              "zrdcm: " + file + ": nests sequences too deeply to be read safely\n")
+    EXPECT_EQ(outcome.errors, "zrdcm: " + file + ": nests sequences too deeply to be read safely\n")
         << command.front();
   }
   EXPECT_THAT(tools::namesIn(folder.path()), testing::ElementsAre("deep.dcm", "samples.raw"));

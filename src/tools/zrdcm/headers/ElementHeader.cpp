@@ -81,8 +81,7 @@ std::optional<Encoding> Encoding::of(E_TransferSyntax syntax) {
   if (properties.getByteOrder() == EBO_unknown) {
     return std::nullopt;
   }
-  return Encoding{properties.isExplicitVR() == OFTrue,
-                  properties.getByteOrder() == EBO_BigEndian};
+  return Encoding{properties.isExplicitVR() == OFTrue, properties.getByteOrder() == EBO_BigEndian};
 }
 
 E_TransferSyntax Encoding::guess(HeaderBytes& bytes) {

@@ -30,12 +30,12 @@ struct Encoding {
 
 /// What stands behind a header.
 enum class Content {
-  kBytes,               ///< a value, to be skipped
-  kSequence,            ///< items, encoded as the element itself
-  kSequenceInUnknown,   ///< items in implicit VR little endian, PS3.5 section 6.2.2 note 2
-  kFragments,           ///< items that hold bytes
-  kEndOfItem,           ///< the delimiter of an item
-  kNothingThatIsRead,   ///< DCMTK stops here with an error
+  kBytes,              ///< a value, to be skipped
+  kSequence,           ///< items, encoded as the element itself
+  kSequenceInUnknown,  ///< items in implicit VR little endian, PS3.5 section 6.2.2 note 2
+  kFragments,          ///< items that hold bytes
+  kEndOfItem,          ///< the delimiter of an item
+  kNothingThatIsRead,  ///< DCMTK stops here with an error
 };
 
 /// The header of an element, an item or a delimiter.
@@ -67,7 +67,9 @@ private:
     bool isKnown;
   };
   /// Where the tag stands in a sorted item.
-  static std::int64_t place(const DcmTagKey& tag) { return tag.getGroup() * 0x10000L + tag.getElement(); }
+  static std::int64_t place(const DcmTagKey& tag) {
+    return tag.getGroup() * 0x10000L + tag.getElement();
+  }
 
   std::map<std::int64_t, Creator> creators_;
   std::int64_t last_ = -1;
