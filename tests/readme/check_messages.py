@@ -20,6 +20,7 @@ NO_MESSAGES = {
     "Allura Xper, 7.6.3.2": "a value that is looked for",
     "Philips Medical Systems": "the same",
     "PALETTE COLOR": "the same",
+    " +": "characters before a number",
     ": ": "what stands between a message and its reason",
     r" \\": "characters between values",
 }

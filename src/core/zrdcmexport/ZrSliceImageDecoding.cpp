@@ -31,34 +31,6 @@ constexpr char kNoDictionary[] =
     "DCMTK has no data dictionary: attributes of implicit VR are unknown, and images seem to "
     "have no pixel data. DCMDICTPATH names its files.";
 
-/// Names the cause once, because every message that follows names something else.
-void warnWithoutDictionary() {
-  static std::atomic<bool> asked{false};
-  if (!asked.exchange(true) && !dcmDataDict.isDictionaryLoaded()) {
-    getTheLogInstance().warnf("%s", kNoDictionary);
-  }
-}
-
-/// Makes DCMTK's decoders known to DCMTK. Where the host registered them first, its choices stay.
-void registerDecoders() {
-  // DCMTK remembers a registration in plain flags; two first calls at once would be a data race.
-  static std::mutex registration;
-  const std::scoped_lock lock(registration);
-  DcmRLEDecoderRegistration::registerCodecs(OFFalse, OFFalse);
-  DJDecoderRegistration::registerCodecs(EDC_guessLossyOnly, EUC_default, EPC_default, OFFalse,
-                                        OFFalse, OFFalse);
-  DJLSDecoderRegistration::registerCodecs(EJLSUC_default, EJLSPC_restore, OFFalse, OFFalse);
-}
-
-void storeAttributes(SliceImage& slice, DcmItem& item, const ImageAttributes& attributes) {
-  slice.extent = KtVec3l(attributes.columns, attributes.rows, attributes.frames);
-  slice.bytesPerSample = attributes.bytesPerSample;
-  slice.sampleOffset = 0.0F;
-  slice.rescale = readRescale(item);
-  slice.voiWindow = readWindow(item);
-  slice.pixelSpacing = readSpacing(item);
-}
-
 /// Sees to it that decoding which ends early leaves no samples behind. DCMTK takes samples for
 /// decompressed from the moment it has memory for them, and does not take that back when a decoder
 /// runs out of memory: the next call would deliver them as they came from the heap. Samples that were
@@ -115,13 +87,37 @@ bool decode(SliceImage& slice, const Task& task, std::string& errorText) {
 
 }  // namespace
 
-bool fitsTarget(const Task& task, std::size_t required, std::string& errorText) {
-  if (required <= task.targetSize) {
+void warnWithoutDictionary() {
+  static std::atomic<bool> asked{false};
+  if (!asked.exchange(true) && !dcmDataDict.isDictionaryLoaded()) {
+    getTheLogInstance().warnf("%s", kNoDictionary);
+  }
+}
+
+void registerDecoders() {
+  // DCMTK remembers a registration in plain flags; two first calls at once would be a data race.
+  static std::mutex registration;
+  const std::scoped_lock lock(registration);
+  DcmRLEDecoderRegistration::registerCodecs(OFFalse, OFFalse);
+  DJDecoderRegistration::registerCodecs(EDC_guessLossyOnly, EUC_default, EPC_default, OFFalse,
+                                        OFFalse, OFFalse);
+  DJLSDecoderRegistration::registerCodecs(EJLSUC_default, EJLSPC_restore, OFFalse, OFFalse);
+}
+
+void storeAttributes(SliceImage& slice, DcmItem& item, const ImageAttributes& attributes) {
+  slice.extent = KtVec3l(attributes.columns, attributes.rows, attributes.frames);
+  slice.bytesPerSample = attributes.bytesPerSample;
+  slice.sampleOffset = 0.0F;
+  slice.rescale = readRescale(item);
+  slice.voiWindow = readWindow(item);
+  slice.pixelSpacing = readSpacing(item);
+}
+
+bool fitsTarget(std::size_t targetSize, std::size_t required, std::string& errorText) {
+  if (required <= targetSize) {
     return true;
   }
-  errorText =
-      KtString::printf(kInvalidTargetSize, static_cast<std::size_t>(task.targetSize), required)
-          .str();
+  errorText = KtString::printf(kInvalidTargetSize, targetSize, required).str();
   return false;
 }
 

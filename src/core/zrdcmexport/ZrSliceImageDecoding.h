@@ -61,6 +61,9 @@ struct Task {
                                                                  DcmPixelData& pixelData,
                                                                  std::string& errorText);
 
+/// Whether the image is MONOCHROME1 or MONOCHROME2; nothing when it does not say what it is.
+[[nodiscard]] std::optional<bool> isMonochrome(DcmItem& item);
+
 /// (slope, intercept); (1, 0) unless both are there and the slope is not 0.
 [[nodiscard]] KtVec2f readRescale(DcmItem& item);
 /// (centre, width) of the first window; NaN unless both are there.
@@ -72,12 +75,26 @@ struct Task {
 /// negative first frame means all.
 [[nodiscard]] FrameRange clampFrames(int firstFrame, int lastFrame, int frames);
 
-/// Whether `required` bytes fit into the caller's target; sets the message when they do not.
-[[nodiscard]] bool fitsTarget(const Task& task, std::size_t required, std::string& errorText);
+/// Whether `required` bytes fit into a target of the caller; sets the message when they do not.
+[[nodiscard]] bool fitsTarget(std::size_t targetSize, std::size_t required, std::string& errorText);
 
 /// Zeroed memory for samples, so that no byte which a decoder leaves out shows something else;
 /// empty, with the message set, when there is none.
 [[nodiscard]] std::shared_ptr<char> allocateSamples(std::size_t size, std::string& errorText);
+
+/// Makes sure that there is a Planar Configuration: decoders and image classes ask for it. Returns
+/// whether samples stand plane by plane. @see PS3.3 C.7.6.3.1.3 (Planar Configuration)
+bool completePlanarConfiguration(DcmItem& item);
+
+/// Names the cause once, in the log, when DCMTK has no data dictionary: every message that follows
+/// names something else.
+void warnWithoutDictionary();
+
+/// Makes DCMTK's decoders known to DCMTK. Where the host registered them first, its choices stay.
+void registerDecoders();
+
+/// Puts into the record of an image what the attributes say.
+void storeAttributes(SliceImage& slice, DcmItem& item, const ImageAttributes& attributes);
 
 /// Decodes a MONOCHROME1 or MONOCHROME2 image into the slice; sets the message on failure.
 [[nodiscard]] bool decodeMonochrome(SliceImage& slice, const Task& task, std::string& errorText);

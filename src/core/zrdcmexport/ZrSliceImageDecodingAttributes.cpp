@@ -158,6 +158,14 @@ KtVec2f readSpacing(DcmItem& item) {
   return rowsAndColumns ? KtVec2f(rowsAndColumns->y, rowsAndColumns->x) : notSet();
 }
 
+std::optional<bool> isMonochrome(DcmItem& item) {
+  KtString interpretation;
+  if (!ExDicomUtilities::getAndFixPhotometricInterpretation(&item, EXS_Unknown, interpretation)) {
+    return std::nullopt;
+  }
+  return isMonochrome(interpretation);
+}
+
 FrameRange clampFrames(int firstFrame, int lastFrame, int frames) {
   if (firstFrame < 0) {
     return {0, frames - 1, frames, true};

@@ -11,6 +11,7 @@
 #include "dcmtk/dcmimgle/didocu.h"
 
 #include <cstdint>
+#include <decoding/FrameDecoder.h>
 #include <new>
 #include <optional>
 
@@ -40,18 +41,6 @@ struct Rendering {
   std::unique_ptr<DicomImage> image;  ///< null when frames are taken from the decoder directly
   unsigned long frameSize = 0;        ///< bytes of a frame as it is delivered
 };
-
-/// Makes sure that there is a Planar Configuration: decoders and image classes ask for it. Returns
-/// whether samples stand plane by plane.
-bool completePlanarConfiguration(DcmItem& item) {
-  Uint16 configuration = 0;
-  if (item.findAndGetUint16(DCM_PlanarConfiguration, configuration).bad()) {
-    // Nothing depends on this at once; what cannot be decoded without it says so itself.
-    (void)item.putAndInsertUint16(DCM_PlanarConfiguration, 0);
-    return false;
-  }
-  return configuration != 0;
-}
 
 void announceRgb(SliceImage& slice) {
   slice.samplesPerPixel = 3;
@@ -232,7 +221,7 @@ bool findDestination(SliceImage& slice, const Task& task, const Rendering& rende
     return true;
   }
   if (task.target != nullptr) {
-    if (!fitsTarget(task, required, errorText)) {
+    if (!fitsTarget(task.targetSize, required, errorText)) {
       return false;
     }
     slice.data = static_cast<char*>(task.target);
@@ -252,26 +241,15 @@ bool renderFrame(const Rendering& rendering, unsigned long frame, char* destinat
 }
 
 /// Takes a frame from the decoder as it comes.
-bool decodeFrame(const Rendering& rendering, char* destination, std::string& errorText) {
-  // Deliberate: always the first frame of the dataset. This way is meant for single frames; with a
-  // range of frames every one of them is the first. Test: SliceDecodingColour
-  // .RangeOfDirectlyDecodedFramesRepeatsTheFirstFrameOfTheDataset
-  constexpr Uint32 kFirst = 0;
-  Uint32 startFragment = 0;
-  OFString colourModel;
+bool decodeDirectly(const Rendering& rendering, Uint32 frame, char* destination,
+                    std::string& errorText) {
   const auto frameSize = static_cast<Uint32>(rendering.frameSize);
-  CodecGuard guard(*rendering.decoderItem, *rendering.decoder);
-  if (!guard.frameIsSafe(kFirst, startFragment, frameSize)) {
-    errorText = frameRefused();
-    return false;
+  FrameDecoder decoder(*rendering.decoderItem, *rendering.decoder);
+  const OFCondition status = decoder.decode(frame, frameSize, destination, frameSize);
+  if (status.bad()) {
+    errorText = frameNotDecompressed(status);
   }
-  const OFCondition status = rendering.decoder->getUncompressedFrame(
-      rendering.decoderItem, kFirst, startFragment, destination, frameSize, colourModel, nullptr);
-  if (status.good()) {
-    return true;
-  }
-  errorText = frameNotDecompressed(status);
-  return false;
+  return status.good();
 }
 
 bool deliverFrames(SliceImage& slice, const Task& task, const Rendering& rendering,
@@ -291,7 +269,11 @@ bool deliverFrames(SliceImage& slice, const Task& task, const Rendering& renderi
       return false;
     }
     if (rendering.image == nullptr) {
-      if (!decodeFrame(rendering, start + position, errorText)) {
+      // Deliberate: always the first frame of the dataset. This way is meant for single frames; with
+      // a range of frames every one of them is the first. Zrg::decodeFrame takes them by number.
+      // Test: SliceDecodingColour.RangeOfDirectlyDecodedFramesRepeatsTheFirstFrameOfTheDataset
+      constexpr Uint32 kFirst = 0;
+      if (!decodeDirectly(rendering, kFirst, start + position, errorText)) {
         return false;
       }
     } else if (!renderFrame(rendering, static_cast<unsigned long>(frame), start + position)) {
@@ -303,6 +285,16 @@ bool deliverFrames(SliceImage& slice, const Task& task, const Rendering& renderi
 }
 
 }  // namespace
+
+bool completePlanarConfiguration(DcmItem& item) {
+  Uint16 configuration = 0;
+  if (item.findAndGetUint16(DCM_PlanarConfiguration, configuration).bad()) {
+    // Nothing depends on this at once; what cannot be decoded without it says so itself.
+    (void)item.putAndInsertUint16(DCM_PlanarConfiguration, 0);
+    return false;
+  }
+  return configuration != 0;
+}
 
 bool decodeColour(SliceImage& slice, const Task& task, std::string& errorText) {
   Rendering rendering;

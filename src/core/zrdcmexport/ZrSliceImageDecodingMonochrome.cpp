@@ -12,12 +12,12 @@
 #include <zrvolren/ZrDataAccess.h>
 
 #include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dcfcache.h"
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <decoding/FrameDecoder.h>
 #include <limits>
 
 namespace Zrg::Decoding {
@@ -122,7 +122,7 @@ bool findDestination(SliceImage& slice, const Task& task, char*& destination,
   const std::size_t required = requiredSize(slice, task.frames);
   if (task.target != nullptr) {
     destination = static_cast<char*>(task.target);
-    return fitsTarget(task, required, errorText);
+    return fitsTarget(task.targetSize, required, errorText);
   }
   std::shared_ptr<char> memory = allocateSamples(required, errorText);
   if (memory == nullptr) {
@@ -151,20 +151,13 @@ bool decodeFrames(const Task& task, Uint32 frameSize, char* destination, std::st
   const bool partial = task.pixelData.getUncompressedFrameSize(&task.item, storedSize).good() &&
                        storedSize < frameSize;
 
-  CodecGuard guard(task.item, task.pixelData);
-  Uint32 startFragment = 0;
-  OFString colourModel;
-  DcmFileCache cache;
+  FrameDecoder decoder(task.item, task.pixelData);
   for (int frame = task.frames.first; frame <= task.frames.last; ++frame) {
     char* const cells = scratch != nullptr ? scratch.get() : destination;
     if (partial) {
       std::memset(cells, 0, frameSize);
     }
-    const auto frameNumber = static_cast<Uint32>(frame);
-    if (!guard.frameIsSafe(frameNumber, startFragment, frameSize) ||
-        task.pixelData
-            .getUncompressedFrame(&task.item, frameNumber, startFragment, cells,
-                                  frameSize + frameSize % 2, colourModel, &cache)
+    if (decoder.decode(static_cast<Uint32>(frame), frameSize, cells, frameSize + frameSize % 2)
             .bad()) {
       errorText = kFrameNotDecompressed;
       return false;

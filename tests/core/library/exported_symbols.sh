@@ -16,7 +16,8 @@ if [ -n "$strangers" ]; then
   status=1
 fi
 
-for wanted in 'Zrg::SliceImage::process(' 'Zrg::SliceImage::setFrameOffset(' \
+for wanted in 'Zrg::decodeFrame(DcmItem&' 'Zrg::decodedBytes(' 'Zrg::describeImage(' \
+  'Zrg::numberOfFrames(' 'Zrg::readFrameFormat(' 'Zrg::SliceImage::process(' 'Zrg::SliceImage::setFrameOffset(' \
   'ExDicomUtilities::LUT::dcmDatasetRead(' 'ExDicomUtilities::extractSample_applyLUT_makeUnsigned(' \
   'Zrg::SliceImage::extractEmbeddedOverlay<unsigned short>(' \
   'Zrg::SliceImage::extractEmbeddedOverlay<unsigned char>(' 'Zrg::MultiFrameImage::process(' \

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// A frame that was decoded alone is shown as an image of its own: the decoders say whether they
+// succeeded, which DCMTK's image classes do not when they decode.
+#include "ColourFrame.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+#include "dcmtk/dcmimgle/dcmimage.h"
+
+#include <cstring>
+#include <new>
+
+namespace Zrg::Decoding {
+
+namespace {
+
+constexpr char kNotRendered[] = "DCMTK cannot render such a colour image: ";
+constexpr char kOddPair[] =
+    "pixels share their colour two by two, and the frame has an odd number of them";
+
+constexpr Uint16 kImageGroup = 0x0028;
+constexpr int kBitsPerSample = 8;
+constexpr int kInterleaved = 0;
+
+Uint16 numberOf(DcmItem& item, const DcmTagKey& key) {
+  Uint16 value = 0;
+  return item.findAndGetUint16(key, value).good() ? value : Uint16{0};
+}
+
+/// The attributes of an image, palettes among them, as those of an image of one frame.
+std::unique_ptr<DcmItem> imageAttributes(DcmItem& item) {
+  auto image = std::make_unique<DcmItem>();
+  for (unsigned long i = 0; i < item.card(); ++i) {
+    const DcmElement& element = *item.getElement(i);
+    if (element.getTag().getGroup() == kImageGroup && element.getTag() != DCM_NumberOfFrames) {
+      std::unique_ptr<DcmElement> copy(dynamic_cast<DcmElement*>(element.clone()));
+      if (copy != nullptr && image->insert(copy.get(), true).good()) {
+        (void)copy.release();  // the item owns it now
+      }
+    }
+  }
+  return image;
+}
+
+unsigned long long pixelsOf(DcmItem& item) {
+  return 1ULL * numberOf(item, DCM_Columns) * numberOf(item, DCM_Rows);
+}
+
+}  // namespace
+
+ColourFrame::ColourFrame(DcmItem& item, std::size_t frameBytes, unsigned int bytesPerSample)
+    : item_(imageAttributes(item)), cellsSize_(static_cast<Uint32>(frameBytes + frameBytes % 2)) {
+  auto element =
+      std::make_unique<DcmPixelData>(DcmTag(DCM_PixelData, bytesPerSample == 1 ? EVR_OB : EVR_OW));
+  OFCondition status;
+  if (bytesPerSample == 1) {
+    Uint8* bytes = nullptr;
+    status = element->createUint8Array(cellsSize_, bytes);
+    cells_ = bytes;
+  } else {
+    Uint16* words = nullptr;
+    status = element->createUint16Array(cellsSize_ / 2, words);
+    cells_ = words;
+  }
+  if (status.bad() || item_->insert(element.get(), true).bad()) {
+    throw std::bad_alloc();  // nothing else can be wrong with a new element
+  }
+  (void)element.release();  // the item owns it now
+}
+
+ColourFrame::~ColourFrame() = default;
+
+bool ColourFrame::isInterleavedRgb(const std::string& colourModel) const {
+  return colourModel == "RGB" && numberOf(*item_, DCM_SamplesPerPixel) == 3 &&
+         numberOf(*item_, DCM_BitsAllocated) == kBitsPerSample &&
+         numberOf(*item_, DCM_BitsStored) == kBitsPerSample &&
+         numberOf(*item_, DCM_PlanarConfiguration) == kInterleaved;
+}
+
+bool ColourFrame::render(const std::string& colourModel, char* target, std::string& errorText) {
+  if (isInterleavedRgb(colourModel)) {
+    std::memcpy(target, cells_, 3 * pixelsOf(*item_));
+    return true;
+  }
+  // DCMTK leaves a pixel without its partner as it comes from the heap.
+  if (colourModel.find("_422") != std::string::npos && pixelsOf(*item_) % 2 != 0) {
+    errorText = std::string(kNotRendered) + kOddPair;
+    return false;
+  }
+  if (item_->putAndInsertString(DCM_PhotometricInterpretation, colourModel.c_str()).bad()) {
+    throw std::bad_alloc();  // a text that DCMTK gave itself
+  }
+  return renderImage(target, errorText);
+}
+
+bool ColourFrame::renderImage(char* target, std::string& errorText) {
+  DicomImage image(item_.get(), EXS_LittleEndianExplicit);
+  (void)image.hideAllOverlays(0);  // 0 says that there are none
+  const unsigned long size = image.getOutputDataSize(kBitsPerSample);
+  if (image.getStatus() != EIS_Normal || size != 3 * pixelsOf(*item_) ||
+      image.getOutputData(target, size, kBitsPerSample, 0, kInterleaved) == 0) {
+    errorText = kNotRendered + std::string(DicomImage::getString(image.getStatus()));
+    return false;
+  }
+  return true;
+}
+
+}  // namespace Zrg::Decoding

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctypes.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+class DcmItem;
+
+namespace Zrg::Decoding {
+
+/// One decompressed frame of a colour image, with the attributes that tell how its cells are meant.
+class ColourFrame {
+public:
+  /// Takes over the Image Pixel attributes and palettes of an item, and room for the cells.
+  /// @throws std::bad_alloc
+  ColourFrame(DcmItem& item, std::size_t frameBytes, unsigned int bytesPerSample);
+  ~ColourFrame();
+  ColourFrame(const ColourFrame&) = delete;
+  ColourFrame& operator=(const ColourFrame&) = delete;
+
+  /// Where the frame is to be decoded to; null when DCMTK has no memory for it.
+  [[nodiscard]] void* cells() const { return cells_; }
+  /// Bytes there: even.
+  [[nodiscard]] Uint32 cellsSize() const { return cellsSize_; }
+
+  /// Renders the cells as interleaved RGB with 8 bits a sample.
+  ///
+  /// @param colourModel photometric interpretation that the decoder left the cells in.
+  /// @param target      receives rows x columns x 3 bytes.
+  /// @return false, with the message set, when DCMTK cannot show such a frame.
+  [[nodiscard]] bool render(const std::string& colourModel, char* target, std::string& errorText);
+
+private:
+  [[nodiscard]] bool isInterleavedRgb(const std::string& colourModel) const;
+  [[nodiscard]] bool renderImage(char* target, std::string& errorText);
+
+  std::unique_ptr<DcmItem> item_;
+  void* cells_ = nullptr;
+  Uint32 cellsSize_ = 0;
+};
+
+}  // namespace Zrg::Decoding

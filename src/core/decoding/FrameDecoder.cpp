@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "FrameDecoder.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+namespace Zrg::Decoding {
+
+FrameDecoder::FrameDecoder(DcmItem& item, DcmPixelData& pixelData)
+    : item_(item), pixelData_(pixelData), guard_(item, pixelData) {}
+
+void FrameDecoder::beginAt(Uint32 frame, Uint32 fragment) {
+  next_ = frame;
+  nextFragment_ = fragment;
+}
+
+OFCondition FrameDecoder::decode(Uint32 frame, Uint32 frameSize, void* cells, Uint32 cellsSize) {
+  // A start fragment other than 0 is trusted by DCMTK: a stale one would give another frame.
+  Uint32 fragment = frame == next_ ? nextFragment_ : 0;
+  if (!guard_.frameIsSafe(frame, fragment, frameSize)) {
+    return EC_CannotChangeRepresentation;
+  }
+  const OFCondition status = pixelData_.getUncompressedFrame(&item_, frame, fragment, cells,
+                                                             cellsSize, colourModel_, &cache_);
+  beginAt(frame + 1, status.good() ? fragment : 0);
+  return status;
+}
+
+}  // namespace Zrg::Decoding

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <zrdcmexport/ZrSliceImage.h>
+#include <zrdcmexport/ZrdcmexportApi.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+class DcmItem;
+
+/// Single frames of an image, by their number in the dataset.
+///
+/// SliceImage::process is made for whole images: of a range of compressed colour frames it delivers
+/// the first frame of the dataset for each, and it counts frames in 16 bits. The functions here take
+/// a frame by its number, decode that one and nothing else, and count in full.
+namespace Zrg {
+
+/// What decodeFrame() delivers of every frame of an image.
+struct FrameFormat {
+  std::uint64_t frames = 0;           ///< as numberOfFrames() says
+  std::uint32_t columns = 0;          ///< pixels of a row
+  std::uint32_t rows = 0;             ///< rows of a frame
+  std::uint32_t samplesPerPixel = 0;  ///< 1, or 3 for interleaved RGB
+  std::uint32_t bytesPerSample = 0;   ///< 1, 2 or 4 as Bits Allocated says; 1 for RGB
+  bool monochrome = false;            ///< MONOCHROME1 or MONOCHROME2; everything else becomes RGB
+
+  /// Bytes of one frame: rows x columns x samples per pixel x bytes per sample, without padding.
+  [[nodiscard]] std::uint64_t frameBytes() const {
+    return std::uint64_t{columns} * rows * samplesPerPixel * bytesPerSample;  // below 2^36
+  }
+};
+
+/// Number of Frames as the item has it, in full; 1 when it is missing, empty, 0 or no number. How many
+/// frames the pixel data really holds is not looked at. The item is only read.
+/// @see PS3.3 C.7.6.6.1.1 (Number of Frames)
+[[nodiscard]] ZRDCMEXPORT_API std::uint64_t numberOfFrames(DcmItem& item);
+
+/// Reads what decodeFrame() would deliver, without decoding. The item is only read.
+///
+/// @param errorText what is missing, or which kind of samples is not decoded; empty after success.
+/// @return false, `format` unchanged, for an item without image attributes or pixel data, and for
+///         samples that are not whole bytes (1 bit a pixel, 12 bits allocated).
+/// @see PS3.3 C.7.6.3 (Image Pixel Module)
+[[nodiscard]] ZRDCMEXPORT_API bool readFrameFormat(DcmItem& item, FrameFormat& format,
+                                                   std::string& errorText);
+
+/// Fills the record of an image with what its attributes say, as SliceImage::process does, without
+/// decoding a sample: extent (with all frames), samples per pixel and bytes per sample as
+/// decodeFrame() delivers them, lossy flag, rescale, window and spacing. `valid` becomes false; memory
+/// and overlays of the record stay as they are. The item is only read.
+///
+/// @return false, the record unchanged, for the items that readFrameFormat() refuses.
+[[nodiscard]] ZRDCMEXPORT_API bool describeImage(DcmItem& item, SliceImage& image,
+                                                 std::string& errorText);
+
+/// Memory, in bytes, that decoding the frames `first` to `last` takes at its peak; to be compared with
+/// a limit before anything is decoded. It counts, by the attributes alone:
+///
+/// - monochrome: the cells of these frames, Bits Allocated in whole bytes (two bytes where more than 8
+///   bits are stored). That is what decodeFrame() delivers and what SliceImage::process takes,
+///   whether it decodes in place or a range;
+/// - colour: these frames as interleaved 8-bit RGB, and for the one frame that is being rendered its
+///   cells, a copy of them, and three planes of rendered samples as wide as the cells, two bytes at
+///   least for a palette. SliceImage::process holds that for all its frames at once: ask for it with
+///   the frames one by one.
+///
+/// It does not count the compressed data, which is no larger than the file, nor what the caller does
+/// with the samples.
+///
+/// @param first,last 0-based; they need not be there, so that a claim can be judged.
+/// @return the largest number when the sum does not fit; nothing when the item does not say how large
+///         its frames are, or `last` is below `first`. The item is only read.
+[[nodiscard]] ZRDCMEXPORT_API std::optional<std::uint64_t> decodedBytes(DcmItem& item,
+                                                                        std::uint64_t first,
+                                                                        std::uint64_t last);
+
+/// Decodes one frame into memory of the caller, whatever its photometric interpretation and transfer
+/// syntax. No other frame is decoded, and none stays decoded in the dataset: native frames are read
+/// from the file alone, of compressed ones nothing but the fragments of this frame is looked at.
+///
+/// Monochrome samples come as they are stored: cells of `bytesPerSample` bytes in the byte order of the
+/// machine, with whatever stands beside the stored bits, signed when Pixel Representation says so.
+/// ExDicomUtilities::extractSample_applyLUT_makeUnsigned makes of them what SliceImage::process
+/// delivers. A compressed stream of at most 8 bits is widened to cells of 16 bits. Everything else comes
+/// as interleaved RGB with 8 bits a sample.
+///
+/// Frames in several fragments are found by the offset table, else by the start of image in each
+/// fragment; where neither tells, the function fails rather than guess.
+///
+/// @param item       the dataset, or an item with pixel data of its own. Afterwards it has a Planar
+///                   Configuration (0) when it lacked one and has several samples a pixel.
+/// @param frame      0-based number of the frame.
+/// @param target     receives frameBytes() of readFrameFormat(); owned by the caller.
+/// @param targetSize bytes of `target`.
+/// @param errorText  one line that says why, after failure; empty after success.
+/// @return false when there is no such frame, when it does not decode as a whole, or when memory runs
+///         out ("out of memory"). The target may then hold anything.
+/// @see PS3.5 A.4 (encapsulated pixel data), PS3.3 C.7.6.3.1.2 (Photometric Interpretation)
+[[nodiscard]] ZRDCMEXPORT_API bool decodeFrame(DcmItem& item, std::uint64_t frame, void* target,
+                                               std::uint64_t targetSize, std::string& errorText);
+
+}  // namespace Zrg
