@@ -53,6 +53,15 @@ TEST(DecodingGuide, DecodesARangeIntoTheCallersMemory) {
   EXPECT_THAT(samplesAt(memory.data(), 4), ElementsAre(3, 4, 5, 6));
 }
 
+TEST(DecodingGuide, TakesAFrameByItsNumber) {
+  const auto dataset = support::rgbImage(1, 1).frames(2).samples({1, 2, 3, 4, 5, 6}).build();
+  std::string error;
+
+  EXPECT_THAT(decoding_guide::frameByNumber(*dataset, 1, error), ElementsAre(4, 5, 6));
+  EXPECT_THAT(decoding_guide::frameByNumber(*dataset, 2, error), IsEmpty());
+  EXPECT_EQ(error, "There is no frame 2: Number of Frames is 2");
+}
+
 TEST(DecodingGuide, NamesBothSizesOfATargetThatIsTooSmall) {
   const auto dataset = monochromeImage(2, 1).frames(3).build();
   std::vector<char> memory(7);
@@ -292,6 +301,9 @@ TEST(EmbeddingGuide, KnowsTheSizeOfTheTarget) {
   EXPECT_EQ(embedding_guide::targetSize(*grey, 4), 48U);
   EXPECT_EQ(embedding_guide::targetSize(*palette, 1), 18U);
   EXPECT_EQ(embedding_guide::targetSize(*support::DatasetBuilder().build(), 1), 0U);
+  EXPECT_TRUE(embedding_guide::fitsInto(48, *grey));
+  EXPECT_FALSE(embedding_guide::fitsInto(47, *grey));
+  EXPECT_FALSE(embedding_guide::fitsInto(1000, *support::DatasetBuilder().build()));
   for (const auto& dataset : {grey.get(), palette.get()}) {
     std::vector<char> memory(embedding_guide::targetSize(*dataset, 1));
     Zrg::SliceImage slice;

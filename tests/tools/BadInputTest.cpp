@@ -271,9 +271,9 @@ INSTANTIATE_TEST_SUITE_P(
                    [] { return support::monochromeImage(2, 2).withUint16(DCM_Rows, 0).build(); },
                    EXS_LittleEndianExplicit, "has an image without pixels"},
         EmptyImage{"NoRowsOfColour", colourWithoutRows, EXS_LittleEndianExplicit,
-                   "Uncompressed data has size 0"},
+                   "has an image without pixels"},
         EmptyImage{"NoRowsOfCompressedColour", compressedColourWithoutRows, EXS_RLELossless,
-                   "Uncompressed data has size 0"},
+                   "has an image without pixels"},
         EmptyImage{"NoPixelDataOfColour", colourWithoutPixelData, EXS_LittleEndianExplicit,
                    "File contains no pixel data"}),
     support::nameOf<EmptyImage>);

@@ -183,8 +183,8 @@ TEST_F(ZrdcmDecode, PutsTheColourAxisOfNrrdFirst) {
   EXPECT_EQ(hex(bytes.substr(bytes.find("\n\n") + 2)), "01 02 03 04 05 06");
 }
 
-// A High Bit above the stored bits is taken as the uppermost of them: of 0x31 the low half counts.
-TEST_F(ZrdcmDecode, AppliesAWiderTableToTheStoredBitsWhateverHighBitSays) {
+// Of 0x31 the upper half counts: High Bit says so.
+TEST_F(ZrdcmDecode, AppliesAWiderTableToTheStoredBitsWhereverTheyStand) {
   const auto image =
       support::monochromeImage(2, 1)
           .unsigned8()
@@ -195,7 +195,7 @@ TEST_F(ZrdcmDecode, AppliesAWiderTableToTheStoredBitsWhateverHighBitSays) {
                                                  .withUint16s(DCM_LUTDescriptor, {4, 0, 16})
                                                  .withWords(DCM_LUTData, {0, 1000, 2000, 3000}));
 
-  EXPECT_EQ(hex(decode(*image.build(), ".raw")), "00 00 e8 03");
+  EXPECT_EQ(hex(decode(*image.build(), ".raw")), "e8 03 b8 0b");
 }
 
 struct WidthMismatch {

@@ -132,6 +132,26 @@ TEST_F(MemoryLimit, CountsOnlyTheFramesThatAreWanted) {
   EXPECT_EQ(std::filesystem::file_size(inFolder("one.raw")), 512U * 512U * 2U);
 }
 
+// 9,000,000 indices become 27,000,000 bytes of RGB; while they are rendered there are the indices twice and
+// three planes of two bytes as well.
+TEST_F(MemoryLimit, NamesTheSizesOfAPalette) {
+  const std::string file = inFolder("palette.dcm");
+  support::saveFile(*support::paletteImage(3000, 3000).samples(std::vector<int>(9000000)).build(),
+                    file);
+
+  for (const char* limit : {"8", "10", "20", "30", "60", "94"}) {
+    const Outcome run = runZrdcm(
+        {"--max-memory", std::string(limit) + "M", "decode", file, "-o", inFolder("out.raw")});
+    expectRefused(run, file,
+                  ("takes 25 MiB once it is decoded and 94 MiB while it is; --max-memory allows " +
+                   std::string(limit) + " MiB")
+                      .c_str());
+  }
+  const Outcome enough =
+      runZrdcm({"--max-memory", "95M", "decode", file, "-o", inFolder("out.raw")});
+  EXPECT_EQ(enough.status, 0) << enough.errors;
+}
+
 // The attributes say nothing of what a deflated file swells to.
 TEST_F(MemoryLimit, HoldsForWhatNoAttributeTells) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Which road a set of frames takes through the slice decoder.
 //
-//   all frames        the decoder's road for whole pixel data
-//   monochrome range  its road for frame ranges: nothing but these frames is decoded
-//   colour range      the same, unless the pixel data is encapsulated: there the decoder may take
-//                     its direct road, which is made for single-frame objects and hands out the
-//                     first frame for every frame. Those files are decoded whole, and the frames
-//                     asked for picked.
-//   with overlays     whole as well: overlay bits are looked up by the frame's number in the file
+//   all frames        the decoder's road for whole pixel data: they stay where they are decoded
+//   a range           its road for frame ranges: nothing but these frames is decoded
+//   with overlays     whole: overlay bits are looked up by the frame's number in the file
+//
+// and which frames are asked for one by one, by their numbers:
+//
+//   colour            the slice decoder renders all frames at once, which takes their size several
+//                     times over, or gives the first frame for each
+//   narrow streams    compressed data of at most 8 bits in cells of 16, which it takes for incomplete
+//   65,536 and more   it counts frames in 16 bits
 #include "DecodedImage.h"
 
+#include "CellConversion.h"
 #include "Failure.h"
-#include "ModalityTable.h"
 
 #include <zrdcmexport/ZrNumbers.h>
 
@@ -26,6 +29,8 @@ namespace zrdcm {
 
 namespace {
 
+constexpr std::size_t kMostCountedFrames = 65535;  // by the slice decoder, in 16 bits
+
 FrameRange framesWanted(const DecodeRequest& request, std::size_t available) {
   if (!request.frames) {
     return {0, available - 1};
@@ -38,11 +43,63 @@ FrameRange framesWanted(const DecodeRequest& request, std::size_t available) {
   return *request.frames;
 }
 
-bool rangeRoadIsExact(const DecodedImage& image, const DecodeRequest& request) {
-  if (image.monochrome) {
-    return !request.overlays;
+// Pixels of one bit come out of the slice decoder as they are packed.
+void refusePackedPixels(DcmItem& item) {
+  Uint16 bits = 0;
+  if (item.findAndGetUint16(DCM_BitsAllocated, bits).good() && bits == 1) {
+    throw Failure("has pixels of one bit, packed eight to a byte: such images are not decoded");
   }
-  return !DcmXfer(image.file->transferSyntax()).isEncapsulated();
+}
+
+bool mayBeNarrowStream(const DicomFile& file) {
+  Uint16 allocated = 0;
+  Uint16 stored = 0;
+  return DcmXfer(file.transferSyntax()).isEncapsulated() &&
+         file.dataset().findAndGetUint16(DCM_BitsAllocated, allocated).good() && allocated == 16 &&
+         file.dataset().findAndGetUint16(DCM_BitsStored, stored).good() && stored <= 8;
+}
+
+void requirePixels(const Zrg::SliceImage& slice) {
+  if (slice.extent.x == 0 || slice.extent.y == 0) {
+    throw Failure("has an image without pixels");
+  }
+}
+
+bool decodesWhole(DecodedImage& image) {
+  std::string unused;
+  image.slice.buffer.reset();  // colour would be rendered into it
+  return image.slice.process(image.file->dataset(), unused, -1, -1, nullptr, 0);
+}
+
+void decodeOneByOne(DecodedImage& image, const DecodeRequest& request, std::size_t available,
+                    const MemoryBudget& memory) {
+  DcmItem& item = image.file->dataset();
+  memory.requireFor(item, image.frames.first, image.frames.last);
+  const Zrg::FrameFormat format = describeFrames(image);
+  if (format.bytesPerSample > 2) {
+    throw Failure("has samples of 32 bits, which are not decoded");
+  }
+  const std::size_t size = image.frames.count() * format.frameBytes();
+  image.slice.buffer.reset(new char[size], std::default_delete<char[]>());
+  char* target = image.slice.buffer.get();
+  for (std::size_t frame = image.frames.first; frame <= image.frames.last; ++frame) {
+    try {
+      decodeFrame(item, frame, {target, format.frameBytes()}, available > 1);
+    } catch (const Failure&) {
+      // The only frame may stand in fragments that are no frame of their own.
+      if (available > 1 || !decodesWhole(image)) {
+        throw;
+      }
+      return;
+    }
+    target += format.frameBytes();
+  }
+  image.firstHeldFrame = static_cast<int>(image.frames.first);
+  if (image.monochrome && request.overlays) {
+    image.slice.data = image.slice.buffer.get();
+    image.slice.extractEmbeddedOverlays(item, image.firstHeldFrame,
+                                        static_cast<int>(image.frames.last));
+  }
 }
 
 void decodeInto(DecodedImage& image, bool wholeFile, const MemoryBudget& memory) {
@@ -86,18 +143,40 @@ SampleArray framesOf(const DecodedImage& image, bool stored) {
   return array;
 }
 
-void convertThrough(const ModalityTable& table, DecodedImage& image) {
+void convertThrough(const CellConversion& conversion, DecodedImage& image) {
   const KtVec3l extent{image.slice.extent.x, image.slice.extent.y,
                        static_cast<long long>(image.samples.frames)};
   // The wrapper wants memory it may write to, and only reads this.
   auto* samples = const_cast<unsigned char*>(image.samples.bytes);
-  image.converted =
-      table.convert(reinterpret_cast<char*>(samples), extent, image.slice.bytesPerSample);
+  const CellConversion::Converted converted =
+      conversion.convert(reinterpret_cast<char*>(samples), extent, image.slice.bytesPerSample);
+  image.converted = converted.samples;
+  image.slice.sampleOffset = static_cast<float>(converted.offset);
   image.samples.bytes = static_cast<const unsigned char*>(image.converted->dataPtr(0));
-  image.samples.type = SampleType::kU16;
+  image.samples.type =
+      image.converted->primType() == KtPrimType::U8 ? SampleType::kU8 : SampleType::kU16;
 }
 
 }  // namespace
+
+Zrg::FrameFormat describeFrames(DecodedImage& image) {
+  std::string error;
+  Zrg::FrameFormat format;
+  DcmItem& item = image.file->dataset();
+  if (!Zrg::readFrameFormat(item, format, error) || !Zrg::describeImage(item, image.slice, error)) {
+    throw Failure(error);
+  }
+  requirePixels(image.slice);
+  image.slice.extent.z = static_cast<long long>(image.frames.count());
+  return format;
+}
+
+void decodeFrame(DcmItem& item, std::size_t number, FrameTarget target, bool named) {
+  std::string error;
+  if (!Zrg::decodeFrame(item, number, target.memory, target.size, error)) {
+    throw Failure(named ? "frame " + std::to_string(number) + ": " + error : error);
+  }
+}
 
 DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest& request,
                          const MemoryBudget& memory) {
@@ -112,20 +191,25 @@ DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& r
   const std::string photometric = photometricInterpretation(*image.file);
   image.monochrome = isMonochrome(photometric);
   image.darkIsHigh = photometric == "MONOCHROME1";
-  const std::size_t available = frameCount(image.file->dataset());
+  const std::size_t available = Zrg::numberOfFrames(image.file->dataset());
   image.frames = framesWanted(request, available);
-  const ModalityTable table(image.file->dataset());
-  const bool throughTable = image.monochrome && !request.stored && table.differsInWidth();
-  image.slice.convertSamples = !request.stored && !throughTable;
+  refusePackedPixels(image.file->dataset());
+  const CellConversion conversion(image.file->dataset());
+  const bool oneByOne =
+      !image.monochrome || available > kMostCountedFrames || mayBeNarrowStream(*image.file);
+  const bool convertHere =
+      image.monochrome && !request.stored && (oneByOne || conversion.isNeeded());
+  image.slice.convertSamples = !request.stored && !convertHere;
 
-  const bool wholeFile = image.frames.count() == available || !rangeRoadIsExact(image, request);
-  decodeInto(image, wholeFile, memory);
-  if (image.slice.extent.x == 0 || image.slice.extent.y == 0) {
-    throw Failure("has an image without pixels");
+  if (oneByOne) {
+    decodeOneByOne(image, request, available, memory);
+  } else {
+    decodeInto(image, image.frames.count() == available || request.overlays, memory);
   }
+  requirePixels(image.slice);
   image.samples = framesOf(image, request.stored);
-  if (throughTable) {
-    convertThrough(table, image);
+  if (convertHere) {
+    convertThrough(conversion, image);
   }
   return image;
 }

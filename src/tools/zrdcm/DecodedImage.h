@@ -7,9 +7,11 @@
 #include "SampleArray.h"
 
 #include <ktlib/KtHandle.h>
+#include <zrdcmexport/ZrFrames.h>
 #include <zrdcmexport/ZrSliceImage.h>
 #include <zrvolren/ZrDataAccess.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -37,8 +39,8 @@ struct DecodedImage {
 
 /// Decodes the frames asked for, colour or not, however they are stored.
 ///
-/// Monochrome samples come out unsigned, with the modality LUT applied, or with `stored` as their
-/// bytes are (then the sample type is signed when Pixel Representation says so); colour comes out
+/// Monochrome samples come out unsigned, the stored bits alone wherever they stand in the cell, with the
+/// modality LUT applied; or with `stored` as their bytes are (then the sample type is signed when Pixel Representation says so); colour comes out
 /// as 8-bit RGB.
 /// @throws Failure when the file cannot be read or decoded, has no such frames, or takes more
 ///         memory than there may be.
@@ -48,5 +50,21 @@ DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest&
 /// The same for a file that was opened and not decoded yet.
 DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& request,
                          const MemoryBudget& memory);
+
+/// What decodeFrame() of the library will deliver of the frames of an image that is not decoded yet; the
+/// record of the image is filled from its attributes.
+/// @throws Failure when they do not make an image that can be decoded.
+Zrg::FrameFormat describeFrames(DecodedImage& image);
+
+/// Where a frame goes.
+struct FrameTarget {
+  void* memory;
+  std::uint64_t size;  ///< in bytes
+};
+
+/// Decodes one frame by its number; cells of monochrome samples come as they are stored.
+/// @param named whether the reason of a failure begins with the number of the frame
+/// @throws Failure when it does not decode
+void decodeFrame(DcmItem& item, std::size_t number, FrameTarget target, bool named);
 
 }  // namespace zrdcm

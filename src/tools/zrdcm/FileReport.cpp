@@ -3,9 +3,9 @@
 // finds the pixel data decompressed and does not decode it again.
 #include "FileReport.h"
 
+#include "CellConversion.h"
 #include "DicomFile.h"
 #include "Failure.h"
-#include "ModalityTable.h"
 #include "Numbers.h"
 #include "Splitting.h"
 
@@ -115,7 +115,7 @@ void addImage(Json& report, const DicomFile& file, const MemoryBudget& memory) {
     memory.requireFor(file.dataset(), 0, 0);
   }
   Zrg::SliceImage slice;
-  slice.convertSamples = !ModalityTable(file.dataset()).differsInWidth();
+  slice.convertSamples = !CellConversion(file.dataset()).tableDiffersInWidth();
   std::string error;
   if (!slice.process(file.dataset(), error, whole ? -1 : 0, whole ? -1 : 0, nullptr, 0)) {
     throw Failure(error);

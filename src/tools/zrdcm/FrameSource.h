@@ -4,9 +4,6 @@
 #include "DecodedImage.h"
 #include "SampleArray.h"
 
-#include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dcpixseq.h"
-
 #include <cstddef>
 #include <memory>
 #include <vector>
@@ -44,13 +41,9 @@ protected:
 
 private:
   void openColour(std::unique_ptr<DicomFile> file, std::size_t frames);
-  void findFragments();
-  void decodeColour(std::size_t index);
-  std::unique_ptr<DcmItem> itemOfFrame(std::size_t index) const;
 
   MemoryBudget memory_;
   bool oneByOne_ = false;
-  DcmPixelSequence* fragments_ = nullptr;  ///< owned by the dataset; null when it is native
   std::vector<unsigned char> colourFrame_;
 };
 

@@ -5,9 +5,7 @@
 
 #include "Failure.h"
 
-#include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dcdeftag.h"
-#include "dcmtk/dcmdata/dcitem.h"
+#include <zrdcmexport/ZrFrames.h>
 
 #include <algorithm>
 #include <cctype>
@@ -30,34 +28,19 @@ std::uint64_t times(std::uint64_t a, std::uint64_t b) {
   return b != 0 && a > kBeyondCounting / b ? kBeyondCounting : a * b;
 }
 
-std::uint64_t number(DcmItem& item, const DcmTagKey& key) {
-  Uint16 value = 0;
-  return item.findAndGetUint16(key, value).good() ? value : 0;  // decoding says what is missing
-}
-
-// All of them: DCMTK sizes its memory by the number as it stands in the file.
-std::uint64_t framesClaimed(DcmItem& item) {
-  Sint32 frames = 0;
-  (void)item.findAndGetSint32(DCM_NumberOfFrames, frames);  // 0 when it is missing
-  return static_cast<std::uint64_t>(std::max<Sint32>(frames, 1));
-}
-
 std::string sizeText(std::uint64_t bytes) {
   constexpr std::uint64_t kMiB = std::uint64_t{1} << 20U;
   return bytes < kMiB ? std::to_string(bytes) + " bytes" : std::to_string(bytes / kMiB) + " MiB";
 }
 
-void require(std::uint64_t bytes, const MemoryBudget& budget) {
-  if (bytes > budget.bytes) {
-    throw Failure("takes " + sizeText(bytes) + " once it is decoded; --max-memory allows " +
-                  sizeText(budget.bytes));
-  }
-}
-
-std::uint64_t decodedBytes(DcmItem& item, std::uint64_t frames) {
-  const std::uint64_t sampleBytes = (number(item, DCM_BitsAllocated) + 7) / 8;
-  const std::uint64_t pixels = number(item, DCM_Rows) * number(item, DCM_Columns);
-  return times(times(times(pixels, number(item, DCM_SamplesPerPixel)), sampleBytes), frames);
+// What the frames take for good. The most that decoding takes at a time is more for colour, which is
+// rendered.
+std::uint64_t deliveredBytes(DcmItem& item, std::uint64_t frames, std::uint64_t peak) {
+  Zrg::FrameFormat format;
+  std::string unused;  // decoding says what is missing
+  return Zrg::readFrameFormat(item, format, unused) && !format.monochrome
+             ? times(format.frameBytes(), frames)
+             : peak;
 }
 
 // Sanitizers reserve terabytes of address space for themselves.
@@ -109,11 +92,19 @@ void limitAddressSpace(const MemoryBudget& budget) {
 }
 
 void MemoryBudget::requireFor(DcmItem& item) const {
-  require(decodedBytes(item, framesClaimed(item)), *this);
+  requireFor(item, 0, Zrg::numberOfFrames(item) - 1);
 }
 
-void MemoryBudget::requireFor(DcmItem& item, std::size_t first, std::size_t last) const {
-  require(decodedBytes(item, last - first + 1), *this);
+void MemoryBudget::requireFor(DcmItem& item, std::uint64_t first, std::uint64_t last) const {
+  const std::optional<std::uint64_t> peak = Zrg::decodedBytes(item, first, last);
+  if (!peak || *peak <= bytes) {
+    return;  // of an image without a size decoding says what is missing
+  }
+  const std::uint64_t delivered = deliveredBytes(item, last - first + 1, *peak);
+  const std::string meanwhile =
+      delivered == *peak ? "" : " and " + sizeText(*peak) + " while it is";
+  throw Failure("takes " + sizeText(delivered) + " once it is decoded" + meanwhile +
+                "; --max-memory allows " + sizeText(bytes));
 }
 
 }  // namespace zrdcm

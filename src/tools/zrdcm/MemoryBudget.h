@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,10 +14,12 @@ namespace zrdcm {
 struct MemoryBudget {
   std::uint64_t bytes = std::uint64_t{4} << 30U;
 
-  /// @throws Failure when decoding all frames that Number of Frames claims takes more
+  /// Refuses what takes more, as Zrg::decodedBytes reckons it.
+  /// @throws Failure when decoding all frames that Number of Frames claims takes more than `bytes`;
+  ///         it names both sizes
   void requireFor(DcmItem& item) const;
   /// The same for the frames `first` to `last`, 0-based.
-  void requireFor(DcmItem& item, std::size_t first, std::size_t last) const;
+  void requireFor(DcmItem& item, std::uint64_t first, std::uint64_t last) const;
 };
 
 /// A number of bytes such as "4096", "512M" or "16GiB" (factors of 1024); nothing when it is none.

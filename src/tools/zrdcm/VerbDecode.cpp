@@ -40,7 +40,7 @@ constexpr const char* kFooter = R"(The ending of OUT decides what is written:
   .raw   the samples alone: frames in order, row by row, little endian, colour interleaved
   .png   a picture of 8 bits; several frames go to OUT-000.png, OUT-001.png, ... by frame number
 Monochrome samples are unsigned (signed ones are shifted by 128 or 32768) and have the modality LUT
-applied; with --stored they stay as they are in the file, 16 bits going to 16-bit PNG. Colour is
+applied; bits stored at the top of the sample are moved down. With --stored they stay as they are in the file, 16 bits going to 16-bit PNG. Colour is
 8-bit RGB always. Pictures are shown through --window, else through the window of the file, else
 over the range of the values that occur; MONOCHROME1 is turned round so that it looks right.
 

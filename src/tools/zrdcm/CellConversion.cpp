@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The one conversion that the slice decoder leaves out, done with the library's own transform.
-#include "ModalityTable.h"
+// The conversions that the slice decoder leaves out, done with the library's own transform.
+#include "CellConversion.h"
 
 #include "DicomFile.h"
 
@@ -36,42 +36,42 @@ void widen(ExDicomUtilities::LUT& table) {
 
 }  // namespace
 
-ModalityTable::ModalityTable(DcmItem& item) {
-  ExDicomUtilities::LUT::dcmDatasetRead(table_, item, false);
+CellConversion::CellConversion(DcmItem& item) {
   const unsigned bitsAllocated = numberOf(item, DCM_BitsAllocated, 0);
-  if (table_.entries.isNull() || !table_.entries->hasData() || bitsAllocated > 16) {
-    return;
+  if (bitsAllocated == 0 || bitsAllocated > 16) {
+    return;  // samples that the transform does not know
   }
   const unsigned bytesPerSample = (bitsAllocated + 7) / 8;
-  differs_ = table_.entries->primType().primTypeSize() != bytesPerSample;
-  if (differs_ && table_.entries->primType() == KtPrimType::U8) {
-    widen(table_);
+  ExDicomUtilities::LUT::dcmDatasetRead(table_, item, false);
+  if (table_.entries.isNotNull() && table_.entries->hasData()) {
+    tableDiffersInWidth_ = table_.entries->primType().primTypeSize() != bytesPerSample;
+    if (tableDiffersInWidth_ && table_.entries->primType() == KtPrimType::U8) {
+      widen(table_);
+    }
   }
   signed_ = numberOf(item, DCM_PixelRepresentation, 0) == 1;
   bitsStored_ = std::min(numberOf(item, DCM_BitsStored, 0), 8 * bytesPerSample);
-  highBit_ = numberOf(item, DCM_HighBit, 8 * bytesPerSample - 1);
-  if (highBit_ >= bitsStored_ && bitsStored_ > 0 && item.tagExists(DCM_HighBit)) {
-    highBit_ = bitsStored_ - 1;
-  }
+  highBit_ = std::min(numberOf(item, DCM_HighBit, 8 * bytesPerSample - 1), 8 * bytesPerSample - 1);
+  // Without a High Bit nothing says that the bits stand anywhere but where they should.
+  leftAligned_ = bitsStored_ > 0 && highBit_ >= bitsStored_ && !textOf(item, DCM_HighBit).empty();
 }
 
-KtHandle<ZrDataAccess> ModalityTable::convert(char* samples, const KtVec3l& extent,
-                                              unsigned bytesPerSample) const {
+CellConversion::Converted CellConversion::convert(char* samples, const KtVec3l& extent,
+                                                  unsigned bytesPerSample) const {
   const KtPrimType narrow = signed_ ? KtPrimType::S8 : KtPrimType::U8;
   const KtPrimType wide = signed_ ? KtPrimType::S16 : KtPrimType::U16;
   const long long pixelBytes = bytesPerSample;
   const KtVec3l strides{pixelBytes, pixelBytes * extent.x, pixelBytes * extent.x * extent.y};
   const KtHandle<ZrDataAccess> source(new ZrDataAccess(
       extent, strides, samples, bytesPerSample == 1 ? narrow : wide, 1, KtAllocator(0)));
-  KtHandle<ZrDataAccess> target;
-  int offset = 0;
-  const KtResult converted = ExDicomUtilities::extractSample_applyLUT_makeUnsigned(
-      source, target, offset, table_, false, bitsStored_, highBit_);
+  Converted converted;
+  const KtResult result = ExDicomUtilities::extractSample_applyLUT_makeUnsigned(
+      source, converted.samples, converted.offset, table_, false, bitsStored_, highBit_);
   // Samples and tables that it refuses are none that the constructor takes: only memory can be missing.
-  if (converted.isBad() || target.isNull() || !target->hasData()) {
+  if (result.isBad() || converted.samples.isNull() || !converted.samples->hasData()) {
     throw std::bad_alloc();
   }
-  return target;
+  return converted;
 }
 
 }  // namespace zrdcm
