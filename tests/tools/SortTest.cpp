@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // zrdcm sort: the order of a series, what decides it, copies in that order.
+#include "support/Compression.h"
 #include "support/DatasetBuilder.h"
 #include "support/RowName.h"
 #include "support/TempDir.h"
@@ -292,6 +293,28 @@ TEST_F(ZrdcmSort, CopiesPixelDataAsItIs) {
                                           .withUint16(DCM_Columns, 64)
                                           .withUint16(DCM_BitsAllocated, 16)
                                           .withPixels16(pixels));
+
+  ASSERT_EQ(sort({"--copy", inFolder("copies"), file}).status, 0);
+
+  DcmFileFormat copy;
+  ASSERT_TRUE(copy.loadFile(OFFilename(inFolder("copies/0001.dcm").c_str())).good());
+  const Uint16* words = nullptr;
+  unsigned long count = 0;
+  ASSERT_TRUE(copy.getDataset()->findAndGetUint16Array(DCM_PixelData, words, &count).good());
+  EXPECT_EQ(std::vector<Uint16>(words, words + count), pixels);
+}
+
+TEST_F(ZrdcmSort, CopiesDeflatedFilesToTheirEnd) {
+  std::vector<Uint16> pixels(64U * 64U);
+  std::iota(pixels.begin(), pixels.end(), static_cast<Uint16>(0));
+  const std::string file = inFolder("deflated");
+  support::saveFile(*image(10)
+                         .withUint16(DCM_Rows, 64)
+                         .withUint16(DCM_Columns, 64)
+                         .withUint16(DCM_BitsAllocated, 16)
+                         .withPixels16(pixels)
+                         .build(),
+                    file, EXS_DeflatedLittleEndianExplicit);
 
   ASSERT_EQ(sort({"--copy", inFolder("copies"), file}).status, 0);
 

@@ -58,13 +58,14 @@ public:
 };
 
 OFCondition save(DcmFileFormat& file, E_TransferSyntax syntax, FileConsumer& consumer) {
-  ConsumerStream stream(consumer);  // its end writes what a deflated dataset holds back
+  ConsumerStream stream(consumer);
   DcmWriteCache cache;
   file.transferInit();
   const OFCondition written =
       file.write(stream, syntax, EET_ExplicitLength, &cache, EGL_recalcGL, EPD_noChange);
   file.transferEnd();
-  return written;
+  stream.flush();  // the end of a deflated dataset, which the stream holds back
+  return written.good() && !stream.isFlushed() ? OFCondition(EC_InvalidStream) : written;
 }
 
 }  // namespace
