@@ -102,6 +102,17 @@ TEST(OutputFile, LeavesNothingWhereAFolderTookItsPlace) {
   EXPECT_THAT(tools::namesIn(folder.file("out")), IsEmpty());
 }
 
+TEST(OutputFile, OfAnInputIsRefusedAtOnce) {
+  const support::TempDir folder;
+  const std::string input = folder.file("in").string();
+  tools::writeFile(input, "input");
+  const zrdcm::ProtectedInputs inputs({input});
+  const std::string refusal = "cannot write " + input + ": that would replace the input " + input;
+
+  EXPECT_EQ(failureOf([&] { const zrdcm::OutputFile file(input, inputs); }), refusal);
+  EXPECT_EQ(failureOf([&] { const zrdcm::LibraryFile file(input, inputs); }), refusal);
+}
+
 TEST(OutputFile, DoesNotReplaceAnInputThatHasComeThereMeanwhile) {
   const support::TempDir folder;
   tools::writeFile(folder.file("in"), "input");
