@@ -3,20 +3,26 @@
 // looked up in the code tables of the sets; the letters expected were written down by hand.
 #include "CharacterSet.h"
 #include "DicomFile.h"
+#include "Utf8.h"
 #include "support/DatasetBuilder.h"
 #include "support/RowName.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <iterator>
+#include <random>
 #include <string>
 
 namespace {
 
 using support::DatasetBuilder;
 using support::nameOf;
+using testing::ElementsAre;
 using zrdcm::CharacterSet;
 using zrdcm::Utf8Text;
 
@@ -98,6 +104,8 @@ INSTANTIATE_TEST_SUITE_P(
              "Δ\\Ä", false, EVR_LO},
         Text{"AreOverBetweenPartsOfANameAlone", "ISO 2022 IR 100\\ISO 2022 IR 126",
              "\x1b-F\xc4^\xc4", "Δ^Δ", false, EVR_LO},
+        Text{"AreOverAtThePartsOfAName", "ISO 2022 IR 100\\ISO 2022 IR 126", "\x1b-F\xc4^\xc4=\xc4",
+             "Δ^Ä=Ä"},
         Text{"OfASetThatIsNotDeclared", "ISO 2022 IR 100", "\x1b$B;3ED\x1b(B", "山田"}),
     nameOf<Text>);
 
@@ -106,6 +114,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Text{"BeyondAscii", "", "J\xe9r", "J\\xE9r", true},
         Text{"UnknownTerm", "ISO_IR 999", "J\xe9r", "J\\xE9r", true},
+        Text{"TermOfEscapeSequencesAlone", "ISO_IR 149", "\xc8\xab", "\\xC8\\xAB", true},
         Text{"MisspeltTerm", "ISO-8859-1", "J\xe9r", "J\\xE9r", true},
         Text{"ControlOfTheSecondSet", "ISO_IR 100", "\x80\x92\x9f", "\\x80\\x92\\x9F", true},
         Text{"GapInTheTable", "ISO_IR 109", "\xe9\xa5\xe9", "é\\xA5é", true},
@@ -123,6 +132,7 @@ INSTANTIATE_TEST_SUITE_P(
         Text{"KoreanThatALetterCuts", "ISO 2022 IR 149", "\xc8z", "\\xC8z", true},
         Text{"DamagedUtf8", "ISO_IR 192", "\xe7\x8e^\xff", "\\xE7\\x8E^\\xFF", true},
         Text{"CutGb18030", "GB18030", "\xcd\xf5\xcd", "王\\xCD", true},
+        Text{"BlankAtTheEndOfFourBytes", "GB18030", "\x81\x30\x81 ", "\\x810\\x81 ", true},
         Text{"NoLeadInGb18030", "GB18030", "\x80\xff", "\\x80\\xFF", true},
         Text{"Code", "ISO_IR 100", "\xe9", "\\xE9", true, EVR_CS},
         Text{"Number", "ISO_IR 192", "\xe7\x8e\x8b", "\\xE7\\x8E\\x8B", true, EVR_DS}),
@@ -137,6 +147,41 @@ TEST(CharacterSet, ConvertsLongTextsInOneGo) {
   }
 
   EXPECT_EQ(CharacterSet("ISO_IR 109").decode(bytes, EVR_UT).joined(), letters);
+}
+
+TEST(CharacterSet, PartsValuesAtBackslashesOfItsOwn) {
+  for (const char* const terms : {"", "ISO_IR 192", "GB18030", "GBK", "\\ISO 2022 IR 87"}) {
+    EXPECT_THAT(CharacterSet(terms).decode("a\\\\b", EVR_LO).values, ElementsAre("a", "", "b"))
+        << terms;
+    EXPECT_THAT(CharacterSet(terms).decode("a\\b", EVR_UT).values, ElementsAre("a\\b")) << terms;
+  }
+  EXPECT_THAT(CharacterSet("GBK")
+                  .decode("\x8f\x5c\x5c"
+                          "b",
+                          EVR_LO)
+                  .values,
+              ElementsAre("廫", "b"));
+}
+
+TEST(CharacterSet, MakesUtf8OfWhateverBytesThereAre) {
+  const char* const terms[] = {"",    "ISO_IR 100", "ISO_IR 13",        "ISO_IR 192",     "GB18030",
+                               "GBK", "\\",         "\\ISO 2022 IR 87", "ISO 2022 IR 149"};
+  const char* const parts[] = {"\x1b$B",  "\x1b(B", "\x1b(J", "\x1b$(D", "\x1b$)C",
+                               "\x1b$)A", "\x1b-F", "\x1b)I", "\\",      "^"};
+  std::mt19937 random(20);
+  for (int i = 0; i < 20000; ++i) {
+    std::string bytes;
+    for (std::size_t count = random() % 24; count > 0; --count) {
+      bytes += random() % 4 == 0 ? parts[random() % std::size(parts)]
+                                 : std::string(1, static_cast<char>(random() % 256));
+    }
+    const char* const set = terms[random() % std::size(terms)];
+
+    const Utf8Text text = CharacterSet(set).decode(bytes, i % 2 == 0 ? EVR_PN : EVR_LT);
+
+    ASSERT_EQ(zrdcm::withEscapedBytes(text.joined()), text.joined()) << set;
+    ASSERT_EQ(text.joined().find('\x1b'), std::string::npos) << set;
+  }
 }
 
 // ---- of which item ----
@@ -170,6 +215,17 @@ TEST(CharacterSet, IsThatOfTheItemOrOfWhatItStandsIn) {
 }
 
 // ---- elements ----
+
+TEST(CharacterSet, TellsTheTwoSignsOfJapaneseLetters) {
+  const auto dataset = DatasetBuilder()
+                           .with(DCM_SpecificCharacterSet, "ISO_IR 13")
+                           .with(DCM_PatientID, "~")
+                           .with(DCM_PatientComments, "\\")
+                           .build();
+
+  EXPECT_EQ(zrdcm::textOf(*dataset, DCM_PatientID), "‾");
+  EXPECT_EQ(zrdcm::textOf(*dataset, DCM_PatientComments), "¥");
+}
 
 struct Value {
   const char* name;

@@ -105,6 +105,21 @@ protected:
   Png picture_;
 };
 
+// There are capitals and digits to write with, so that any other letter is a blank: one, however many
+// bytes it takes.
+TEST_F(ContactSheet, HasOneBlankInItsTitleForALetterOfSeveralBytes) {
+  const auto titled = [this](const std::string& name) {
+    support::saveFile(*flatFrames({10, 20}).build(), folder_.file(name));
+    const Outcome outcome =
+        runZrdcm({"sheet", folder_.file(name).string(), "-o", folder_.file("out.png").string()});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    return tools::readPng(folder_.file("out.png")).samples;
+  };
+
+  EXPECT_EQ(titled("a\u5c71b.dcm"), titled("a b.dcm"));
+  EXPECT_NE(titled("ab.dcm"), titled("a b.dcm"));
+}
+
 TEST_F(ContactSheet, HasATileForEveryFrameInOrder) {
   draw(*flatFrames({10, 80, 160, 240, 40}).build());
 

@@ -86,11 +86,16 @@ private:
   Picture picture_;
 };
 
-// The letters that there are: capitals. What is no letter, digit or known sign becomes a blank.
+// The letters that there are: capitals. What is no letter, digit or known sign becomes a blank, a letter
+// of several bytes one.
 std::string inCapitals(const std::string& text) {
   std::string capitals;
   for (const char letter : text) {
     const auto byte = static_cast<unsigned char>(letter);
+    const bool continues = (byte & 0xC0U) == 0x80U;
+    if (continues) {
+      continue;
+    }
     const bool known =
         std::isalnum(byte) != 0 || std::string_view(".-/: ").find(letter) != std::string_view::npos;
     capitals += known ? static_cast<char>(std::toupper(byte)) : letter == '_' ? '-' : ' ';

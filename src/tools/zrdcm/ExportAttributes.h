@@ -31,7 +31,7 @@ struct Attribute {
 struct AttributeSet {
   std::map<std::uint32_t, Attribute> byTag;
 
-  bool has(std::uint32_t tag) const { return byTag.count(tag) != 0; }
+  bool has(std::uint32_t tag) const { return byTag.contains(tag); }
   /// The text of an attribute; empty when it is not there.
   std::string text(std::uint32_t tag) const;
   /// Sets a text, named after the dictionary.
