@@ -290,6 +290,14 @@ std::string inMetaInformation(std::size_t depth) {
          characterSet(kExplicit);
 }
 
+/// Without a group length DCMTK looks at the bytes of the group, in either byte order.
+std::string inMetaInformationOfGroup0200(std::size_t depth) {
+  const std::string opening =
+      kExplicit.longHeader(kExplicit.tag(0x0200, 0x1000), "SQ", kUndefined) + kExplicit.item();
+  return std::string(128, '\0') + "DICM" + kExplicit.text(kExplicit.tag(2, 0x10), "UI", "1.2 ") +
+         kExplicit.nested(opening, depth);
+}
+
 std::string inGroupLength(std::size_t depth) {
   const std::string opening =
       kExplicit.longHeader(kExplicit.tag(0x0002, 0x0000), "SQ", kUndefined) + kExplicit.item();
@@ -400,6 +408,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Nesting{"OfAPrivateCreator", privateSequences},
                     Nesting{"OfDirectoryRecords", directoryRecords},
                     Nesting{"InTheMetaInformation", inMetaInformation},
+                    Nesting{"InTheMetaInformationOfGroup0200", inMetaInformationOfGroup0200},
                     Nesting{"InTheGroupLength", inGroupLength}),
     support::nameOf<Nesting>);
 

@@ -172,11 +172,6 @@ std::optional<ElementHeader> readItemHeader(HeaderBytes& bytes, Encoding encodin
   return header;
 }
 
-std::optional<DcmTagKey> peekTag(HeaderBytes& bytes, Encoding encoding) {
-  const unsigned char* const at = bytes.peek(kTagBytes);
-  return at == nullptr ? std::nullopt : std::optional(tagAt(at, encoding.bigEndian));
-}
-
 std::optional<std::uint32_t> peekLongWord(HeaderBytes& bytes, Encoding encoding) {
   const unsigned char* const at = bytes.peek(sizeof(std::uint32_t));
   return at == nullptr ? std::nullopt : std::optional(longWord(at, encoding.bigEndian));

@@ -81,8 +81,7 @@ std::optional<ElementHeader> readElementHeader(HeaderBytes& bytes, Encoding enco
 /// Reads the header of what stands in a sequence: always a tag and a length of four bytes.
 std::optional<ElementHeader> readItemHeader(HeaderBytes& bytes, Encoding encoding);
 
-/// The tag that comes next, and the number; nothing when fewer than four bytes are left.
-std::optional<DcmTagKey> peekTag(HeaderBytes& bytes, Encoding encoding);
+/// The number that comes next; nothing when fewer than four bytes are left.
 std::optional<std::uint32_t> peekLongWord(HeaderBytes& bytes, Encoding encoding);
 
 /// Whether an element of implicit VR reserves a block of private elements.

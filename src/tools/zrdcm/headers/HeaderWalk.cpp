@@ -21,12 +21,6 @@
 
 namespace zrdcm {
 
-namespace {
-
-constexpr Uint16 kMetaInformationGroup = 0x0002;
-
-}  // namespace
-
 void HeaderWalk::walkDataset(Encoding encoding) {
   open(Kind::kItem, encoding, ElementHeader::kUndefinedLength);
   (void)walk();  // nothing comes behind it
@@ -102,11 +96,9 @@ bool HeaderWalk::isLongerThanItem(const ElementHeader& header, const Level& item
 
 bool HeaderWalk::readElement() {
   Level& item = levels_.back();
-  if (item.kind == Kind::kMetaInformation && item.length == ElementHeader::kUndefinedLength) {
-    const std::optional<DcmTagKey> next = peekTag(bytes_, item.encoding);
-    if (!next || next->getGroup() != kMetaInformationGroup) {
-      return false;
-    }
+  if (item.kind == Kind::kMetaInformation && item.length == ElementHeader::kUndefinedLength &&
+      !beginsLikeMetaInformation()) {
+    return false;
   }
   const std::optional<ElementHeader> header =
       readElementHeader(bytes_, item.encoding, item.creators);
