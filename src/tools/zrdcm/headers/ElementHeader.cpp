@@ -45,7 +45,7 @@ DcmTagKey tagAt(const unsigned char* bytes, bool bigEndian) {
 
 DcmVR vrAt(const unsigned char* bytes) {
   const std::array<char, 3> name = {static_cast<char>(bytes[0]), static_cast<char>(bytes[1]), '\0'};
-  return DcmVR(name.data());
+  return {name.data()};
 }
 
 DcmEVR vrInDictionary(const DcmTagKey& tag, const PrivateCreators& creators) {
