@@ -18,7 +18,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 
 def plain_name(name):
     """'process' of 'bool Zrg::(anonymous namespace)::process<int>(Zrg::Image&)'; a lambda is its function's."""
-    name = name.replace("(anonymous namespace)", "").split("{lambda")[0]
+    name = re.sub(r"\(anonymous namespace\)|\[abi:\w+\]", "", name).split("{lambda")[0]
     operator = re.search(r"operator\s*(\(\)|[^\s\w(]+|\w+)", name)
     if operator:
         return operator.group(0)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <locale.h>
+#include <clocale>
 
 namespace Zrg {
 
