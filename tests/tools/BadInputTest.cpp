@@ -100,6 +100,9 @@ std::string nestedUnknowns(int depth) {
   return bytes + littleEndian(0xE0DDFFFE, 4) + littleEndian(0, 4);
 }
 
+constexpr const char* kNoPixelData =
+    "has no Pixel Data (7FE0,0010), and no SOP Class UID says what it is";
+
 struct BadFile {
   const char* name;
   std::string content;
@@ -132,8 +135,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{"Png", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16), "is not a DICOM file"},
         BadFile{"Zeros", std::string(4096, '\0'), "is not a DICOM file"},
         BadFile{"FewBytes", std::string("\x08\x00\x05\x00", 4), "is not a DICOM file"},
-        BadFile{"MetaAlone", preambleAndMeta(UID_LittleEndianExplicitTransferSyntax),
-                "File contains no pixel data"},
+        BadFile{"MetaAlone", preambleAndMeta(UID_LittleEndianExplicitTransferSyntax), kNoPixelData},
         BadFile{"CutInsideAnElement",
                 preambleAndMeta(UID_LittleEndianExplicitTransferSyntax) +
                     explicitHeader(0x7FE0, 0x0010, "OW", 1000) + "abcd",
@@ -148,16 +150,14 @@ INSTANTIATE_TEST_SUITE_P(
                 "nests sequences too deeply to be read safely"},
         BadFile{"ImplicitSequencesTooDeep", nestedImplicitSequences(3000),
                 "nests sequences too deeply to be read safely"},
-        BadFile{"SequencesDeepEnough", nestedSequences(64), "File contains no pixel data"},
-        BadFile{"ImplicitSequencesDeepEnough", nestedImplicitSequences(64),
-                "File contains no pixel data"},
+        BadFile{"SequencesDeepEnough", nestedSequences(64), kNoPixelData},
+        BadFile{"ImplicitSequencesDeepEnough", nestedImplicitSequences(64), kNoPixelData},
         BadFile{"BigEndianSequencesTooDeep", nestedBigEndianSequences(65),
                 "nests sequences too deeply to be read safely"},
-        BadFile{"BigEndianSequencesDeepEnough", nestedBigEndianSequences(64),
-                "File contains no pixel data"},
+        BadFile{"BigEndianSequencesDeepEnough", nestedBigEndianSequences(64), kNoPixelData},
         BadFile{"UnknownsTooDeep", nestedUnknowns(65),
                 "nests sequences too deeply to be read safely"},
-        BadFile{"UnknownsDeepEnough", nestedUnknowns(64), "File contains no pixel data"},
+        BadFile{"UnknownsDeepEnough", nestedUnknowns(64), kNoPixelData},
         BadFile{"DatasetThatIsCutShort",
                 littleEndian(0x08, 2) + littleEndian(0x08, 2) + "CS" + littleEndian(140, 2) +
                     std::string(140, 'A') + littleEndian(0x08, 2) + littleEndian(0x16, 2) + "UI" +
@@ -274,8 +274,10 @@ INSTANTIATE_TEST_SUITE_P(
                    "has an image without pixels"},
         EmptyImage{"NoRowsOfCompressedColour", compressedColourWithoutRows, EXS_RLELossless,
                    "has an image without pixels"},
-        EmptyImage{"NoPixelDataOfColour", colourWithoutPixelData, EXS_LittleEndianExplicit,
-                   "File contains no pixel data"}),
+        EmptyImage{
+            "NoPixelDataOfColour", colourWithoutPixelData, EXS_LittleEndianExplicit,
+            "SecondaryCaptureImageStorage has no Pixel Data (7FE0,0010), though it is an image: "
+            "only its header is there"}),
     support::nameOf<EmptyImage>);
 
 TEST(Folder, IsNoDicomFile) {
@@ -323,7 +325,11 @@ TEST(UnsupportedSyntax, IsNamedInOneLine) {
   const Outcome outcome = runZrdcm({"decode", file, "-o", folder.file("out.npy").string()});
 
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.errors, "zrdcm: " + file + ": Pixel data can't be decompressed\n");
+  EXPECT_EQ(outcome.errors,
+            "zrdcm: " + file +
+                ": is compressed as JPEG 2000 (Lossless only) (1.2.840.10008.1.2.4.90), for which "
+                "there is no decoder; convert it to an uncompressed transfer "
+                "syntax first\n");
 }
 
 }  // namespace

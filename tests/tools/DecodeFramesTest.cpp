@@ -254,9 +254,11 @@ TEST(PackedPixels, AreRefusedWithTheReason) {
         runZrdcm({"decode", file, "--frames", frames, "-o", folder.file("out.raw").string()});
 
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.errors,
-              "zrdcm: " + file +
-                  ": has pixels of one bit, packed eight to a byte: such images are not decoded\n");
+    EXPECT_EQ(
+        run.errors,
+        "zrdcm: " + file +
+            ": SecondaryCaptureImageStorage has samples of 1 bit (Bits Allocated (0028,0100)); "
+            "those of 8 and 16 bits are decoded\n");
     EXPECT_FALSE(std::filesystem::exists(folder.file("out.raw")));
   }
 }

@@ -194,8 +194,11 @@ TEST_F(ZrdcmInfo, DescribesAnObjectWithoutPixels) {
 
   const json report = reportOf(file);
 
-  EXPECT_EQ(report["ok"], false);
-  EXPECT_EQ(report["error"], "File contains no pixel data");
+  EXPECT_EQ(report["ok"], true);
+  EXPECT_EQ(report["error"], nullptr);
+  EXPECT_EQ(report["content"], "a radiotherapy plan");
+  EXPECT_EQ(report["image"], nullptr);
+  EXPECT_EQ(report["splitting"], nullptr);
   EXPECT_EQ(report["sopClass"]["uid"], UID_RTPlanStorage);
   EXPECT_EQ(report["modality"], "RTPLAN");
   EXPECT_EQ(report["multiFrame"], false);
@@ -268,12 +271,13 @@ TEST_F(ZrdcmInfo, ListsAnObjectWithoutPixels) {
 
   const Outcome outcome = runZrdcm({"info", file});
 
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.errors, "zrdcm: " + file + ": File contains no pixel data\n");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.errors, "");
   EXPECT_THAT(outcome.output,
               HasSubstr("object              RTPlanStorage (1.2.840.10008.5.1.4.1.1.481.5)\n"));
-  EXPECT_THAT(outcome.output, HasSubstr("pixels              -, - bits in -, high bit -\n"));
-  EXPECT_THAT(outcome.output, HasSubstr("not decoded         File contains no pixel data\n"));
+  EXPECT_THAT(outcome.output,
+              HasSubstr("content             a radiotherapy plan, without pixels\n"));
+  EXPECT_THAT(outcome.output, testing::Not(HasSubstr("pixels              ")));
 }
 
 TEST_F(ZrdcmInfo, ListsTheClassOfAnObject) {

@@ -369,7 +369,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"UnknownPointer", framesOf("(0018,1060)").with(DCM_SpacingBetweenSlices, "1"),
                 "the Frame Increment Pointer names no known order of frames"},
         Refusal{"SliceTwice", nmFrames({1, 1, 2}),
-                "the frame attributes describe no complete volumes"}),
+                "two frames have the same number in Slice Vector"}),
     support::nameOf<Refusal>);
 
 class OverlayMasks : public testing::Test {

@@ -14,6 +14,7 @@
 #include "DecodedImage.h"
 
 #include "CellConversion.h"
+#include "Explanation.h"
 #include "Failure.h"
 
 #include <zrdcmexport/ZrNumbers.h>
@@ -43,14 +44,6 @@ FrameRange framesWanted(const DecodeRequest& request, std::size_t available) {
   return *request.frames;
 }
 
-// Pixels of one bit come out of the slice decoder as they are packed.
-void refusePackedPixels(DcmItem& item) {
-  Uint16 bits = 0;
-  if (item.findAndGetUint16(DCM_BitsAllocated, bits).good() && bits == 1) {
-    throw Failure("has pixels of one bit, packed eight to a byte: such images are not decoded");
-  }
-}
-
 bool mayBeNarrowStream(const DicomFile& file) {
   Uint16 allocated = 0;
   Uint16 stored = 0;
@@ -77,7 +70,7 @@ void decodeOneByOne(DecodedImage& image, const DecodeRequest& request, std::size
   memory.requireFor(item, image.frames.first, image.frames.last);
   const Zrg::FrameFormat format = describeFrames(image);
   if (format.bytesPerSample > 2) {
-    throw Failure("has samples of 32 bits, which are not decoded");
+    throw Failure(whyNotDecoded(*image.file, "has samples of 32 bits, which are not decoded"));
   }
   const std::size_t size = image.frames.count() * format.frameBytes();
   image.slice.buffer.reset(new char[size], std::default_delete<char[]>());
@@ -85,10 +78,10 @@ void decodeOneByOne(DecodedImage& image, const DecodeRequest& request, std::size
   for (std::size_t frame = image.frames.first; frame <= image.frames.last; ++frame) {
     try {
       decodeFrame(item, frame, {target, format.frameBytes()}, available > 1);
-    } catch (const Failure&) {
+    } catch (const Failure& failure) {
       // The only frame may stand in fragments that are no frame of their own.
       if (available > 1 || !decodesWhole(image)) {
-        throw;
+        throw Failure(whyNotDecoded(*image.file, failure.what()));
       }
       return;
     }
@@ -112,7 +105,7 @@ void decodeInto(DecodedImage& image, bool wholeFile, const MemoryBudget& memory)
   const int first = wholeFile ? -1 : static_cast<int>(image.frames.first);
   const int last = wholeFile ? -1 : static_cast<int>(image.frames.last);
   if (!image.slice.process(image.file->dataset(), error, first, last, nullptr, 0)) {
-    throw Failure(error);
+    throw Failure(whyNotDecoded(*image.file, error));
   }
   image.firstHeldFrame = wholeFile ? 0 : first;
 }
@@ -164,7 +157,7 @@ Zrg::FrameFormat describeFrames(DecodedImage& image) {
   Zrg::FrameFormat format;
   DcmItem& item = image.file->dataset();
   if (!Zrg::readFrameFormat(item, format, error) || !Zrg::describeImage(item, image.slice, error)) {
-    throw Failure(error);
+    throw Failure(whyNotDecoded(*image.file, error));
   }
   requirePixels(image.slice);
   image.slice.extent.z = static_cast<long long>(image.frames.count());
@@ -193,7 +186,7 @@ DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& r
   image.darkIsHigh = photometric == "MONOCHROME1";
   const std::size_t available = Zrg::numberOfFrames(image.file->dataset());
   image.frames = framesWanted(request, available);
-  refusePackedPixels(image.file->dataset());
+  refusePackedPixels(*image.file);
   const CellConversion conversion(image.file->dataset());
   const bool oneByOne =
       !image.monochrome || available > kMostCountedFrames || mayBeNarrowStream(*image.file);

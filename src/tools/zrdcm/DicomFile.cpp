@@ -108,10 +108,15 @@ DicomFile::DicomFile(const fs::path& path) : path_(path), format_(new DcmFileFor
   if (!saysDicom && !holdsKnownAttributes(dataset())) {
     throw Failure("is not a DICOM file");
   }
+  frameCount_ = frameCount(dataset());
 }
 
 E_TransferSyntax DicomFile::transferSyntax() const {
   return dataset().getOriginalXfer();
+}
+
+std::string DicomFile::statedTransferSyntax() const {
+  return textOf(*format_->getMetaInfo(), DCM_TransferSyntaxUID);
 }
 
 std::string textOf(DcmItem& item, const DcmTagKey& key) {

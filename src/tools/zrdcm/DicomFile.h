@@ -25,9 +25,17 @@ public:
   /// The syntax that the file is stored in, also after its pixel data was decoded.
   E_TransferSyntax transferSyntax() const;
 
+  /// Transfer Syntax UID (0002,0010) as the file states it; empty without meta information. DCMTK takes
+  /// a syntax that it does not know for another one.
+  std::string statedTransferSyntax() const;
+
+  /// Frames that the file names, also after decoding cut their number to those that were found.
+  std::size_t statedFrameCount() const { return frameCount_; }
+
 private:
   std::filesystem::path path_;
   std::unique_ptr<DcmFileFormat> format_;
+  std::size_t frameCount_ = 1;
 };
 
 /// Value 0 of an attribute as text, in UTF-8 whatever the file's character set; empty when it is

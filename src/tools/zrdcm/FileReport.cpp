@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Gathers the report on a file: attributes first, then one decode, then a trial of splitting, which
-// finds the pixel data decompressed and does not decode it again.
+// Gathers the report on a file: attributes and the order of frames first, then one decode, which may
+// rewrite attributes.
 #include "FileReport.h"
 
 #include "CellConversion.h"
 #include "DicomFile.h"
+#include "Explanation.h"
 #include "Failure.h"
 #include "Numbers.h"
-#include "Splitting.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
+#include <zrdcmexport/ZrFrameOrder.h>
 #include <zrdcmexport/ZrSliceImage.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -45,9 +46,8 @@ Json sopClass(DcmItem& item) {
 }
 
 Json transferSyntax(const DicomFile& file) {
-  const DcmXfer syntax(file.transferSyntax());
-  return {{"uid", textOrNull(syntax.getXferID() == nullptr ? "" : syntax.getXferID())},
-          {"name", syntax.getXferName()}};
+  const TransferSyntaxName syntax = transferSyntaxOf(file);
+  return {{"uid", textOrNull(syntax.uid)}, {"name", textOrNull(syntax.name)}};
 }
 
 Json pixelFormat(const DicomFile& file) {
@@ -114,27 +114,33 @@ void addImage(Json& report, const DicomFile& file, const MemoryBudget& memory) {
   } else {
     memory.requireFor(file.dataset(), 0, 0);
   }
+  refusePackedPixels(file);
   Zrg::SliceImage slice;
   slice.convertSamples = !CellConversion(file.dataset()).tableDiffersInWidth();
   std::string error;
   if (!slice.process(file.dataset(), error, whole ? -1 : 0, whole ? -1 : 0, nullptr, 0)) {
-    throw Failure(error);
+    throw Failure(whyNotDecoded(file, error));
   }
   report["image"] = imageAttributes(slice, frames);
   report["overlays"] = overlayList(slice);
+  report["remark"] = textOrNull(remarkOnFrames(file.dataset(), frames));
   report["ok"] = true;
 }
 
-Json splitting(const SplittingOutlook& outlook) {
-  const bool split = outlook.splittable;
+Json splitting(DcmItem& item) {
+  const Zrg::FrameIncrement increment = Zrg::readFrameIncrement(item);
+  Zrg::FrameOrder order;
+  std::string reason;
+  const bool split = Zrg::readFrameOrder(item, order, reason);
+  const bool gated = order.rrIntervals != 0;
   return {{"splittable", split},
-          {"reason", split ? Json(nullptr) : Json(outlook.reason)},
-          {"reversed", split ? Json(outlook.reversed) : Json(nullptr)},
-          {"pointer", textOrNull(outlook.pointer)},
-          {"pointerKind", textOrNull(outlook.pointerKind)},
-          {"timeSlots", outlook.gated() ? Json(outlook.timeSlots) : Json(nullptr)},
-          {"rrIntervals", outlook.gated() ? Json(outlook.rrIntervals) : Json(nullptr)},
-          {"volumes", outlook.volumes}};
+          {"reason", textOrNull(reason)},
+          {"reversed", split ? Json(order.reversed) : Json(nullptr)},
+          {"pointer", textOrNull(increment.pointer)},
+          {"pointerKind", textOrNull(increment.meaning == nullptr ? "" : increment.meaning)},
+          {"timeSlots", gated ? Json(order.timeSlots) : Json(nullptr)},
+          {"rrIntervals", gated ? Json(order.rrIntervals) : Json(nullptr)},
+          {"volumes", order.volumes}};
 }
 
 Json emptyReport(const std::filesystem::path& path) {
@@ -142,7 +148,8 @@ Json emptyReport(const std::filesystem::path& path) {
           {"sopClass", nullptr},    {"modality", nullptr},   {"transferSyntax", nullptr},
           {"pixelFormat", nullptr}, {"multiFrame", nullptr}, {"multiFrameVolume", nullptr},
           {"enhanced", nullptr},    {"image", nullptr},      {"luts", nullptr},
-          {"overlays", nullptr},    {"splitting", nullptr}};
+          {"overlays", nullptr},    {"splitting", nullptr},  {"content", nullptr},
+          {"remark", nullptr}};
 }
 
 void fillReport(Json& report, const std::filesystem::path& path, const MemoryBudget& memory) {
@@ -157,10 +164,15 @@ void fillReport(Json& report, const std::filesystem::path& path, const MemoryBud
   report["enhanced"] = Zrg::isEnhancedDicom(dataset);
   report["luts"] = {{"modality", lookupTable(dataset, false)},
                     {"palette", lookupTable(dataset, true)}};
-  // Read before decoding, which may rewrite attributes.
-  const bool monochrome = isMonochrome(photometricInterpretation(file));
+  const std::string content = describeWithoutPixels(dataset);
+  if (!content.empty()) {
+    report["content"] = content;
+    report["ok"] = true;
+    return;
+  }
+  const Json order = splitting(dataset);
   addImage(report, file, memory);
-  report["splitting"] = splitting(splittingOutlook(dataset, monochrome, memory));
+  report["splitting"] = order;
 }
 
 }  // namespace

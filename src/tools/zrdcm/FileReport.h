@@ -14,9 +14,10 @@ namespace zrdcm {
 /// | key                 | value                                                                |
 /// |---------------------|----------------------------------------------------------------------|
 /// | file                | the path as given                                                    |
-/// | ok, error           | whether its image decodes; the reason when not                       |
+/// | ok, error           | whether its image decodes, or it needs none; the reason when not     |
 /// | sopClass, modality  | {uid, name}; text                                                    |
-/// | transferSyntax      | {uid, name}                                                          |
+/// | content             | what an object is that has no pixels and needs none                  |
+/// | transferSyntax      | {uid, name} as the file states it; name null where it is not known   |
 /// | pixelFormat         | {photometricInterpretation, bitsAllocated, bitsStored, highBit, signed} |
 /// | multiFrame, multiFrameVolume, enhanced | the library's predicates                          |
 /// | image               | {columns, rows, frames, bytesPerSample, samplesPerPixel, lossy, rescale [slope, |
@@ -25,6 +26,7 @@ namespace zrdcm {
 /// | overlays            | [{group, frame, origin [x, y], size [w, h]}]: embedded in the samples |
 /// | splitting           | {splittable, reason, reversed, pointer, pointerKind, timeSlots, rrIntervals, |
 /// |                     | volumes [[frame numbers in slice order]]}                            |
+/// | remark              | of frames that the file names and that are not decoded               |
 ///
 /// Absent values are null. A file that cannot be read has null in everything but `file`, `ok` and
 /// `error`. Nothing is thrown for a bad file, lack of memory included.

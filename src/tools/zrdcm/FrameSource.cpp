@@ -3,6 +3,9 @@
 // numbers when they are asked for.
 #include "FrameSource.h"
 
+#include "Explanation.h"
+#include "Failure.h"
+
 #include <utility>
 
 namespace zrdcm {
@@ -28,7 +31,11 @@ void FrameSource::openColour(std::unique_ptr<DicomFile> file, std::size_t frames
   image_.samples.rows = format.rows;
   image_.samples.columns = format.columns;
   image_.samples.channels = format.samplesPerPixel;
-  (void)frame(0);  // a file that does not decode is refused now
+  try {
+    (void)frame(0);  // a file that does not decode is refused now
+  } catch (const Failure& failure) {
+    throw Failure(whyNotDecoded(*image_.file, failure.what()));
+  }
 }
 
 SampleArray FrameSource::frame(std::size_t index) {

@@ -23,8 +23,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr const char* kFooter = R"(Goes on after a file that cannot be handled; the exit status is 1
-then. With --json an array comes out, one object a file, absent values null.
+constexpr const char* kFooter = R"(Objects without pixels (plans, reports, spectra) are described
+too. Goes on after a file that cannot be handled; the exit status is 1 then. With --json an array comes out, one object a file, absent values null.
 
 Examples:
   zrdcm info ct.dcm
@@ -164,6 +164,10 @@ void describe(const Json& report) {
     line("modality", plain(report["modality"]));
     line("kind", kindText(report));
     line("transfer syntax", uidWithName(report["transferSyntax"]));
+    if (!report["content"].is_null()) {
+      line("content", plain(report["content"]) + ", without pixels");
+      return;
+    }
     line("pixels", pixelText(report["pixelFormat"]));
   }
   if (!report["ok"].get<bool>()) {
@@ -175,6 +179,9 @@ void describe(const Json& report) {
   line("palette", tableText(report["luts"]["palette"]));
   describeOverlays(report["overlays"]);
   describeSplitting(report["splitting"]);
+  if (!report["remark"].is_null()) {
+    line("remark", plain(report["remark"]));
+  }
 }
 
 int info(const InfoOptions& options, const MemoryBudget& memory) {

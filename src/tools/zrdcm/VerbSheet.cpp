@@ -8,10 +8,10 @@
 #include "Messages.h"
 #include "PngWriter.h"
 #include "ProtectedInputs.h"
-#include "Splitting.h"
 #include "Verb.h"
 #include "WindowOption.h"
 
+#include <zrdcmexport/ZrFrameOrder.h>
 #include <zrdcmexport/ZrNumbers.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -97,8 +97,8 @@ private:
 // Gated data is easiest to follow when the slices of a volume make up a row.
 std::size_t columnsFor(const SheetOptions& options, DcmItem& item) {
   const int slices = Zrg::intOf(textOf(item, DCM_NumberOfSlices)).value_or(0);
-  const bool rows =
-      isGated(item) && slices >= 2 && slices <= static_cast<int>(SheetLayout::kMostColumns);
+  const bool rows = Zrg::readFrameIncrement(item).gated && slices >= 2 &&
+                    slices <= static_cast<int>(SheetLayout::kMostColumns);
   return options.columns == 0 && rows ? static_cast<std::size_t>(slices) : options.columns;
 }
 

@@ -13,10 +13,11 @@
 #include "PngWriter.h"
 #include "Progress.h"
 #include "ProtectedInputs.h"
-#include "Splitting.h"
 #include "Verb.h"
 #include "VolumeHeader.h"
 #include "WindowOption.h"
+
+#include <zrdcmexport/ZrFrameOrder.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -66,34 +67,39 @@ struct SplitOptions {
 /// A file whose frames are ready to be written as volumes.
 struct SplitImage {
   FrameSource source;
-  SplittingOutlook outlook;
+  Zrg::FrameIncrement increment;
+  Zrg::FrameOrder order;
+  std::string reasonToKeepWhole;  ///< empty when the frames are split
   std::optional<Window> window;
 
   SplitImage(std::unique_ptr<DicomFile> file, const MemoryBudget& memory)
       : source(std::move(file), memory) {}
-  bool whole() const { return outlook.keptWhole; }
+  bool whole() const { return !reasonToKeepWhole.empty(); }
+  bool gated() const { return order.rrIntervals != 0; }
+  std::size_t timeSlot(std::size_t volume) const { return volume / order.rrIntervals; }
+  std::size_t rrInterval(std::size_t volume) const { return volume % order.rrIntervals; }
   DcmDataset& dataset() const { return source.image().file->dataset(); }
 };
 
 std::unique_ptr<SplitImage> openSplit(const SplitOptions& options, const MemoryBudget& memory) {
   auto file = std::make_unique<DicomFile>(options.file);
-  const bool monochrome = isMonochrome(photometricInterpretation(*file));
-  // What the attributes forbid is refused before the samples are decoded.
-  const std::string obstacle = obstacleToSplitting(file->dataset(), monochrome);
-  const bool mayBeKeptWhole = !monochrome && file->dataset().tagExists(DCM_FrameIncrementPointer);
-  if (!obstacle.empty() && !mayBeKeptWhole) {
-    throw Failure("cannot be split: " + obstacle);
+  // Before the samples are decoded, which may rewrite attributes and costs more.
+  Zrg::FrameIncrement increment = Zrg::readFrameIncrement(file->dataset());
+  Zrg::FrameOrder order;
+  std::string reason;
+  if (!Zrg::readFrameOrder(file->dataset(), order, reason) &&
+      reason != Zrg::kColourFramesStayTogether) {
+    throw Failure("cannot be split: " + reason);
   }
   auto split = std::make_unique<SplitImage>(std::move(file), memory);
-  split->outlook = splittingOutlook(split->dataset(), monochrome, memory);
+  split->increment = std::move(increment);
+  split->order = std::move(order);
+  split->reasonToKeepWhole = reason;
   if (split->whole()) {
     std::vector<unsigned> frames(split->source.count());
     std::iota(frames.begin(), frames.end(), 0U);
-    split->outlook.volumes = {frames};
-  } else if (!split->outlook.splittable) {
-    throw Failure("cannot be split: " + split->outlook.reason);
-  }
-  if (monochrome) {
+    split->order.volumes = {frames};
+  } else {
     split->window = windowFor(split->source.image(), windowFromOption(options.window));
   }
   return split;
@@ -107,7 +113,7 @@ std::string stemOf(std::size_t volume) {
 
 void writeVolume(const SplitOptions& options, SplitImage& split, std::size_t volume,
                  const fs::path& target, const ProtectedInputs& inputs) {
-  const std::vector<unsigned>& frames = split.outlook.volumes[volume];
+  const std::vector<unsigned>& frames = split.order.volumes[volume];
   SampleArray layout = split.source.image().samples;
   layout.frames = frames.size();
   const FrameAt frameAt = [&](std::size_t index) {
@@ -122,16 +128,15 @@ void writeVolume(const SplitOptions& options, SplitImage& split, std::size_t vol
 
 void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_t volume,
                       const fs::path& target, const ProtectedInputs& inputs) {
-  const std::vector<unsigned>& frames = split.outlook.volumes[volume];
+  const std::vector<unsigned>& frames = split.order.volumes[volume];
   SheetContent content;
   content.title = fs::path(options.file).filename().string();
   if (!split.whole()) {
     content.title += " - volume " + std::to_string(volume);
   }
-  if (split.outlook.gated()) {
-    const SplittingOutlook::Gate gate = split.outlook.gateOf(volume);
-    content.details = "time slot " + std::to_string(gate.timeSlot) + " - R-R interval " +
-                      std::to_string(gate.rrInterval) + " - ";
+  if (split.gated()) {
+    content.details = "time slot " + std::to_string(split.timeSlot(volume)) + " - R-R interval " +
+                      std::to_string(split.rrInterval(volume)) + " - ";
   }
   content.frames.assign(frames.begin(), frames.end());
   content.inVolume = !split.whole();
@@ -146,7 +151,7 @@ void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_
 Json slicesOf(const SplitImage& split, std::size_t volume) {
   Json slices = Json::array();
   const std::size_t frameBytes = split.source.image().samples.frameBytes();
-  const std::vector<unsigned>& frames = split.outlook.volumes[volume];
+  const std::vector<unsigned>& frames = split.order.volumes[volume];
   for (std::size_t index = 0; index < frames.size(); ++index) {
     slices.push_back(
         {{"index", index}, {"frame", frames[index]}, {"offset", frameBytes * frames[index]}});
@@ -157,13 +162,12 @@ Json slicesOf(const SplitImage& split, std::size_t volume) {
 Json volumeEntry(const SplitOptions& options, const SplitImage& split, std::size_t volume) {
   Json timeSlot = nullptr;
   Json rrInterval = nullptr;
-  if (split.outlook.gated()) {
-    const SplittingOutlook::Gate gate = split.outlook.gateOf(volume);
-    timeSlot = gate.timeSlot;
-    rrInterval = gate.rrInterval;
+  if (split.gated()) {
+    timeSlot = split.timeSlot(volume);
+    rrInterval = split.rrInterval(volume);
   }
   // Gaps among the slices of gated data can leave a volume without any: there is nothing to write.
-  const bool empty = split.outlook.volumes[volume].empty();
+  const bool empty = split.order.volumes[volume].empty();
   return {{"file", empty ? Json(nullptr) : Json(stemOf(volume) + "." + options.format)},
           {"sheet", empty ? Json(nullptr) : Json(stemOf(volume) + ".png")},
           {"timeSlot", timeSlot},
@@ -179,18 +183,19 @@ Json manifestOf(const SplitOptions& options, const SplitImage& split) {
   const DecodedImage& image = split.source.image();
   const Zrg::SliceImage& slice = image.slice;
   const double spacing = frameSpacingMm(split.dataset());
+  const char* const meaning = split.increment.meaning;
   Json volumes = Json::array();
-  for (std::size_t volume = 0; volume < split.outlook.volumes.size(); ++volume) {
+  for (std::size_t volume = 0; volume < split.order.volumes.size(); ++volume) {
     volumes.push_back(volumeEntry(options, split, volume));
   }
   return {{"source", fs::path(options.file).filename().string()},
-          {"split", split.outlook.splittable},
-          {"reason", textOrNull(split.outlook.reason)},
-          {"pointer", textOrNull(split.outlook.pointer)},
-          {"pointerKind", textOrNull(split.outlook.pointerKind)},
-          {"timeSlots", split.outlook.gated() ? Json(split.outlook.timeSlots) : Json(nullptr)},
-          {"rrIntervals", split.outlook.gated() ? Json(split.outlook.rrIntervals) : Json(nullptr)},
-          {"reversed", split.outlook.reversed},
+          {"split", !split.whole()},
+          {"reason", textOrNull(split.reasonToKeepWhole)},
+          {"pointer", textOrNull(split.increment.pointer)},
+          {"pointerKind", textOrNull(meaning == nullptr ? "" : meaning)},
+          {"timeSlots", split.gated() ? Json(split.order.timeSlots) : Json(nullptr)},
+          {"rrIntervals", split.gated() ? Json(split.order.rrIntervals) : Json(nullptr)},
+          {"reversed", split.order.reversed},
           {"columns", image.samples.columns},
           {"rows", image.samples.rows},
           {"frames", split.source.count()},
@@ -266,7 +271,7 @@ int writeSplit(const SplitOptions& options, const MemoryBudget& memory) {
   const Json manifest = manifestOf(options, *split);
   writeAll(options, *split, manifest);
   if (split->whole()) {
-    complain(options.file + ": kept whole: " + split->outlook.reason);
+    complain(options.file + ": kept whole: " + split->reasonToKeepWhole);
   }
   if (options.json) {
     sayJson(manifest);
