@@ -44,7 +44,7 @@ struct Volume {
   Vector alongColumn{};  ///< unit vector from row to row
   Vector upwards{};      ///< unit vector from slice to slice
   KtVec2f rescale;       ///< (slope, intercept): sample -> Hounsfield units
-  KtVec2f window;        ///< (centre, width) in Hounsfield units
+  KtVec2f window;        ///< (centre, width) in Hounsfield units; NaN without one
   bool lossy = false;
 };
 
@@ -95,7 +95,7 @@ void describe(DcmDataset& dataset, Volume& volume) {
   volume.columnSpacing = frame.pixelSpacing.x;
   volume.rowSpacing = frame.pixelSpacing.y;
   volume.rescale = frame.result_MOD_LUT();
-  volume.window = frame.result_VOI_LUT();
+  volume.window = frame.voiWindow;
   volume.lossy = frame.lossy;
 }
 
@@ -127,6 +127,26 @@ void decodeSlices(DcmDataset& dataset, Volume& volume) {
   }
 }
 
+/// Where the dataset has no window, the range of the values shows everything.
+void chooseWindow(Volume& volume) {
+  if (std::isfinite(volume.window.x) && volume.window.y > 0) {
+    return;
+  }
+  const std::size_t pixels =
+      static_cast<std::size_t>(volume.columns) * static_cast<std::size_t>(volume.rows);
+  Uint16 low = 0xFFFF;
+  Uint16 high = 0;
+  for (const Uint16* const slice : volume.slices) {
+    const auto [least, most] = std::minmax_element(slice, slice + pixels);
+    low = std::min(low, *least);
+    high = std::max(high, *most);
+  }
+  const float slope = volume.rescale.x;
+  volume.window = {
+      slope * (static_cast<float>(low) + static_cast<float>(high)) / 2 + volume.rescale.y,
+      std::max(1.0F, std::fabs(slope) * static_cast<float>(high - low))};
+}
+
 Volume readVolume(DcmDataset& dataset) {
   Volume volume;
   volume.alongRow = vectorOf(dataset, DCM_ImageOrientationPatient, 0);
@@ -135,6 +155,7 @@ Volume readVolume(DcmDataset& dataset) {
   // In this order: decoding all frames converts the samples that the dataset holds.
   describe(dataset, volume);
   decodeSlices(dataset, volume);
+  chooseWindow(volume);
   return volume;
 }
 

@@ -208,6 +208,16 @@ TEST_F(ReformatCoronal, TakesTheRescaleShiftOfSignedSamplesBack) {
   EXPECT_EQ(first.text(DCM_WindowWidth), "400");
 }
 
+// Values run from 0 to 212.
+TEST_F(ReformatCoronal, ShowsTheRangeOfTheValuesWhereThereIsNoWindow) {
+  ASSERT_EQ(reformat(ctFromTheFeetUp().without(DCM_WindowCenter).without(DCM_WindowWidth)).status,
+            0);
+
+  Image first = image("coronal-0001.dcm");
+  EXPECT_EQ(first.text(DCM_WindowCenter), "106");
+  EXPECT_EQ(first.text(DCM_WindowWidth), "212");
+}
+
 TEST_F(ReformatCoronal, FollowsATiltedVolume) {
   // Rows run to the back and down by the angle of the triangle 3, 4, 5.
   ASSERT_EQ(

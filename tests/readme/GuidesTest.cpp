@@ -62,6 +62,27 @@ TEST(DecodingGuide, TakesAFrameByItsNumber) {
   EXPECT_EQ(error, "There is no frame 2: Number of Frames is 2");
 }
 
+TEST(DecodingGuide, ShowsTheRangeOfTheValuesWhereThereIsNoWindow) {
+  const auto plain = ctSlice(3, 1).signed16().rescale("0.5", "-10").samples({-4, 0, 8}).build();
+  const auto windowed = ctSlice(3, 1).window("40", "400").samples({0, 1, 2}).build();
+  const auto windowOf = [](DcmDataset& dataset) {
+    Zrg::SliceImage slice;
+    std::string error;
+    EXPECT_TRUE(slice.process(dataset, error, -1, -1, nullptr, 0)) << error;
+    const auto samples = samplesAt(decoding_guide::firstSample(slice), 3);
+    return decoding_guide::windowOf(slice, samples.data(), samples.size());
+  };
+
+  const KtVec2f range = windowOf(*plain);  // once: decoding converts what the dataset holds
+  const KtVec2f own = windowOf(*windowed);
+
+  // Values -12, -10 and -6.
+  EXPECT_EQ(range.x, -9.0F);
+  EXPECT_EQ(range.y, 6.0F);
+  EXPECT_EQ(own.x, 40.0F);
+  EXPECT_EQ(own.y, 400.0F);
+}
+
 TEST(DecodingGuide, NamesBothSizesOfATargetThatIsTooSmall) {
   const auto dataset = monochromeImage(2, 1).frames(3).build();
   std::vector<char> memory(7);

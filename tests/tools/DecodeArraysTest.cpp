@@ -145,6 +145,7 @@ TEST_F(ZrdcmDecode, WritesNrrdWithSpacingTypeAndEndianness) {
             "kinds: domain domain domain\n"
             "endian: little\n"
             "encoding: raw\n"
+            "frame spacing:=2.5\n"
             "modality slope:=1\n"
             "modality intercept:=-1024\n"
             "window centre:=40\n"
@@ -164,6 +165,52 @@ TEST_F(ZrdcmDecode, TakesTheNrrdSpacingOfADoseGridFromItsOffsets) {
   EXPECT_NE(decode(*image, ".nrrd").find("spacings: nan nan 5\n"), std::string::npos);
 }
 
+TEST_F(ZrdcmDecode, TakesNoThicknessForTheDistanceOfFrames) {
+  const auto image = support::monochromeImage(1, 1)
+                         .frames(2)
+                         .samples({1, 2})
+                         .spacing("0.5", "0.75")
+                         .with(DCM_SliceThickness, "3")
+                         .build();
+
+  const std::string bytes = decode(*image, ".nrrd");
+
+  EXPECT_NE(bytes.find("spacings: 0.75 0.5 nan\n"), std::string::npos);
+  EXPECT_NE(bytes.find("\nframe spacing:=unknown\n"), std::string::npos);
+}
+
+TEST_F(ZrdcmDecode, KeepsTheSignOfTheSpacingOutOfTheNrrdField) {
+  const auto image = support::monochromeImage(1, 1)
+                         .frames(2)
+                         .samples({1, 2})
+                         .with(DCM_SpacingBetweenSlices, "-4")
+                         .build();
+
+  const std::string bytes = decode(*image, ".nrrd");
+
+  EXPECT_NE(bytes.find("spacings: nan nan 4\n"), std::string::npos);
+  EXPECT_NE(bytes.find("\nframe spacing:=-4\n"), std::string::npos);
+}
+
+TEST_F(ZrdcmDecode, SaysInNrrdThatTheModalityLineIsUnknown) {
+  const std::string bytes = decode(*support::monochromeImage(1, 1).samples({1}).build(), ".nrrd");
+
+  EXPECT_EQ(bytes.find("spacings"), std::string::npos);
+  EXPECT_NE(bytes.find("\nmodality slope:=unknown\nmodality intercept:=unknown\n\n"),
+            std::string::npos);
+}
+
+TEST_F(ZrdcmDecode, GivesStoredSamplesOfATableNoLineInNrrd) {
+  auto image = support::monochromeImage(2, 1).samples({0, 1});
+  image.withItem(DCM_ModalityLUTSequence, support::DatasetBuilder()
+                                              .withUint16s(DCM_LUTDescriptor, {2, 0, 16})
+                                              .withWords(DCM_LUTData, {0, 1000}));
+
+  EXPECT_NE(decode(*image.build(), ".nrrd").find("\nmodality slope:=1\n"), std::string::npos);
+  EXPECT_NE(decode(*image.build(), ".nrrd", {"--stored"}).find("\nmodality slope:=unknown\n"),
+            std::string::npos);
+}
+
 TEST_F(ZrdcmDecode, PutsTheColourAxisOfNrrdFirst) {
   const auto image = support::rgbImage(2, 1).samples({1, 2, 3, 4, 5, 6}).build();
 
@@ -175,10 +222,10 @@ TEST_F(ZrdcmDecode, PutsTheColourAxisOfNrrdFirst) {
             "type: uint8\n"
             "dimension: 4\n"
             "sizes: 3 2 1 1\n"
-            "spacings: nan nan nan nan\n"
             "kinds: RGB-color domain domain domain\n"
             "endian: little\n"
             "encoding: raw\n"
+            "frame spacing:=unknown\n"
             "\n");
   EXPECT_EQ(hex(bytes.substr(bytes.find("\n\n") + 2)), "01 02 03 04 05 06");
 }
@@ -245,7 +292,11 @@ TEST_F(ZrdcmDecode, DescribesWhatItWroteAsJson) {
                             {"frames", {1, 2}},
                             {"shape", {2, 3, 4}},
                             {"type", "uint16"},
-                            {"modality", {2.0, -66536.0}}}));
+                            {"modality", {2.0, -66536.0}},
+                            {"modalityUnit", nullptr},
+                            {"windows", nullptr},
+                            {"perFrame", nullptr},
+                            {"remark", nullptr}}));
 }
 
 TEST_F(ZrdcmDecode, WritesArraysThatNumpyReads) {

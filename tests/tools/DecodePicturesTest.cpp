@@ -93,11 +93,52 @@ TEST_F(DecodedPicture, IgnoresAWindowThatShowsNothing) {
   EXPECT_THAT(decode(*image).samples, ElementsAre(0, 128, 255));
 }
 
-// No float is as large as this slope, so that no sample has a value.
-TEST_F(DecodedPicture, IsBlackWhereTheRescaleLineIsNoNumber) {
-  const auto image = support::monochromeImage(3, 1).samples({0, 1, 2}).rescale("1e39", "0").build();
+// The largest of these values is beyond all numbers, so that there is no range to show them over.
+TEST_F(DecodedPicture, IsBlackWhereTheValuesAreNoNumbers) {
+  const auto image =
+      support::monochromeImage(3, 1).samples({0, 1, 2}).rescale("1e308", "0").build();
 
-  EXPECT_THAT(decode(*image, {"--window", "0,100"}).samples, ElementsAre(0, 0, 0));
+  EXPECT_THAT(decode(*image).samples, ElementsAre(0, 0, 0));
+}
+
+// A slope beyond all numbers is none: the window is for stored values then.
+TEST_F(DecodedPicture, ShowsStoredValuesWhereTheRescaleLineIsNoNumber) {
+  const auto image =
+      support::monochromeImage(3, 1).samples({0, 1, 2}).rescale("1e309", "0").build();
+
+  EXPECT_THAT(decode(*image, {"--window", "1.5,3"}).samples, ElementsAre(0, 128, 255));
+}
+
+// PS3.3 C.11.2.1.3.1 with centre 100, width 200: 255 / (1 + exp(-4 (x - 100) / 200)).
+TEST_F(DecodedPicture, FollowsTheSigmoidOfTheStandard) {
+  const auto image = support::monochromeImage(3, 1)
+                         .samples({0, 100, 200})
+                         .window("100", "200")
+                         .with(DCM_VOILUTFunction, "SIGMOID")
+                         .build();
+
+  EXPECT_THAT(decode(*image).samples, ElementsAre(30, 128, 225));
+}
+
+// PS3.3 C.11.2.1.3.2: the edges are at 50 and 150, where LINEAR has 50 and 149.
+TEST_F(DecodedPicture, FollowsTheExactLineOfTheStandard) {
+  const auto image = support::monochromeImage(3, 1)
+                         .samples({50, 100, 149})
+                         .window("100", "100")
+                         .with(DCM_VOILUTFunction, "LINEAR_EXACT")
+                         .build();
+
+  EXPECT_THAT(decode(*image).samples, ElementsAre(0, 128, 252));
+}
+
+TEST_F(DecodedPicture, PassesOverAWindowOfAnUnknownFunction) {
+  const auto image = support::monochromeImage(3, 1)
+                         .samples({0, 100, 200})
+                         .window("50", "10")
+                         .with(DCM_VOILUTFunction, "CUBIC")
+                         .build();
+
+  EXPECT_THAT(decode(*image).samples, ElementsAre(0, 128, 255));
 }
 
 TEST_F(DecodedPicture, OfAFlatImageIsWritten) {

@@ -60,8 +60,18 @@ TEST_F(ZrdcmInfo, ReportsTheAttributesOfASlice) {
                                    {"lossy", false},
                                    {"rescale", {2.0, -1000.0}},
                                    {"sampleOffset", 32768.0},
+                                   {"frameSpacing", nullptr},
+                                   {"rescaleUnit", nullptr},
                                    {"voiWindow", {40.0, 400.0}},
-                                   {"pixelSpacing", {0.7, 0.5}}}));
+                                   {"windows", json::array({{{"centre", 40.0},
+                                                             {"width", 400.0},
+                                                             {"function", "LINEAR"},
+                                                             {"explanation", nullptr}}})},
+                                   {"pixelSpacing", {0.7, 0.5}},
+                                   {"position", nullptr},
+                                   {"orientation", nullptr},
+                                   {"space", nullptr},
+                                   {"perFrame", nullptr}}));
   EXPECT_EQ(report["overlays"], json::array());
   EXPECT_EQ(report["splitting"]["splittable"], false);
   EXPECT_EQ(report["splitting"]["reason"], "no Number of Frames");
@@ -70,6 +80,7 @@ TEST_F(ZrdcmInfo, ReportsTheAttributesOfASlice) {
 TEST_F(ZrdcmInfo, ReportsAbsentPairsAsNull) {
   const json report = reportOf(save(*support::monochromeImage(2, 2).build()));
 
+  EXPECT_EQ(report["image"]["rescale"], nullptr);
   EXPECT_EQ(report["image"]["voiWindow"], nullptr);
   EXPECT_EQ(report["image"]["pixelSpacing"], nullptr);
   EXPECT_EQ(report["luts"]["modality"], nullptr);
@@ -245,8 +256,8 @@ TEST_F(ZrdcmInfo, ListsOverlaysAndTables) {
               HasSubstr("pixels              MONOCHROME2, 12 bits in 16, high bit 11, unsigned\n"));
   EXPECT_THAT(outcome.output,
               HasSubstr("rescale             slope 1, intercept 0, samples shifted by 0\n"));
-  EXPECT_THAT(outcome.output, HasSubstr("window              -\n"));
-  EXPECT_THAT(outcome.output, HasSubstr("pixel spacing       -\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("window              unknown\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("pixel spacing       unknown\n"));
   EXPECT_THAT(outcome.output,
               HasSubstr("modality LUT        4 entries of 1 x 16 bits, first maps 10\n  palette"
                         "             none\n"));

@@ -74,8 +74,16 @@ std::string npyHeader(const SampleArray& array) {
   return header + text;
 }
 
-std::string number(double value) {
-  return std::isnan(value) ? "nan" : shortest(value);
+// The format spells what is not known, or has no distance like the channels of colour, "nan"; it
+// takes no other word. Where nothing is known there is nothing to spell.
+std::string spacingField(const NrrdHeader& header, bool colour) {
+  std::string text = colour ? " nan" : "";
+  bool known = false;
+  for (const double spacing : header.spacingMm) {
+    known = known || !std::isnan(spacing);
+    text += " " + (std::isnan(spacing) ? "nan" : shortest(spacing));
+  }
+  return known ? "spacings:" + text + "\n" : "";
 }
 
 // Header fields are one line each, so line breaks in values from a file become blanks.
@@ -96,8 +104,7 @@ std::string nrrdHeader(const SampleArray& array, const NrrdHeader& header) {
   text += std::string("dimension: ") + (colour ? "4" : "3") + "\n";
   text += "sizes: " + channelSize + std::to_string(array.columns) + " " +
           std::to_string(array.rows) + " " + std::to_string(array.frames) + "\n";
-  text += std::string("spacings: ") + (colour ? "nan " : "") + number(header.spacingMm[0]) + " " +
-          number(header.spacingMm[1]) + " " + number(header.spacingMm[2]) + "\n";
+  text += spacingField(header, colour);
   text += std::string("kinds: ") + (colour ? "RGB-color " : "") + "domain domain domain\n";
   text += "endian: little\nencoding: raw\n";
   for (const auto& [key, value] : header.attributes) {

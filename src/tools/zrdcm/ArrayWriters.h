@@ -42,7 +42,8 @@ void writeNpy(const std::filesystem::path& target, const ProtectedInputs& inputs
 struct NrrdHeader {
   static constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
-  /// Millimetres between columns, rows and frames; NaN where unknown.
+  /// Millimetres between columns, rows and frames, positive; NaN where unknown. The field is left
+  /// out when none is known.
   std::array<double, 3> spacingMm{kUnknown, kUnknown, kUnknown};
   std::string content;                                          ///< one line about the image
   std::vector<std::pair<std::string, std::string>> attributes;  ///< further keys and values

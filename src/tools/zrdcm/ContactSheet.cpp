@@ -128,8 +128,7 @@ SheetNeeds needsOf(const DecodedImage& image, const SheetContent& content, bool 
   needs.frames = content.frames.size();
   needs.frameWidth = static_cast<double>(image.samples.columns);
   needs.frameHeight = static_cast<double>(image.samples.rows);
-  const KtVec2f spacing = image.slice.pixelSpacing;
-  const double aspect = static_cast<double>(spacing.y) / static_cast<double>(spacing.x);
+  const double aspect = content.pixelAspect;
   if (aspect > 1 / kOddestPixel && aspect < kOddestPixel) {
     (aspect > 1 ? needs.frameHeight : needs.frameWidth) *= aspect > 1 ? aspect : 1 / aspect;
   }
@@ -142,15 +141,17 @@ std::string plainNumber(double value) {
   return shortest(static_cast<float>(value));
 }
 
-std::string subtitleOf(const DecodedImage& image, const SheetContent& content,
-                       const std::optional<Window>& window) {
+std::string subtitleOf(const DecodedImage& image, const SheetContent& content) {
   const std::size_t count = content.frames.size();
   const std::string unit = content.inVolume ? "slice" : "frame";
   std::string text = content.details + std::to_string(count) + " " + unit +
                      (count == 1 ? "" : "s") + " of " + std::to_string(image.samples.columns) +
                      " x " + std::to_string(image.samples.rows);
-  if (window) {
-    text += " - window " + plainNumber(window->centre) + " / " + plainNumber(window->width);
+  if (content.display && !content.display->uniform()) {
+    text += " - windows by frame";
+  } else if (content.display) {
+    const Window& window = content.display->frame(0).window;
+    text += " - window " + plainNumber(window.centre) + " / " + plainNumber(window.width);
   }
   return text;
 }
@@ -225,8 +226,15 @@ std::vector<unsigned> overlayGroups(const DecodedImage& image,
   return {groups.begin(), groups.end()};
 }
 
-SheetContent allFrames(const FrameSource& source) {
+SheetContent allFrames(const FrameSource& source, const ImageFrames& attributes,
+                       const std::optional<Window>& wanted) {
   SheetContent content;
+  if (const auto& spacing = attributes.frames.at(0).pixelSpacing) {
+    content.pixelAspect = (*spacing)[1] / (*spacing)[0];
+  }
+  if (source.image().monochrome) {
+    content.display = displayOf(source.image(), attributes, wanted);
+  }
   content.title = source.image().file->path().filename().string();
   content.frames.resize(source.count());
   std::iota(content.frames.begin(), content.frames.end(), std::size_t{0});
@@ -237,18 +245,20 @@ Picture drawContactSheet(FrameSource& source, const SheetContent& content, Sheet
   const DecodedImage& image = source.image();
   const std::vector<unsigned> groups = overlayGroups(image, content.frames);
   layout = layOutSheet(needsOf(image, content, !groups.empty()));
-  const std::optional<Window> window =
-      image.monochrome ? std::optional(windowFor(image, content.window)) : std::nullopt;
-  const Thumbnailer thumbnailer(image.samples,
-                                window ? grayLevels(image, *window) : std::vector<unsigned char>(),
-                                layout.tileWidth, layout.tileHeight);
+  Thumbnailer thumbnailer(image.samples, layout.tileWidth, layout.tileHeight);
+  const FrameDisplay* shownThrough = nullptr;
   const OverlaysOfFrames overlays = overlaysByFrame(image);
 
   Sheet sheet(layout);
-  drawHeader(sheet, layout, content, subtitleOf(image, content, window), groups);
+  drawHeader(sheet, layout, content, subtitleOf(image, content), groups);
   Progress progress("drawing", content.quiet ? 1 : layout.shown);  // one step shows no bar
   for (std::size_t place = 0; place < layout.shown; ++place) {
     const std::size_t frame = content.frames[place * layout.every];
+    const FrameDisplay* const display = content.display ? &content.display->frame(frame) : nullptr;
+    if (display != nullptr && (shownThrough == nullptr || *display != *shownThrough)) {
+      thumbnailer.showThrough(grayLevels(image, *display));
+      shownThrough = display;
+    }
     Picture tile = thumbnailer.render(source.frame(frame));
     const auto [first, end] = overlays.equal_range(static_cast<int>(frame));
     for (auto overlay = first; overlay != end; ++overlay) {

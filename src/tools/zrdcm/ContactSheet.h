@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "FrameAttributes.h"
 #include "FrameSource.h"
 #include "Rendering.h"
 #include "SampleArray.h"
@@ -21,7 +22,8 @@ struct SheetContent {
   bool inVolume = false;            ///< the tiles are slices: label them with their index as well
   std::size_t columns = 0;          ///< tiles side by side; 0 chooses
   bool quiet = false;               ///< without a progress bar
-  std::optional<Window> window;     ///< for monochrome images
+  double pixelAspect = 1;           ///< height of a pixel over its width
+  std::optional<Display> display;   ///< of all frames of the source; for monochrome images
 };
 
 /// Draws frames side by side on a dark ground: each with its number below, embedded overlays in
@@ -33,9 +35,11 @@ struct SheetContent {
 /// @throws Failure when a frame does not decode.
 Picture drawContactSheet(FrameSource& source, const SheetContent& content, SheetLayout& layout);
 
-/// Title, size and window on the sheet come from the image; this is the rest of what a sheet of the
-/// whole file has to show.
-SheetContent allFrames(const FrameSource& source);
+/// What a sheet of the whole file has to show.
+/// @param attributes those of the frames of the source's image
+/// @param wanted the window of a user; without it the frames have theirs
+SheetContent allFrames(const FrameSource& source, const ImageFrames& attributes,
+                       const std::optional<Window>& wanted);
 
 /// Overlay groups that have something drawn on any of these frames, ascending.
 std::vector<unsigned> overlayGroups(const DecodedImage& image,

@@ -7,6 +7,8 @@
 #include "DicomFile.h"
 #include "Explanation.h"
 #include "Failure.h"
+#include "FrameAttributes.h"
+#include "FrameValues.h"
 #include "Numbers.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
@@ -19,7 +21,9 @@
 #include <nlohmann/json.hpp>
 
 #include <new>
+#include <numeric>
 #include <string>
+#include <vector>
 
 namespace zrdcm {
 
@@ -73,17 +77,24 @@ Json lookupTable(DcmItem& item, bool palette) {
           {"bits", 8 * KtPrimType::primTypeSize(lut.entries->primType().code())}};
 }
 
-Json imageAttributes(const Zrg::SliceImage& slice, std::size_t frames) {
-  return {{"columns", slice.extent.x},
-          {"rows", slice.extent.y},
-          {"frames", frames},
-          {"bytesPerSample", slice.bytesPerSample},
-          {"samplesPerPixel", slice.samplesPerPixel},
-          {"lossy", slice.lossy},
-          {"rescale", jsonPair(slice.rescale)},
-          {"sampleOffset", jsonNumber(slice.sampleOffset)},
-          {"voiWindow", jsonPair(slice.voiWindow)},
-          {"pixelSpacing", jsonPair(slice.pixelSpacing)}};
+std::vector<std::size_t> allNumbers(const ImageFrames& attributes) {
+  std::vector<std::size_t> numbers(attributes.frames.size());
+  std::iota(numbers.begin(), numbers.end(), std::size_t{0});
+  return numbers;
+}
+
+Json imageAttributes(const Zrg::SliceImage& slice, const ImageFrames& attributes) {
+  const std::vector<std::size_t> numbers = allNumbers(attributes);
+  Json image = {{"columns", slice.extent.x},
+                {"rows", slice.extent.y},
+                {"frames", numbers.size()},
+                {"bytesPerSample", slice.bytesPerSample},
+                {"samplesPerPixel", slice.samplesPerPixel},
+                {"lossy", slice.lossy},
+                {"sampleOffset", jsonNumber(slice.sampleOffset)},
+                {"frameSpacing", jsonOrNull(frameSpacingMm(attributes, numbers))}};
+  addFrameValues(image, numbers, frameValues(attributes));
+  return image;
 }
 
 Json overlayList(const Zrg::SliceImage& slice) {
@@ -108,7 +119,8 @@ Json overlayList(const Zrg::SliceImage& slice) {
 // the memory that a long clip takes once it is decoded.
 void addImage(Json& report, const DicomFile& file, const MemoryBudget& memory) {
   const bool whole = isMonochrome(photometricInterpretation(file));
-  const std::size_t frames = frameCount(file.dataset());
+  // Read before decoding, which may rewrite attributes.
+  const ImageFrames attributes = readFrameAttributes(file.dataset(), frameCount(file.dataset()));
   if (whole) {
     memory.requireFor(file.dataset());
   } else {
@@ -121,9 +133,9 @@ void addImage(Json& report, const DicomFile& file, const MemoryBudget& memory) {
   if (!slice.process(file.dataset(), error, whole ? -1 : 0, whole ? -1 : 0, nullptr, 0)) {
     throw Failure(whyNotDecoded(file, error));
   }
-  report["image"] = imageAttributes(slice, frames);
+  report["image"] = imageAttributes(slice, attributes);
   report["overlays"] = overlayList(slice);
-  report["remark"] = textOrNull(remarkOnFrames(file.dataset(), frames));
+  report["remark"] = textOrNull(remarkOnFrames(file.dataset(), attributes.frames.size()));
   report["ok"] = true;
 }
 

@@ -20,8 +20,10 @@ namespace zrdcm {
 /// | transferSyntax      | {uid, name} as the file states it; name null where it is not known   |
 /// | pixelFormat         | {photometricInterpretation, bitsAllocated, bitsStored, highBit, signed} |
 /// | multiFrame, multiFrameVolume, enhanced | the library's predicates                          |
-/// | image               | {columns, rows, frames, bytesPerSample, samplesPerPixel, lossy, rescale [slope, |
-/// |                     | intercept], sampleOffset, voiWindow [centre, width], pixelSpacing [column, row]} |
+/// | image               | {columns, rows, frames, bytesPerSample, samplesPerPixel, lossy,        |
+/// |                     | sampleOffset, frameSpacing in mm, and what `frameValues` names: rescale,  |
+/// |                     | rescaleUnit, voiWindow, windows, pixelSpacing, position, orientation,     |
+/// |                     | space, with those that differ between frames under perFrame}              |
 /// | luts                | {modality, palette}: {entries, firstMapped, values, bits} each       |
 /// | overlays            | [{group, frame, origin [x, y], size [w, h]}]: embedded in the samples |
 /// | splitting           | {splittable, reason, reversed, pointer, pointerKind, timeSlots, rrIntervals, |

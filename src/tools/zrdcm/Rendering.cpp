@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // From decoded samples to gray levels: modality line, window, one table entry a sample value.
+//
+// Lines and windows are those of each frame. Which window an image gets is decided once for all of
+// its decoded frames, because what one grey tells of a single frame (it is blank) is no reason to
+// show it otherwise than its neighbours.
 #include "Rendering.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -10,12 +14,17 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <utility>
 #include <vector>
 
 namespace zrdcm {
 
 namespace {
+
+bool leftAsStored(const DecodedImage& image) {
+  return !image.slice.convertSamples && image.converted.isNull();
+}
 
 // Samples that pad the picture to a rectangle say nothing about its range. They are found as they
 // stand after decoding; behind a modality LUT they are not told apart from other values.
@@ -35,8 +44,11 @@ std::optional<std::uint16_t> paddingSample(const DecodedImage& image) {
   return std::nullopt;
 }
 
-std::pair<std::uint16_t, std::uint16_t> rangeOfSamples(const SampleArray& array,
-                                                       std::optional<std::uint16_t> padding) {
+using SampleRange = std::pair<std::uint16_t, std::uint16_t>;
+
+// Nothing when all samples are padding.
+std::optional<SampleRange> rangeOfSamples(const SampleArray& array,
+                                          std::optional<std::uint16_t> padding) {
   std::uint16_t low = 0xFFFF;
   std::uint16_t high = 0;
   const std::size_t count = array.byteCount() / bytesOf(array.type);
@@ -47,27 +59,145 @@ std::pair<std::uint16_t, std::uint16_t> rangeOfSamples(const SampleArray& array,
       high = std::max(high, sample);
     }
   }
-  return low <= high ? std::pair{low, high} : std::pair<std::uint16_t, std::uint16_t>{0, 0};
+  return low <= high ? std::optional(SampleRange{low, high}) : std::nullopt;
+}
+
+double valueOf(const FrameDisplay& display, std::uint16_t sample) {
+  return display.slope * static_cast<double>(sample) + display.intercept;
 }
 
 double grayFraction(double value, const Window& window) {
-  const double linear = window.exact ? (value - window.centre) / window.width + 0.5
-                                     : (value - (window.centre - 0.5)) / (window.width - 1.0) + 0.5;
-  if (std::isnan(linear)) {
+  const double away = value - window.centre;
+  double fraction = away / window.width + 0.5;
+  if (window.function == VoiFunction::kSigmoid) {
+    fraction = 1 / (1 + std::exp(-4 * away / window.width));
+  } else if (window.function == VoiFunction::kLinear) {
+    fraction = (away + 0.5) / (window.width - 1.0) + 0.5;
+  }
+  if (std::isnan(fraction)) {
     return 0.0;  // a rescale slope or window beyond all numbers
   }
-  return std::clamp(linear, 0.0, 1.0);
+  return std::clamp(fraction, 0.0, 1.0);
 }
 
-Window fullRange(const DecodedImage& image) {
-  const auto [low, high] = rangeOfSamples(image.samples, paddingSample(image));
-  const KtVec2f line = image.slice.result_MOD_LUT();
-  const double slope = static_cast<double>(line.x);
-  const double atLow = slope * low + static_cast<double>(line.y);
-  const double atHigh = slope * high + static_cast<double>(line.y);
-  const double width = std::abs(atHigh - atLow);
-  return {(atLow + atHigh) / 2, width > 0 ? width : 1.0, true};
+unsigned char grayLevel(const DecodedImage& image, const FrameDisplay& display,
+                        std::uint16_t sample) {
+  const double gray = grayFraction(valueOf(display, sample), display.window);
+  return static_cast<unsigned char>(std::lround(255.0 * (image.darkIsHigh ? 1.0 - gray : gray)));
 }
+
+// The first window of a frame that says how to show it. A table that is kept out of display has
+// mapped the samples all the same where it is still there: the window is for other values then.
+std::optional<Window> ownWindow(const ImageFrames& attributes, std::size_t number) {
+  if (attributes.tableKeptOutOfDisplay) {
+    return std::nullopt;
+  }
+  for (const VoiWindow& window : attributes.frames.at(number).windows) {
+    if (window.width > 0 && window.function != VoiFunction::kOther) {
+      const bool narrow = window.function == VoiFunction::kLinear && window.width <= 1;
+      return Window{window.centre, window.width,
+                    narrow ? VoiFunction::kLinearExact : window.function};
+    }
+  }
+  return std::nullopt;
+}
+
+/// The decoded frames with what is needed to choose their windows.
+class Showing {
+public:
+  Showing(const DecodedImage& image, const ImageFrames& attributes)
+      : image_(image), attributes_(attributes), frames_(image.samples.frames) {
+    for (std::size_t index = 0; index < frames_.size(); ++index) {
+      const auto line = lineOfSamples(image, attributes, image.frames.first + index);
+      frames_[index].slope = line ? line->slope : 1;
+      frames_[index].intercept =
+          line ? line->intercept : -static_cast<double>(image.slice.sampleOffset);
+    }
+  }
+
+  void showAll(const Window& window) {
+    for (FrameDisplay& frame : frames_) {
+      frame.window = window;
+    }
+  }
+
+  // Frames without a window of their own are shown over the range.
+  void showOwn() {
+    std::optional<Window> range;
+    for (std::size_t index = 0; index < frames_.size(); ++index) {
+      std::optional<Window> own = ownWindow(attributes_, image_.frames.first + index);
+      hasOwn_ = hasOwn_ || own.has_value();
+      if (!own && !range) {
+        range = rangeOfValues();
+      }
+      frames_[index].window = own ? *own : *range;
+    }
+  }
+
+  // Whether windows of the file make one grey of samples that differ, those of a frame or of frames
+  // that are shown alike.
+  bool clipsEverything() {
+    if (!hasOwn_) {
+      return false;
+    }
+    readRanges();
+    int grey = -1;  // none yet
+    bool differ = false;
+    for (std::size_t index = 0; index < frames_.size(); ++index) {
+      if (!ranges_[index]) {
+        continue;
+      }
+      const auto& [low, high] = *ranges_[index];
+      const int shown = grayLevel(image_, frames_[index], low);
+      if (shown != grayLevel(image_, frames_[index], high) || (grey >= 0 && grey != shown)) {
+        return false;
+      }
+      grey = shown;
+      const bool likeFormer = index > 0 && frames_[index] == frames_[index - 1];
+      differ = differ || low != high || (likeFormer && ranges_[index - 1] != ranges_[index]);
+    }
+    return differ;
+  }
+
+  Window rangeOfValues() {
+    readRanges();
+    double low = std::numeric_limits<double>::infinity();
+    double high = -low;
+    for (std::size_t index = 0; index < frames_.size(); ++index) {
+      if (ranges_[index]) {
+        const double one = valueOf(frames_[index], ranges_[index]->first);
+        const double other = valueOf(frames_[index], ranges_[index]->second);
+        low = std::min({low, one, other});
+        high = std::max({high, one, other});
+      }
+    }
+    if (!(low <= high)) {
+      return {0, 1, VoiFunction::kLinearExact};  // nothing but padding
+    }
+    return {low + (high - low) / 2, high > low ? high - low : 1.0, VoiFunction::kLinearExact};
+  }
+
+  std::vector<FrameDisplay> take() { return std::move(frames_); }
+
+private:
+  void readRanges() {
+    if (ranges_.empty()) {
+      const std::optional<std::uint16_t> padding = paddingSample(image_);
+      for (std::size_t index = 0; index < frames_.size(); ++index) {
+        ranges_.push_back(rangeOfSamples(image_.samples.frame(index), padding));
+      }
+    }
+  }
+
+  const DecodedImage& image_;
+  const ImageFrames& attributes_;
+  std::vector<FrameDisplay> frames_;
+  std::vector<std::optional<SampleRange>> ranges_;
+  bool hasOwn_ = false;
+};
+
+constexpr const char* kClippingWindow =
+    "its window shows all samples in one grey; the range of its values is shown instead";
 
 // The gray levels as RGB.
 Picture inRgb(const Picture& picture) {
@@ -96,38 +226,59 @@ void drawOverlay(Picture& picture, const ZrOverlayData& overlays, int index) {
 
 }  // namespace
 
-Window windowFor(const DecodedImage& image, const std::optional<Window>& wanted) {
-  if (wanted) {
-    return *wanted;
+Display::Display(std::vector<FrameDisplay> frames, std::string remark)
+    : frames_(std::move(frames)), remark_(std::move(remark)) {
+  const bool alike = std::all_of(frames_.begin(), frames_.end(), [this](const FrameDisplay& frame) {
+    return frame == frames_.front();
+  });
+  if (alike) {
+    frames_.resize(1);
   }
-  // The slice's own answer for a file without a window is a constant that knows nothing of the
-  // values, so the range of the values is used instead; likewise for a width that shows nothing.
-  const KtVec2f own = image.slice.voiWindow;
-  if (!std::isfinite(own.x) || !std::isfinite(own.y) || own.y <= 0) {
-    return fullRange(image);
-  }
-  const KtVec2f window = image.slice.result_VOI_LUT();
-  return {static_cast<double>(window.x), static_cast<double>(window.y), window.y <= 1};
 }
 
-std::vector<unsigned char> grayLevels(const DecodedImage& image, const Window& window) {
-  const KtVec2f line = image.slice.result_MOD_LUT();
+const FrameDisplay& Display::frame(std::size_t index) const {
+  return uniform() ? frames_.front() : frames_.at(index);
+}
+
+Display displayOf(const DecodedImage& image, const ImageFrames& attributes,
+                  const std::optional<Window>& wanted) {
+  Showing showing(image, attributes);
+  std::string remark;
+  if (wanted) {
+    showing.showAll(*wanted);
+  } else {
+    showing.showOwn();
+    if (showing.clipsEverything()) {
+      showing.showAll(showing.rangeOfValues());
+      remark = kClippingWindow;
+    }
+  }
+  return {showing.take(), remark};
+}
+
+std::optional<RescaleLine> lineOfSamples(const DecodedImage& image, const ImageFrames& attributes,
+                                         std::size_t number) {
+  const std::optional<RescaleLine>& rescale = attributes.frames.at(number).rescale;
+  if (!rescale || (attributes.modalityTable && leftAsStored(image))) {
+    return std::nullopt;
+  }
+  const auto offset = static_cast<double>(image.slice.sampleOffset);
+  return RescaleLine{rescale->slope, rescale->intercept - offset * rescale->slope, rescale->unit};
+}
+
+std::vector<unsigned char> grayLevels(const DecodedImage& image, const FrameDisplay& display) {
   const std::size_t entries = bytesOf(image.samples.type) == 1 ? 256 : 65536;
   std::vector<unsigned char> levels(entries);
   for (std::size_t sample = 0; sample < entries; ++sample) {
-    const double value =
-        static_cast<double>(line.x) * static_cast<double>(sample) + static_cast<double>(line.y);
-    const double gray = grayFraction(value, window);
-    const double shown = image.darkIsHigh ? 1.0 - gray : gray;
-    levels[sample] = static_cast<unsigned char>(std::lround(255.0 * shown));
+    levels[sample] = grayLevel(image, display, static_cast<std::uint16_t>(sample));
   }
   return levels;
 }
 
-Picture renderFrame(const DecodedImage& image, std::size_t index, const Window& window) {
+Picture renderFrame(const DecodedImage& image, std::size_t index, const FrameDisplay& display) {
   const SampleArray frame = image.samples.frame(index);
   Picture picture{frame.rows, frame.columns, 1, {}};
-  const std::vector<unsigned char> levels = grayLevels(image, window);
+  const std::vector<unsigned char> levels = grayLevels(image, display);
   picture.samples.resize(frame.rows * frame.columns);
   for (std::size_t i = 0; i < picture.samples.size(); ++i) {
     picture.samples[i] = levels[frame.sample(i)];

@@ -2,10 +2,13 @@
 #pragma once
 
 #include "DecodedImage.h"
+#include "FrameAttributes.h"
 #include "SampleArray.h"
 
 #include <array>
+#include <cstddef>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace zrdcm {
@@ -14,24 +17,60 @@ namespace zrdcm {
 struct Window {
   double centre;
   double width;
-  /// Edges at centre -/+ width/2 (VOI LUT Function LINEAR_EXACT) instead of the half steps of
-  /// LINEAR, which only make sense for integer values and widths above 1.
-  bool exact;
+  /// LINEAR has its edges at half steps, which only makes sense for integer values and widths above
+  /// 1; LINEAR_EXACT has them at centre -/+ width/2; SIGMOID has no edges.
+  VoiFunction function;
+
+  bool operator==(const Window&) const = default;
 };
 
-/// The window to show an image through: the user's, else the file's, else the range of the values
-/// that occur in the frames (without those that mark padding). For monochrome images.
+/// How the samples of a frame become grey: the line from samples as they stand in memory to modality
+/// values, and the window. Of a frame whose line is not known the window shows stored values.
+struct FrameDisplay {
+  double slope = 1;
+  double intercept = 0;
+  Window window{};
+
+  bool operator==(const FrameDisplay&) const = default;
+};
+
+/// How the decoded frames of a monochrome image are shown.
+class Display {
+public:
+  Display(std::vector<FrameDisplay> frames, std::string remark);
+
+  /// @param index 0-based among the decoded frames
+  const FrameDisplay& frame(std::size_t index) const;
+  /// Whether all frames are shown alike.
+  bool uniform() const { return frames_.size() == 1; }
+  /// What the user must know about the window; empty when there is nothing.
+  const std::string& remark() const { return remark_; }
+
+private:
+  std::vector<FrameDisplay> frames_;  ///< one when all agree
+  std::string remark_;
+};
+
+/// Decides how to show a monochrome image: each frame through the window wanted, else its own, else
+/// over the range of the values that occur in the decoded frames (without those that mark padding).
+/// Windows of the file that leave one grey of all samples give way to that range, with a remark.
 /// @see PS3.3 C.11.2.1.2 (Window Center and Window Width)
-Window windowFor(const DecodedImage& image, const std::optional<Window>& wanted);
+Display displayOf(const DecodedImage& image, const ImageFrames& attributes,
+                  const std::optional<Window>& wanted);
 
-/// Gray level, 0 to 255, of every value that a sample of the image can take: 256 or 65536 levels.
+/// The line from samples as they were decoded to modality values; nothing when the line is not known
+/// or a table maps samples that were left as they are stored.
+/// @param number of the frame in the file
+std::optional<RescaleLine> lineOfSamples(const DecodedImage& image, const ImageFrames& attributes,
+                                         std::size_t number);
+
+/// Grey level, 0 to 255, of every value that a sample of the image can take: 256 or 65536 levels.
 /// MONOCHROME1 is turned round, so that it looks right where 255 is white. For monochrome images.
-std::vector<unsigned char> grayLevels(const DecodedImage& image, const Window& window);
+std::vector<unsigned char> grayLevels(const DecodedImage& image, const FrameDisplay& display);
 
-/// One frame as it looks on a screen: 8-bit gray levels through the window (MONOCHROME1 turned
-/// round, so that it looks right where 255 is white). For monochrome images.
+/// One frame as it looks on a screen: 8-bit grey levels (see `grayLevels`).
 /// @param index 0-based among `image.samples`
-Picture renderFrame(const DecodedImage& image, std::size_t index, const Window& window);
+Picture renderFrame(const DecodedImage& image, std::size_t index, const FrameDisplay& display);
 
 /// Red, green and blue.
 using Colour = std::array<unsigned char, 3>;

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace zrdcm {
 
@@ -55,10 +54,8 @@ void blend(unsigned char* pixel, const Colour& colour, double share) {
 
 }  // namespace
 
-Thumbnailer::Thumbnailer(const SampleArray& frame, std::vector<unsigned char> levels,
-                         std::size_t columns, std::size_t rows)
+Thumbnailer::Thumbnailer(const SampleArray& frame, std::size_t columns, std::size_t rows)
     : layout_(frame),
-      levels_(std::move(levels)),
       columns_(columns),
       rows_(rows),
       across_(tapsOfThumbnail(frame.columns, columns)),

@@ -7,6 +7,7 @@
 #include <zrvolren/ZrOverlayData.h>
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace zrdcm {
@@ -16,10 +17,12 @@ namespace zrdcm {
 class Thumbnailer {
 public:
   /// @param frame  layout of the frames; its bytes are not used.
-  /// @param levels gray level of every sample value (`grayLevels`); empty for colour.
   /// @param columns,rows size of the thumbnails
-  Thumbnailer(const SampleArray& frame, std::vector<unsigned char> levels, std::size_t columns,
-              std::size_t rows);
+  Thumbnailer(const SampleArray& frame, std::size_t columns, std::size_t rows);
+
+  /// Shows the frames that follow with these grey levels of every sample value (`grayLevels`).
+  /// Colour needs none.
+  void showThrough(std::vector<unsigned char> levels) { levels_ = std::move(levels); }
 
   /// One frame in RGB.
   Picture render(const SampleArray& frame) const;

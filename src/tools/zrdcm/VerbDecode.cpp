@@ -5,9 +5,10 @@
 #include "ExitStatus.h"
 #include "Failure.h"
 #include "FileNamed.h"
+#include "FrameAttributes.h"
 #include "FrameRange.h"
+#include "FrameValues.h"
 #include "Messages.h"
-#include "Numbers.h"
 #include "PngWriter.h"
 #include "Progress.h"
 #include "ProtectedInputs.h"
@@ -24,8 +25,10 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zrdcm {
@@ -36,13 +39,16 @@ namespace fs = std::filesystem;
 
 constexpr const char* kFooter = R"(The ending of OUT decides what is written:
   .npy   NumPy array (frames, rows, columns), for colour (frames, rows, columns, 3)
-  .nrrd  NRRD volume with spacings and the line that maps samples to modality values
+  .nrrd  NRRD volume with spacings and the line that maps samples to modality values, each frame's
+         own where they differ; what the file does not say is called unknown
   .raw   the samples alone: frames in order, row by row, little endian, colour interleaved
   .png   a picture of 8 bits; several frames go to OUT-000.png, OUT-001.png, ... by frame number
 Monochrome samples are unsigned (signed ones are shifted by 128 or 32768) and have the modality LUT
-applied; bits stored at the top of the sample are moved down. With --stored they stay as they are in the file, 16 bits going to 16-bit PNG. Colour is
-8-bit RGB always. Pictures are shown through --window, else through the window of the file, else
-over the range of the values that occur; MONOCHROME1 is turned round so that it looks right.
+applied; bits stored at the top of the sample are moved down. With --stored they stay as they are
+in the file, 16 bits going to 16-bit PNG. Colour is 8-bit RGB always. Pictures are shown through --window, else through the window of the file (of each
+frame, where frames have their own), else over the range of the values that occur; a window of the
+file that shows all in one grey gives way to that range. MONOCHROME1 is turned round so that it
+looks right; a modality LUT of angiography and fluoroscopy is not meant for pictures and left out.
 
 Examples:
   zrdcm decode ct.dcm -o ct.png --window 40,400
@@ -106,23 +112,53 @@ fs::path pictureName(const fs::path& output, const DecodedImage& image, std::siz
   return output.parent_path() / (output.stem().string() + number + output.extension().string());
 }
 
-std::vector<fs::path> writePictures(const DecodedImage& image, const DecodeOptions& options,
+/// What is written, and what is known about it.
+struct Decoded {
+  DecodedImage image;
+  ImageFrames attributes;
+  std::optional<Display> display;  ///< when it is shown as pictures of 8 bits
+
+  std::vector<std::size_t> numbers() const {
+    std::vector<std::size_t> numbers(image.frames.count());
+    std::iota(numbers.begin(), numbers.end(), image.frames.first);
+    return numbers;
+  }
+};
+
+Decoded decodeAsAsked(const DecodeOptions& options, const MemoryBudget& memory) {
+  const DecodeRequest request{framesWanted(options), options.stored, options.overlays};
+  const bool shown = formatOf(options.output) == Format::kPng && !options.stored;
+  auto file = std::make_unique<DicomFile>(options.file);
+  if (shown) {
+    (void)keepTableOutOfDisplay(file->dataset());  // either way the samples can be shown
+  }
+  Decoded decoded;
+  decoded.image = decodeImage(std::move(file), request, memory);
+  DcmDataset& dataset = decoded.image.file->dataset();
+  // Decoding may cut Number of Frames to what it found, which is at least what was asked for.
+  decoded.attributes =
+      readFrameAttributes(dataset, std::max(frameCount(dataset), decoded.image.frames.last + 1));
+  if (shown && decoded.image.monochrome) {
+    decoded.display =
+        displayOf(decoded.image, decoded.attributes, windowFromOption(options.window));
+  }
+  return decoded;
+}
+
+std::vector<fs::path> writePictures(const Decoded& decoded, const DecodeOptions& options,
                                     const ProtectedInputs& inputs) {
+  const DecodedImage& image = decoded.image;
   for (std::size_t i = 0; i < image.frames.count(); ++i) {
     inputs.refuseToReplace(pictureName(options.output, image, i));
   }
   std::vector<fs::path> written;
   Progress progress("writing", image.frames.count());
-  const std::optional<Window> window =
-      image.monochrome && !options.stored
-          ? std::optional<Window>(windowFor(image, windowFromOption(options.window)))
-          : std::nullopt;
   for (std::size_t i = 0; i < image.frames.count(); ++i) {
     written.push_back(pictureName(options.output, image, i));
-    if (!window) {
+    if (!decoded.display) {
       writePng(written.back(), inputs, image.samples.frame(i));
     } else {
-      const Picture picture = renderFrame(image, i, *window);
+      const Picture picture = renderFrame(image, i, decoded.display->frame(i));
       writePng(written.back(), inputs,
                (options.overlays ? burnOverlays(picture, image, i) : picture).view());
     }
@@ -131,26 +167,50 @@ std::vector<fs::path> writePictures(const DecodedImage& image, const DecodeOptio
   return written;
 }
 
-std::vector<fs::path> writeOutput(const DecodedImage& image, const DecodeOptions& options,
+std::vector<fs::path> writeOutput(const Decoded& decoded, const DecodeOptions& options,
                                   const ProtectedInputs& inputs) {
+  const SampleArray& samples = decoded.image.samples;
   switch (formatOf(options.output)) {
     case Format::kNpy:
-      writeNpy(options.output, inputs, image.samples);
+      writeNpy(options.output, inputs, samples);
       break;
     case Format::kNrrd:
-      writeNrrd(options.output, inputs, image.samples, nrrdHeaderOf(image));
+      writeNrrd(options.output, inputs, samples,
+                nrrdHeaderOf(decoded.image, decoded.attributes, decoded.numbers()));
       break;
     case Format::kRaw:
-      writeRaw(options.output, inputs, image.samples);
+      writeRaw(options.output, inputs, samples);
       break;
     case Format::kPng:
-      return writePictures(image, options, inputs);
+      return writePictures(decoded, options, inputs);
   }
   return {options.output};
 }
 
-nlohmann::ordered_json report(const DecodedImage& image, const DecodeOptions& options,
+// The line is that of the samples as decoding leaves them: shifted, or mapped by a table.
+void addValues(nlohmann::ordered_json& report, const Decoded& decoded,
+               const DecodeOptions& options) {
+  const auto frame = [&decoded](std::size_t number) -> const FrameAttributes& {
+    return decoded.attributes.frames.at(number);
+  };
+  const bool mapped = decoded.image.monochrome && !options.stored;
+  const auto line = [&decoded, mapped](std::size_t number) {
+    return mapped ? lineOfSamples(decoded.image, decoded.attributes, number) : std::nullopt;
+  };
+  addFrameValues(
+      report, decoded.numbers(),
+      {{"modality", [line](std::size_t number) { return jsonLine(line(number)); }},
+       {"modalityUnit",
+        [line](std::size_t number) {
+          const auto own = line(number);
+          return jsonTextOrNull(own ? own->unit : "");
+        }},
+       {"windows", [frame](std::size_t number) { return jsonWindows(frame(number).windows); }}});
+}
+
+nlohmann::ordered_json report(const Decoded& decoded, const DecodeOptions& options,
                               const std::vector<fs::path>& written) {
+  const DecodedImage& image = decoded.image;
   const SampleArray& samples = image.samples;
   nlohmann::ordered_json shape = {samples.frames, samples.rows, samples.columns};
   if (samples.channels != 1) {
@@ -160,17 +220,14 @@ nlohmann::ordered_json report(const DecodedImage& image, const DecodeOptions& op
   for (const fs::path& path : written) {
     outputs.push_back(path.string());
   }
-  nlohmann::ordered_json modality = nullptr;
-  if (image.monochrome && !options.stored) {
-    const KtVec2f line = image.slice.result_MOD_LUT();
-    modality = jsonPair(line);
-  }
-  return {{"file", options.file},
-          {"outputs", outputs},
-          {"frames", {image.frames.first, image.frames.last}},
-          {"shape", shape},
-          {"type", typeName(samples.type)},
-          {"modality", modality}};
+  nlohmann::ordered_json report = {{"file", options.file},
+                                   {"outputs", outputs},
+                                   {"frames", {image.frames.first, image.frames.last}},
+                                   {"shape", shape},
+                                   {"type", typeName(samples.type)}};
+  addValues(report, decoded, options);
+  report["remark"] = jsonTextOrNull(decoded.display ? decoded.display->remark() : "");
+  return report;
 }
 
 int decode(const DecodeOptions& options, const MemoryBudget& memory) {
@@ -180,12 +237,15 @@ int decode(const DecodeOptions& options, const MemoryBudget& memory) {
   if (formatOf(options.output) != Format::kPng) {  // the frames decide what pictures are called
     inputs.refuseToReplace(options.output);
   }
-  const DecodeRequest request{framesWanted(options), options.stored, options.overlays};
-  const DecodedImage image =
-      withFileNamed(options.file, [&] { return decodeImage(options.file, request, memory); });
-  const std::vector<fs::path> written = writeOutput(image, options, inputs);
+  (void)framesWanted(options);
+  const Decoded decoded =
+      withFileNamed(options.file, [&] { return decodeAsAsked(options, memory); });
+  const std::vector<fs::path> written = writeOutput(decoded, options, inputs);
+  if (decoded.display && !decoded.display->remark().empty()) {
+    complain(options.file + ": " + decoded.display->remark());
+  }
   if (options.json) {
-    sayJson(report(image, options, written));
+    sayJson(report(decoded, options, written));
   }
   return kDone;
 }

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -60,10 +61,46 @@ void line(const std::string& label, const std::string& text) {
   say("  " + label + std::string(blanks, ' ') + text);
 }
 
-std::string pairText(const Json& pair, const char* first, const char* second) {
-  return pair.is_null()
-             ? "-"
-             : std::string(first) + " " + plain(pair[0]) + ", " + second + " " + plain(pair[1]);
+constexpr const char* kUnknown = "unknown";
+
+/// A component of the values, with the word that goes before it.
+struct Component {
+  std::size_t index;
+  const char* word;
+};
+
+// "0.5", or "0.5 to 3" over the frames in which it is known.
+std::string rangeText(const Json& values, std::size_t index) {
+  double low = std::numeric_limits<double>::infinity();
+  double high = -low;
+  for (const Json& value : values) {
+    if (!value.is_null()) {
+      low = std::min(low, value[index].get<double>());
+      high = std::max(high, value[index].get<double>());
+    }
+  }
+  return low < high ? shortest(low) + " to " + shortest(high) : shortest(low);
+}
+
+// A value of one or several numbers: what all frames agree in, else its range over the frames.
+std::string valueText(const Json& image, const char* name,
+                      const std::vector<Component>& components) {
+  const Json& perFrame = image["perFrame"];
+  const bool differs = !perFrame.is_null() && perFrame.contains(name);
+  if (!differs && image[name].is_null()) {
+    return kUnknown;
+  }
+  const Json values = differs ? perFrame[name] : Json::array({image[name]});
+  std::string text = differs ? "differs: " : "";
+  for (const auto& [index, word] : components) {
+    text += (index == components.front().index ? "" : ", ") + std::string(word) +
+            rangeText(values, index);
+  }
+  const auto unknown = std::count_if(values.begin(), values.end(),
+                                     [](const Json& value) { return value.is_null(); });
+  return unknown == 0 ? text
+                      : text + "; unknown in " + std::to_string(unknown) + " of " +
+                            std::to_string(values.size()) + " frames";
 }
 
 std::string pixelText(const Json& format) {
@@ -100,16 +137,42 @@ std::string groupName(unsigned group) {
   return text;
 }
 
+// The first window, and those that all frames have beside it.
+void describeWindows(const Json& image) {
+  line("window", valueText(image, "voiWindow", {{0, "centre "}, {1, "width "}}));
+  const Json& windows = image["windows"];
+  for (std::size_t i = 0; !windows.is_null() && i < windows.size(); ++i) {
+    const Json& window = windows[i];
+    const bool named = !window["explanation"].is_null();
+    if (i > 0 || named) {
+      line("window " + std::to_string(i),
+           "centre " + shortest(window["centre"].get<double>()) + ", width " +
+               shortest(window["width"].get<double>()) +
+               (named ? " (" + plain(window["explanation"]) + ")" : ""));
+    }
+  }
+}
+
 void describeImage(const Json& image) {
   line("size", plain(image["columns"]) + " x " + plain(image["rows"]) + " x " +
                    plain(image["frames"]) + " (columns, rows, frames)");
   line("decoded", plain(image["samplesPerPixel"]) + " x " +
                       std::to_string(8 * image["bytesPerSample"].get<unsigned>()) +
                       " bits a pixel" + (image["lossy"].get<bool>() ? ", lossy" : ""));
-  line("rescale", pairText(image["rescale"], "slope", "intercept") + ", samples shifted by " +
+  const Json& unit = image["rescaleUnit"];
+  line("rescale", valueText(image, "rescale", {{0, "slope "}, {1, "intercept "}}) +
+                      (unit.is_null() ? "" : " (" + plain(unit) + ")") + ", samples shifted by " +
                       plain(image["sampleOffset"]));
-  line("window", pairText(image["voiWindow"], "centre", "width"));
-  line("pixel spacing", pairText(image["pixelSpacing"], "column", "row"));
+  describeWindows(image);
+  line("pixel spacing", valueText(image, "pixelSpacing", {{0, "column "}, {1, "row "}}));
+  line("frame spacing",
+       image["frameSpacing"].is_null() ? kUnknown : shortest(image["frameSpacing"].get<double>()));
+  const std::vector<Component> threeNumbers = {{0, ""}, {1, ""}, {2, ""}};
+  line("position", valueText(image, "position", threeNumbers) +
+                       (image["space"] == "volume" ? " in the ultrasound volume" : ""));
+  line("orientation",
+       valueText(image, "orientation",
+                 {{0, "rows "}, {1, ""}, {2, ""}, {3, "columns "}, {4, ""}, {5, ""}}));
 }
 
 void describeOverlays(const Json& overlays) {

@@ -4,7 +4,9 @@
 #include "ExitStatus.h"
 #include "Failure.h"
 #include "FileNamed.h"
+#include "FrameAttributes.h"
 #include "FrameSource.h"
+#include "FrameValues.h"
 #include "Messages.h"
 #include "PngWriter.h"
 #include "ProtectedInputs.h"
@@ -34,8 +36,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr const char* kFooter = R"(Every frame is drawn with its number (0-based) below, monochrome
-ones through --window, else through the window of the file, else over the range of the values that
-occur; overlays embedded in the samples are drawn in colour. Gated data has a row for each volume.
+ones through --window, else through their window in the file, else over the range of the values that
+occur (as zrdcm decode shows pictures); overlays embedded in the samples are drawn in colour. Gated data has a row for each volume.
 A sheet is at most 4096 pixels wide and high: many frames get small tiles, and of thousands every
 n-th is drawn, which a line at the top tells. Several files are drawn in the order given; they are
 the images of one series: one frame each, of one size, with the window of the first.
@@ -53,20 +55,31 @@ struct SheetOptions {
   bool json = false;
 };
 
+std::unique_ptr<DicomFile> openForDisplay(const std::string& path) {
+  auto file = std::make_unique<DicomFile>(path);
+  (void)keepTableOutOfDisplay(file->dataset());  // either way the samples can be shown
+  return file;
+}
+
+ImageFrames attributesOf(const DecodedImage& image) {
+  return readFrameAttributes(image.file->dataset(), image.samples.frames);
+}
+
 /// The images of a series as the frames of one image. Each is decoded when it is asked for.
 class SeriesSource : public FrameSource {
 public:
   /// @throws Failure that names the file, also when it does not match the first one.
   SeriesSource(std::vector<std::string> files, const MemoryBudget& memory)
-      : FrameSource(std::make_unique<DicomFile>(files.front()), memory), files_(std::move(files)) {
+      : FrameSource(openForDisplay(files.front()), memory), files_(std::move(files)) {
     image_.slice.overlays.reset();  // they are those of the first file alone
+    firstLine_ = lineOf(image());
   }
 
   std::size_t count() const override { return files_.size(); }
 
   SampleArray frame(std::size_t index) override {
     withFileNamed(files_[index], [&] {
-      current_ = decodeImage(files_[index], {std::nullopt, false, false}, memory());
+      current_ = decodeImage(openForDisplay(files_[index]), {std::nullopt, false, false}, memory());
       requireMatch();
     });
     return current_.samples;
@@ -83,15 +96,18 @@ private:
         own.type != first.type || current_.darkIsHigh != image().darkIsHigh) {
       throw Failure("has pixels of another size or kind than " + files_.front());
     }
-    const KtVec2f line = image().slice.result_MOD_LUT();
-    const KtVec2f ownLine = current_.slice.result_MOD_LUT();
-    if (image().monochrome && (ownLine.x != line.x || ownLine.y != line.y)) {
+    if (image().monochrome && lineOf(current_) != firstLine_) {
       throw Failure("has another rescale line than " + files_.front());
     }
   }
 
+  static std::optional<RescaleLine> lineOf(const DecodedImage& image) {
+    return lineOfSamples(image, attributesOf(image), image.frames.first);
+  }
+
   std::vector<std::string> files_;
   DecodedImage current_;
+  std::optional<RescaleLine> firstLine_;
 };
 
 // Gated data is easiest to follow when the slices of a volume make up a row.
@@ -102,34 +118,35 @@ std::size_t columnsFor(const SheetOptions& options, DcmItem& item) {
   return options.columns == 0 && rows ? static_cast<std::size_t>(slices) : options.columns;
 }
 
-Json report(const SheetOptions& options, const FrameSource& source, const SheetLayout& layout,
-            const std::vector<unsigned>& groups) {
+Json report(const SheetOptions& options, const FrameSource& source, const SheetContent& content,
+            const SheetLayout& layout) {
   return {{"file", options.files.front()},
           {"files", options.files},
           {"output", options.output},
           {"frames", source.count()},
           {"shown", layout.shown},
           {"every", layout.every},
-          {"overlayGroups", groups},
+          {"overlayGroups", overlayGroups(source.image(), content.frames)},
           {"size", {layout.sheetWidth, layout.sheetHeight}},
           {"tiles",
            {{"columns", layout.columns},
             {"rows", layout.rows},
             {"size", {layout.tileWidth, layout.tileHeight}},
             {"first", {layout.left(0), layout.top(0)}},
-            {"step", {layout.stepX(), layout.stepY()}}}}};
+            {"step", {layout.stepX(), layout.stepY()}}}},
+          {"remark", jsonTextOrNull(content.display ? content.display->remark() : "")}};
 }
 
 std::unique_ptr<FrameSource> openSource(const SheetOptions& options, const MemoryBudget& memory) {
   if (options.files.size() > 1) {
     return std::make_unique<SeriesSource>(options.files, memory);
   }
-  return std::make_unique<FrameSource>(std::make_unique<DicomFile>(options.files.front()), memory);
+  return std::make_unique<FrameSource>(openForDisplay(options.files.front()), memory);
 }
 
 SheetContent contentOf(const SheetOptions& options, const FrameSource& source) {
-  SheetContent content = allFrames(source);
-  content.window = windowFromOption(options.window);
+  SheetContent content =
+      allFrames(source, attributesOf(source.image()), windowFromOption(options.window));
   content.columns = columnsFor(options, source.image().file->dataset());
   if (options.files.size() > 1) {
     content.title += " - " + std::filesystem::path(options.files.back()).filename().string();
@@ -152,8 +169,11 @@ int writeSheet(const SheetOptions& options, const MemoryBudget& memory) {
                                 return drawContactSheet(*source, content, layout);
                               });
   writePng(options.output, inputs, sheet.view());
+  if (content.display && !content.display->remark().empty()) {
+    complain(options.files.front() + ": " + content.display->remark());
+  }
   if (options.json) {
-    sayJson(report(options, *source, layout, overlayGroups(source->image(), content.frames)));
+    sayJson(report(options, *source, content, layout));
   }
   return kDone;
 }

@@ -6,7 +6,9 @@
 #include "ExitStatus.h"
 #include "Failure.h"
 #include "FileNamed.h"
+#include "FrameAttributes.h"
 #include "FrameSource.h"
+#include "FrameValues.h"
 #include "Messages.h"
 #include "Numbers.h"
 #include "OutputFile.h"
@@ -25,7 +27,6 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -70,7 +71,8 @@ struct SplitImage {
   Zrg::FrameIncrement increment;
   Zrg::FrameOrder order;
   std::string reasonToKeepWhole;  ///< empty when the frames are split
-  std::optional<Window> window;
+  ImageFrames attributes;
+  SheetContent allFrames;  ///< how the frames are shown
 
   SplitImage(std::unique_ptr<DicomFile> file, const MemoryBudget& memory)
       : source(std::move(file), memory) {}
@@ -99,10 +101,16 @@ std::unique_ptr<SplitImage> openSplit(const SplitOptions& options, const MemoryB
     std::vector<unsigned> frames(split->source.count());
     std::iota(frames.begin(), frames.end(), 0U);
     split->order.volumes = {frames};
-  } else {
-    split->window = windowFor(split->source.image(), windowFromOption(options.window));
   }
+  split->attributes = readFrameAttributes(split->dataset(), split->source.count());
+  split->allFrames = allFrames(split->source, split->attributes, windowFromOption(options.window));
   return split;
+}
+
+// The frames of a volume by their numbers in the file.
+std::vector<std::size_t> numbersOf(const SplitImage& split, std::size_t volume) {
+  const std::vector<unsigned>& frames = split.order.volumes[volume];
+  return {frames.begin(), frames.end()};
 }
 
 std::string stemOf(std::size_t volume) {
@@ -122,15 +130,15 @@ void writeVolume(const SplitOptions& options, SplitImage& split, std::size_t vol
   if (options.format == "npy") {
     writeNpy(target, inputs, layout, frameAt);
   } else {
-    writeNrrd(target, inputs, layout, nrrdHeaderOf(split.source.image()), frameAt);
+    writeNrrd(target, inputs, layout,
+              nrrdHeaderOf(split.source.image(), split.attributes, numbersOf(split, volume)),
+              frameAt);
   }
 }
 
 void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_t volume,
                       const fs::path& target, const ProtectedInputs& inputs) {
-  const std::vector<unsigned>& frames = split.order.volumes[volume];
-  SheetContent content;
-  content.title = fs::path(options.file).filename().string();
+  SheetContent content = split.allFrames;
   if (!split.whole()) {
     content.title += " - volume " + std::to_string(volume);
   }
@@ -138,9 +146,8 @@ void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_
     content.details = "time slot " + std::to_string(split.timeSlot(volume)) + " - R-R interval " +
                       std::to_string(split.rrInterval(volume)) + " - ";
   }
-  content.frames.assign(frames.begin(), frames.end());
+  content.frames = numbersOf(split, volume);
   content.inVolume = !split.whole();
-  content.window = split.window;
   content.quiet = true;
   SheetLayout layout;
   const Picture sheet =
@@ -175,39 +182,65 @@ Json volumeEntry(const SplitOptions& options, const SplitImage& split, std::size
           {"slices", slicesOf(split, volume)}};
 }
 
-Json textOrNull(const std::string& text) {
-  return text.empty() ? Json(nullptr) : Json(text);
+// Millimetres between the slices, where all volumes agree.
+std::optional<double> sliceSpacingMm(const SplitImage& split) {
+  std::optional<double> spacing;
+  bool any = false;
+  for (std::size_t volume = 0; volume < split.order.volumes.size(); ++volume) {
+    if (split.order.volumes[volume].empty()) {
+      continue;
+    }
+    const std::optional<double> own = frameSpacingMm(split.attributes, numbersOf(split, volume));
+    if (any && own != spacing) {
+      return std::nullopt;
+    }
+    spacing = own;
+    any = true;
+  }
+  return spacing;
+}
+
+// What the dataset says about the frames, by their numbers in the file.
+void addValues(Json& manifest, const SplitImage& split) {
+  const DecodedImage& image = split.source.image();
+  std::vector<FrameValue> values = frameValues(split.attributes);
+  values.push_back({"modality", [&](std::size_t number) {
+                      return image.monochrome
+                                 ? jsonLine(lineOfSamples(image, split.attributes, number))
+                                 : Json(nullptr);
+                    }});
+  std::vector<std::size_t> numbers(split.source.count());
+  std::iota(numbers.begin(), numbers.end(), std::size_t{0});
+  addFrameValues(manifest, numbers, values);
 }
 
 Json manifestOf(const SplitOptions& options, const SplitImage& split) {
   const DecodedImage& image = split.source.image();
-  const Zrg::SliceImage& slice = image.slice;
-  const double spacing = frameSpacingMm(split.dataset());
   const char* const meaning = split.increment.meaning;
   Json volumes = Json::array();
   for (std::size_t volume = 0; volume < split.order.volumes.size(); ++volume) {
     volumes.push_back(volumeEntry(options, split, volume));
   }
-  return {{"source", fs::path(options.file).filename().string()},
-          {"split", !split.whole()},
-          {"reason", textOrNull(split.reasonToKeepWhole)},
-          {"pointer", textOrNull(split.increment.pointer)},
-          {"pointerKind", textOrNull(meaning == nullptr ? "" : meaning)},
-          {"timeSlots", split.gated() ? Json(split.order.timeSlots) : Json(nullptr)},
-          {"rrIntervals", split.gated() ? Json(split.order.rrIntervals) : Json(nullptr)},
-          {"reversed", split.order.reversed},
-          {"columns", image.samples.columns},
-          {"rows", image.samples.rows},
-          {"frames", split.source.count()},
-          {"samplesPerPixel", image.samples.channels},
-          {"type", typeName(image.samples.type)},
-          {"rescale", jsonPair(slice.rescale)},
-          {"sampleOffset", jsonNumber(slice.sampleOffset)},
-          {"modality", image.monochrome ? jsonPair(slice.result_MOD_LUT()) : Json(nullptr)},
-          {"voiWindow", jsonPair(slice.voiWindow)},
-          {"pixelSpacing", jsonPair(slice.pixelSpacing)},
-          {"sliceSpacing", std::isnan(spacing) ? Json(nullptr) : Json(spacing)},
-          {"volumes", volumes}};
+  Json manifest = {{"source", fs::path(options.file).filename().string()},
+                   {"split", !split.whole()},
+                   {"reason", jsonTextOrNull(split.reasonToKeepWhole)},
+                   {"pointer", jsonTextOrNull(split.increment.pointer)},
+                   {"pointerKind", jsonTextOrNull(meaning == nullptr ? "" : meaning)},
+                   {"timeSlots", split.gated() ? Json(split.order.timeSlots) : Json(nullptr)},
+                   {"rrIntervals", split.gated() ? Json(split.order.rrIntervals) : Json(nullptr)},
+                   {"reversed", split.order.reversed},
+                   {"columns", image.samples.columns},
+                   {"rows", image.samples.rows},
+                   {"frames", split.source.count()},
+                   {"samplesPerPixel", image.samples.channels},
+                   {"type", typeName(image.samples.type)},
+                   {"sampleOffset", jsonNumber(image.slice.sampleOffset)},
+                   {"sliceSpacing", jsonOrNull(sliceSpacingMm(split))}};
+  addValues(manifest, split);
+  const std::string remark = split.allFrames.display ? split.allFrames.display->remark() : "";
+  manifest["remark"] = jsonTextOrNull(remark);
+  manifest["volumes"] = volumes;
+  return manifest;
 }
 
 void removeOlder(const fs::path& manifest) {
@@ -272,6 +305,9 @@ int writeSplit(const SplitOptions& options, const MemoryBudget& memory) {
   writeAll(options, *split, manifest);
   if (split->whole()) {
     complain(options.file + ": kept whole: " + split->reasonToKeepWhole);
+  }
+  if (!manifest["remark"].is_null()) {
+    complain(options.file + ": " + manifest["remark"].get<std::string>());
   }
   if (options.json) {
     sayJson(manifest);

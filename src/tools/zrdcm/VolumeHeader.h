@@ -3,16 +3,19 @@
 
 #include "ArrayWriters.h"
 #include "DecodedImage.h"
+#include "FrameAttributes.h"
 
-class DcmItem;
+#include <cstddef>
+#include <vector>
 
 namespace zrdcm {
 
-/// Millimetres between the middles of neighbouring frames; NaN where the dataset does not tell.
-double frameSpacingMm(DcmItem& item);
-
-/// What an NRRD file says about the image: spacings, name, and for monochrome images the line that
-/// maps samples to modality values and the window of the dataset.
-NrrdHeader nrrdHeaderOf(const DecodedImage& image);
+/// What an NRRD file says about the frames in it: spacings, name, and for monochrome images the line
+/// that maps samples to modality values and the window of the dataset. Lines and windows that differ
+/// between the frames are lists under names of their own, so that nobody takes the first for all.
+///
+/// @param numbers the frames of the file that it holds (0-based), in the order of the slices
+NrrdHeader nrrdHeaderOf(const DecodedImage& image, const ImageFrames& attributes,
+                        const std::vector<std::size_t>& numbers);
 
 }  // namespace zrdcm

@@ -34,7 +34,7 @@ std::optional<Window> windowFromOption(const std::string& text) {
   if (!centre || !width || *width <= 0) {
     throw UsageError("--window wants CENTRE,WIDTH with a width above 0: " + text);
   }
-  return Window{*centre, *width, *width <= 1};
+  return Window{*centre, *width, *width <= 1 ? VoiFunction::kLinearExact : VoiFunction::kLinear};
 }
 
 }  // namespace zrdcm

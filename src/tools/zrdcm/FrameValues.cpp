@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Values of frames as JSON. Thousands of frames mostly agree, so what they agree in is said once.
+#include "FrameValues.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace zrdcm {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+const char* functionName(VoiFunction function) {
+  switch (function) {
+    case VoiFunction::kLinear:
+      return "LINEAR";
+    case VoiFunction::kLinearExact:
+      return "LINEAR_EXACT";
+    case VoiFunction::kSigmoid:
+      return "SIGMOID";
+    case VoiFunction::kOther:
+      break;
+  }
+  return nullptr;
+}
+
+Json jsonWindow(const VoiWindow& window) {
+  const char* const function = functionName(window.function);
+  return {{"centre", window.centre},
+          {"width", window.width},
+          {"function", function == nullptr ? Json(nullptr) : Json(function)},
+          {"explanation", jsonTextOrNull(window.explanation)}};
+}
+
+Json firstWindow(const std::vector<VoiWindow>& windows) {
+  return windows.empty() ? Json(nullptr) : Json({windows.front().centre, windows.front().width});
+}
+
+template <std::size_t Count>
+Json jsonNumbers(const std::optional<std::array<double, Count>>& numbers) {
+  return numbers ? Json(*numbers) : Json(nullptr);
+}
+
+Json spaceOf(const FrameAttributes& frame) {
+  if (!frame.position && !frame.orientation) {
+    return nullptr;
+  }
+  return frame.inVolumeSpace ? "volume" : "patient";
+}
+
+}  // namespace
+
+void addFrameValues(Json& target, const std::vector<std::size_t>& numbers,
+                    const std::vector<FrameValue>& values) {
+  Json perFrame = nullptr;
+  for (const FrameValue& value : values) {
+    const Json first = numbers.empty() ? Json(nullptr) : value.of(numbers.front());
+    const bool agree = std::all_of(numbers.begin(), numbers.end(),
+                                   [&](std::size_t number) { return value.of(number) == first; });
+    target[value.name] = agree ? first : Json(nullptr);
+    for (std::size_t i = 0; !agree && i < numbers.size(); ++i) {
+      perFrame[value.name].push_back(value.of(numbers[i]));
+    }
+  }
+  target["perFrame"] = std::move(perFrame);
+}
+
+std::vector<FrameValue> frameValues(const ImageFrames& image) {
+  const auto frame = [&image](std::size_t number) -> const FrameAttributes& {
+    return image.frames.at(number);
+  };
+  return {
+      {"rescale", [frame](std::size_t number) { return jsonLine(frame(number).rescale); }},
+      {"rescaleUnit",
+       [frame](std::size_t number) {
+         return jsonTextOrNull(frame(number).rescale ? frame(number).rescale->unit : "");
+       }},
+      {"voiWindow", [frame](std::size_t number) { return firstWindow(frame(number).windows); }},
+      {"windows", [frame](std::size_t number) { return jsonWindows(frame(number).windows); }},
+      {"pixelSpacing",
+       [frame](std::size_t number) { return jsonNumbers(frame(number).pixelSpacing); }},
+      {"position", [frame](std::size_t number) { return jsonNumbers(frame(number).position); }},
+      {"orientation",
+       [frame](std::size_t number) { return jsonNumbers(frame(number).orientation); }},
+      {"space", [frame](std::size_t number) { return spaceOf(frame(number)); }},
+  };
+}
+
+Json jsonLine(const std::optional<RescaleLine>& line) {
+  return line ? Json({line->slope, line->intercept}) : Json(nullptr);
+}
+
+Json jsonWindows(const std::vector<VoiWindow>& windows) {
+  Json list = Json::array();
+  for (const VoiWindow& window : windows) {
+    list.push_back(jsonWindow(window));
+  }
+  return list.empty() ? Json(nullptr) : list;
+}
+
+Json jsonTextOrNull(const std::string& text) {
+  return text.empty() ? Json(nullptr) : Json(text);
+}
+
+Json jsonOrNull(const std::optional<double>& number) {
+  return number ? Json(*number) : Json(nullptr);
+}
+
+}  // namespace zrdcm
