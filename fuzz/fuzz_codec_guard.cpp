@@ -11,6 +11,7 @@
 #include "dcmtk/dcmdata/dcpixel.h"
 #include "dcmtk/dcmdata/dcrledrg.h"
 
+#include <cmath>
 #include <cstring>
 #include <optional>
 
@@ -189,10 +190,13 @@ Bytes firstFrameOf(const Image& image) {
 }
 
 struct FrameHeader {
+  unsigned process;  ///< second byte of its marker
   unsigned precision;
   unsigned rows;
   unsigned columns;
   unsigned components;
+  Bytes sampling;   ///< of the components that are there
+  std::size_t end;  ///< of its segment
 };
 
 bool isIn(Uint8 code, std::initializer_list<Uint8> codes) {
@@ -222,7 +226,17 @@ std::optional<FrameHeader> findFrameHeader(const Bytes& bytes) {
       if (length < 8 || at + 8 > bytes.size()) {
         break;
       }
-      return FrameHeader{bytes[at + 2], big16(at + 3), big16(at + 5), bytes[at + 7]};
+      FrameHeader header{code,
+                         bytes[at + 2],
+                         big16(at + 3),
+                         big16(at + 5),
+                         bytes[at + 7],
+                         {},
+                         std::min(bytes.size(), at + length)};
+      for (std::size_t i = at + 9; i + 1 < header.end; i += 3) {
+        header.sampling.push_back(bytes[i]);
+      }
+      return header;
     }
     at += length;
     if (at > bytes.size()) {
@@ -232,17 +246,84 @@ std::optional<FrameHeader> findFrameHeader(const Bytes& bytes) {
   return std::nullopt;
 }
 
+/// The fewest bits of a frame; nothing where DCMTK has no decoder. @see ITU-T T.81 F, G, H
+std::optional<std::size_t> leastBits(const FrameHeader& header) {
+  if (!isIn(static_cast<Uint8>(header.process), {0xC0, 0xC1, 0xC2, 0xC3}) ||
+      header.components == 0 || header.components > 10 ||
+      header.sampling.size() < header.components) {
+    return std::nullopt;
+  }
+  unsigned mostAcross = 0;
+  unsigned mostDown = 0;
+  for (unsigned i = 0; i < header.components; ++i) {
+    const unsigned across = header.sampling[i] / 16;
+    const unsigned down = header.sampling[i] % 16;
+    if (across < 1 || across > 4 || down < 1 || down > 4) {
+      return std::nullopt;
+    }
+    mostAcross = std::max(mostAcross, across);
+    mostDown = std::max(mostDown, down);
+  }
+  const double side = header.process == 0xC3 ? 1 : 8;
+  double units = 0;
+  for (unsigned i = 0; i < header.components; ++i) {
+    units += std::ceil(header.columns * (header.sampling[i] / 16) / (mostAcross * side)) *
+             std::ceil(header.rows * (header.sampling[i] % 16) / (mostDown * side));
+  }
+  return static_cast<std::size_t>(header.process < 0xC2 ? 2 * units : units);
+}
+
+/// Bits of the coded data from a place in a stream on, a byte after the other.
+std::size_t codedBits(const Bytes& bytes, std::size_t at) {
+  std::size_t count = 0;
+  bool isInScan = false;
+  while (at < bytes.size()) {
+    if (bytes[at] != 0xFF) {
+      count += isInScan ? 1 : 0;
+      ++at;
+      continue;
+    }
+    while (at < bytes.size() && bytes[at] == 0xFF) {
+      ++at;
+    }
+    if (at == bytes.size() || bytes[at] == 0xD9) {
+      break;
+    }
+    const Uint8 code = bytes[at++];
+    if (isInScan && (code == 0 || (code >= 0xD0 && code <= 0xD7))) {
+      count += code == 0 ? 1 : 0;
+      continue;
+    }
+    isInScan = false;
+    if (code < 0xC0 || (code >= 0xD0 && code <= 0xD8)) {
+      continue;
+    }
+    const std::size_t length = at + 1 < bytes.size() ? bytes[at] * 256U + bytes[at + 1] : 0;
+    if (length < 2 || at + length > bytes.size()) {
+      break;
+    }
+    at += length;
+    isInScan = code == 0xDA;
+  }
+  return 8 * count;
+}
+
 void checkJpeg(Image& image) {
   if (!image.isWhole() || image.fragments.empty()) {
     return;
   }
-  const std::optional<FrameHeader> header = findFrameHeader(firstFrameOf(image));
+  const Bytes frame = firstFrameOf(image);
+  const std::optional<FrameHeader> header = findFrameHeader(frame);
   const bool agrees = header && header->precision <= image.head.bitsAllocated &&
                       header->rows == image.head.rows && header->columns == image.head.columns &&
                       header->components == image.head.samplesPerPixel;
   const std::size_t wanted =
       image.pixels() * image.head.samplesPerPixel * (header && header->precision > 8 ? 2 : 1);
-  require(image.guard().frameIsSafe(0, 1, wanted) == (agrees && image.guard().isCountable(1)));
+  const std::optional<std::size_t> least = agrees ? leastBits(*header) : std::nullopt;
+  const bool isWhole = least && codedBits(frame, header->end) >= *least;
+  require(image.guard().frameIsSafe(0, 1, wanted) == (isWhole && image.guard().isCountable(1)));
+  // Nothing may be decoded for which no memory would be taken.
+  require(!image.guard().frameIsSafe(0, 0, wanted) || image.guard().mayHoldFrames(0, 1));
 }
 
 /// Where a stream is cut must not matter, unless a cut makes a new image of its rest. Of JPEG-LS with

@@ -36,6 +36,9 @@ void registerEncoders() {
 std::unique_ptr<DcmRepresentationParameter> encoderParameter(E_TransferSyntax syntax) {
   switch (syntax) {
     case EXS_JPEGProcess1:
+    case EXS_JPEGProcess2_4:
+    case EXS_JPEGProcess6_8:
+    case EXS_JPEGProcess10_12:
       return std::make_unique<DJ_RPLossy>(90);
     case EXS_JPEGProcess14:
     case EXS_JPEGProcess14SV1:
@@ -65,6 +68,14 @@ std::vector<char> bytesOf(DcmDataset& dataset, E_TransferSyntax syntax) {
   return bytes;
 }
 
+std::unique_ptr<DcmDataset> compressAs(const DcmDataset& dataset, E_TransferSyntax syntax,
+                                       const DcmRepresentationParameter& parameter) {
+  registerEncoders();
+  DcmDataset copy(dataset);
+  require(copy.chooseRepresentation(syntax, &parameter), "compress");
+  return support::readBack(copy, syntax);
+}
+
 }  // namespace
 
 std::unique_ptr<DcmDataset> readBack(DcmDataset& dataset, E_TransferSyntax syntax) {
@@ -81,11 +92,11 @@ std::unique_ptr<DcmDataset> readBack(DcmDataset& dataset, E_TransferSyntax synta
 }
 
 std::unique_ptr<DcmDataset> compress(const DcmDataset& dataset, E_TransferSyntax syntax) {
-  registerEncoders();
-  DcmDataset copy(dataset);
-  const std::unique_ptr<DcmRepresentationParameter> parameter = encoderParameter(syntax);
-  require(copy.chooseRepresentation(syntax, parameter.get()), "compress");
-  return readBack(copy, syntax);
+  return compressAs(dataset, syntax, *encoderParameter(syntax));
+}
+
+std::unique_ptr<DcmDataset> compressWithPredictor(const DcmDataset& dataset, int predictor) {
+  return compressAs(dataset, EXS_JPEGProcess14, DJ_RPLossless(predictor, 0));
 }
 
 void saveFile(const DcmDataset& dataset, const std::filesystem::path& path,

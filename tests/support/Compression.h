@@ -14,11 +14,14 @@ namespace support {
 /// when it cannot be written.
 [[nodiscard]] std::unique_ptr<DcmDataset> readBack(DcmDataset& dataset, E_TransferSyntax syntax);
 
-/// The dataset compressed (RLE, JPEG lossless and baseline, JPEG-LS) and read back likewise; it
-/// holds no other representation. `dataset` stays native. Throws std::logic_error when DCMTK
-/// refuses.
+/// The dataset compressed (RLE, JPEG, JPEG-LS) and read back likewise; it holds no other
+/// representation. `dataset` stays native. Throws std::logic_error when DCMTK refuses.
 [[nodiscard]] std::unique_ptr<DcmDataset> compress(const DcmDataset& dataset,
                                                    E_TransferSyntax syntax);
+
+/// The same in lossless JPEG of process 14 with a predictor, 1 to 7. @see ITU-T T.81 H.1.2.1
+[[nodiscard]] std::unique_ptr<DcmDataset> compressWithPredictor(const DcmDataset& dataset,
+                                                                int predictor);
 
 /// Writes a DICOM file in the given transfer syntax, which must not need an encoder.
 void saveFile(const DcmDataset& dataset, const std::filesystem::path& path,

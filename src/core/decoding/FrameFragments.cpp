@@ -69,7 +69,8 @@ std::optional<JpegFrameHeader> FrameFragments::jpegHeader(Uint32 fragment) {
   }
   FragmentStream stream(*fragments_, fragment, fragments_->count());
   if (syntax_ == EXS_JPEGLSLossless || syntax_ == EXS_JPEGLSLossy) {
-    return passJpegLsImage(stream);
+    const std::optional<JpegImage> image = passJpegLsImage(stream);
+    return image ? std::optional(image->header) : std::nullopt;
   }
   return readJpegFrameHeader(stream);
 }

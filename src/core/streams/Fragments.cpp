@@ -56,6 +56,14 @@ Uint32 Fragments::length(unsigned long index) {
   return found != nullptr ? found->getLength() : 0;
 }
 
+unsigned long long Fragments::lengthOf(unsigned long first, unsigned long end) {
+  unsigned long long sum = 0;
+  for (unsigned long i = first; i < end; ++i) {
+    sum += length(i);
+  }
+  return sum;
+}
+
 const Uint8* Fragments::bytes(unsigned long index) {
   DcmPixelItem* const found = item(index);
   Uint8* bytes = nullptr;

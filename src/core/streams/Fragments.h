@@ -34,6 +34,9 @@ public:
   /// Bytes of a fragment; 0 when there is no such one. Loads nothing.
   [[nodiscard]] Uint32 length(unsigned long index);
 
+  /// Bytes of all fragments from `first` to `end` - 1. Loads nothing.
+  [[nodiscard]] unsigned long long lengthOf(unsigned long first, unsigned long end);
+
   /// Bytes of a fragment, which is loaded; null when it has none or cannot be loaded.
   [[nodiscard]] const Uint8* bytes(unsigned long index);
 

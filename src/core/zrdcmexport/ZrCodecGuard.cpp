@@ -2,6 +2,7 @@
 // Which compressed frames are safe to decode. What each check keeps away from DCMTK's decoders:
 //
 //   4 GiB - 1 and more    sizes wrap at 32 bits and the decoder writes beyond its buffer
+//   all of them           coded data from which no frame of that size can come allocates gigabytes
 //   RLE, whole frame      stripes that yield less than a plane leave heap contents in the samples;
 //                         an empty last stripe is read before its start; a control byte that means
 //                         nothing is unpacked as a run
@@ -30,6 +31,8 @@ namespace {
 
 /// The last even number that 32 bits hold: decoders add a byte to an odd one.
 constexpr unsigned long long kMostBytes = (1ULL << 32) - 2;
+
+constexpr unsigned long long kBitsPerByte = 8;
 
 Uint16 numberOf(DcmItem& item, const DcmTagKey& key) {
   Uint16 value = 0;
@@ -137,6 +140,29 @@ bool CodecGuard::framesAreSafe(unsigned long first, unsigned long count) {
   return true;
 }
 
+bool CodecGuard::mayHoldFrames(unsigned long first, unsigned long count) {
+  if (codec_ == Codec::None) {
+    return true;
+  }
+  const std::optional<unsigned long> start = startFragmentOf(first);
+  if (!start || count == 0) {
+    return false;
+  }
+  if (codec_ == Codec::Rle) {
+    return fragments_->lengthOf(*start, fragments_->count()) / leastRleFrameBytes() >= count;
+  }
+  const std::optional<JpegYield> yield = jpegYield(first, *start);
+  if (!yield) {
+    return false;
+  }
+  const JpegFrameHeader others = {0, rows_, columns_, 1, 0, {}};
+  const unsigned long long leastBits = codec_ == Codec::JpegLs
+                                           ? leastJpegLsBits(others, 0)
+                                           : leastJpegBitsOfAnyKind(columns_, rows_);
+  const unsigned long long left = fragments_->lengthOf(yield->end, fragments_->count());
+  return (count - 1) * leastBits <= left * kBitsPerByte;
+}
+
 bool CodecGuard::frameIsSafe(Uint32 frame, Uint32 startFragment, unsigned long long frameSize) {
   if (codec_ == Codec::None) {
     return true;
@@ -192,6 +218,22 @@ std::optional<unsigned long> CodecGuard::endOfJpegFrame(unsigned long frame, uns
   return end;
 }
 
+/// Whether a frame header says what the attributes say.
+bool CodecGuard::agrees(const JpegFrameHeader& header) const {
+  // The decoder of the baseline process makes one byte of every sample, whatever the stream says.
+  const bool fits = header.precision <= bitsAllocated_ && (!isBaseline_ || header.precision <= 8);
+  return fits && header.rows == rows_ && header.columns == columns_ &&
+         header.components == samplesPerPixel_;
+}
+
+/// Whether there is enough coded data for the size that the frame header says.
+bool CodecGuard::holdsAFrame(const JpegImage& image) const {
+  const std::optional<unsigned long long> least =
+      codec_ == Codec::JpegLs ? leastJpegLsBits(image.header, image.interleaveMode)
+                              : leastJpegBits(image.header);
+  return least && *least <= image.codedBytes * kBitsPerByte;
+}
+
 /// What the JPEG image of a frame yields when its size agrees with the attributes.
 std::optional<CodecGuard::JpegYield> CodecGuard::jpegYield(unsigned long frame,
                                                            unsigned long start) {
@@ -200,22 +242,26 @@ std::optional<CodecGuard::JpegYield> CodecGuard::jpegYield(unsigned long frame,
     return std::nullopt;
   }
   FragmentStream stream(*fragments_, start, *end);
-  const std::optional<JpegFrameHeader> header =
-      codec_ == Codec::JpegLs ? passJpegLsImage(stream) : readJpegFrameHeader(stream);
-  if (!header || header->rows != rows_ || header->columns != columns_ ||
-      header->components != samplesPerPixel_ || header->precision > bitsAllocated_) {
+  const std::optional<JpegImage> image =
+      codec_ == Codec::JpegLs ? passJpegLsImage(stream) : passJpegImage(stream);
+  if (!image || !agrees(image->header) || !holdsAFrame(*image)) {
     return std::nullopt;
   }
-  // The decoder of the baseline process makes one byte of every sample, whatever the stream says.
-  if (isBaseline_ && header->precision > 8) {
-    return std::nullopt;
-  }
-  return JpegYield{pixelsPerFrame() * samplesPerPixel_ * (header->precision > 8 ? 2 : 1),
-                   codec_ == Codec::Jpeg && header->precision > 12, *end};
+  const Uint8 precision = image->header.precision;
+  return JpegYield{pixelsPerFrame() * samplesPerPixel_ * (precision > 8 ? 2 : 1),
+                   codec_ == Codec::Jpeg && precision > 12, *end};
+}
+
+unsigned long long CodecGuard::leastRleFrameBytes() const {
+  return leastRleBytes(bytesPerPixel(), pixelsPerFrame());
 }
 
 bool CodecGuard::rleFramesAreWhole() {
   const unsigned long frames = decodedFrames();
+  // Their lengths alone tell what need not be loaded.
+  if (fragments_->lengthOf(1, fragments_->count()) / frames < leastRleFrameBytes()) {
+    return false;
+  }
   unsigned long fragment = 1;
   for (unsigned long frame = 0; frame < frames; ++frame) {
     FragmentStream stream(*fragments_, fragment, fragments_->count());

@@ -15,6 +15,9 @@ class DcmPixelData;
 
 namespace Zrg {
 
+struct JpegFrameHeader;
+struct JpegImage;
+
 /// Asks of encapsulated pixel data whether DCMTK's decoders may be trusted with it.
 ///
 /// Those decoders count sizes in 32 bits, take what an RLE header says of its stripes, and leave
@@ -48,6 +51,11 @@ public:
   /// size that the attributes ask for.
   [[nodiscard]] bool framesAreSafe(unsigned long first, unsigned long count);
 
+  /// Whether there is enough coded data for `count` frames from `first` on to take memory for them: the
+  /// first one must be whole as far as its size is concerned, the others need what no frame can do
+  /// without. Reads little; whether the frames are safe is another question.
+  [[nodiscard]] bool mayHoldFrames(unsigned long first, unsigned long count);
+
   /// Whether one frame may be decoded alone and fills `frameSize` bytes, neither more nor less.
   ///
   /// @param frame         0-based index of the frame.
@@ -74,8 +82,11 @@ private:
   [[nodiscard]] bool startsJpegImage(unsigned long fragment);
   [[nodiscard]] std::optional<unsigned long> endOfJpegFrame(unsigned long frame,
                                                             unsigned long start);
+  [[nodiscard]] bool agrees(const JpegFrameHeader& header) const;
+  [[nodiscard]] bool holdsAFrame(const JpegImage& image) const;
   [[nodiscard]] std::optional<JpegYield> jpegYield(unsigned long frame, unsigned long start);
   [[nodiscard]] bool rleFramesAreWhole();
+  [[nodiscard]] unsigned long long leastRleFrameBytes() const;
   [[nodiscard]] bool jpegFramesAgree(unsigned long frame, unsigned long start, unsigned long count,
                                      const std::function<bool(const JpegYield&)>& isRight);
 

@@ -13,7 +13,11 @@
 // JPEG image: SOI, then marker segments (FF, marker, 16-bit big endian length that counts itself,
 // payload) and markers without a length, up to the frame header:
 //
-//   length, Uint8 precision, Uint16 rows, Uint16 columns, Uint8 components, ...
+//   length, Uint8 precision, Uint16 rows, Uint16 columns, Uint8 components n,
+//   n x (component, 4 bits each of horizontal and vertical sampling, table)
+//
+// Then more segments, among them those of scans (SOS), each with coded data behind it. FF 00 is a byte
+// FF of the data, a restart (FF D0 to FF D7) belongs to it, any other marker ends it.
 //
 // JPEG-LS adds presets (LSE) and the scans. A byte above 7F behind FF ends the samples of a scan:
 //
@@ -37,6 +41,7 @@ constexpr unsigned int kRleHeaderSize = 64;
 constexpr unsigned int kMostRleStripes = 15;
 constexpr Uint8 kNoOperation = 128;
 
+constexpr unsigned int kMarkerSize = 2;
 constexpr Uint8 kMarkerPrefix = 0xFF;
 constexpr Uint8 kStuffedZero = 0x00;
 constexpr Uint8 kTemporaryUse = 0x01;
@@ -51,6 +56,8 @@ constexpr Uint8 kEndOfImage = 0xD9;
 constexpr Uint8 kStartOfScan = 0xDA;
 constexpr Uint8 kJpegLsFrame = 0xF7;
 constexpr Uint8 kJpegLsPresets = 0xF8;
+
+constexpr unsigned long long kComponentSize = 3;
 
 constexpr Uint8 kLastStuffedByte = 0x7F;
 constexpr Uint8 kCodingParameters = 1;
@@ -125,18 +132,22 @@ bool endsSearch(Uint8 marker) {
          marker == kEndOfImage || marker == kStartOfScan;
 }
 
+/// Takes the second byte of a marker whose prefix has been taken, behind any number of fill bytes.
+bool readSecondByte(FragmentStream& stream, Uint8& marker) {
+  do {
+    if (!stream.read(marker)) {
+      return false;
+    }
+  } while (marker == kMarkerPrefix);
+  return true;
+}
+
 bool readMarker(FragmentStream& stream, Uint8& marker) {
   Uint8 prefix = 0;
   if (!stream.read(prefix) || prefix != kMarkerPrefix) {
     return false;
   }
-  marker = kMarkerPrefix;
-  while (marker == kMarkerPrefix) {  // any number of fill bytes may stand before a marker
-    if (!stream.read(marker)) {
-      return false;
-    }
-  }
-  return true;
+  return readSecondByte(stream, marker);
 }
 
 bool readStartOfImage(FragmentStream& stream) {
@@ -158,6 +169,7 @@ public:
   bool read(Uint8& value) { return take(sizeof(value)) && stream_.read(value); }
   bool read(Uint16& value) { return take(sizeof(value)) && readBigEndian16(stream_, value); }
   bool skip(unsigned long long count) { return take(count) && stream_.skip(count) == count; }
+  [[nodiscard]] bool has(unsigned long long count) const { return good_ && count <= left_; }
   /// Skips what is left; false when the segment reaches beyond the stream.
   bool skipRest() { return skip(left_); }
 
@@ -173,9 +185,19 @@ private:
   unsigned long long left_ = 0;
 };
 
+/// Reads all fields up to the number of components, and the sampling of as many of these as there are.
 bool readFrameHeader(Segment& segment, JpegFrameHeader& header) {
-  return segment.read(header.precision) && segment.read(header.rows) &&
-         segment.read(header.columns) && segment.read(header.components);
+  if (!segment.read(header.precision) || !segment.read(header.rows) ||
+      !segment.read(header.columns) || !segment.read(header.components)) {
+    return false;
+  }
+  const unsigned int components =
+      std::min<unsigned int>(header.components, JpegFrameHeader::kMostComponents);
+  bool isThere = true;
+  for (unsigned int i = 0; i < components && isThere && segment.has(kComponentSize); ++i) {
+    isThere = segment.skip(1) && segment.read(header.sampling[i]) && segment.skip(1);
+  }
+  return true;
 }
 
 /// Coding parameters of JPEG-LS; 0 where the stream leaves a parameter to its default.
@@ -214,10 +236,12 @@ bool readScanHeader(FragmentStream& stream, Uint8& interleaveMode) {
          segment.read(interleaveMode) && segment.skipRest();
 }
 
-/// Skips coded samples and takes the marker that ends them.
-bool readMarkerBehindScan(FragmentStream& stream, Uint8& marker) {
+/// Skips coded samples, takes the marker that ends them and counts their bytes.
+bool readMarkerBehindScan(FragmentStream& stream, Uint8& marker, unsigned long long& codedBytes) {
+  const unsigned long long begin = stream.position();
   while (stream.skipPast(kMarkerPrefix) && stream.read(marker)) {
     if (marker > kLastStuffedByte) {
+      codedBytes += stream.position() - begin - kMarkerSize;
       return true;
     }
   }
@@ -225,24 +249,69 @@ bool readMarkerBehindScan(FragmentStream& stream, Uint8& marker) {
 }
 
 /// Passes all scans, the first of whose markers has just been taken.
-bool passJpegLsScans(FragmentStream& stream, const JpegFrameHeader& header,
-                     const Presets& presets) {
+bool passJpegLsScans(FragmentStream& stream, JpegImage& image, const Presets& presets) {
   unsigned int scans = 1;
   for (unsigned int scan = 0; scan < scans; ++scan) {
     Uint8 interleaveMode = 0;
     Uint8 marker = 0;
-    if (!readScanHeader(stream, interleaveMode) || !isDecodable(presets, header, interleaveMode) ||
-        !readMarkerBehindScan(stream, marker)) {
+    if (!readScanHeader(stream, interleaveMode) ||
+        !isDecodable(presets, image.header, interleaveMode) ||
+        !readMarkerBehindScan(stream, marker, image.codedBytes)) {
       return false;
     }
-    if (scan == 0 && interleaveMode == kPlaneByPlane) {
-      scans = header.components;
+    if (scan == 0) {
+      image.interleaveMode = interleaveMode;
+      scans = interleaveMode == kPlaneByPlane ? image.header.components : 1;
     }
     if (scan + 1 < scans && marker != kStartOfScan) {
       return false;
     }
   }
   return true;
+}
+
+/// Bytes of the coded data where the stream stands, up to the marker that ends it, which is taken; a
+/// marker of 0 says that the stream ends before.
+unsigned long long countCodedBytes(FragmentStream& stream, Uint8& marker) {
+  unsigned long long bytes = 0;
+  unsigned long long begin = stream.position();
+  while (stream.skipPast(kMarkerPrefix)) {
+    bytes += stream.position() - begin - 1;
+    if (!readSecondByte(stream, marker)) {
+      marker = 0;
+      return bytes;
+    }
+    if (marker == kStuffedZero) {
+      ++bytes;  // the prefix was a byte of the data
+    } else if (marker < kFirstRestart || marker >= kStartOfImage) {
+      return bytes;
+    }
+    begin = stream.position();
+  }
+  marker = 0;
+  return bytes + (stream.position() - begin);
+}
+
+/// Bytes of coded data of all scans from where the stream stands. Like the decoder it passes over
+/// bytes that are no marker.
+unsigned long long countCodedBytesOfScans(FragmentStream& stream) {
+  unsigned long long bytes = 0;
+  Uint8 marker = 0;
+  while (marker != 0 || (stream.skipPast(kMarkerPrefix) && readSecondByte(stream, marker))) {
+    if (marker == kEndOfImage) {
+      break;
+    }
+    const bool isScan = marker == kStartOfScan;
+    const bool hasLength = marker > kUndefined && !standsAlone(marker);
+    marker = 0;
+    if (hasLength && !Segment(stream).skipRest()) {
+      break;
+    }
+    if (isScan) {
+      bytes += countCodedBytes(stream, marker);
+    }
+  }
+  return bytes;
 }
 
 }  // namespace
@@ -350,7 +419,10 @@ std::optional<JpegFrameHeader> readJpegFrameHeader(FragmentStream& stream) {
     Segment segment(stream);
     if (isFrameMarker(marker)) {
       JpegFrameHeader header{};
-      return readFrameHeader(segment, header) ? std::optional(header) : std::nullopt;
+      header.marker = marker;
+      const bool isThere = readFrameHeader(segment, header);
+      (void)segment.skipRest();  // a stream that ends here has no scan, which is seen behind it
+      return isThere ? std::optional(header) : std::nullopt;
     }
     if (!segment.skipRest()) {
       return std::nullopt;
@@ -359,7 +431,15 @@ std::optional<JpegFrameHeader> readJpegFrameHeader(FragmentStream& stream) {
   return std::nullopt;
 }
 
-std::optional<JpegFrameHeader> passJpegLsImage(FragmentStream& stream) {
+std::optional<JpegImage> passJpegImage(FragmentStream& stream) {
+  const std::optional<JpegFrameHeader> header = readJpegFrameHeader(stream);
+  if (!header) {
+    return std::nullopt;
+  }
+  return JpegImage{*header, countCodedBytesOfScans(stream), 0};
+}
+
+std::optional<JpegImage> passJpegLsImage(FragmentStream& stream) {
   Uint8 marker = 0;
   if (!readStartOfImage(stream)) {
     return std::nullopt;
@@ -373,7 +453,9 @@ std::optional<JpegFrameHeader> passJpegLsImage(FragmentStream& stream) {
     Segment segment(stream);
     bool whole = true;
     if (marker == kJpegLsFrame) {
-      whole = readFrameHeader(segment, header.emplace()) && segment.skipRest();
+      header = JpegFrameHeader{};
+      header->marker = marker;
+      whole = readFrameHeader(segment, *header) && segment.skipRest();
     } else {
       whole = marker == kJpegLsPresets ? readPresets(segment, presets) : segment.skipRest();
     }
@@ -381,7 +463,11 @@ std::optional<JpegFrameHeader> passJpegLsImage(FragmentStream& stream) {
       return std::nullopt;
     }
   }
-  return header && passJpegLsScans(stream, *header, presets) ? header : std::nullopt;
+  if (!header) {
+    return std::nullopt;
+  }
+  JpegImage image{*header, 0, 0};
+  return passJpegLsScans(stream, image, presets) ? std::optional(image) : std::nullopt;
 }
 
 }  // namespace Zrg

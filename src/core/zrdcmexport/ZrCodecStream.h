@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "streams/CodedBounds.h"
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctypes.h"
 
@@ -74,27 +76,34 @@ struct RleLayout {
 /// @see PS3.5 Annex G (RLE Lossless compression)
 [[nodiscard]] bool passRleFrame(FragmentStream& stream, const RleLayout& layout);
 
-/// What the frame header of a JPEG or JPEG-LS stream says.
-struct JpegFrameHeader {
-  Uint8 precision;   ///< bits of a sample
-  Uint16 rows;       ///< lines of the image
-  Uint16 columns;    ///< samples of a line
-  Uint8 components;  ///< samples of a pixel
-};
-
-/// Reads the frame header of the JPEG image that starts where the stream stands.
+/// Reads the frame header of the JPEG image that starts where the stream stands, and stands behind
+/// its segment then, or at the end of a stream that ends before.
 ///
 /// @return nothing when the scan, the end of the image or a byte that is no marker comes first, or
 ///         when the stream is one that the decoder's own search for the header does not survive.
 /// @see ITU-T T.81 B.2 (marker segments)
 [[nodiscard]] std::optional<JpegFrameHeader> readJpegFrameHeader(FragmentStream& stream);
 
+/// A JPEG or JPEG-LS image that was passed without decoding it.
+struct JpegImage {
+  JpegFrameHeader header;
+  unsigned long long codedBytes;  ///< of all scans, without their headers, stuffing and restarts
+  Uint8 interleaveMode;           ///< of the first scan; JPEG-LS alone has one
+};
+
+/// Walks the JPEG image that starts where the stream stands to its end, or that of the stream. What
+/// the decoder passes over with a warning is passed over here.
+///
+/// @return nothing when there is no frame header, see readJpegFrameHeader.
+/// @see ITU-T T.81 B.1.1.5 (entropy-coded data segments)
+[[nodiscard]] std::optional<JpegImage> passJpegImage(FragmentStream& stream);
+
 /// Walks the JPEG-LS image that starts where the stream stands, without decoding: to the marker
 /// behind its last scan.
 ///
-/// @return its frame header; nothing when a segment or a scan is not there as a whole, or when it
-///         has coding parameters that make the decoder read outside its buffers.
+/// @return nothing when a segment or a scan is not there as a whole, or when it has coding
+///         parameters that make the decoder read outside its buffers.
 /// @see ITU-T T.87 Annex C (JPEG-LS bit stream)
-[[nodiscard]] std::optional<JpegFrameHeader> passJpegLsImage(FragmentStream& stream);
+[[nodiscard]] std::optional<JpegImage> passJpegLsImage(FragmentStream& stream);
 
 }  // namespace Zrg

@@ -91,6 +91,13 @@ unsigned long long rgbFrameSize(const Task& task) {
   return 3ULL * task.attributes.columns * task.attributes.rows;
 }
 
+/// Whether the frames would take more bytes than their positions are counted in, 32 bits. A single
+/// frame has none.
+bool isTooLarge(const Task& task) {
+  const auto count = static_cast<unsigned long long>(task.frames.count);
+  return count > 1 && rgbFrameSize(task) * count >= kFourGiB;
+}
+
 /// Bytes of a frame that the decoder delivers as interleaved RGB; nothing when it delivers frames in
 /// another form or size, so that they must be rendered.
 std::optional<unsigned long> directFrameSize(const Task& task, const DcmXfer& syntax, DcmItem& item,
@@ -205,6 +212,13 @@ bool hasFrame(const Task& task, const Rendering& rendering, int frame) {
   return rendering.image->getFrameCount() > static_cast<unsigned long>(frame);
 }
 
+/// Whether there is coded data for frames that the decoder is to deliver.
+bool mayHoldFrames(const Task& task, const Rendering& rendering) {
+  return rendering.image != nullptr ||
+         CodecGuard(*rendering.decoderItem, *rendering.decoder)
+             .mayHoldFrames(0, static_cast<unsigned long>(task.frames.count));
+}
+
 /// The message for a frame that is not there or cannot be rendered, when all are of so many bytes.
 std::string missingFrame(const Rendering& rendering, unsigned long long total) {
   if (rendering.image == nullptr) {
@@ -227,7 +241,8 @@ bool findDestination(SliceImage& slice, const Task& task, const Rendering& rende
     slice.data = static_cast<char*>(task.target);
     return true;
   }
-  if (!hasFrame(task, rendering, task.frames.count - 1)) {  // before memory is taken for all
+  if (!hasFrame(task, rendering, task.frames.count - 1) ||  // before memory is taken for all
+      !mayHoldFrames(task, rendering)) {
     errorText = missingFrame(rendering, required);
     return false;
   }
@@ -262,8 +277,7 @@ bool deliverFrames(SliceImage& slice, const Task& task, const Rendering& renderi
   char* const memory = slice.data != nullptr ? slice.data : slice.buffer.get();
   char* const start = memory + static_cast<std::uint32_t>(slice.frameOffset);
   for (int frame = 0; frame < task.frames.count; ++frame) {
-    // Deliberate: the position of a frame is counted in 32 bits. Larger images fail to render.
-    const Uint32 position = static_cast<Uint32>(frame) * static_cast<Uint32>(rendering.frameSize);
+    const std::size_t position = std::size_t{rendering.frameSize} * static_cast<std::size_t>(frame);
     if (!hasFrame(task, rendering, frame)) {
       errorText = missingFrame(rendering, total);
       return false;
@@ -297,6 +311,11 @@ bool completePlanarConfiguration(DcmItem& item) {
 }
 
 bool decodeColour(SliceImage& slice, const Task& task, std::string& errorText) {
+  if (isTooLarge(task)) {
+    announceRgb(slice);
+    errorText = kTooLarge;
+    return false;
+  }
   Rendering rendering;
   const bool wideSamples = slice.bytesPerSample >= 2;
   bool render = completePlanarConfiguration(task.item) || wideSamples;

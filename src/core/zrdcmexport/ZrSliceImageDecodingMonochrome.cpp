@@ -124,6 +124,12 @@ bool findDestination(SliceImage& slice, const Task& task, char*& destination,
     destination = static_cast<char*>(task.target);
     return fitsTarget(task.targetSize, required, errorText);
   }
+  const auto first = static_cast<unsigned long>(task.frames.first);
+  const auto count = static_cast<unsigned long>(task.frames.count);
+  if (!CodecGuard(task.item, task.pixelData).mayHoldFrames(first, count)) {
+    errorText = kFrameNotDecompressed;
+    return false;
+  }
   std::shared_ptr<char> memory = allocateSamples(required, errorText);
   if (memory == nullptr) {
     return false;

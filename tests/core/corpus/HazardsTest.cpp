@@ -69,7 +69,8 @@ INSTANTIATE_TEST_SUITE_P(Files, HazardFile,
                                                 kNothingToRender},
                                          Hazard{"lie_m_end0", kWholeRefused, kFrameRefused},
                                          Hazard{"lie_c_scan2_0", kDirectRefused, kDirectRefused},
-                                         Hazard{"prec12_alloc8", kWholeRefused, kFrameRefused}),
+                                         Hazard{"prec12_alloc8", kWholeRefused, kFrameRefused},
+                                         Hazard{"huge", kWholeRefused, kFrameRefused}),
                          support::nameOf<Hazard>);
 
 }  // namespace

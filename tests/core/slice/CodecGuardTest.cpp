@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -79,8 +80,11 @@ TEST(CodecGuard, NeverRefusesNativeData) {
 
 std::optional<Zrg::JpegFrameHeader> readHeader(Zrg::FragmentStream& stream,
                                                E_TransferSyntax syntax) {
-  return syntax == EXS_JPEGLSLossless ? Zrg::passJpegLsImage(stream)
-                                      : Zrg::readJpegFrameHeader(stream);
+  if (syntax != EXS_JPEGLSLossless) {
+    return Zrg::readJpegFrameHeader(stream);
+  }
+  const std::optional<Zrg::JpegImage> image = Zrg::passJpegLsImage(stream);
+  return image ? std::optional(image->header) : std::nullopt;
 }
 
 struct Header {
@@ -495,6 +499,98 @@ TEST_F(CodecGuardOfJpeg, RefusesSamplesOfMoreBitsThanAreAllocated) {
 
   EXPECT_FALSE(guard().frameIsSafe(0, 0, 48 * 48));
   EXPECT_FALSE(guard().allFramesAreSafe());
+}
+
+// --- Coded data that is enough for the size, and just not
+
+/// The coded data of a frame of 48 x 48 pixels: 36 blocks, 2304 samples.
+struct CodedData {
+  const char* name;
+  E_TransferSyntax syntax;
+  Fragment data;
+  bool isEnough;
+};
+
+class CodecGuardOfCodedData : public testing::TestWithParam<CodedData> {};
+
+TEST_P(CodecGuardOfCodedData, CountsItsBits) {
+  const auto image = monochromeImage(48, 48).unsigned8().build();
+  Fragment stream = decoding::fragmentsOf(*support::compress(*image, GetParam().syntax))[0];
+  const Fragment startOfScan = {0xFF, 0xDA};
+  const auto scan =
+      std::search(stream.begin(), stream.end(), startOfScan.begin(), startOfScan.end());
+  stream.erase(scan + 2 + scan[3], stream.end());
+  const auto dataset =
+      decoding::encapsulate(*image, GetParam().syntax, {joined({stream, GetParam().data, kEnd})});
+  DcmElement* element = nullptr;
+  ASSERT_TRUE(dataset->findAndGetElement(DCM_PixelData, element).good());
+
+  EXPECT_EQ(
+      Zrg::CodecGuard(*dataset, dynamic_cast<DcmPixelData&>(*element)).frameIsSafe(0, 0, 48 * 48),
+      GetParam().isEnough);
+}
+
+Fragment bytes(std::size_t count, Uint8 value = 0x55) {
+  return Fragment(count, value);
+}
+
+/// Pairs of FF and a stuffed zero: a byte of data each.
+Fragment stuffed(std::size_t count) {
+  Fragment data;
+  for (std::size_t i = 0; i < count; ++i) {
+    data.insert(data.end(), {0xFF, 0x00});
+  }
+  return data;
+}
+
+const Fragment kRestart = {0xFF, 0xD3};
+const Fragment kComment = {0xFF, 0xFE, 0, 12, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+const Fragment kSecondScan = {0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 63, 0};
+
+INSTANTIATE_TEST_SUITE_P(
+    Scans, CodecGuardOfCodedData,
+    testing::Values(
+        CodedData{"TwoBitsABlock", EXS_JPEGProcess1, bytes(9), true},
+        CodedData{"LessThanTwoBitsABlock", EXS_JPEGProcess1, bytes(8), false},
+        CodedData{"OneBitABlock", EXS_JPEGProcess10_12, bytes(5), true},
+        CodedData{"LessThanOneBitABlock", EXS_JPEGProcess10_12, bytes(4), false},
+        CodedData{"OneBitASample", EXS_JPEGProcess14SV1, bytes(288), true},
+        CodedData{"LessThanOneBitASample", EXS_JPEGProcess14SV1, bytes(287), false},
+        CodedData{"StuffedBytes", EXS_JPEGProcess1, stuffed(9), true},
+        CodedData{"StuffedZerosAreNone", EXS_JPEGProcess1, stuffed(8), false},
+        CodedData{"AroundARestart", EXS_JPEGProcess1, joined({bytes(4), kRestart, bytes(5)}), true},
+        CodedData{"RestartsAreNone", EXS_JPEGProcess1, joined({bytes(4), kRestart, bytes(4)}),
+                  false},
+        CodedData{"InTwoScans", EXS_JPEGProcess1, joined({bytes(4), kSecondScan, bytes(5)}), true},
+        CodedData{"ScanHeadersAreNone", EXS_JPEGProcess1, joined({bytes(4), kSecondScan, bytes(4)}),
+                  false},
+        CodedData{"CommentsAreNone", EXS_JPEGProcess1, joined({bytes(8), kComment}), false},
+        CodedData{"BehindACommentBetweenScans", EXS_JPEGProcess1,
+                  joined({bytes(8), kComment, kSecondScan, bytes(1)}), true},
+        CodedData{"BytesBehindASegmentAreNone", EXS_JPEGProcess1,
+                  joined({bytes(8), kComment, bytes(1)}), false},
+        CodedData{"FillBytesAreNone", EXS_JPEGProcess1, joined({bytes(8), {0xFF, 0xFF, 0xFF}}),
+                  false},
+        CodedData{"BehindTheEndIsNone", EXS_JPEGProcess1,
+                  joined({bytes(8), kEnd, kSecondScan, bytes(9)}), false}),
+    support::nameOf<CodedData>);
+
+// Of even length, so that nothing is padded.
+TEST(CodecGuard, CountsCodedBytesOnceWhereAStreamEndsInAPrefix) {
+  const auto image = monochromeImage(48, 48).unsigned8().build();
+  Fragment stream = decoding::fragmentsOf(*support::compress(*image, EXS_JPEGProcess1))[0];
+  const Fragment startOfScan = {0xFF, 0xDA};
+  const auto scan =
+      std::search(stream.begin(), stream.end(), startOfScan.begin(), startOfScan.end());
+  stream.erase(scan + 2 + scan[3], stream.end());
+  const std::size_t count = stream.size() % 2 != 0 ? 8 : 7;
+  const auto dataset =
+      decoding::encapsulate(*image, EXS_JPEGProcess1, {joined({stream, bytes(count), {0xFF}})});
+  DcmElement* element = nullptr;
+  ASSERT_TRUE(dataset->findAndGetElement(DCM_PixelData, element).good());
+
+  EXPECT_FALSE(
+      Zrg::CodecGuard(*dataset, dynamic_cast<DcmPixelData&>(*element)).frameIsSafe(0, 0, 48 * 48));
 }
 
 // --- Where a JPEG-LS frame in several fragments ends

@@ -9,9 +9,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <iterator>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace {
@@ -469,6 +471,160 @@ TEST(SliceDecodingHostile, ADecoderThatFailsMidwayLeavesNoSamplesForTheNextCall)
   EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
   EXPECT_EQ(decodeRange(*dataset, 1, 1).errorText, kFrameRefused);
   EXPECT_TRUE(decodeRange(*dataset, 0, 0).done);
+}
+
+/// A stream of which nothing is left between the header of its only scan and its end.
+Fragment withoutCodedData(Fragment stream) {
+  const auto scan = find(stream, {0xFF, 0xDA});
+  stream.erase(scan + 2 + scan[3], stream.end());
+  stream.insert(stream.end(), {0xFF, 0xD9});
+  return stream;
+}
+
+/// The stream with other sizes in its frame header, whose marker is given.
+Fragment ofSize(Fragment stream, Uint8 marker, Uint16 size) {
+  auto field = find(stream, {0xFF, marker}) + 5;
+  for (int i = 0; i < 2; ++i) {
+    *field++ = static_cast<Uint8>(size >> 8);
+    *field++ = static_cast<Uint8>(size & 0xFF);
+  }
+  return stream;
+}
+
+/// The largest address space that the process has had, in KiB.
+long peakOfAddressSpace() {
+  std::ifstream status("/proc/self/status");
+  std::string word;
+  long kibibytes = 0;
+  while (status >> word && word != "VmPeak:") {
+  }
+  status >> kibibytes;
+  EXPECT_GT(kibibytes, 0);
+  return kibibytes;
+}
+
+constexpr long kSixtyFourMebibytes = 64L * 1024;
+
+struct Stream {
+  const char* name;
+  E_TransferSyntax syntax;
+  Uint8 marker;  ///< of its frame header
+};
+
+class SliceDecodingWithoutCodedData : public testing::TestWithParam<Stream> {
+protected:
+  static Fragment streamOf(const ImageBuilder& builder) {
+    return withoutCodedData(jpegOf(builder, GetParam().syntax));
+  }
+};
+
+// The decoders of JPEG would make grey of it, with success.
+TEST_P(SliceDecodingWithoutCodedData, IsRefused) {
+  const ImageBuilder grey = monochromeImage(48, 48).unsigned8();
+  const ImageBuilder rgb = rgbImage(48, 48);
+  const E_TransferSyntax syntax = GetParam().syntax;
+  const auto monochrome = decoding::encapsulate(*grey.build(), syntax, {streamOf(grey)});
+  const auto colour = decoding::encapsulate(*rgb.build(), syntax, {streamOf(rgb)});
+  const auto palette =
+      decoding::encapsulate(*paletteImage(48, 48).build(), syntax, {streamOf(grey)});
+
+  EXPECT_EQ(decodeRange(*monochrome, 0, 0).errorText, kFrameRefused);
+  EXPECT_EQ(decodeAll(*monochrome).errorText, kWholeRefused);
+  EXPECT_EQ(decodeRange(*palette, 0, 0).errorText, kNothingToRender);
+  EXPECT_EQ(decodeAll(*palette).errorText, kNothingToRender);
+  EXPECT_EQ(decodeRange(*colour, 0, 0).errorText, kDirectRefused);
+  EXPECT_EQ(decodeAll(*colour).errorText, kDirectRefused);
+}
+
+// A few hundred bytes whose headers agree on 20,000 x 20,000 pixels.
+TEST_P(SliceDecodingWithoutCodedData, TakesNoMemoryForThePromisesOfHeaders) {
+  constexpr Uint16 kLarge = 20000;
+  const ImageBuilder small = monochromeImage(48, 48).unsigned8();
+  const Fragment stream = ofSize(streamOf(small), GetParam().marker, kLarge);
+  for (const ImageBuilder& builder : {small, paletteImage(48, 48)}) {
+    const auto dataset = decoding::encapsulate(*builder.build(), GetParam().syntax, {stream});
+    ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, kLarge).good());
+    ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Columns, kLarge).good());
+    const long before = peakOfAddressSpace();
+
+    EXPECT_FALSE(decodeRange(*dataset, 0, 0).done);
+    EXPECT_FALSE(decodeAll(*dataset).done);
+
+    EXPECT_LT(peakOfAddressSpace() - before, kSixtyFourMebibytes);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, SliceDecodingWithoutCodedData,
+                         testing::Values(Stream{"Baseline", EXS_JPEGProcess1, 0xC0},
+                                         Stream{"Extended", EXS_JPEGProcess2_4, 0xC1},
+                                         Stream{"Progressive", EXS_JPEGProcess10_12, 0xC2},
+                                         Stream{"Lossless", EXS_JPEGProcess14SV1, 0xC3},
+                                         Stream{"JpegLs", EXS_JPEGLSLossless, 0xF7}),
+                         support::nameOf<Stream>);
+
+TEST(SliceDecodingHostile, RleTakesNoMemoryForThePromisesOfHeaders) {
+  for (const ImageBuilder& builder : {monochromeImage(24, 24).unsigned8(), paletteImage(24, 24)}) {
+    const auto dataset = support::compress(*builder.build(), EXS_RLELossless);
+    ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 20000).good());
+    ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Columns, 20000).good());
+    const long before = peakOfAddressSpace();
+
+    EXPECT_FALSE(decodeRange(*dataset, 0, 0).done);
+    EXPECT_FALSE(decodeAll(*dataset).done);
+
+    EXPECT_LT(peakOfAddressSpace() - before, kSixtyFourMebibytes);
+  }
+}
+
+// One frame is there, the fragments of the others hold nothing.
+TEST(SliceDecodingHostile, ARangeOfFramesWithoutDataTakesNoMemory) {
+  constexpr int kFrames = 400;
+  const ImageBuilder grey =
+      monochromeImage(1024, 1024).unsigned8().samples(std::vector<int>(1024 * 1024));
+  const ImageBuilder rgb = rgbImage(1024, 1024).samples(std::vector<int>(3 * 1024 * 1024));
+  for (const ImageBuilder& builder : {grey, rgb}) {
+    for (const E_TransferSyntax syntax : {EXS_RLELossless, EXS_JPEGProcess1, EXS_JPEGLSLossless}) {
+      std::vector<Fragment> fragments(kFrames);
+      fragments[0] = jpegOf(builder, syntax);
+      const auto dataset = decoding::encapsulate(
+          *ImageBuilder(builder).with(DCM_NumberOfFrames, std::to_string(kFrames)).build(), syntax,
+          fragments);
+      EXPECT_TRUE(decodeRange(*dataset, 0, 0).done) << syntax;
+      const long before = peakOfAddressSpace();
+
+      EXPECT_FALSE(decodeRange(*dataset, 0, kFrames - 1).done) << syntax;
+
+      EXPECT_LT(peakOfAddressSpace() - before, kSixtyFourMebibytes) << syntax;
+    }
+  }
+}
+
+TEST(SliceDecodingHostile, NativeColourOfMoreThanFourGigabytesInSeveralFramesIsRefused) {
+  constexpr Uint16 kLarge = 30000;  // 2.7 GB a frame
+  const auto dataset = rgbImage(24, 24).frames(2).build();
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, kLarge).good());
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Columns, kLarge).good());
+  std::vector<unsigned char> target(24);
+
+  const Outcome all = decodeAll(*dataset);
+
+  EXPECT_EQ(all.errorText, kTooLarge);
+  EXPECT_EQ(all.slice.samplesPerPixel, 3);
+  EXPECT_EQ(all.slice.bytesPerSample, 1);
+  EXPECT_EQ(decodeRange(*dataset, 0, 1).errorText, kTooLarge);
+  EXPECT_EQ(decodeInto(target, *dataset, 0, 1).errorText, kTooLarge);
+}
+
+// 4 GiB are too many, 196,608 bytes less are not.
+TEST(SliceDecodingHostile, NativeColourOfSeveralFramesEndsAtFourGigabytes) {
+  const auto dataset = rgbImage(24, 24).frames(2).build();
+  std::vector<unsigned char> target(24);
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Columns, 32768).good());
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 21846).good());
+  EXPECT_EQ(decodeInto(target, *dataset, 0, 1).errorText, kTooLarge);
+
+  ASSERT_TRUE(dataset->putAndInsertUint16(DCM_Rows, 21845).good());
+  EXPECT_NE(decodeInto(target, *dataset, 0, 1).errorText, kTooLarge);
 }
 
 void insertIcon(DcmDataset& dataset, const Fragment& stream) {

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctypes.h"
+
+#include <array>
+#include <optional>
+
+namespace Zrg {
+
+/// The fewest coded bits from which a decoder can make a frame. A stream that holds fewer is not
+/// whole, whatever its header promises, and no memory is taken for it. What a frame of one value
+/// takes in the best of cases is never more than this: no whole stream is below.
+
+/// What the frame header of a JPEG or JPEG-LS stream says.
+struct JpegFrameHeader {
+  /// Components of a frame that DCMTK's decoders can handle.
+  static constexpr unsigned int kMostComponents = 10;
+
+  Uint8 precision;   ///< bits of a sample
+  Uint16 rows;       ///< lines of the image
+  Uint16 columns;    ///< samples of a line
+  Uint8 components;  ///< samples of a pixel
+  Uint8 marker;      ///< second byte of the marker: the process that coded the frame
+
+  /// How often each component is sampled, along a line in the high and down a column in the low
+  /// four bits; 0 where the header does not say it.
+  std::array<Uint8, kMostComponents> sampling;
+};
+
+/// Bits of a Huffman-coded JPEG frame, all its scans together.
+///
+/// @return nothing for frames that DCMTK's decoders cannot decode: of hierarchical images, of
+///         arithmetic coding, without components or with sampling factors that are not 1 to 4.
+/// @see ITU-T T.81 F, G, H
+[[nodiscard]] std::optional<unsigned long long> leastJpegBits(const JpegFrameHeader& frame);
+
+/// Bits of a JPEG-LS frame, all its scans together.
+///
+/// @param interleaveMode that of the first scan: 0 plane by plane, 1 line by line, 2 pixel by pixel.
+/// @see ITU-T T.87 A.7
+[[nodiscard]] unsigned long long leastJpegLsBits(const JpegFrameHeader& frame,
+                                                 Uint8 interleaveMode);
+
+/// Bytes of an RLE frame of so many segments that yield `planeSize` bytes each, its header included.
+///
+/// @see PS3.5 G.3, G.5
+[[nodiscard]] unsigned long long leastRleBytes(unsigned long long segments,
+                                               unsigned long long planeSize);
+
+/// Bits of a JPEG frame of which only the size is known, whatever its process and its components.
+[[nodiscard]] unsigned long long leastJpegBitsOfAnyKind(Uint16 columns, Uint16 rows);
+
+}  // namespace Zrg
