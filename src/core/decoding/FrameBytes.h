@@ -35,6 +35,14 @@ struct FrameSize {
   [[nodiscard]] constexpr unsigned long long samples() const {
     return pixels() * samplesPerPixel;  // below 2^48
   }
+  /// Bytes of a pixel as it is stored: Bits Allocated in whole bytes for each sample.
+  [[nodiscard]] constexpr unsigned int bytesPerPixel() const {
+    return (bitsAllocated + 7U) / 8 * samplesPerPixel;
+  }
+  /// Bytes of a frame as it is stored.
+  [[nodiscard]] constexpr unsigned long long allocatedBytes() const {
+    return pixels() * bytesPerPixel();  // below 2^61
+  }
   /// Bytes of a sample as it is decoded. The JPEG-LS decoder takes two as soon as more than 8 bits are
   /// stored, whatever Bits Allocated says.
   [[nodiscard]] constexpr unsigned int cellBytes() const {

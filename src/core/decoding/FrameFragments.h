@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "streams/Fragments.h"
+
 #include <zrdcmexport/ZrCodecStream.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -9,7 +11,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <streams/Fragments.h>
 
 class DcmPixelData;
 

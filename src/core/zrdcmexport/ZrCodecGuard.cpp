@@ -42,11 +42,9 @@ Uint16 numberOf(DcmItem& item, const DcmTagKey& key) {
 }  // namespace
 
 CodecGuard::CodecGuard(DcmItem& item, DcmPixelData& pixelData)
-    : columns_(numberOf(item, DCM_Columns)),
-      rows_(numberOf(item, DCM_Rows)),
-      samplesPerPixel_(numberOf(item, DCM_SamplesPerPixel)),
-      bitsAllocated_(numberOf(item, DCM_BitsAllocated)),
-      bitsStored_(numberOf(item, DCM_BitsStored)) {
+    : size_{numberOf(item, DCM_Columns), numberOf(item, DCM_Rows),
+            numberOf(item, DCM_SamplesPerPixel), numberOf(item, DCM_BitsAllocated),
+            numberOf(item, DCM_BitsStored)} {
   Sint32 frames = 0;
   if (item.findAndGetSint32(DCM_NumberOfFrames, frames).good() && frames > 0) {
     numberOfFrames_ = static_cast<unsigned long long>(frames);
@@ -76,24 +74,11 @@ CodecGuard::Codec CodecGuard::codecOf(E_TransferSyntax syntax) {
   return syntax >= EXS_JPEGProcess1 && syntax <= EXS_JPEGProcess14SV1 ? Codec::Jpeg : Codec::None;
 }
 
-unsigned long long CodecGuard::pixelsPerFrame() const {
-  return static_cast<unsigned long long>(rows_) * columns_;
-}
-
-unsigned long long CodecGuard::bytesPerPixel() const {
-  return (bitsAllocated_ + 7ULL) / 8 * samplesPerPixel_;
-}
-
 bool CodecGuard::isCountable(unsigned long long frames) const {
   if (codec_ == Codec::None) {
     return true;
   }
-  // The JPEG-LS decoder takes two bytes a sample as soon as more than 8 bits are stored, whatever
-  // Bits Allocated says.
-  const unsigned long long bytesPerSample =
-      std::max((bitsAllocated_ + 7ULL) / 8, bitsStored_ > 8 ? 2ULL : 1ULL);
-  const unsigned long long samples = pixelsPerFrame() * samplesPerPixel_;  // below 2^48
-  return samples == 0 || frames <= kMostBytes / bytesPerSample / samples;
+  return Decoding::times(size_.cellsBytes(), frames) <= kMostBytes;
 }
 
 bool CodecGuard::allFramesAreSafe() {
@@ -115,14 +100,14 @@ bool CodecGuard::allFramesAreSafe() {
 }
 
 bool CodecGuard::colourModelIsSafe() {
-  return codec_ != Codec::Jpeg || frameIsSafe(0, 1, pixelsPerFrame() * bytesPerPixel());
+  return codec_ != Codec::Jpeg || frameIsSafe(0, 1, size_.allocatedBytes());
 }
 
 bool CodecGuard::framesAreSafe(unsigned long first, unsigned long count) {
   if (codec_ == Codec::None) {
     return true;
   }
-  const unsigned long long frameSize = pixelsPerFrame() * bytesPerPixel();
+  const unsigned long long frameSize = size_.allocatedBytes();
   const std::optional<unsigned long> start = startFragmentOf(first);
   if (!start || !isCountable(count)) {
     return false;
@@ -155,10 +140,10 @@ bool CodecGuard::mayHoldFrames(unsigned long first, unsigned long count) {
   if (!yield) {
     return false;
   }
-  const JpegFrameHeader others = {0, rows_, columns_, 1, 0, {}};
+  const JpegFrameHeader others = {0, size_.rows, size_.columns, 1, 0, {}};
   const unsigned long long leastBits = codec_ == Codec::JpegLs
                                            ? leastJpegLsBits(others, 0)
-                                           : leastJpegBitsOfAnyKind(columns_, rows_);
+                                           : leastJpegBitsOfAnyKind(size_.columns, size_.rows);
   const unsigned long long left = fragments_->lengthOf(yield->end, fragments_->count());
   return (count - 1) * leastBits <= left * kBitsPerByte;
 }
@@ -177,8 +162,8 @@ bool CodecGuard::frameIsSafe(Uint32 frame, Uint32 startFragment, unsigned long l
     return yield && yield->bytes == frameSize;
   }
   FragmentStream fragment(*fragments_, *start, *start + 1UL);
-  return pixelsPerFrame() * bytesPerPixel() == frameSize &&
-         passRleFrame(fragment, {static_cast<unsigned int>(bytesPerPixel()), pixelsPerFrame()});
+  return size_.allocatedBytes() == frameSize &&
+         passRleFrame(fragment, {size_.bytesPerPixel(), size_.pixels()});
 }
 
 unsigned long CodecGuard::decodedFrames() const {
@@ -221,9 +206,10 @@ std::optional<unsigned long> CodecGuard::endOfJpegFrame(unsigned long frame, uns
 /// Whether a frame header says what the attributes say.
 bool CodecGuard::agrees(const JpegFrameHeader& header) const {
   // The decoder of the baseline process makes one byte of every sample, whatever the stream says.
-  const bool fits = header.precision <= bitsAllocated_ && (!isBaseline_ || header.precision <= 8);
-  return fits && header.rows == rows_ && header.columns == columns_ &&
-         header.components == samplesPerPixel_;
+  const bool fits =
+      header.precision <= size_.bitsAllocated && (!isBaseline_ || header.precision <= 8);
+  return fits && header.rows == size_.rows && header.columns == size_.columns &&
+         header.components == size_.samplesPerPixel;
 }
 
 /// Whether there is enough coded data for the size that the frame header says.
@@ -248,12 +234,12 @@ std::optional<CodecGuard::JpegYield> CodecGuard::jpegYield(unsigned long frame,
     return std::nullopt;
   }
   const Uint8 precision = image->header.precision;
-  return JpegYield{pixelsPerFrame() * samplesPerPixel_ * (precision > 8 ? 2 : 1),
+  return JpegYield{size_.samples() * (precision > 8 ? 2 : 1),
                    codec_ == Codec::Jpeg && precision > 12, *end};
 }
 
 unsigned long long CodecGuard::leastRleFrameBytes() const {
-  return leastRleBytes(bytesPerPixel(), pixelsPerFrame());
+  return leastRleBytes(size_.bytesPerPixel(), size_.pixels());
 }
 
 bool CodecGuard::rleFramesAreWhole() {
@@ -265,7 +251,7 @@ bool CodecGuard::rleFramesAreWhole() {
   unsigned long fragment = 1;
   for (unsigned long frame = 0; frame < frames; ++frame) {
     FragmentStream stream(*fragments_, fragment, fragments_->count());
-    if (!passRleFrame(stream, {static_cast<unsigned int>(bytesPerPixel()), pixelsPerFrame()})) {
+    if (!passRleFrame(stream, {size_.bytesPerPixel(), size_.pixels()})) {
       return false;
     }
     fragment = stream.fragment() + 1;

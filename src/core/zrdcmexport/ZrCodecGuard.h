@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "decoding/FrameBytes.h"
 #include "streams/Fragments.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -75,8 +76,6 @@ private:
   };
 
   [[nodiscard]] static Codec codecOf(E_TransferSyntax syntax);
-  [[nodiscard]] unsigned long long pixelsPerFrame() const;
-  [[nodiscard]] unsigned long long bytesPerPixel() const;
   [[nodiscard]] unsigned long decodedFrames() const;
   [[nodiscard]] std::optional<unsigned long> startFragmentOf(unsigned long frame);
   [[nodiscard]] bool startsJpegImage(unsigned long fragment);
@@ -93,11 +92,7 @@ private:
   Codec codec_ = Codec::None;
   bool isBaseline_ = false;             ///< the process of 8-bit JPEG
   std::optional<Fragments> fragments_;  ///< there unless the codec is none
-  Uint16 columns_ = 0;
-  Uint16 rows_ = 0;
-  Uint16 samplesPerPixel_ = 0;
-  Uint16 bitsAllocated_ = 0;
-  Uint16 bitsStored_ = 0;
+  Decoding::FrameSize size_;
   unsigned long long numberOfFrames_ = 1;
 };
 

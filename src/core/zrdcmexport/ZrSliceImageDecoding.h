@@ -24,7 +24,8 @@ namespace Zrg::Decoding {
 struct ImageAttributes {
   Uint16 columns = 0;
   Uint16 rows = 0;
-  Uint16 frames = 1;                            ///< the low 16 bits of Number of Frames, at least 1
+  Uint16 frames = 1;  ///< the low 16 bits of Number of Frames, at least 1
+  Uint16 bitsAllocated = 0;
   unsigned int bytesPerSample = 0;              ///< Bits Allocated in whole bytes
   E_TransferSyntax storedSyntax = EXS_Unknown;  ///< how the pixel data element holds its samples
   KtString photometricInterpretation;

@@ -123,13 +123,13 @@ std::optional<ImageAttributes> readImageAttributes(DcmItem& item, DcmPixelData& 
   }
   attributes.frames = readFrameCount(item);
 
-  Uint16 bitsAllocated = 0;
   Uint16 samplesPerPixel = 0;  // here it only has to be there
-  if (!requireUint16(item, DCM_BitsAllocated, kNoBitsAllocated, bitsAllocated, errorText) ||
+  if (!requireUint16(item, DCM_BitsAllocated, kNoBitsAllocated, attributes.bitsAllocated,
+                     errorText) ||
       !requireUint16(item, DCM_SamplesPerPixel, kNoSamplesPerPixel, samplesPerPixel, errorText)) {
     return std::nullopt;
   }
-  attributes.bytesPerSample = (bitsAllocated + 7U) / 8;
+  attributes.bytesPerSample = (attributes.bitsAllocated + 7U) / 8;
 
   const DcmRepresentationParameter* parameter = nullptr;
   pixelData.getOriginalRepresentationKey(attributes.storedSyntax, parameter);

@@ -4,6 +4,8 @@
 // DCMTK's image classes.
 #include "ZrCodecGuard.h"
 #include "ZrSliceImageDecoding.h"
+#include "decoding/FrameBytes.h"
+#include "decoding/FrameDecoder.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -11,7 +13,6 @@
 #include "dcmtk/dcmimgle/didocu.h"
 
 #include <cstdint>
-#include <decoding/FrameDecoder.h>
 #include <new>
 #include <optional>
 
@@ -88,7 +89,7 @@ bool mayOpenImage(const Task& task, std::string& errorText) {
 
 /// Bytes of a frame of interleaved RGB, which is what a colour slice says that it holds.
 unsigned long long rgbFrameSize(const Task& task) {
-  return 3ULL * task.attributes.columns * task.attributes.rows;
+  return FrameSize{task.attributes.columns, task.attributes.rows}.rgbBytes();
 }
 
 /// Whether the frames would take more bytes than their positions are counted in, 32 bits. A single

@@ -5,6 +5,8 @@
 // conversion of the samples in place.
 #include "ZrCodecGuard.h"
 #include "ZrSliceImageDecoding.h"
+#include "decoding/FrameBytes.h"
+#include "decoding/FrameDecoder.h"
 
 #include <zrdcmexport/ExDicomUtilitiesGlobal.h>
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
@@ -17,7 +19,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <decoding/FrameDecoder.h>
 #include <limits>
 
 namespace Zrg::Decoding {
@@ -60,9 +61,9 @@ bool hasOneSamplePerPixel(DcmItem& item, std::string& errorText) {
 }
 
 /// Bytes of all samples that the slice is to hold.
-std::size_t requiredSize(const SliceImage& slice, const FrameRange& frames) {
-  return static_cast<std::size_t>(slice.extent.x) * static_cast<std::size_t>(slice.extent.y) *
-         static_cast<std::size_t>(frames.count) * slice.samplesPerPixel * slice.bytesPerSample;
+std::size_t requiredSize(const ImageAttributes& attributes, int frames) {
+  const FrameSize size{attributes.columns, attributes.rows, 1, attributes.bitsAllocated};
+  return times(size.allocatedBytes(), static_cast<unsigned long long>(frames));
 }
 
 bool decompressInPlace(const Task& task, std::string& errorText) {
@@ -107,7 +108,7 @@ bool decodeAllFrames(const SliceImage& slice, const Task& task, char*& samples,
   if (!decompressInPlace(task, errorText)) {
     return false;
   }
-  const std::size_t required = requiredSize(slice, task.frames);
+  const std::size_t required = requiredSize(task.attributes, task.frames.count);
   const std::size_t found = task.pixelData.getLength();
   if (found < required) {
     errorText = KtString::printf(kIncomplete, required, found).str();
@@ -119,7 +120,7 @@ bool decodeAllFrames(const SliceImage& slice, const Task& task, char*& samples,
 /// Memory for a range of frames: the caller's when it is given and large enough, else the slice's.
 bool findDestination(SliceImage& slice, const Task& task, char*& destination,
                      std::string& errorText) {
-  const std::size_t required = requiredSize(slice, task.frames);
+  const std::size_t required = requiredSize(task.attributes, task.frames.count);
   if (task.target != nullptr) {
     destination = static_cast<char*>(task.target);
     return fitsTarget(task.targetSize, required, errorText);
@@ -181,7 +182,7 @@ bool decodeFrameRange(SliceImage& slice, const Task& task, char*& samples, std::
   if (!findDestination(slice, task, samples, errorText)) {
     return false;
   }
-  const std::size_t frameSize = requiredSize(slice, {0, 0, 1, false});
+  const std::size_t frameSize = requiredSize(task.attributes, 1);
   if (frameSize > std::numeric_limits<Uint32>::max()) {  // DCMTK counts the bytes of a frame so
     errorText = kFrameNotDecompressed;
     return false;

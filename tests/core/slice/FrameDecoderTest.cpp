@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Frames taken out of order from one decoder: what it remembers of the last one must not show.
+#include "decoding/FrameDecoder.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
 
@@ -11,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <decoding/FrameDecoder.h>
 
 namespace {
 
