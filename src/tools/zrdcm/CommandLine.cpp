@@ -2,6 +2,7 @@
 // The command line: finds the verb, runs it, turns every failure into one line and an exit status.
 #include "CommandLine.h"
 
+#include "DecoderWarnings.h"
 #include "ExitStatus.h"
 #include "Failure.h"
 #include "MemoryBudget.h"
@@ -148,6 +149,9 @@ int run(int argc, const char* const* argv) {
   }
   showMessages(!options.quiet);
   showLibraryLog(options.verbose);
+  if (!options.verbose) {
+    collectDecoderWarnings();
+  }
   complainWithoutDictionary();
   const MemoryBudget memory = memoryWanted(options);
   limitAddressSpace(memory);

@@ -14,6 +14,7 @@
 #include "DecodedImage.h"
 
 #include "CellConversion.h"
+#include "DecoderWarnings.h"
 #include "Explanation.h"
 #include "Failure.h"
 
@@ -194,12 +195,14 @@ DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& r
       image.monochrome && !request.stored && (oneByOne || conversion.isNeeded());
   image.slice.convertSamples = !request.stored && !convertHere;
 
+  const DecoderWatch decoders;
   if (oneByOne) {
     decodeOneByOne(image, request, available, memory);
   } else {
     decodeInto(image, image.frames.count() == available || request.overlays, memory);
   }
   requirePixels(image.slice);
+  decoders.complain(image.file->path());
   image.samples = framesOf(image, request.stored);
   if (convertHere) {
     convertThrough(conversion, image);

@@ -3,6 +3,7 @@
 // numbers when they are asked for.
 #include "FrameSource.h"
 
+#include "DecoderWarnings.h"
 #include "Explanation.h"
 #include "Failure.h"
 
@@ -42,7 +43,9 @@ SampleArray FrameSource::frame(std::size_t index) {
   if (!oneByOne_) {
     return image_.samples.frame(index);
   }
+  const DecoderWatch decoders;
   decodeFrame(image_.file->dataset(), index, {colourFrame_.data(), colourFrame_.size()}, true);
+  decoders.complain(image_.file->path());
   SampleArray one = image_.samples;
   one.bytes = colourFrame_.data();
   one.frames = 1;
