@@ -244,6 +244,65 @@ TEST_F(FrameValues, IncludeAllWindowsWithTheirNames) {
                                           "  window 1            centre 600, width 1600.5 (BONE)"));
 }
 
+TEST_F(FrameValues, HaveTheirNamesInUtf8) {
+  // The set of the dataset holds in its items too.
+  auto image = enhancedFrames({0, 1}).with(DCM_SpecificCharacterSet, "ISO_IR 100");
+  image.withItem(DCM_SharedFunctionalGroupsSequence,
+                 withWindow(window("40\\600", "400\\1600")
+                                .with(DCM_WindowCenterWidthExplanation, "K\xf6rper\\Knochen"))
+                     .withItem(DCM_PixelValueTransformationSequence,
+                               line("1", "0").with(DCM_RescaleType, "\xb5m")));
+
+  const json values = infoOf(image);
+  EXPECT_EQ(values["windows"][0]["explanation"], "Körper");
+  EXPECT_EQ(values["windows"][1]["explanation"], "Knochen");
+  EXPECT_EQ(values["rescaleUnit"], "µm");
+  EXPECT_FALSE(values.contains("escaped"));
+  EXPECT_FALSE(values["windows"][0].contains("escaped"));
+  EXPECT_THAT(listingOf(image), HasSubstr("window 0            centre 40, width 400 (Körper)"));
+  EXPECT_EQ(json::parse(decode(image, "out.raw", {"--json"}).output)["modalityUnit"], "µm");
+  EXPECT_THAT(nrrdHeader(image), HasSubstr("\nmodality unit:=µm\n"));
+}
+
+// C3 B6 would be a letter of UTF-8, which is not the set of the file.
+TEST_F(FrameValues, TellWhereTheirNamesAreNoCharacters) {
+  const auto image =
+      enhancedFrames({0, 1, 2, 3})
+          .withItem(DCM_SharedFunctionalGroupsSequence,
+                    withWindow(window("40\\600", "400\\1600")
+                                   .with(DCM_WindowCenterWidthExplanation, "K\xc3\xb6\\BONE")))
+          .withItem(DCM_PerFrameFunctionalGroupsSequence,
+                    withLine(line("1", "0").with(DCM_RescaleType, "HU")))
+          .withItem(DCM_PerFrameFunctionalGroupsSequence,
+                    withLine(line("1", "0").with(DCM_RescaleType, "\xc2\xb5")));
+
+  const json values = infoOf(image);
+  EXPECT_EQ(values["windows"][0]["explanation"], "K\\xC3\\xB6");
+  EXPECT_EQ(values["windows"][0]["escaped"], true);
+  EXPECT_FALSE(values["windows"][1].contains("escaped"));
+  EXPECT_EQ(values["perFrame"]["rescaleUnit"], (json{"HU", "\\xC2\\xB5"}));
+  EXPECT_EQ(values["perFrame"]["escaped"], true);
+  EXPECT_FALSE(values.contains("escaped"));
+  const json second = json::parse(decode(image, "out.raw", {"--frames", "1", "--json"}).output);
+  EXPECT_EQ(second["modalityUnit"], "\\xC2\\xB5");
+  EXPECT_EQ(second["escaped"], true);
+}
+
+TEST_F(FrameValues, HaveNamesOfWholeCharactersWhereTheyAreCut) {
+  std::string name = "a";
+  for (int i = 0; i < 200; ++i) {
+    name += "\xe9";
+  }
+  const auto image = support::monochromeImage(2, 1)
+                         .with(DCM_SpecificCharacterSet, "ISO_IR 100")
+                         .window("40", "400")
+                         .with(DCM_WindowCenterWidthExplanation, name);
+
+  const std::string shown = infoOf(image)["windows"][0]["explanation"];
+  EXPECT_EQ(shown.size(), 255U);  // of 256 the last would be half a letter
+  EXPECT_EQ(shown.substr(shown.size() - 2), "é");
+}
+
 TEST_F(FrameValues, ShowEachFrameThroughItsOwnWindow) {
   // With intercept -1000 the values are 0, 100 and 0, 1000; LINEAR_EXACT from 0 to 200 and to 2000.
   const auto image =

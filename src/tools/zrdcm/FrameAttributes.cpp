@@ -11,9 +11,11 @@
 //
 // A macro is a sequence of one item in the functional groups. The values that stand in the macros of an
 // item are read as one layer, those that lie flat in it as another, and a frame takes each value from
-// the first layer that has it. The layers of the shared item are read once, whatever the number of
+// the first layer that has it. Names come in UTF-8, codes and numbers as they stand. The layers of the shared item are read once, whatever the number of
 // frames, and texts and lists are cut to what is sensible: no file can make the reading expensive.
 #include "FrameAttributes.h"
+
+#include "CharacterSet.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
 #include <zrdcmexport/ZrNumbers.h>
@@ -42,10 +44,42 @@ struct Place {
   bool macros = false;      ///< in sequences within the item
 };
 
+// 64 characters of four bytes: no code, number or name may have more.
+constexpr std::size_t kMostBytes = 256;
+
 std::string textAt(DcmItem& item, const DcmTagKey& key, unsigned long position = 0) {
   OFString text;
-  constexpr std::size_t kMostBytes = 128;  // more than any name of a unit or window may have
   return item.findAndGetOFString(key, text, position).good() ? text.substr(0, kMostBytes) : "";
+}
+
+std::string cutBetweenCharacters(const std::string& utf8) {
+  std::size_t size = std::min(utf8.size(), kMostBytes);
+  while (size > 0 && size < utf8.size() &&
+         (static_cast<unsigned char>(utf8[size]) & 0xC0U) == 0x80U) {
+    --size;
+  }
+  return utf8.substr(0, size);
+}
+
+// The values of an attribute as people read them.
+std::vector<ValueText> namesAt(DcmItem& item, const DcmTagKey& key) {
+  DcmElement* element = nullptr;
+  std::vector<ValueText> names;
+  if (item.findAndGetElement(key, element).bad()) {
+    return names;
+  }
+  const Utf8Text texts = utf8Of(item, *element).value_or(Utf8Text{});
+  for (const std::string& text : texts.values) {
+    // Backslashes of the file part values: one within a value is of an escape.
+    const bool escaped = texts.escaped && text.find('\\') != std::string::npos;
+    names.push_back({cutBetweenCharacters(text), escaped});
+  }
+  return names;
+}
+
+ValueText nameAt(DcmItem& item, const DcmTagKey& key) {
+  const std::vector<ValueText> names = namesAt(item, key);
+  return names.empty() ? ValueText{} : names.front();
 }
 
 std::optional<double> numberAt(DcmItem& item, const DcmTagKey& key, unsigned long position = 0) {
@@ -94,8 +128,8 @@ DcmItem* holderOf(const Place& place, const DcmTagKey& macro,
 }
 
 // US stands for "unspecified" (PS3.3 C.11.1.1.2), which says as much as nothing.
-std::string unitNamed(const std::string& type) {
-  return type == "US" ? "" : type;
+ValueText unitNamed(const ValueText& type) {
+  return type.utf8 == "US" ? ValueText{} : type;
 }
 
 std::optional<RescaleLine> rescaleOf(const Place& place) {
@@ -109,9 +143,9 @@ std::optional<RescaleLine> rescaleOf(const Place& place) {
   if (!slope || !intercept || *slope == 0) {
     return std::nullopt;
   }
-  std::string unit = unitNamed(textAt(*item, DCM_RescaleType));
-  if (unit.empty()) {
-    unit = textAt(*item, DCM_Units);  // of positron emission (PS3.3 C.8.9.1)
+  ValueText unit = unitNamed(nameAt(*item, DCM_RescaleType));
+  if (unit.utf8.empty()) {
+    unit = nameAt(*item, DCM_Units);  // of positron emission (PS3.3 C.8.9.1)
   }
   return RescaleLine{*slope, *intercept, unit};
 }
@@ -139,6 +173,7 @@ std::vector<VoiWindow> windowsOf(const Place& place) {
     return windows;
   }
   const VoiFunction function = functionOf(textAt(*item, DCM_VOILUTFunction));
+  const std::vector<ValueText> names = namesAt(*item, DCM_WindowCenterWidthExplanation);
   constexpr unsigned long kMostWindows = 16;
   for (unsigned long i = 0; i < kMostWindows; ++i) {
     const std::optional<double> centre = numberAt(*item, DCM_WindowCenter, i);
@@ -146,8 +181,7 @@ std::vector<VoiWindow> windowsOf(const Place& place) {
     if (!centre || !width) {
       break;
     }
-    windows.push_back(
-        {*centre, *width, function, textAt(*item, DCM_WindowCenterWidthExplanation, i)});
+    windows.push_back({*centre, *width, function, i < names.size() ? names[i] : ValueText{}});
   }
   return windows;
 }
@@ -359,8 +393,8 @@ std::optional<RescaleLine> doseLine(DcmItem& dataset) {
   if (!scaling || *scaling == 0) {
     return std::nullopt;
   }
-  const std::string units = textAt(dataset, DCM_DoseUnits);
-  return RescaleLine{*scaling, 0, units == "GY" ? "Gy" : units};
+  const ValueText units = nameAt(dataset, DCM_DoseUnits);
+  return RescaleLine{*scaling, 0, units.utf8 == "GY" ? ValueText{"Gy"} : units};
 }
 
 void readClassic(DcmItem& dataset, std::size_t count, ImageFrames& image) {
@@ -454,7 +488,8 @@ ImageFrames readFrameAttributes(DcmItem& dataset, std::size_t frames) {
   if (image.modalityTable) {
     DcmItem* item = nullptr;
     (void)dataset.findAndGetSequenceItem(DCM_ModalityLUTSequence, item, 0);  // null tells as much
-    const std::string unit = item == nullptr ? "" : unitNamed(textAt(*item, DCM_ModalityLUTType));
+    const ValueText unit =
+        item == nullptr ? ValueText{} : unitNamed(nameAt(*item, DCM_ModalityLUTType));
     for (FrameAttributes& frame : image.frames) {
       frame.rescale = RescaleLine{1, 0, unit};
     }

@@ -12,11 +12,19 @@ class DcmItem;
 
 namespace zrdcm {
 
+/// A text that the dataset says of its values; empty when it does not.
+struct ValueText {
+  std::string utf8;
+  bool escaped = false;  ///< it holds bytes that stand for no known character, as \xE9
+
+  bool operator==(const ValueText&) const = default;
+};
+
 /// value = slope x sample + intercept.
 struct RescaleLine {
   double slope = 1;
   double intercept = 0;
-  std::string unit;  ///< "HU", "Gy" and the like as the dataset says it; empty when it does not
+  ValueText unit;  ///< "HU", "Gy" and the like
 
   bool operator==(const RescaleLine&) const = default;
 };
@@ -29,7 +37,7 @@ struct VoiWindow {
   double centre = 0;
   double width = 0;
   VoiFunction function = VoiFunction::kLinear;
-  std::string explanation;  ///< Window Center & Width Explanation; empty when there is none
+  ValueText explanation;  ///< Window Center & Width Explanation
 
   bool operator==(const VoiWindow&) const = default;
 };

@@ -26,12 +26,18 @@ const char* functionName(VoiFunction function) {
   return nullptr;
 }
 
+constexpr const char* kEscaped = "escaped";
+
 Json jsonWindow(const VoiWindow& window) {
   const char* const function = functionName(window.function);
-  return {{"centre", window.centre},
-          {"width", window.width},
-          {"function", function == nullptr ? Json(nullptr) : Json(function)},
-          {"explanation", jsonTextOrNull(window.explanation)}};
+  Json json = {{"centre", window.centre},
+               {"width", window.width},
+               {"function", function == nullptr ? Json(nullptr) : Json(function)},
+               {"explanation", jsonTextOrNull(window.explanation.utf8)}};
+  if (window.explanation.escaped) {
+    json[kEscaped] = true;
+  }
+  return json;
 }
 
 Json firstWindow(const std::vector<VoiWindow>& windows) {
@@ -63,8 +69,21 @@ void addFrameValues(Json& target, const std::vector<std::size_t>& numbers,
     for (std::size_t i = 0; !agree && i < numbers.size(); ++i) {
       perFrame[value.name].push_back(value.of(numbers[i]));
     }
+    if (std::any_of(numbers.begin(), numbers.end(), value.escaped)) {
+      (agree ? target : perFrame)[kEscaped] = true;
+    }
   }
   target["perFrame"] = std::move(perFrame);
+}
+
+FrameValue unitValue(const char* name,
+                     std::function<std::optional<RescaleLine>(std::size_t number)> lineOf) {
+  const auto unitOf = [lineOf = std::move(lineOf)](std::size_t number) {
+    const std::optional<RescaleLine> line = lineOf(number);
+    return line ? line->unit : ValueText{};
+  };
+  return {name, [unitOf](std::size_t number) { return jsonTextOrNull(unitOf(number).utf8); },
+          [unitOf](std::size_t number) { return unitOf(number).escaped; }};
 }
 
 std::vector<FrameValue> frameValues(const ImageFrames& image) {
@@ -73,10 +92,7 @@ std::vector<FrameValue> frameValues(const ImageFrames& image) {
   };
   return {
       {"rescale", [frame](std::size_t number) { return jsonLine(frame(number).rescale); }},
-      {"rescaleUnit",
-       [frame](std::size_t number) {
-         return jsonTextOrNull(frame(number).rescale ? frame(number).rescale->unit : "");
-       }},
+      unitValue("rescaleUnit", [frame](std::size_t number) { return frame(number).rescale; }),
       {"voiWindow", [frame](std::size_t number) { return firstWindow(frame(number).windows); }},
       {"windows", [frame](std::size_t number) { return jsonWindows(frame(number).windows); }},
       {"pixelSpacing",

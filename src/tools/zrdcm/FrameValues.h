@@ -17,12 +17,19 @@ namespace zrdcm {
 struct FrameValue {
   const char* name;
   std::function<nlohmann::ordered_json(std::size_t number)> of;
+  /// Of a text, whether it holds escaped bytes.
+  std::function<bool(std::size_t number)> escaped = [](std::size_t) { return false; };
 };
+
+/// The value `name` that is the unit of a frame's line.
+FrameValue unitValue(const char* name,
+                     std::function<std::optional<RescaleLine>(std::size_t number)> lineOf);
 
 /// Adds values of frames to an object, with one number for all frames where one will do: `name` has
 /// the value that all of these frames agree in. Where they differ it is null, and `perFrame` holds
 /// under the same name an array with the value of each frame, null for those that are not known.
-/// `perFrame` is null when all frames agree in everything.
+/// `perFrame` is null when all frames agree in everything. The object that holds a text with escaped
+/// bytes gets `"escaped": true`.
 void addFrameValues(nlohmann::ordered_json& target, const std::vector<std::size_t>& numbers,
                     const std::vector<FrameValue>& values);
 
@@ -45,7 +52,8 @@ std::vector<FrameValue> frameValues(const ImageFrames& image);
 /// [slope, intercept]; null when it is not known.
 nlohmann::ordered_json jsonLine(const std::optional<RescaleLine>& line);
 
-/// [{centre, width, function, explanation}]; null when there is none. An unknown function is null.
+/// [{centre, width, function, explanation}]; null when there is none. An unknown function is null;
+/// `"escaped": true` stands beside an explanation with escaped bytes.
 nlohmann::ordered_json jsonWindows(const std::vector<VoiWindow>& windows);
 
 /// A text; null when it is empty.

@@ -200,11 +200,7 @@ void addValues(nlohmann::ordered_json& report, const Decoded& decoded,
   addFrameValues(
       report, decoded.numbers(),
       {{"modality", [line](std::size_t number) { return jsonLine(line(number)); }},
-       {"modalityUnit",
-        [line](std::size_t number) {
-          const auto own = line(number);
-          return jsonTextOrNull(own ? own->unit : "");
-        }},
+       unitValue("modalityUnit", line),
        {"windows", [frame](std::size_t number) { return jsonWindows(frame(number).windows); }}});
 }
 

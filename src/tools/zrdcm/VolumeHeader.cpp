@@ -74,7 +74,7 @@ void addLine(Attributes& header, const DecodedImage& image, const ImageFrames& a
       "modality unit",
       [&](std::size_t number) {
         const auto line = lineOfSamples(image, attributes, number);
-        return line ? line->unit : std::string();
+        return line ? line->unit.utf8 : std::string();
       },
       "");
 }
