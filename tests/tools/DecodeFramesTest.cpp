@@ -235,6 +235,34 @@ TEST(NarrowStreams, AreWidenedToTheirCells) {
   EXPECT_EQ(std::filesystem::file_size(folder.file("all.raw")), kFrames * kRows * kColumns * 2);
   EXPECT_EQ(one.status, 0) << one.errors;
   EXPECT_EQ(tools::hex(readFile(folder.file("one.raw")).substr(0, 4)), "50 00 50 00");  // 80
+  const auto report = nlohmann::json::parse(runZrdcm({"info", "--json", file}).output)[0];
+  EXPECT_EQ(report["error"], nullptr);
+  EXPECT_EQ(report["image"]["frames"], kFrames);
+  EXPECT_EQ(report["image"]["bytesPerSample"], 2);
+}
+
+// Eight bits in cells of sixteen are no reason: what is wrong are the bytes.
+TEST(NarrowStreams, ThatAreDamagedAreCalledSo) {
+  const support::TempDir folder;
+  const std::string file = folder.file("narrow.dcm").string();
+  const auto image = support::compress(*gray(), EXS_JPEGProcess14SV1);
+  ASSERT_TRUE(image->putAndInsertUint16(DCM_BitsAllocated, 16).good());
+  support::saveFile(*image, file, EXS_JPEGProcess14SV1);
+  std::string bytes = readFile(file);
+  const std::size_t tables = bytes.find("\xFF\xC4");
+  ASSERT_NE(tables, std::string::npos);
+  bytes.replace(tables + 2, 2, "\xFF\xFF");  // Huffman tables that never end
+  tools::writeFile(file, bytes);
+  const std::string reason =
+      "SecondaryCaptureImageStorage has JPEG Lossless, Non-hierarchical, 1st Order Prediction "
+      "(1.2.840.10008.1.2.4.70) data that does not decode: it is damaged, or of a kind that the "
+      "decoder does not know";
+
+  const Outcome run = runZrdcm({"decode", file, "-o", folder.file("out.raw").string()});
+  const auto report = nlohmann::json::parse(runZrdcm({"info", "--json", file}).output)[0];
+
+  EXPECT_EQ(run.errors, "zrdcm: " + file + ": " + reason + "\n");
+  EXPECT_EQ(report["error"], reason);
 }
 
 TEST(PackedPixels, AreRefusedWithTheReason) {
@@ -260,6 +288,7 @@ TEST(PackedPixels, AreRefusedWithTheReason) {
             ": SecondaryCaptureImageStorage has samples of 1 bit (Bits Allocated (0028,0100)); "
             "those of 8 and 16 bits are decoded\n");
     EXPECT_FALSE(std::filesystem::exists(folder.file("out.raw")));
+    EXPECT_EQ(runZrdcm({"info", file}).errors, run.errors);
   }
 }
 

@@ -226,6 +226,7 @@ TEST_F(ZrdcmInfo, ReportsATableThatIsWiderThanTheSamples) {
   EXPECT_EQ(report["ok"], true);
   EXPECT_EQ(report["luts"]["modality"],
             (json{{"entries", 4}, {"firstMapped", 0}, {"values", 1}, {"bits", 16}}));
+  EXPECT_EQ(report["image"]["bytesPerSample"], 2);  // as the values of the table are decoded
 }
 
 TEST_F(ZrdcmInfo, ListsForPeopleWhatTheJsonHolds) {

@@ -8,8 +8,6 @@
 #include "DicomFile.h"
 #include "Failure.h"
 
-#include <zrdcmexport/ZrNumbers.h>
-
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcpxitem.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -332,12 +330,18 @@ std::optional<StreamHeader> headerOfFragment(const Facts& facts, std::size_t ind
   return read ? headerIn(bytes) : std::nullopt;
 }
 
+/// Streams of at most 8 bits are widened to cells of 16, where no more bits are said to be stored.
+bool cellsMayBeWider(const Facts& facts) {
+  const std::optional<unsigned> stored = facts.number(DCM_BitsStored);
+  return facts.says(DCM_BitsAllocated, 16) && stored && *stored <= 8;
+}
+
 /// What a stream says otherwise than the dataset; empty where they agree.
 std::string disagreement(const Facts& facts, const StreamHeader& stream) {
   const auto differ = [](const char* name, unsigned says, unsigned is) {
     return std::to_string(is) + " where " + name + " says " + std::to_string(says);
   };
-  const unsigned bits = stream.bits <= 8 ? 8 : 16;
+  const unsigned bits = stream.bits <= 8 && !cellsMayBeWider(facts) ? 8 : 16;
   if (!facts.says(DCM_Rows, stream.rows)) {
     return differ("Rows", *facts.number(DCM_Rows), stream.rows);
   }
@@ -431,16 +435,6 @@ void refusePackedPixels(const DicomFile& file) {
   if (file.dataset().findAndGetUint16(DCM_BitsAllocated, bits).good() && bits == 1) {
     throw Failure(whyNotDecoded(file, ""));
   }
-}
-
-std::string remarkOnFrames(DcmItem& dataset, std::size_t decoded) {
-  const std::string text = textOf(dataset, DCM_NumberOfFrames);
-  const int named = Zrg::intOf(text).value_or(0);
-  if (named < 0 || static_cast<std::size_t>(named) <= decoded) {
-    return "";
-  }
-  return "names " + text + " frames, of which the first " + std::to_string(decoded) +
-         (decoded == 1 ? " is" : " are") + " decoded: frames are counted in 16 bits";
 }
 
 }  // namespace zrdcm

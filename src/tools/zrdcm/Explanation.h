@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <cstddef>
 #include <string>
 
 class DcmItem;
@@ -32,9 +31,5 @@ std::string whyNotDecoded(const DicomFile& file, const std::string& message);
 /// Refuses pixels of one bit, which the slice decoder hands out as they are packed.
 /// @throws Failure with the reason.
 void refusePackedPixels(const DicomFile& file);
-
-/// What to tell of a file that names more frames than are decoded, with `decoded` frames; empty when
-/// it does not. @see PS3.3 C.7.6.6 (Number of Frames)
-std::string remarkOnFrames(DcmItem& dataset, std::size_t decoded);
 
 }  // namespace zrdcm

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Gathers the report on a file: attributes and the order of frames first, then one decode, which may
-// rewrite attributes.
+// rewrite attributes. It takes the road of the verbs that show and write frames, so that what they can
+// do is what is told here.
 #include "FileReport.h"
 
-#include "CellConversion.h"
 #include "DicomFile.h"
 #include "Explanation.h"
-#include "Failure.h"
 #include "FrameAttributes.h"
+#include "FrameSource.h"
 #include "FrameValues.h"
 #include "Numbers.h"
 
@@ -20,9 +20,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
+#include <limits>
+#include <memory>
 #include <new>
 #include <numeric>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zrdcm {
@@ -83,15 +87,16 @@ std::vector<std::size_t> allNumbers(const ImageFrames& attributes) {
   return numbers;
 }
 
-Json imageAttributes(const Zrg::SliceImage& slice, const ImageFrames& attributes) {
+Json imageAttributes(const DecodedImage& decoded, const ImageFrames& attributes) {
   const std::vector<std::size_t> numbers = allNumbers(attributes);
-  Json image = {{"columns", slice.extent.x},
-                {"rows", slice.extent.y},
+  const SampleArray& samples = decoded.samples;
+  Json image = {{"columns", samples.columns},
+                {"rows", samples.rows},
                 {"frames", numbers.size()},
-                {"bytesPerSample", slice.bytesPerSample},
-                {"samplesPerPixel", slice.samplesPerPixel},
-                {"lossy", slice.lossy},
-                {"sampleOffset", jsonNumber(slice.sampleOffset)},
+                {"bytesPerSample", bytesOf(samples.type)},
+                {"samplesPerPixel", samples.channels},
+                {"lossy", decoded.slice.lossy},
+                {"sampleOffset", jsonNumber(decoded.slice.sampleOffset)},
                 {"frameSpacing", jsonOrNull(frameSpacingMm(attributes, numbers))}};
   addFrameValues(image, numbers, frameValues(attributes));
   return image;
@@ -116,26 +121,17 @@ Json overlayList(const Zrg::SliceImage& slice) {
 
 // Monochrome images are decoded whole, so that overlays of every frame are found. Colour has no
 // overlays, and its frames are all alike: one of them tells whether the file decodes, and spares
-// the memory that a long clip takes once it is decoded.
-void addImage(Json& report, const DicomFile& file, const MemoryBudget& memory) {
-  const bool whole = isMonochrome(photometricInterpretation(file));
-  // Read before decoding, which may rewrite attributes.
-  const ImageFrames attributes = readFrameAttributes(file.dataset(), frameCount(file.dataset()));
-  if (whole) {
-    memory.requireFor(file.dataset());
-  } else {
-    memory.requireFor(file.dataset(), 0, 0);
+// the memory that a long clip takes once it is decoded. Of more frames than 16 bits count the last one
+// has to decode too: a number alone is not to make the report long.
+void addImage(Json& report, std::unique_ptr<DicomFile> file, const MemoryBudget& memory) {
+  FrameSource source(std::move(file), memory);
+  if (source.count() > std::numeric_limits<std::uint16_t>::max()) {
+    (void)source.frame(source.count() - 1);  // throws when it is not there
   }
-  refusePackedPixels(file);
-  Zrg::SliceImage slice;
-  slice.convertSamples = !CellConversion(file.dataset()).tableDiffersInWidth();
-  std::string error;
-  if (!slice.process(file.dataset(), error, whole ? -1 : 0, whole ? -1 : 0, nullptr, 0)) {
-    throw Failure(whyNotDecoded(file, error));
-  }
-  report["image"] = imageAttributes(slice, attributes);
-  report["overlays"] = overlayList(slice);
-  report["remark"] = textOrNull(remarkOnFrames(file.dataset(), attributes.frames.size()));
+  const DecodedImage& image = source.image();
+  report["image"] =
+      imageAttributes(image, readFrameAttributes(image.file->dataset(), source.count()));
+  report["overlays"] = overlayList(image.slice);
   report["ok"] = true;
 }
 
@@ -160,17 +156,16 @@ Json emptyReport(const std::filesystem::path& path) {
           {"sopClass", nullptr},    {"modality", nullptr},   {"transferSyntax", nullptr},
           {"pixelFormat", nullptr}, {"multiFrame", nullptr}, {"multiFrameVolume", nullptr},
           {"enhanced", nullptr},    {"image", nullptr},      {"luts", nullptr},
-          {"overlays", nullptr},    {"splitting", nullptr},  {"content", nullptr},
-          {"remark", nullptr}};
+          {"overlays", nullptr},    {"splitting", nullptr},  {"content", nullptr}};
 }
 
 void fillReport(Json& report, const std::filesystem::path& path, const MemoryBudget& memory) {
-  const DicomFile file(path);
-  DcmDataset& dataset = file.dataset();
+  auto file = std::make_unique<DicomFile>(path);
+  DcmDataset& dataset = file->dataset();
   report["sopClass"] = sopClass(dataset);
   report["modality"] = textOrNull(textOf(dataset, DCM_Modality));
-  report["transferSyntax"] = transferSyntax(file);
-  report["pixelFormat"] = pixelFormat(file);
+  report["transferSyntax"] = transferSyntax(*file);
+  report["pixelFormat"] = pixelFormat(*file);
   report["multiFrame"] = Zrg::isMultiFrame(dataset);
   report["multiFrameVolume"] = Zrg::isMultiFrameVolume(dataset);
   report["enhanced"] = Zrg::isEnhancedDicom(dataset);
@@ -183,7 +178,7 @@ void fillReport(Json& report, const std::filesystem::path& path, const MemoryBud
     return;
   }
   const Json order = splitting(dataset);
-  addImage(report, file, memory);
+  addImage(report, std::move(file), memory);
   report["splitting"] = order;
 }
 

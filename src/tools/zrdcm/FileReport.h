@@ -28,7 +28,6 @@ namespace zrdcm {
 /// | overlays            | [{group, frame, origin [x, y], size [w, h]}]: embedded in the samples |
 /// | splitting           | {splittable, reason, reversed, pointer, pointerKind, timeSlots, rrIntervals, |
 /// |                     | volumes [[frame numbers in slice order]]}                            |
-/// | remark              | of frames that the file names and that are not decoded               |
 ///
 /// Absent values are null. A file that cannot be read has null in everything but `file`, `ok` and
 /// `error`. Nothing is thrown for a bad file, lack of memory included.

@@ -242,9 +242,6 @@ void describe(const Json& report) {
   line("palette", tableText(report["luts"]["palette"]));
   describeOverlays(report["overlays"]);
   describeSplitting(report["splitting"]);
-  if (!report["remark"].is_null()) {
-    line("remark", plain(report["remark"]));
-  }
 }
 
 int info(const InfoOptions& options, const MemoryBudget& memory) {
