@@ -475,6 +475,50 @@ TEST_P(PictureOfATable, LeavesItOutWhereItIsNotForDisplay) {
   EXPECT_EQ(sheet.status, 0) << sheet.errors;
 }
 
+std::vector<std::uint16_t> firstTileOf(const std::filesystem::path& sheet, const json& tiles) {
+  const tools::Png png = readPng(sheet);
+  std::vector<std::uint16_t> tile;
+  const std::size_t left = 3 * tiles["first"][0].get<std::size_t>();
+  const std::size_t top = tiles["first"][1];
+  for (std::size_t row = top; row < top + tiles["size"][1].get<std::size_t>(); ++row) {
+    const auto start = png.samples.begin() + static_cast<long>(row * 3 * png.columns + left);
+    tile.insert(tile.end(), start, start + 3 * tiles["size"][0].get<long>());
+  }
+  return tile;
+}
+
+// Two frames in steps of 1 mm: the manifest and the volume keep the values of the table.
+TEST_P(PictureOfATable, IsTheSameInTheSheetOfAVolume) {
+  auto image = support::monochromeImage(3, 1)
+                   .samples({0, 1, 2, 0, 1, 2})
+                   .frames(2)
+                   .frameIncrementPointer("(0018,0088)")
+                   .with(DCM_SpacingBetweenSlices, "1")
+                   .rescale("3", "4")
+                   .window("1", "2")
+                   .with(DCM_VOILUTFunction, "LINEAR_EXACT")
+                   .with(DCM_Modality, GetParam().modality);
+  if (GetParam().sopClass != nullptr) {
+    image.with(DCM_SOPClassUID, GetParam().sopClass);
+  } else {
+    image.without(DCM_SOPClassUID);
+  }
+  const std::string file = save(withTable(image));
+
+  const Outcome sheet =
+      runZrdcm({"sheet", file, "-o", folder_.file("sheet.png").string(), "--json"});
+  const Outcome split = runZrdcm({"split", file, "-o", folder_.file("split").string(), "--json"});
+
+  ASSERT_EQ(sheet.status, 0) << sheet.errors;
+  ASSERT_EQ(split.status, 0) << split.errors;
+  const json tiles = json::parse(sheet.output)["tiles"];
+  EXPECT_EQ(firstTileOf(folder_.file("split/volume-000.png"), tiles),
+            firstTileOf(folder_.file("sheet.png"), tiles));
+  EXPECT_EQ(json::parse(split.output)["modality"], (json{1.0, 0.0}));
+  const std::string nrrd = tools::readFile(folder_.file("split/volume-000.nrrd"));
+  EXPECT_EQ(tools::hex(nrrd.substr(nrrd.find("\n\n") + 2, 6)), "00 00 60 ea ff ff");
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Classes, PictureOfATable,
     testing::Values(Class{"Angiography", UID_XRayAngiographicImageStorage, "XA", false},

@@ -6,10 +6,17 @@
 #include "DecoderWarnings.h"
 #include "Explanation.h"
 #include "Failure.h"
+#include "FrameAttributes.h"
 
 #include <utility>
 
 namespace zrdcm {
+
+std::unique_ptr<DicomFile> openForDisplay(const std::filesystem::path& path) {
+  auto file = std::make_unique<DicomFile>(path);
+  (void)keepTableOutOfDisplay(file->dataset());  // either way the samples can be shown
+  return file;
+}
 
 FrameSource::FrameSource(std::unique_ptr<DicomFile> file, const MemoryBudget& memory)
     : memory_(memory) {

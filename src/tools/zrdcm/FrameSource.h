@@ -5,10 +5,16 @@
 #include "SampleArray.h"
 
 #include <cstddef>
+#include <filesystem>
 #include <memory>
 #include <vector>
 
 namespace zrdcm {
+
+/// Opens a file whose frames are to be shown: a modality LUT that is not meant for display (PS3.3
+/// C.8.7.1.1.2) is taken out.
+/// @throws Failure when it is no DICOM file or cannot be read.
+std::unique_ptr<DicomFile> openForDisplay(const std::filesystem::path& path);
 
 /// All frames of an image, to be looked at one after the other, with no more memory than the
 /// decoded samples take.

@@ -86,12 +86,8 @@ unsigned char grayLevel(const DecodedImage& image, const FrameDisplay& display,
   return static_cast<unsigned char>(std::lround(255.0 * (image.darkIsHigh ? 1.0 - gray : gray)));
 }
 
-// The first window of a frame that says how to show it. A table that is kept out of display has
-// mapped the samples all the same where it is still there: the window is for other values then.
+// The first window of a frame that says how to show it.
 std::optional<Window> ownWindow(const ImageFrames& attributes, std::size_t number) {
-  if (attributes.tableKeptOutOfDisplay) {
-    return std::nullopt;
-  }
   for (const VoiWindow& window : attributes.frames.at(number).windows) {
     if (window.width > 0 && window.function != VoiFunction::kOther) {
       const bool narrow = window.function == VoiFunction::kLinear && window.width <= 1;

@@ -7,6 +7,7 @@
 #include "FileNamed.h"
 #include "FrameAttributes.h"
 #include "FrameRange.h"
+#include "FrameSource.h"
 #include "FrameValues.h"
 #include "Messages.h"
 #include "PngWriter.h"
@@ -128,10 +129,7 @@ struct Decoded {
 Decoded decodeAsAsked(const DecodeOptions& options, const MemoryBudget& memory) {
   const DecodeRequest request{framesWanted(options), options.stored, options.overlays};
   const bool shown = formatOf(options.output) == Format::kPng && !options.stored;
-  auto file = std::make_unique<DicomFile>(options.file);
-  if (shown) {
-    (void)keepTableOutOfDisplay(file->dataset());  // either way the samples can be shown
-  }
+  auto file = shown ? openForDisplay(options.file) : std::make_unique<DicomFile>(options.file);
   Decoded decoded;
   decoded.image = decodeImage(std::move(file), request, memory);
   DcmDataset& dataset = decoded.image.file->dataset();

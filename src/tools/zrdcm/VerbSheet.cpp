@@ -55,12 +55,6 @@ struct SheetOptions {
   bool json = false;
 };
 
-std::unique_ptr<DicomFile> openForDisplay(const std::string& path) {
-  auto file = std::make_unique<DicomFile>(path);
-  (void)keepTableOutOfDisplay(file->dataset());  // either way the samples can be shown
-  return file;
-}
-
 ImageFrames attributesOf(const DecodedImage& image) {
   return readFrameAttributes(image.file->dataset(), image.samples.frames);
 }

@@ -68,6 +68,8 @@ struct SplitOptions {
 /// A file whose frames are ready to be written as volumes.
 struct SplitImage {
   FrameSource source;
+  /// The frames once more, without a table that is not meant for display; null where `source` shows them.
+  std::unique_ptr<FrameSource> withoutTable;
   Zrg::FrameIncrement increment;
   Zrg::FrameOrder order;
   std::string reasonToKeepWhole;  ///< empty when the frames are split
@@ -76,12 +78,23 @@ struct SplitImage {
 
   SplitImage(std::unique_ptr<DicomFile> file, const MemoryBudget& memory)
       : source(std::move(file), memory) {}
+  FrameSource& shown() { return withoutTable ? *withoutTable : source; }
   bool whole() const { return !reasonToKeepWhole.empty(); }
   bool gated() const { return order.rrIntervals != 0; }
   std::size_t timeSlot(std::size_t volume) const { return volume / order.rrIntervals; }
   std::size_t rrInterval(std::size_t volume) const { return volume % order.rrIntervals; }
   DcmDataset& dataset() const { return source.image().file->dataset(); }
 };
+
+// Volumes hold the values of a table that sheets leave out, so such a file is decoded for each.
+void decideHowToShow(SplitImage& split, const SplitOptions& options, const MemoryBudget& memory) {
+  ImageFrames attributes = split.attributes;
+  if (attributes.tableKeptOutOfDisplay) {
+    split.withoutTable = std::make_unique<FrameSource>(openForDisplay(options.file), memory);
+    attributes = readFrameAttributes(split.shown().image().file->dataset(), split.shown().count());
+  }
+  split.allFrames = allFrames(split.shown(), attributes, windowFromOption(options.window));
+}
 
 std::unique_ptr<SplitImage> openSplit(const SplitOptions& options, const MemoryBudget& memory) {
   auto file = std::make_unique<DicomFile>(options.file);
@@ -103,7 +116,7 @@ std::unique_ptr<SplitImage> openSplit(const SplitOptions& options, const MemoryB
     split->order.volumes = {frames};
   }
   split->attributes = readFrameAttributes(split->dataset(), split->source.count());
-  split->allFrames = allFrames(split->source, split->attributes, windowFromOption(options.window));
+  decideHowToShow(*split, options, memory);
   return split;
 }
 
@@ -151,7 +164,7 @@ void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_
   content.quiet = true;
   SheetLayout layout;
   const Picture sheet =
-      withFileNamed(options.file, [&] { return drawContactSheet(split.source, content, layout); });
+      withFileNamed(options.file, [&] { return drawContactSheet(split.shown(), content, layout); });
   writePng(target, inputs, sheet.view());
 }
 
