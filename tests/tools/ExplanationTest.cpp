@@ -22,6 +22,7 @@ namespace {
 using nlohmann::json;
 using support::ImageBuilder;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using tools::Outcome;
 using tools::runZrdcm;
@@ -414,7 +415,7 @@ TEST_F(ManyFrames, AreAllDescribedByInfo) {
             "Number of Frames is above 65535, and no more are decoded");
 }
 
-// One frame tells of a colour clip whether it decodes; a number like this one is looked into.
+// The first frame tells of a colour clip whether it decodes; of so many the last one has to as well.
 TEST_F(ManyFrames, OfColourAreNotTakenOnTrust) {
   support::saveFile(*support::rgbImage(1, 1).frames(65540).build(), file());
   const json whole = json::parse(runZrdcm({"info", "--json", file()}).output)[0];
@@ -425,6 +426,20 @@ TEST_F(ManyFrames, OfColourAreNotTakenOnTrust) {
   EXPECT_EQ(whole["image"]["frames"], 65540);
   EXPECT_EQ(claim["ok"], false);
   EXPECT_EQ(claim["error"], "frame 1999999999: Uncompressed data has size 0");
+  EXPECT_EQ(runZrdcm({"sheet", file(), "-o", folder_.file("sheet.png").string()}).errors,
+            "zrdcm: " + file() + ": frame 1999999999: Uncompressed data has size 0\n");
+}
+
+TEST_F(ManyFrames, ThatAreMissingAreCountedInFull) {
+  const auto clip = support::compress(*support::rgbImage(8, 8).frames(3).build(), EXS_JPEGProcess1);
+  ASSERT_TRUE(clip->putAndInsertString(DCM_NumberOfFrames, "2000000000").good());
+  support::saveFile(*clip, file(), EXS_JPEGProcess1);
+
+  const json claim = json::parse(runZrdcm({"info", "--json", file()}).output)[0];
+
+  EXPECT_THAT(claim["error"].get<std::string>(),
+              EndsWith("has compressed data of 3 frames, but Number of Frames (0028,0008) is "
+                       "2000000000"));
 }
 
 TEST_F(ManyFrames, AreNotSplit) {

@@ -6,6 +6,7 @@
 #include "Failure.h"
 #include "headers/NestingGuard.h"
 
+#include <zrdcmexport/ZrFrames.h>
 #include <zrdcmexport/ZrNumbers.h>
 #include <zrvolren/ExDicomUtilitiesHelpers.h>
 
@@ -108,7 +109,7 @@ DicomFile::DicomFile(const fs::path& path) : path_(path), format_(new DcmFileFor
   if (!saysDicom && !holdsKnownAttributes(dataset())) {
     throw Failure("is not a DICOM file");
   }
-  frameCount_ = frameCount(dataset());
+  frameCount_ = Zrg::numberOfFrames(dataset());
 }
 
 E_TransferSyntax DicomFile::transferSyntax() const {

@@ -8,6 +8,8 @@
 #include "DicomFile.h"
 #include "Failure.h"
 
+#include <zrdcmexport/ZrFrames.h>
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcpxitem.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -243,7 +245,7 @@ std::string noDecoder(const Facts& facts) {
 }
 
 std::string vrOfBytes(const Facts& facts) {
-  if (dynamic_cast<DcmPixelData*>(facts.pixelData) != nullptr) {
+  if (facts.pixelData == nullptr || dynamic_cast<DcmPixelData*>(facts.pixelData) != nullptr) {
     return "";
   }
   const DcmVR vr(facts.pixelData->ident());
@@ -309,7 +311,7 @@ std::string noBytes(const Facts& facts) {
 std::string tooFewFrames(const Facts& facts) {
   // A decoder that took what there is has cut Number of Frames, and perhaps dropped the fragments.
   const std::size_t found =
-      facts.fragments != nullptr ? facts.fragmentCount() : frameCount(facts.dataset);
+      facts.fragments != nullptr ? facts.fragmentCount() : Zrg::numberOfFrames(facts.dataset);
   if (!DcmXfer(facts.known).isEncapsulated() || found >= facts.frames) {
     return "";
   }

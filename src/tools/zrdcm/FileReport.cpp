@@ -20,8 +20,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cstdint>
-#include <limits>
 #include <memory>
 #include <new>
 #include <numeric>
@@ -121,13 +119,9 @@ Json overlayList(const Zrg::SliceImage& slice) {
 
 // Monochrome images are decoded whole, so that overlays of every frame are found. Colour has no
 // overlays, and its frames are all alike: one of them tells whether the file decodes, and spares
-// the memory that a long clip takes once it is decoded. Of more frames than 16 bits count the last one
-// has to decode too: a number alone is not to make the report long.
+// the memory that a long clip takes once it is decoded.
 void addImage(Json& report, std::unique_ptr<DicomFile> file, const MemoryBudget& memory) {
-  FrameSource source(std::move(file), memory);
-  if (source.count() > std::numeric_limits<std::uint16_t>::max()) {
-    (void)source.frame(source.count() - 1);  // throws when it is not there
-  }
+  const FrameSource source(std::move(file), memory);
   const DecodedImage& image = source.image();
   report["image"] =
       imageAttributes(image, readFrameAttributes(image.file->dataset(), source.count()));

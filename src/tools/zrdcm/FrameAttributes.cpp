@@ -449,7 +449,7 @@ bool agreeInPlane(const FrameAttributes& one, const FrameAttributes& other) {
 // By their positions, which all frames have.
 std::optional<double> stepBetween(const std::vector<const FrameAttributes*>& frames) {
   const Triple& first = *frames.front()->position;
-  const double steps = static_cast<double>(frames.size() - 1);
+  const auto steps = static_cast<double>(frames.size() - 1);
   const Triple whole = along(*frames.back()->position, first, -1);
   const Triple step = {whole[0] / steps, whole[1] / steps, whole[2] / steps};
   const double length = std::sqrt(dot(step, step));
@@ -505,6 +505,7 @@ bool keepTableOutOfDisplay(DcmItem& dataset) {
 std::optional<double> frameSpacingMm(const ImageFrames& image,
                                      const std::vector<std::size_t>& numbers) {
   std::vector<const FrameAttributes*> frames;
+  frames.reserve(numbers.size());
   for (const std::size_t number : numbers) {
     frames.push_back(&image.frames.at(number));
   }

@@ -8,6 +8,8 @@
 #include "Failure.h"
 #include "FrameAttributes.h"
 
+#include <cstdint>
+#include <limits>
 #include <utility>
 
 namespace zrdcm {
@@ -40,7 +42,10 @@ void FrameSource::openColour(std::unique_ptr<DicomFile> file, std::size_t frames
   image_.samples.columns = format.columns;
   image_.samples.channels = format.samplesPerPixel;
   try {
-    (void)frame(0);  // a file that does not decode is refused now
+    (void)FrameSource::frame(0);  // a file that does not decode is refused now
+    if (frames > std::numeric_limits<std::uint16_t>::max()) {
+      (void)FrameSource::frame(frames - 1);  // lists of so many are not made for a mere claim
+    }
   } catch (const Failure& failure) {
     throw Failure(whyNotDecoded(*image_.file, failure.what()));
   }

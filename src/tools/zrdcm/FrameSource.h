@@ -24,7 +24,8 @@ std::unique_ptr<DicomFile> openForDisplay(const std::filesystem::path& path);
 /// frames are decoded one by one when they are asked for.
 class FrameSource {
 public:
-  /// @throws Failure when the image, or the first frame of a colour image, does not decode.
+  /// @throws Failure when the image, or the first frame of a colour image, does not decode; of more
+  ///         colour frames than 65,535 also when the last one does not.
   FrameSource(std::unique_ptr<DicomFile> file, const MemoryBudget& memory);
   virtual ~FrameSource() = default;
   FrameSource(const FrameSource&) = delete;
