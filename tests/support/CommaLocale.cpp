@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "support/CommaLocale.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
@@ -37,6 +41,10 @@ CommaLocale::~CommaLocale() {
 }
 
 void CommaLocale::enter() {
+#if defined(__SANITIZE_ADDRESS__)
+  // The C library does not free the folders that it makes of LOCPATH.
+  const __lsan::ScopedDisabler notOurLeak;
+#endif
   // Throws std::runtime_error where there is no such locale. A named one is the C library's too.
   (void)std::locale::global(std::locale(kName));
 }
