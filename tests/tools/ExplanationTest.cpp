@@ -340,16 +340,15 @@ TEST_F(CompressedData, OfOtherRowsIsSaidToBeSo) {
   save(bytes(2), EXS_JPEGProcess14SV1, DCM_Rows, "17");
 
   EXPECT_EQ(reason(),
-            "CTImageStorage has a compressed frame 0 that is not what the dataset says: 16 where "
-            "Rows says 17");
+            "CTImageStorage has a compressed frame (number 0) of 16 rows, where Rows says 17");
 }
 
 TEST_F(CompressedData, OfOtherColumnsIsSaidToBeSo) {
   save(bytes(), EXS_JPEGLSLossless, DCM_Columns, "24");
 
-  EXPECT_EQ(reason(),
-            "CTImageStorage has a compressed frame 0 that is not what the dataset says: 16 where "
-            "Columns says 24");
+  EXPECT_EQ(
+      reason(),
+      "CTImageStorage has a compressed frame (number 0) of 16 columns, where Columns says 24");
 }
 
 TEST_F(CompressedData, ThatIsGreyWhereColourIsSaidIsSaidToBeSo) {
@@ -360,16 +359,16 @@ TEST_F(CompressedData, ThatIsGreyWhereColourIsSaidIsSaidToBeSo) {
   support::saveFile(*dataset, file(), EXS_JPEGProcess14SV1);
 
   EXPECT_EQ(reason(),
-            "CTImageStorage has a compressed frame 0 that is not what the dataset says: 1 where "
-            "Samples per Pixel says 3");
+            "CTImageStorage has a compressed frame (number 0) of 1 sample a pixel, where Samples "
+            "per Pixel says 3");
 }
 
 TEST_F(CompressedData, OfMoreBitsThanAllocatedIsSaidToBeSo) {
   save(support::ctSlice(16, 16), EXS_JPEGLSLossless, DCM_BitsAllocated, "8");
 
   EXPECT_EQ(reason(),
-            "CTImageStorage has a compressed frame 0 that is not what the dataset says: 16 where "
-            "Bits Allocated says 8");
+            "CTImageStorage has a compressed frame (number 0) of 16 bits a sample, where Bits "
+            "Allocated says 8");
 }
 
 TEST_F(CompressedData, WithoutSenseIsCalledDamaged) {

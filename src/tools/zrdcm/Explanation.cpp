@@ -338,24 +338,28 @@ bool cellsMayBeWider(const Facts& facts) {
   return facts.says(DCM_BitsAllocated, 16) && stored && *stored <= 8;
 }
 
-/// What a stream says otherwise than the dataset; empty where they agree.
+/// What a stream has otherwise than the dataset says, as "of 16 rows, where Rows says 17"; empty where
+/// they agree.
 std::string disagreement(const Facts& facts, const StreamHeader& stream) {
-  const auto differ = [](const char* name, unsigned says, unsigned is) {
-    return std::to_string(is) + " where " + name + " says " + std::to_string(says);
+  const auto differ = [](unsigned is, const char* what, const char* name, unsigned says) {
+    return "of " + std::to_string(is) + what + ", where " + name + " says " + std::to_string(says);
   };
   const unsigned bits = stream.bits <= 8 && !cellsMayBeWider(facts) ? 8 : 16;
   if (!facts.says(DCM_Rows, stream.rows)) {
-    return differ("Rows", *facts.number(DCM_Rows), stream.rows);
+    return differ(stream.rows, " rows", "Rows", *facts.number(DCM_Rows));
   }
   if (!facts.says(DCM_Columns, stream.columns)) {
-    return differ("Columns", *facts.number(DCM_Columns), stream.columns);
+    return differ(stream.columns, " columns", "Columns", *facts.number(DCM_Columns));
   }
   if (!facts.says(DCM_SamplesPerPixel, stream.components)) {
-    return differ("Samples per Pixel", *facts.number(DCM_SamplesPerPixel), stream.components);
+    return differ(stream.components,
+                  stream.components == 1 ? " sample a pixel" : " samples a pixel",
+                  "Samples per Pixel", *facts.number(DCM_SamplesPerPixel));
   }
   return facts.says(DCM_BitsAllocated, bits)
              ? ""
-             : differ("Bits Allocated", *facts.number(DCM_BitsAllocated), stream.bits);
+             : differ(stream.bits, " bits a sample", "Bits Allocated",
+                      *facts.number(DCM_BitsAllocated));
 }
 
 std::string otherStream(const Facts& facts) {
@@ -366,8 +370,7 @@ std::string otherStream(const Facts& facts) {
     const std::optional<StreamHeader> stream = headerOfFragment(facts, frame);
     const std::string found = stream ? disagreement(facts, *stream) : "";
     if (!found.empty()) {
-      return "has a compressed frame " + std::to_string(frame) +
-             " that is not what the dataset says: " + found;
+      return "has a compressed frame (number " + std::to_string(frame) + ") " + found;
     }
   }
   return "";
