@@ -27,10 +27,13 @@ memcheck() {
     --suppressions=scripts/memcheck.supp --log-file="$logs/%p" "$@"
 }
 
+# Valgrind lets a file be made before it says that there is no descriptor for it, so that one test finds a
+# file where the system alone leaves none.
 # One after the other in two rows, as the tests of each run for about a minute.
 {
   memcheck "$build/tests/core/slice/slice_decoding_tests" --gtest_brief=1 --gtest_filter='*Hostile*' &&
-    memcheck "$build/tests/tools/zrdcm_malformed_tests" --gtest_brief=1
+    memcheck "$build/tests/tools/zrdcm_malformed_tests" --gtest_brief=1 \
+      --gtest_filter='-DicomWriter.SaysWhyItCannotOpenItsFile'
 } &
 row=$!
 status=0

@@ -168,6 +168,32 @@ TEST_F(ContactSheetOfASeries, HasATileForEveryFileInOrder) {
   EXPECT_EQ(inTile(2), gray(240));
 }
 
+// Air in front of a head: the window of the first file has nothing of that file in it.
+TEST_F(ContactSheetOfASeries, KeepsTheWindowThatOtherFilesHaveSomethingIn) {
+  add(*support::monochromeImage(2, 1).samples({0, 5}).window("150", "100").build());
+  add(*support::monochromeImage(2, 1).samples({100, 200}).window("150", "100").build());
+
+  const Outcome outcome = drawSeries();
+
+  ASSERT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_EQ(outcome.errors, "");
+  report_ = json::parse(outcome.output);
+  picture_ = tools::readPng(folder_.file("out.png"));
+  EXPECT_EQ(report_["remark"], nullptr);
+  EXPECT_EQ(inTile(0), gray(0));
+}
+
+TEST_F(ContactSheetOfASeries, ShowsTheRangeWhereNoFileHasAnythingInTheWindow) {
+  add(*support::monochromeImage(2, 1).samples({0, 5}).window("150", "100").build());
+  add(*support::monochromeImage(2, 1).samples({2, 7}).window("150", "100").build());
+
+  const Outcome outcome = drawSeries();
+
+  ASSERT_EQ(outcome.status, 0);
+  report_ = json::parse(outcome.output);
+  EXPECT_NE(report_["remark"], nullptr);
+}
+
 struct Stranger {
   const char* name;
   support::ImageBuilder image;

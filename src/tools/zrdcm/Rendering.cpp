@@ -86,18 +86,6 @@ unsigned char grayLevel(const DecodedImage& image, const FrameDisplay& display,
   return static_cast<unsigned char>(std::lround(255.0 * (image.darkIsHigh ? 1.0 - gray : gray)));
 }
 
-// The first window of a frame that says how to show it.
-std::optional<Window> ownWindow(const ImageFrames& attributes, std::size_t number) {
-  for (const VoiWindow& window : attributes.frames.at(number).windows) {
-    if (window.width > 0 && window.function != VoiFunction::kOther) {
-      const bool narrow = window.function == VoiFunction::kLinear && window.width <= 1;
-      return Window{window.centre, window.width,
-                    narrow ? VoiFunction::kLinearExact : window.function};
-    }
-  }
-  return std::nullopt;
-}
-
 /// The decoded frames with what is needed to choose their windows.
 class Showing {
 public:
@@ -121,7 +109,7 @@ public:
   void showOwn() {
     std::optional<Window> range;
     for (std::size_t index = 0; index < frames_.size(); ++index) {
-      std::optional<Window> own = ownWindow(attributes_, image_.frames.first + index);
+      std::optional<Window> own = windowOfFile(attributes_, image_.frames.first + index);
       hasOwn_ = hasOwn_ || own.has_value();
       if (!own && !range) {
         range = rangeOfValues();
@@ -234,6 +222,26 @@ Display::Display(std::vector<FrameDisplay> frames, std::string remark)
 
 const FrameDisplay& Display::frame(std::size_t index) const {
   return uniform() ? frames_.front() : frames_.at(index);
+}
+
+std::optional<Window> windowOfFile(const ImageFrames& attributes, std::size_t number) {
+  for (const VoiWindow& window : attributes.frames.at(number).windows) {
+    if (window.width > 0 && window.function != VoiFunction::kOther) {
+      const bool narrow = window.function == VoiFunction::kLinear && window.width <= 1;
+      return Window{window.centre, window.width,
+                    narrow ? VoiFunction::kLinearExact : window.function};
+    }
+  }
+  return std::nullopt;
+}
+
+std::set<unsigned char> extremeGreys(const DecodedImage& image, const SampleArray& frame,
+                                     const FrameDisplay& display) {
+  const std::optional<SampleRange> range = rangeOfSamples(frame, paddingSample(image));
+  if (!range) {
+    return {};
+  }
+  return {grayLevel(image, display, range->first), grayLevel(image, display, range->second)};
 }
 
 Display displayOf(const DecodedImage& image, const ImageFrames& attributes,

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,16 @@ private:
   std::vector<FrameDisplay> frames_;  ///< one when all agree
   std::string remark_;
 };
+
+/// The first window of a frame that can be shown; nothing when it has none.
+/// @param number of the frame in the file
+std::optional<Window> windowOfFile(const ImageFrames& attributes, std::size_t number);
+
+/// The greys, 0 to 255, of the least and the largest sample of a frame that is shown so; none of a frame
+/// of nothing but padding.
+/// @param image that the frame belongs to, or one of the same kind
+std::set<unsigned char> extremeGreys(const DecodedImage& image, const SampleArray& frame,
+                                     const FrameDisplay& display);
 
 /// Decides how to show a monochrome image: each frame through the window wanted, else its own, else
 /// over the range of the values that occur in the decoded frames (without those that mark padding).

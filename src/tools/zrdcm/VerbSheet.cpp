@@ -25,6 +25,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -138,11 +139,31 @@ std::unique_ptr<FrameSource> openSource(const SheetOptions& options, const Memor
   return std::make_unique<FrameSource>(openForDisplay(options.files.front()), memory);
 }
 
-SheetContent contentOf(const SheetOptions& options, const FrameSource& source) {
+// The files of a series are shown through the window of the first, which may have nothing in that window
+// (air in front of a head): the window gives way only when no file has anything in it.
+void keepWindowOfSeries(FrameSource& source, SheetContent& content) {
+  const ImageFrames attributes = attributesOf(source.image());
+  const std::optional<Window> window = windowOfFile(attributes, 0);
+  if (!content.display || content.display->remark().empty() || !window) {
+    return;
+  }
+  const Display display = displayOf(source.image(), attributes, window);
+  std::set<unsigned char> greys;
+  for (std::size_t index = 0; index < source.count(); ++index) {
+    greys.merge(extremeGreys(source.image(), source.frame(index), display.frame(0)));
+    if (greys.size() > 1) {
+      content.display = display;
+      return;
+    }
+  }
+}
+
+SheetContent contentOf(const SheetOptions& options, FrameSource& source) {
   SheetContent content =
       allFrames(source, attributesOf(source.image()), windowFromOption(options.window));
   content.columns = columnsFor(options, source.image().file->dataset());
   if (options.files.size() > 1) {
+    keepWindowOfSeries(source, content);
     content.title += " - " + std::filesystem::path(options.files.back()).filename().string();
   }
   return content;
