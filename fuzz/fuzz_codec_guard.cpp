@@ -4,8 +4,7 @@
 // plain walk over the bytes; what it calls safe DCMTK's RLE decoder must decode to the samples that a
 // plain decoder finds.
 #include "ImageInput.h"
-
-#include <zrdcmexport/ZrCodecGuard.h>
+#include "streams/CodecGuard.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcpixel.h"

@@ -4,12 +4,12 @@
 // sample must give what the loops give.
 #include "Input.h"
 #include "SampleModel.h"
+#include "samples/Domain.h"
+#include "samples/Kernels.h"
 
 #include <ktlib/KtDArray.h>
 #include <zrdcmexport/ExDicomUtilitiesGlobal.h>
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
-#include <zrdcmexport/ExDicomUtilitiesLUTDomain.h>
-#include <zrdcmexport/ExDicomUtilitiesLUTKernels.h>
 #include <zrvolren/ZrDataAccess.h>
 
 #include <array>

@@ -3,8 +3,7 @@
 // with its text, in the item where it stands. Files live in memory; they take time, so that three
 // inputs of four write the dataset alone.
 #include "Input.h"
-
-#include <zrdcmexport/ZrDcmExportPrivate.h>
+#include "writing/ZrDcmExportPrivate.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcistrmb.h"

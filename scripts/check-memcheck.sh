@@ -31,7 +31,7 @@ memcheck() {
 # file where the system alone leaves none.
 # One after the other in two rows, as the tests of each run for about a minute.
 {
-  memcheck "$build/tests/core/slice/slice_decoding_tests" --gtest_brief=1 --gtest_filter='*Hostile*' &&
+  memcheck "$build/tests/core/decoding/slice_decoding_tests" --gtest_brief=1 --gtest_filter='*Hostile*' &&
     memcheck "$build/tests/tools/zrdcm_malformed_tests" --gtest_brief=1 \
       --gtest_filter='-DicomWriter.SaysWhyItCannotOpenItsFile'
 } &

@@ -5,8 +5,8 @@
 set -eu
 cd "$(dirname "$0")/.."
 folder=${1:-build/docs}
-library=src/core/zrdcmexport
-headers=$(sed -n '/^set(public_headers/,/)/p' "$library/CMakeLists.txt" | grep -o '[A-Za-z]*\.h' | sed "s|^|$library/|")
+library=src/core
+headers=$(sed -n '/^set(public_headers/,/)/p' "$library/CMakeLists.txt" | grep -o 'zrdcmexport/[A-Za-z]*\.h' | sed "s|^|$library/|")
 if [ -z "$headers" ]; then
   echo "$library/CMakeLists.txt lists no public headers"
   exit 1

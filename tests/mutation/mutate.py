@@ -27,34 +27,33 @@ import mutants
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
-FOLDERS = "src/core"
-CORE = f"{FOLDERS}/zrdcmexport"
+CORE = "src/core"
 LIBRARY = "libzrdcmexport_static.so"
 
 # Test programs of each subject, in the order in which they are asked; (program, filter).
 SUBJECTS = {
-    "decoding": ([("slice/slice_decoding_tests", "*")],
-                 ["ZrSliceImageDecoding.cpp", "ZrSliceImageDecodingAttributes.cpp",
-                  "ZrSliceImageDecodingColour.cpp", "ZrSliceImageDecodingMonochrome.cpp",
-                  "ZrCodecGuard.cpp", "ZrCodecStream.cpp", "Fragments.cpp"]),
-    "numbers": ([("dicom/dicom_tests", "*")], ["Numbers.cpp"]),
-    "record": ([("slice/slice_tests", "*")], ["ZrSliceImage.cpp"]),
-    "overlays": ([("slice/slice_tests", "*"), ("slice/slice_decoding_tests", "*Overlay*")],
-                 ["ZrSliceImageOverlays.cpp"]),
-    "splitting": ([("multiframe/multiframe_tests", "*")],
-                  ["FrameOrder.cpp", "ZrSliceImageSplitting.cpp", "ZrSliceImageMultiFrame.cpp"]),
-    "lookup tables": ([("lut/lut_tests", "-*Model*")],
-                      ["ExDicomUtilitiesLUT.cpp", "ExDicomUtilitiesLUTRead.cpp",
-                       "ExDicomUtilitiesLUTWrite.cpp"]),
-    "transform": ([("lut/lut_tests", "-*Model*"), ("lut/lut_tests", "*Model*")],
-                  ["ExDicomUtilitiesLUTTransform.cpp", "ExDicomUtilitiesLUTKernels.cpp",
-                   "ExDicomUtilitiesLUTDomain.cpp"]),
-    "rendering": ([("dict/dict_tests", "*")], ["ExDCMText.cpp"]),
-    "comparison": ([("dict/dict_tests", "*Compare*")], ["ExDCMCompare.cpp"]),
+    "decoding": ([("decoding/slice_decoding_tests", "*")],
+                 ["decoding/SliceDecoding.cpp", "decoding/Attributes.cpp",
+                  "decoding/Colour.cpp", "decoding/Monochrome.cpp",
+                  "streams/CodecGuard.cpp", "streams/CodecStream.cpp", "streams/Fragments.cpp"]),
+    "numbers": ([("dicom/dicom_tests", "*")], ["dicom/Numbers.cpp"]),
+    "record": ([("decoding/slice_tests", "*")], ["zrdcmexport/ZrSliceImage.cpp"]),
+    "overlays": ([("decoding/slice_tests", "*"), ("decoding/slice_decoding_tests", "*Overlay*")],
+                 ["decoding/EmbeddedOverlays.cpp"]),
+    "splitting": ([("volumes/multiframe_tests", "*")],
+                  ["volumes/FrameOrder.cpp", "volumes/Splitting.cpp", "volumes/MultiFrameImage.cpp"]),
+    "lookup tables": ([("samples/lut_tests", "-*Model*")],
+                      ["zrdcmexport/ExDicomUtilitiesLUT.cpp", "samples/LutReading.cpp",
+                       "samples/LutWriting.cpp"]),
+    "transform": ([("samples/lut_tests", "-*Model*"), ("samples/lut_tests", "*Model*")],
+                  ["samples/Transform.cpp", "samples/Kernels.cpp",
+                   "samples/Domain.cpp"]),
+    "rendering": ([("dictionary/dict_tests", "*")], ["dictionary/ValueText.cpp"]),
+    "comparison": ([("series/series_tests", "*")], ["series/Comparison.cpp"]),
     # Without the tests that hand every kind of file to other readers: they take most of the time.
-    "tag tree": ([("export/export_tests", "-*/FileWith*:*/FileOf*")], ["ZrDcmData.cpp"]),
-    "writer": ([("export/export_tests", "-*/FileWith*:*/FileOf*")],
-               ["ZrDcmExportPrivate.cpp", "ZrDcmOutputFile.cpp", "ZrDcmCallersSamples.cpp"]),
+    "tag tree": ([("writing/export_tests", "-*/FileWith*:*/FileOf*")], ["writing/ZrDcmData.cpp"]),
+    "writer": ([("writing/export_tests", "-*/FileWith*:*/FileOf*")],
+               ["writing/ZrDcmExportPrivate.cpp", "writing/OutputFile.cpp", "writing/CallersSamples.cpp"]),
 }
 SUBJECT_OF = {name: subject for subject, (_, files) in SUBJECTS.items() for name in files}
 
@@ -120,14 +119,14 @@ class Build:
             folder / "build.log")
         with open(self.folder / "compile_commands.json", encoding="utf-8") as commands:
             self.compile = {entry["file"]: entry for entry in json.load(commands)
-                            if entry["file"].startswith(f"{self.sources}/{FOLDERS}/")}
+                            if entry["file"].startswith(f"{self.sources}/{CORE}/")}
         links = subprocess.run(["ninja", "-C", self.folder, "-t", "commands", "-s", f"{CORE}/{LIBRARY}"],
                                capture_output=True, check=True, text=True).stdout.splitlines()
         self.link = re.search(r"(?:^|&& )(\S*(?:g\+\+|c\+\+|clang\+\+)\S* .*?-shared .*?)(?: &&|$)",
                               links[-1]).group(1)
 
     def source_of(self, name):
-        found = [path for path in map(pathlib.Path, self.compile) if path.name == name]
+        found = [path for path in map(pathlib.Path, self.compile) if str(path).endswith(f"/{CORE}/{name}")]
         if len(found) != 1:
             raise Stop(f"{len(found)} sources are called {name}: SUBJECTS wants care")
         return found[0]

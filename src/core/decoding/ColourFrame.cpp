@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // A frame that was decoded alone is shown as an image of its own: the decoders say whether they
 // succeeded, which DCMTK's image classes do not when they decode.
-#include "ColourFrame.h"
+#include "decoding/ColourFrame.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"

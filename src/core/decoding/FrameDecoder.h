@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <zrdcmexport/ZrCodecGuard.h>
+#include "streams/CodecGuard.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcfcache.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "FrameFragments.h"
+#include "decoding/FrameFragments.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcpxitem.h"

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "streams/CodecStream.h"
 #include "streams/Fragments.h"
-
-#include <zrdcmexport/ZrCodecStream.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctypes.h"

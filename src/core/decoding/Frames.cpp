@@ -5,13 +5,13 @@
 //   colour, native     rendered by DCMTK's image classes, which read just this frame
 //   colour, compressed its cells from the decoder; then rendered as an image of their own, unless
 //                      they are interleaved RGB already
-#include "ColourFrame.h"
-#include "FrameBytes.h"
-#include "FrameDecoder.h"
-#include "FrameFragments.h"
+#include "decoding/ColourFrame.h"
+#include "decoding/FrameBytes.h"
+#include "decoding/FrameDecoder.h"
+#include "decoding/FrameFragments.h"
+#include "decoding/SliceDecoding.h"
 
 #include <zrdcmexport/ZrFrames.h>
-#include <zrdcmexport/ZrSliceImageDecoding.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dccodec.h"

@@ -8,7 +8,7 @@
 // DcmTag without a VR may be built: the read lock that DCMTK takes for that fails silently, and
 // releasing it releases the write lock.
 
-#include "ExDCMDictionaryTable.h"
+#include "dictionary/Table.h"
 
 #include <zrdcmexport/ExDCM.h>
 

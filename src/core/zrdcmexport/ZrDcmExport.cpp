@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The face of the export writer: forwards every call to the implementation. An implementation that
 // could not be created makes every call a harmless false.
-#include "ZrDcmExportPrivate.h"
+#include "writing/ZrDcmExportPrivate.h"
 
 #include <ktlib/KtPrimType.h>
 #include <ktlib/KtString.h>

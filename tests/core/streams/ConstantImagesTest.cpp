@@ -3,13 +3,13 @@
 // taken for a stream that lacks coded data. Zeros in JPEG-LS take exactly the fewest bits.
 //
 // ZRDCMEXPORT_LARGEST_CONSTANT_IMAGE=16384 tries squares up to that size, too (minutes, gigabytes).
+#include "streams/CodecGuard.h"
+#include "streams/CodecStream.h"
 #include "streams/CodedBounds.h"
 #include "streams/Fragments.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
 #include "support/RowName.h"
-#include "zrdcmexport/ZrCodecGuard.h"
-#include "zrdcmexport/ZrCodecStream.h"
 
 #include <zrdcmexport/ZrSliceImage.h>
 

@@ -2,7 +2,7 @@
 // Registration of the private elements from several threads. CTest gives each test a process of its
 // own, so each of them meets a dictionary that was never touched before.
 #include "AtOnce.h"
-#include "core/dict/DictionaryAccess.h"
+#include "core/dictionary/DictionaryAccess.h"
 
 #include <zrdcmexport/ExDCM.h>
 
