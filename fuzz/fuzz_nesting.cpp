@@ -5,6 +5,8 @@
 // each, and the guard must have read as many.
 #include "ElementStream.h"
 #include "Input.h"
+#include "zrimaging/files/HeaderWalk.h"
+#include "zrimaging/files/NestingGuard.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdeftag.h"
@@ -14,8 +16,6 @@
 
 #include <algorithm>
 #include <array>
-#include <headers/HeaderWalk.h>
-#include <headers/NestingGuard.h>
 #include <span>
 #include <string>
 
@@ -24,8 +24,8 @@ namespace {
 using fuzz::ElementStream;
 using fuzz::Input;
 using fuzz::require;
+using zr::HeaderScan;
 using zrdcm::Encoding;
-using zrdcm::HeaderScan;
 
 /// Small enough for DCMTK's recursion, and well above what the guard takes.
 constexpr std::size_t kMostBytes = 4096;
@@ -95,8 +95,8 @@ void compareDataset(const std::string& bytes, E_TransferSyntax syntax) {
 
 void compareFile(const std::string& bytes) {
   const std::span span(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
-  const HeaderScan scan = zrdcm::scanHeaders(span, kDeepestForDcmtk);
-  const HeaderScan asUsed = zrdcm::scanHeaders(span);
+  const HeaderScan scan = zr::scanHeaders(span, kDeepestForDcmtk);
+  const HeaderScan asUsed = zr::scanHeaders(span);
   require(asUsed.tooDeep.has_value() == (scan.deepest > zrdcm::kDeepestNesting));
   if (scan.tooDeep || scan.isDamagedMeta) {
     return;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Texts of files as UTF-8, set by set. The bytes are the examples of PS3.5 annexes H to K and bytes
 // looked up in the code tables of the sets; the letters expected were written down by hand.
-#include "CharacterSet.h"
-#include "DicomFile.h"
-#include "Utf8.h"
 #include "support/DatasetBuilder.h"
 #include "support/RowName.h"
+#include "zrimaging/files/DicomFile.h"
+#include "zrimaging/texts/CharacterSet.h"
+#include "zrimaging/texts/Utf8.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -23,8 +23,8 @@ namespace {
 using support::DatasetBuilder;
 using support::nameOf;
 using testing::ElementsAre;
-using zrdcm::CharacterSet;
-using zrdcm::Utf8Text;
+using zr::CharacterSet;
+using zr::Utf8Text;
 
 struct Text {
   const char* name;
@@ -179,7 +179,7 @@ TEST(CharacterSet, MakesUtf8OfWhateverBytesThereAre) {
 
     const Utf8Text text = CharacterSet(set).decode(bytes, i % 2 == 0 ? EVR_PN : EVR_LT);
 
-    ASSERT_EQ(zrdcm::withEscapedBytes(text.joined()), text.joined()) << set;
+    ASSERT_EQ(zr::withEscapedBytes(text.joined()), text.joined()) << set;
     ASSERT_EQ(text.joined().find('\x1b'), std::string::npos) << set;
   }
 }
@@ -207,11 +207,11 @@ TEST(CharacterSet, IsThatOfTheItemOrOfWhatItStandsIn) {
   DcmItem* inner = nullptr;
   ASSERT_TRUE(item(1)->findAndGetSequenceItem(DCM_PurposeOfReferenceCodeSequence, inner).good());
 
-  EXPECT_EQ(zrdcm::textOf(*dataset, DCM_PatientName), "æ");
-  EXPECT_EQ(zrdcm::textOf(*item(0), DCM_PatientName), "æ");
-  EXPECT_EQ(zrdcm::textOf(*item(1), DCM_PatientName), "ć");
-  EXPECT_EQ(zrdcm::textOf(*inner, DCM_PatientName), "ć");
-  EXPECT_EQ(zrdcm::textOf(*item(2), DCM_PatientName), "\\xE6");
+  EXPECT_EQ(zr::textOf(*dataset, DCM_PatientName), "æ");
+  EXPECT_EQ(zr::textOf(*item(0), DCM_PatientName), "æ");
+  EXPECT_EQ(zr::textOf(*item(1), DCM_PatientName), "ć");
+  EXPECT_EQ(zr::textOf(*inner, DCM_PatientName), "ć");
+  EXPECT_EQ(zr::textOf(*item(2), DCM_PatientName), "\\xE6");
 }
 
 // ---- elements ----
@@ -223,8 +223,8 @@ TEST(CharacterSet, TellsTheTwoSignsOfJapaneseLetters) {
                            .with(DCM_PatientComments, "\\")
                            .build();
 
-  EXPECT_EQ(zrdcm::textOf(*dataset, DCM_PatientID), "‾");
-  EXPECT_EQ(zrdcm::textOf(*dataset, DCM_PatientComments), "¥");
+  EXPECT_EQ(zr::textOf(*dataset, DCM_PatientID), "‾");
+  EXPECT_EQ(zr::textOf(*dataset, DCM_PatientComments), "¥");
 }
 
 struct Value {
@@ -245,8 +245,8 @@ TEST_P(Values, AreGivenWithoutTheirPadding) {
   DcmElement* element = nullptr;
   ASSERT_TRUE(dataset->findAndGetElement(GetParam().key, element).good());
 
-  EXPECT_EQ(zrdcm::utf8Of(*dataset, *element)->joined(), GetParam().all);
-  EXPECT_EQ(zrdcm::textOf(*dataset, GetParam().key), GetParam().first);
+  EXPECT_EQ(zr::utf8Of(*dataset, *element)->joined(), GetParam().all);
+  EXPECT_EQ(zr::textOf(*dataset, GetParam().key), GetParam().first);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -5,6 +5,7 @@
 #include "support/TempDir.h"
 #include "tools/HeaderWriter.h"
 #include "tools/ZrdcmRunner.h"
+#include "zrimaging/files/NestingGuard.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcistrmb.h"
@@ -14,7 +15,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <headers/NestingGuard.h>
 #include <ostream>
 #include <span>
 #include <string>
@@ -53,8 +53,8 @@ TEST(HeaderScan, SkipsPrivateValuesThatLookLikeSequences) {
   }
   const std::string file = metaInformation(UID_LittleEndianImplicitTransferSyntax) + bytes;
 
-  const zrdcm::HeaderScan scan = zrdcm::scanHeaders(
-      std::span(reinterpret_cast<const unsigned char*>(file.data()), file.size()));
+  const zr::HeaderScan scan =
+      zr::scanHeaders(std::span(reinterpret_cast<const unsigned char*>(file.data()), file.size()));
 
   EXPECT_EQ(scan.deepest, 0U);
   EXPECT_FALSE(scan.tooDeep);
@@ -88,8 +88,8 @@ TEST_P(HeaderWalk, GoesAsDeepAsDcmtk) {
   const Walk& walk = GetParam();
   const std::string file = metaInformation(DcmXfer(walk.syntax).getXferID()) + walk.dataset;
 
-  const zrdcm::HeaderScan scan = zrdcm::scanHeaders(
-      std::span(reinterpret_cast<const unsigned char*>(file.data()), file.size()));
+  const zr::HeaderScan scan =
+      zr::scanHeaders(std::span(reinterpret_cast<const unsigned char*>(file.data()), file.size()));
 
   EXPECT_EQ(scan.deepest, walk.deepest);
   DcmInputBufferStream stream;
@@ -138,7 +138,7 @@ TEST(HeaderScan, TellsWhatIsTooDeepWhere) {
   const std::string file = metaInformation(UID_LittleEndianExplicitTransferSyntax) +
                            characterSet(kExplicit) + kExplicit.nested(3);
 
-  const zrdcm::HeaderScan scan = zrdcm::scanHeaders(
+  const zr::HeaderScan scan = zr::scanHeaders(
       std::span(reinterpret_cast<const unsigned char*>(file.data()), file.size()), 2);
 
   ASSERT_TRUE(scan.tooDeep);
@@ -162,7 +162,7 @@ TEST(HeaderScan, RefusesMetaInformationThatBeginsWithDamage) {
 }
 
 TEST(HeaderScan, OfAFileThatCannotBeOpenedIsEmpty) {
-  EXPECT_EQ(zrdcm::scanHeaders(std::filesystem::path("/nowhere/at/all")).headers, 0U);
+  EXPECT_EQ(zr::scanHeaders(std::filesystem::path("/nowhere/at/all")).headers, 0U);
 }
 
 using RealFiles = support::CorpusFixture;
@@ -173,7 +173,7 @@ TEST_F(RealFiles, NestAsDeepAsDcmtkReadsThem) {
     if (!entry.is_regular_file()) {
       continue;
     }
-    const zrdcm::HeaderScan scan = zrdcm::scanHeaders(entry.path());
+    const zr::HeaderScan scan = zr::scanHeaders(entry.path());
 
     EXPECT_FALSE(scan.tooDeep) << entry.path();
     EXPECT_FALSE(scan.isDamagedMeta) << entry.path();

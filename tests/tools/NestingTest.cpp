@@ -5,6 +5,7 @@
 #include "support/TempDir.h"
 #include "tools/HeaderWriter.h"
 #include "tools/ZrdcmRunner.h"
+#include "zrimaging/files/NestingGuard.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcostrmb.h"
@@ -14,7 +15,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <headers/NestingGuard.h>
 #include <ostream>
 #include <span>
 #include <string>
@@ -251,9 +251,9 @@ void PrintTo(const Nesting& nesting, std::ostream* stream) {
 
 class NestedSequences : public testing::TestWithParam<Nesting> {
 protected:
-  static zrdcm::HeaderScan scan(std::size_t depth) {
+  static zr::HeaderScan scan(std::size_t depth) {
     const std::string bytes = GetParam().write(depth);
-    return zrdcm::scanHeaders(
+    return zr::scanHeaders(
         std::span(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()));
   }
 };
@@ -289,7 +289,7 @@ TEST_P(NestedSequences, AreRefusedInOneLineByEveryVerb) {
 }
 
 TEST_P(NestedSequences, OfSixtyFourLevelsAreTaken) {
-  const zrdcm::HeaderScan taken = scan(64);
+  const zr::HeaderScan taken = scan(64);
 
   EXPECT_FALSE(taken.tooDeep);
   EXPECT_FALSE(taken.isDamagedMeta);
@@ -297,7 +297,7 @@ TEST_P(NestedSequences, OfSixtyFourLevelsAreTaken) {
 }
 
 TEST_P(NestedSequences, OfOneMoreAreNot) {
-  const zrdcm::HeaderScan refused = scan(65);
+  const zr::HeaderScan refused = scan(65);
 
   ASSERT_TRUE(refused.tooDeep);
   EXPECT_EQ(refused.tooDeep->level, 65U);
@@ -309,7 +309,7 @@ TEST_P(NestedSequences, AreFoundInAFileAsInMemory) {
   for (const std::size_t depth : {3U, 64U, 65U, 2000U}) {
     tools::writeFile(folder.file("file"), GetParam().write(depth));
 
-    const zrdcm::HeaderScan ofFile = zrdcm::scanHeaders(folder.file("file"));
+    const zr::HeaderScan ofFile = zr::scanHeaders(folder.file("file"));
 
     EXPECT_EQ(ofFile.deepest, scan(depth).deepest);
     EXPECT_EQ(ofFile.headers, scan(depth).headers);

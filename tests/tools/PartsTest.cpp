@@ -2,21 +2,21 @@
 // Parts of the command line in situations that no file and no option brings about: somebody else
 // changes the folder meanwhile, descriptors run out, a caller asks for what no verb asks for.
 #include "CommandTree.h"
-#include "Condition.h"
-#include "DicomFile.h"
-#include "DicomWriter.h"
-#include "Failure.h"
-#include "Leftovers.h"
-#include "LibraryFile.h"
-#include "OutputFile.h"
-#include "PngWriter.h"
-#include "ProtectedInputs.h"
 #include "phantoms/Phantom.h"
 #include "support/ChildProcess.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"
+#include "zrimaging/Failure.h"
+#include "zrimaging/files/Condition.h"
+#include "zrimaging/files/DicomFile.h"
+#include "zrimaging/formats/PngWriter.h"
+#include "zrimaging/output/DicomWriter.h"
+#include "zrimaging/output/Leftovers.h"
+#include "zrimaging/output/LibraryFile.h"
+#include "zrimaging/output/OutputFile.h"
+#include "zrimaging/output/ProtectedInputs.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -46,7 +46,7 @@ using testing::StartsWith;
 std::string failureOf(const std::function<void()>& work) {
   try {
     work();
-  } catch (const zrdcm::Failure& failure) {
+  } catch (const zr::Failure& failure) {
     return failure.what();
   }
   return "";
@@ -80,8 +80,8 @@ TEST(OutputFile, WithoutCommitLeavesTheOlderFileAndNothingElse) {
   tools::writeFile(folder.file("out"), "older");
 
   {
-    const zrdcm::ProtectedInputs none;
-    zrdcm::OutputFile file(folder.file("out"), none);
+    const zr::ProtectedInputs none;
+    zr::OutputFile file(folder.file("out"), none);
     file.write("newer");
   }
 
@@ -91,8 +91,8 @@ TEST(OutputFile, WithoutCommitLeavesTheOlderFileAndNothingElse) {
 
 TEST(OutputFile, LeavesNothingWhereAFolderTookItsPlace) {
   const support::TempDir folder;
-  const zrdcm::ProtectedInputs none;
-  zrdcm::OutputFile file(folder.file("out"), none);
+  const zr::ProtectedInputs none;
+  zr::OutputFile file(folder.file("out"), none);
   file.write("text");
   std::filesystem::create_directory(folder.file("out"));
 
@@ -106,18 +106,18 @@ TEST(OutputFile, OfAnInputIsRefusedAtOnce) {
   const support::TempDir folder;
   const std::string input = folder.file("in").string();
   tools::writeFile(input, "input");
-  const zrdcm::ProtectedInputs inputs({input});
+  const zr::ProtectedInputs inputs({input});
   const std::string refusal = "cannot write " + input + ": that would replace the input " + input;
 
-  EXPECT_EQ(failureOf([&] { const zrdcm::OutputFile file(input, inputs); }), refusal);
-  EXPECT_EQ(failureOf([&] { const zrdcm::LibraryFile file(input, inputs); }), refusal);
+  EXPECT_EQ(failureOf([&] { const zr::OutputFile file(input, inputs); }), refusal);
+  EXPECT_EQ(failureOf([&] { const zr::LibraryFile file(input, inputs); }), refusal);
 }
 
 TEST(OutputFile, DoesNotReplaceAnInputThatHasComeThereMeanwhile) {
   const support::TempDir folder;
   tools::writeFile(folder.file("in"), "input");
-  const zrdcm::ProtectedInputs inputs({folder.file("in").string()});
-  zrdcm::OutputFile file(folder.file("out"), inputs);
+  const zr::ProtectedInputs inputs({folder.file("in").string()});
+  zr::OutputFile file(folder.file("out"), inputs);
   file.write("text");
   std::filesystem::rename(folder.file("in"), folder.file("out"));
 
@@ -127,8 +127,8 @@ TEST(OutputFile, DoesNotReplaceAnInputThatHasComeThereMeanwhile) {
 
 TEST(OutputFile, TakesPiecesOfAnySize) {
   const support::TempDir folder;
-  const zrdcm::ProtectedInputs none;
-  zrdcm::OutputFile file(folder.file("out"), none);
+  const zr::ProtectedInputs none;
+  zr::OutputFile file(folder.file("out"), none);
   std::string expected;
   for (const std::size_t size : {1U, 65535U, 2U, 65536U, 65537U, 0U, 200000U, 3U}) {
     const std::string piece(size, static_cast<char>('a' + expected.size() % 26));
@@ -143,12 +143,12 @@ TEST(OutputFile, TakesPiecesOfAnySize) {
 
 TEST(LibraryFile, IsNotNamedUnlessItIsWhole) {
   const support::TempDir folder;
-  const zrdcm::ProtectedInputs none;
+  const zr::ProtectedInputs none;
   const std::string target = folder.file("out").string();
   const std::string incomplete = "cannot write " + target + ": the file came out incomplete";
   tools::writeFile(target, "older");
   {
-    zrdcm::LibraryFile file(target, none);
+    zr::LibraryFile file(target, none);
     const std::filesystem::path written = file.folder() / file.name();
     EXPECT_EQ(failureOf([&] { file.commit(1); }),
               "cannot write " + target + ": No such file or directory");
@@ -169,16 +169,16 @@ TEST(LibraryFile, IsNotNamedUnlessItIsWhole) {
 // What a signal handler calls.
 TEST(Leftovers, AreRemovedAtOnce) {
   const support::TempDir folder;
-  const zrdcm::ProtectedInputs none;
-  zrdcm::createFolder(folder.file("kept/empty/emptier"));
+  const zr::ProtectedInputs none;
+  zr::createFolder(folder.file("kept/empty/emptier"));
   tools::writeFile(folder.file("kept/whole"), "whole");
-  const zrdcm::OutputFile first(folder.file("kept/first"), none);
-  const zrdcm::LibraryFile second(folder.file("second"), none);
+  const zr::OutputFile first(folder.file("kept/first"), none);
+  const zr::LibraryFile second(folder.file("second"), none);
   tools::writeFile(second.folder() / second.name(), "half");
-  zrdcm::OutputFile third(folder.file("third"), none);
+  zr::OutputFile third(folder.file("third"), none);
   third.commit();
 
-  zrdcm::removeLeftovers();
+  zr::removeLeftovers();
 
   EXPECT_THAT(tools::namesIn(folder.path()), ElementsAre("kept", "third"));
   EXPECT_THAT(tools::namesIn(folder.file("kept")), ElementsAre("whole"));
@@ -188,11 +188,11 @@ TEST(Signal, WaitsWhileAFileIsMade) {
   const support::TempDir folder;
   const pid_t child = fork();
   if (child == 0) {
-    zrdcm::removeLeftoversOnSignals();
+    zr::removeLeftoversOnSignals();
     {
-      const zrdcm::SignalsHeld held;
+      const zr::SignalsHeld held;
       (void)raise(SIGTERM);
-      { const zrdcm::SignalsHeld within; }  // its end alone lets no signal in
+      { const zr::SignalsHeld within; }  // its end alone lets no signal in
       tools::writeFile(folder.file("reached"), "");
     }
     support::leaveChild(1);
@@ -213,7 +213,7 @@ TEST(DicomFile, SaysWhyItCannotBeOpened) {
   support::saveFile(*support::monochromeImage(2, 2).build(), folder.file("in.dcm"));
   const FewDescriptors none(0);
 
-  EXPECT_EQ(failureOf([&] { const zrdcm::DicomFile file(folder.file("in.dcm")); }),
+  EXPECT_EQ(failureOf([&] { const zr::DicomFile file(folder.file("in.dcm")); }),
             "cannot be opened: Too many open files");
 }
 
@@ -227,7 +227,7 @@ TEST(DicomWriter, SaysWhyItCannotOpenItsFile) {
 
   const std::string failure = failureOf([&] {
     const FewDescriptors none(0);
-    zrdcm::writeDicomFile(file, EXS_LittleEndianExplicit, target, {});
+    zr::writeDicomFile(file, EXS_LittleEndianExplicit, target, {});
   });
 
   EXPECT_EQ(failure, "cannot write " + target + ": Too many open files");
@@ -240,7 +240,7 @@ TEST(DicomWriter, LeavesNothingOfWhatItCannotEncode) {
   const std::string target = folder.file("out.dcm").string();
 
   const std::string failure =
-      failureOf([&] { zrdcm::writeDicomFile(file, EXS_JPEG2000LosslessOnly, target, {}); });
+      failureOf([&] { zr::writeDicomFile(file, EXS_JPEG2000LosslessOnly, target, {}); });
 
   EXPECT_THAT(failure, StartsWith("cannot write " + target + ": "));
   EXPECT_THAT(tools::namesIn(folder.path()), IsEmpty());
@@ -250,7 +250,7 @@ TEST(PngFile, OfNothingIsAFailure) {
   const support::TempDir folder;
   const std::string target = folder.file("out.png").string();
 
-  EXPECT_THAT(failureOf([&] { zrdcm::writePng(target, {}, {}); }),
+  EXPECT_THAT(failureOf([&] { zr::writePng(target, {}, {}); }),
               StartsWith("cannot make " + target + ": "));
   EXPECT_THAT(tools::namesIn(folder.path()), IsEmpty());
 }
@@ -258,19 +258,18 @@ TEST(PngFile, OfNothingIsAFailure) {
 // ---- others ----
 
 TEST(Condition, SaysWhatCouldNotBeDoneAndWhy) {
-  EXPECT_EQ(failureOf([] { zrdcm::require(EC_Normal, "set Rows"); }), "");
-  EXPECT_EQ(failureOf([] { zrdcm::require(EC_TagNotFound, "set Rows"); }),
+  EXPECT_EQ(failureOf([] { zr::require(EC_Normal, "set Rows"); }), "");
+  EXPECT_EQ(failureOf([] { zr::require(EC_TagNotFound, "set Rows"); }),
             std::string("cannot set Rows: ") + OFCondition(EC_TagNotFound).text());
 }
 
 TEST(Phantom, IsNotWrittenInASyntaxWithoutANameOfItsOwn) {
   const support::TempDir folder;
-  zrdcm::phantoms::Phantom phantom;
+  phantoms::Phantom phantom;
   phantom.dataset = support::monochromeImage(2, 2).with(DCM_SOPInstanceUID, "1.2.3").build();
   phantom.compressed = {EXS_BigEndianExplicit};
 
-  EXPECT_EQ(failureOf([&] { zrdcm::phantoms::writePhantom(phantom, folder.path()); }),
-            "no such coding");
+  EXPECT_EQ(failureOf([&] { phantoms::writePhantom(phantom, folder.path()); }), "no such coding");
 }
 
 // In the shell's single quotes only another pair of quotes can bring one.

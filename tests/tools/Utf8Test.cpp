@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // What is UTF-8 and what is not, and what of it a terminal is never shown.
 #include "Messages.h"
-#include "Utf8.h"
 #include "support/RowName.h"
+#include "zrimaging/texts/Utf8.h"
 
 #include <gtest/gtest.h>
 

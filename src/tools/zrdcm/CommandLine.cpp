@@ -2,13 +2,14 @@
 // The command line: finds the verb, runs it, turns every failure into one line and an exit status.
 #include "CommandLine.h"
 
-#include "DecoderWarnings.h"
 #include "ExitStatus.h"
-#include "Failure.h"
-#include "MemoryBudget.h"
 #include "Messages.h"
-#include "StandardOutput.h"
+#include "UsageError.h"
 #include "Verb.h"
+#include "zrimaging/Failure.h"
+#include "zrimaging/files/MemoryBudget.h"
+#include "zrimaging/images/DecoderWarnings.h"
+#include "zrimaging/output/StandardOutput.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdict.h"
@@ -66,12 +67,12 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
       "Example: zrdcm decode ct.dcm -o ct.png");
 }
 
-MemoryBudget memoryWanted(const GlobalOptions& options) {
-  const std::optional<std::uint64_t> bytes = parseSize(options.maxMemory);
+zr::MemoryBudget memoryWanted(const GlobalOptions& options) {
+  const std::optional<std::uint64_t> bytes = zr::parseSize(options.maxMemory);
   if (!bytes || *bytes == 0) {
     throw UsageError("--max-memory wants a size such as 512M or 16G: " + options.maxMemory);
   }
-  return MemoryBudget{*bytes};
+  return zr::MemoryBudget{*bytes};
 }
 
 std::vector<ConfiguredVerb> configureVerbs(CLI::App& app) {
@@ -83,7 +84,7 @@ std::vector<ConfiguredVerb> configureVerbs(CLI::App& app) {
   return verbs;
 }
 
-int runChosen(const std::vector<ConfiguredVerb>& verbs, const MemoryBudget& memory) {
+int runChosen(const std::vector<ConfiguredVerb>& verbs, const zr::MemoryBudget& memory) {
   for (const auto& [command, action] : verbs) {
     if (command->parsed()) {
       return action(memory);
@@ -97,7 +98,7 @@ int runChosen(const std::vector<ConfiguredVerb>& verbs, const MemoryBudget& memo
 // Results that stdout did not take are lost, and the caller must know.
 int withFlushedOutput(int status) {
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    if (readerIsGone()) {
+    if (zr::readerIsGone()) {
       return kReaderGone;
     }
     complain("cannot write the results to standard output");
@@ -150,11 +151,11 @@ int run(int argc, const char* const* argv) {
   showMessages(!options.quiet);
   showLibraryLog(options.verbose);
   if (!options.verbose) {
-    collectDecoderWarnings();
+    zr::collectDecoderWarnings();
   }
   complainWithoutDictionary();
-  const MemoryBudget memory = memoryWanted(options);
-  limitAddressSpace(memory);
+  const zr::MemoryBudget memory = memoryWanted(options);
+  zr::limitAddressSpace(memory);
   return withFlushedOutput(runChosen(verbs, memory));
 }
 
@@ -164,7 +165,7 @@ int runCommandLine(int argc, const char* const* argv) {
   showMessages(true);
   try {
     return run(argc, argv);
-  } catch (const ReaderGone&) {
+  } catch (const zr::ReaderGone&) {
     return kReaderGone;
   } catch (const UsageError& error) {
     complain(error.what());

@@ -4,12 +4,13 @@
 // do is what is told here.
 #include "FileReport.h"
 
-#include "DicomFile.h"
-#include "Explanation.h"
-#include "FrameAttributes.h"
-#include "FrameSource.h"
 #include "FrameValues.h"
+#include "Messages.h"
 #include "Numbers.h"
+#include "zrimaging/files/DicomFile.h"
+#include "zrimaging/images/Explanation.h"
+#include "zrimaging/images/FrameAttributes.h"
+#include "zrimaging/images/FrameSource.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
 #include <zrdcmexport/ZrFrameOrder.h>
@@ -43,7 +44,7 @@ Json numberOrNull(DcmItem& item, const DcmTagKey& key) {
 }
 
 Json sopClass(DcmItem& item) {
-  const std::string uid = textOf(item, DCM_SOPClassUID);
+  const std::string uid = zr::textOf(item, DCM_SOPClassUID);
   if (uid.empty()) {
     return nullptr;
   }
@@ -51,16 +52,16 @@ Json sopClass(DcmItem& item) {
   return {{"uid", uid}, {"name", name == nullptr ? Json(nullptr) : Json(name)}};
 }
 
-Json transferSyntax(const DicomFile& file) {
-  const TransferSyntaxName syntax = transferSyntaxOf(file);
+Json transferSyntax(const zr::DicomFile& file) {
+  const zr::TransferSyntaxName syntax = zr::transferSyntaxOf(file);
   return {{"uid", textOrNull(syntax.uid)}, {"name", textOrNull(syntax.name)}};
 }
 
-Json pixelFormat(const DicomFile& file) {
+Json pixelFormat(const zr::DicomFile& file) {
   DcmItem& item = file.dataset();
   Uint16 representation = 0;
   const bool known = item.findAndGetUint16(DCM_PixelRepresentation, representation).good();
-  return {{"photometricInterpretation", textOrNull(photometricInterpretation(file))},
+  return {{"photometricInterpretation", textOrNull(zr::photometricInterpretation(file))},
           {"bitsAllocated", numberOrNull(item, DCM_BitsAllocated)},
           {"bitsStored", numberOrNull(item, DCM_BitsStored)},
           {"highBit", numberOrNull(item, DCM_HighBit)},
@@ -79,23 +80,23 @@ Json lookupTable(DcmItem& item, bool palette) {
           {"bits", 8 * KtPrimType::primTypeSize(lut.entries->primType().code())}};
 }
 
-std::vector<std::size_t> allNumbers(const ImageFrames& attributes) {
+std::vector<std::size_t> allNumbers(const zr::ImageFrames& attributes) {
   std::vector<std::size_t> numbers(attributes.frames.size());
   std::iota(numbers.begin(), numbers.end(), std::size_t{0});
   return numbers;
 }
 
-Json imageAttributes(const DecodedImage& decoded, const ImageFrames& attributes) {
+Json imageAttributes(const zr::DecodedImage& decoded, const zr::ImageFrames& attributes) {
   const std::vector<std::size_t> numbers = allNumbers(attributes);
-  const SampleArray& samples = decoded.samples;
+  const zr::SampleArray& samples = decoded.samples;
   Json image = {{"columns", samples.columns},
                 {"rows", samples.rows},
                 {"frames", numbers.size()},
-                {"bytesPerSample", bytesOf(samples.type)},
+                {"bytesPerSample", zr::bytesOf(samples.type)},
                 {"samplesPerPixel", samples.channels},
                 {"lossy", decoded.slice.lossy},
                 {"sampleOffset", jsonNumber(decoded.slice.sampleOffset)},
-                {"frameSpacing", jsonOrNull(frameSpacingMm(attributes, numbers))}};
+                {"frameSpacing", jsonOrNull(zr::frameSpacingMm(attributes, numbers))}};
   addFrameValues(image, numbers, frameValues(attributes));
   return image;
 }
@@ -120,13 +121,14 @@ Json overlayList(const Zrg::SliceImage& slice) {
 // Monochrome images are decoded whole, so that overlays of every frame are found. Colour has no
 // overlays, and its frames are all alike: one of them tells whether the file decodes, and spares
 // the memory that a long clip takes once it is decoded.
-void addImage(Json& report, std::unique_ptr<DicomFile> file, const MemoryBudget& memory) {
-  const FrameSource source(std::move(file), memory);
-  const DecodedImage& image = source.image();
+void addImage(Json& report, std::unique_ptr<zr::DicomFile> file, const zr::MemoryBudget& memory) {
+  zr::FrameSource source(std::move(file), memory);
+  const zr::DecodedImage& image = source.image();
   report["image"] =
-      imageAttributes(image, readFrameAttributes(image.file->dataset(), source.count()));
+      imageAttributes(image, zr::readFrameAttributes(image.file->dataset(), source.count()));
   report["overlays"] = overlayList(image.slice);
   report["ok"] = true;
+  complainOfAll(report["file"].get<std::string>(), source.takeRemarks());
 }
 
 Json splitting(DcmItem& item) {
@@ -153,11 +155,11 @@ Json emptyReport(const std::filesystem::path& path) {
           {"overlays", nullptr},    {"splitting", nullptr},  {"content", nullptr}};
 }
 
-void fillReport(Json& report, const std::filesystem::path& path, const MemoryBudget& memory) {
-  auto file = std::make_unique<DicomFile>(path);
+void fillReport(Json& report, const std::filesystem::path& path, const zr::MemoryBudget& memory) {
+  auto file = std::make_unique<zr::DicomFile>(path);
   DcmDataset& dataset = file->dataset();
   report["sopClass"] = sopClass(dataset);
-  report["modality"] = textOrNull(textOf(dataset, DCM_Modality));
+  report["modality"] = textOrNull(zr::textOf(dataset, DCM_Modality));
   report["transferSyntax"] = transferSyntax(*file);
   report["pixelFormat"] = pixelFormat(*file);
   report["multiFrame"] = Zrg::isMultiFrame(dataset);
@@ -165,7 +167,7 @@ void fillReport(Json& report, const std::filesystem::path& path, const MemoryBud
   report["enhanced"] = Zrg::isEnhancedDicom(dataset);
   report["luts"] = {{"modality", lookupTable(dataset, false)},
                     {"palette", lookupTable(dataset, true)}};
-  const std::string content = describeWithoutPixels(dataset);
+  const std::string content = zr::describeWithoutPixels(dataset);
   if (!content.empty()) {
     report["content"] = content;
     report["ok"] = true;
@@ -178,7 +180,7 @@ void fillReport(Json& report, const std::filesystem::path& path, const MemoryBud
 
 }  // namespace
 
-Json reportFile(const std::filesystem::path& path, const MemoryBudget& memory) {
+Json reportFile(const std::filesystem::path& path, const zr::MemoryBudget& memory) {
   Json report = emptyReport(path);
   try {
     fillReport(report, path, memory);

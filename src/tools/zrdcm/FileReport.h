@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "MemoryBudget.h"
+#include "zrimaging/files/MemoryBudget.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -31,6 +31,7 @@ namespace zrdcm {
 ///
 /// Absent values are null. A file that cannot be read has null in everything but `file`, `ok` and
 /// `error`. Nothing is thrown for a bad file, lack of memory included.
-nlohmann::ordered_json reportFile(const std::filesystem::path& path, const MemoryBudget& memory);
+nlohmann::ordered_json reportFile(const std::filesystem::path& path,
+                                  const zr::MemoryBudget& memory);
 
 }  // namespace zrdcm

@@ -12,15 +12,15 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-const char* functionName(VoiFunction function) {
+const char* functionName(zr::VoiFunction function) {
   switch (function) {
-    case VoiFunction::kLinear:
+    case zr::VoiFunction::kLinear:
       return "LINEAR";
-    case VoiFunction::kLinearExact:
+    case zr::VoiFunction::kLinearExact:
       return "LINEAR_EXACT";
-    case VoiFunction::kSigmoid:
+    case zr::VoiFunction::kSigmoid:
       return "SIGMOID";
-    case VoiFunction::kOther:
+    case zr::VoiFunction::kOther:
       break;
   }
   return nullptr;
@@ -28,7 +28,7 @@ const char* functionName(VoiFunction function) {
 
 constexpr const char* kEscaped = "escaped";
 
-Json jsonWindow(const VoiWindow& window) {
+Json jsonWindow(const zr::VoiWindow& window) {
   const char* const function = functionName(window.function);
   Json json = {{"centre", window.centre},
                {"width", window.width},
@@ -40,7 +40,7 @@ Json jsonWindow(const VoiWindow& window) {
   return json;
 }
 
-Json firstWindow(const std::vector<VoiWindow>& windows) {
+Json firstWindow(const std::vector<zr::VoiWindow>& windows) {
   return windows.empty() ? Json(nullptr) : Json({windows.front().centre, windows.front().width});
 }
 
@@ -49,7 +49,7 @@ Json jsonNumbers(const std::optional<std::array<double, Count>>& numbers) {
   return numbers ? Json(*numbers) : Json(nullptr);
 }
 
-Json spaceOf(const FrameAttributes& frame) {
+Json spaceOf(const zr::FrameAttributes& frame) {
   if (!frame.position && !frame.orientation) {
     return nullptr;
   }
@@ -77,17 +77,17 @@ void addFrameValues(Json& target, const std::vector<std::size_t>& numbers,
 }
 
 FrameValue unitValue(const char* name,
-                     std::function<std::optional<RescaleLine>(std::size_t number)> lineOf) {
+                     std::function<std::optional<zr::RescaleLine>(std::size_t number)> lineOf) {
   const auto unitOf = [lineOf = std::move(lineOf)](std::size_t number) {
-    const std::optional<RescaleLine> line = lineOf(number);
-    return line ? line->unit : ValueText{};
+    const std::optional<zr::RescaleLine> line = lineOf(number);
+    return line ? line->unit : zr::ValueText{};
   };
   return {name, [unitOf](std::size_t number) { return jsonTextOrNull(unitOf(number).utf8); },
           [unitOf](std::size_t number) { return unitOf(number).escaped; }};
 }
 
-std::vector<FrameValue> frameValues(const ImageFrames& image) {
-  const auto frame = [&image](std::size_t number) -> const FrameAttributes& {
+std::vector<FrameValue> frameValues(const zr::ImageFrames& image) {
+  const auto frame = [&image](std::size_t number) -> const zr::FrameAttributes& {
     return image.frames.at(number);
   };
   return {
@@ -104,13 +104,13 @@ std::vector<FrameValue> frameValues(const ImageFrames& image) {
   };
 }
 
-Json jsonLine(const std::optional<RescaleLine>& line) {
+Json jsonLine(const std::optional<zr::RescaleLine>& line) {
   return line ? Json({line->slope, line->intercept}) : Json(nullptr);
 }
 
-Json jsonWindows(const std::vector<VoiWindow>& windows) {
+Json jsonWindows(const std::vector<zr::VoiWindow>& windows) {
   Json list = Json::array();
-  for (const VoiWindow& window : windows) {
+  for (const zr::VoiWindow& window : windows) {
     list.push_back(jsonWindow(window));
   }
   return list.empty() ? Json(nullptr) : list;

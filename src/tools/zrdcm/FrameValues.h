@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "FrameAttributes.h"
+#include "zrimaging/images/FrameAttributes.h"
 
 #include <nlohmann/json.hpp>
 
@@ -23,7 +23,7 @@ struct FrameValue {
 
 /// The value `name` that is the unit of a frame's line.
 FrameValue unitValue(const char* name,
-                     std::function<std::optional<RescaleLine>(std::size_t number)> lineOf);
+                     std::function<std::optional<zr::RescaleLine>(std::size_t number)> lineOf);
 
 /// Adds values of frames to an object, with one number for all frames where one will do: `name` has
 /// the value that all of these frames agree in. Where they differ it is null, and `perFrame` holds
@@ -47,14 +47,14 @@ void addFrameValues(nlohmann::ordered_json& target, const std::vector<std::size_
 /// | space        | what positions are in: "patient", or "volume" of an ultrasound volume        |
 ///
 /// @param image must outlive the values
-std::vector<FrameValue> frameValues(const ImageFrames& image);
+std::vector<FrameValue> frameValues(const zr::ImageFrames& image);
 
 /// [slope, intercept]; null when it is not known.
-nlohmann::ordered_json jsonLine(const std::optional<RescaleLine>& line);
+nlohmann::ordered_json jsonLine(const std::optional<zr::RescaleLine>& line);
 
 /// [{centre, width, function, explanation}]; null when there is none. An unknown function is null;
 /// `"escaped": true` stands beside an explanation with escaped bytes.
-nlohmann::ordered_json jsonWindows(const std::vector<VoiWindow>& windows);
+nlohmann::ordered_json jsonWindows(const std::vector<zr::VoiWindow>& windows);
 
 /// A text; null when it is empty.
 nlohmann::ordered_json jsonTextOrNull(const std::string& text);

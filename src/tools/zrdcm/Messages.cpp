@@ -2,8 +2,8 @@
 // What the user reads: lines on stderr, results on stdout, the logs of the libraries.
 #include "Messages.h"
 
-#include "StandardOutput.h"
-#include "Utf8.h"
+#include "zrimaging/output/StandardOutput.h"
+#include "zrimaging/texts/Utf8.h"
 
 #include <ktlib/KtLogFile.h>
 
@@ -34,8 +34,8 @@ bool wantsMessages = true;
 void writeLine(const std::string& line) {
   const bool taken = std::fputs(line.c_str(), stdout) >= 0 && std::fputc('\n', stdout) != EOF;
   // The stream remembers other failures; main looks at it once, at the end.
-  if (!taken && readerIsGone()) {
-    throw ReaderGone();
+  if (!taken && zr::readerIsGone()) {
+    throw zr::ReaderGone();
   }
 }
 
@@ -43,7 +43,7 @@ void writeLine(const std::string& line) {
 template <class Take>
 void forEachCharacter(const std::string& text, const Take& take) {
   for (std::size_t i = 0; i < text.size();) {
-    const std::optional<Utf8Character> character = utf8At(text, i);
+    const std::optional<zr::Utf8Character> character = zr::utf8At(text, i);
     const std::size_t bytes = character ? character->bytes : 1;
     take(character, text.substr(i, bytes));
     i += bytes;
@@ -55,7 +55,7 @@ void forEachCharacter(const std::string& text, const Take& take) {
 bool escapeTexts(Json& value) {
   if (value.is_string()) {
     const auto text = value.get<std::string>();
-    std::string escaped = withEscapedBytes(text);
+    std::string escaped = zr::withEscapedBytes(text);
     const bool differs = escaped != text;
     value = std::move(escaped);
     return differs;
@@ -109,10 +109,10 @@ std::string printable(const std::string& text) {
   std::string clean;
   clean.reserve(text.size());
   forEachCharacter(
-      text, [&clean](const std::optional<Utf8Character>& character, const std::string& bytes) {
+      text, [&clean](const std::optional<zr::Utf8Character>& character, const std::string& bytes) {
         if (!character) {
-          clean += escapedByte(bytes.front());
-        } else if (isUnsafeOnTerminals(character->code)) {
+          clean += zr::escapedByte(bytes.front());
+        } else if (zr::isUnsafeOnTerminals(character->code)) {
           clean += ' ';
         } else {
           clean += bytes;
@@ -136,6 +136,12 @@ void complain(const std::string& line) {
   (void)std::fprintf(stderr, "zrdcm: %s\n", printable(line).c_str());  // nowhere else to go
 }
 
+void complainOfAll(const std::string& file, const std::vector<std::string>& remarks) {
+  for (const std::string& remark : remarks) {
+    complain(file + ": " + remark);
+  }
+}
+
 void say(const std::string& line) {
   writeLine(printable(line));
 }
@@ -148,9 +154,9 @@ std::string jsonText(const Json& value) {
   // Beyond ASCII there is nothing but the texts within quotation marks.
   forEachCharacter(
       shown.dump(2, ' ', false, Json::error_handler_t::replace),
-      [&text](const std::optional<Utf8Character>& character, const std::string& bytes) {
+      [&text](const std::optional<zr::Utf8Character>& character, const std::string& bytes) {
         const char32_t code = character ? character->code : 0;
-        if (code >= kFirstThatJsonLeaves && isUnsafeOnTerminals(code)) {
+        if (code >= kFirstThatJsonLeaves && zr::isUnsafeOnTerminals(code)) {
           char escape[8];  // all of them are below U+FFFF
           (void)std::snprintf(escape, sizeof escape, "\\u%04x",
                               static_cast<unsigned>(code & 0xFFFFU));

@@ -4,6 +4,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include <string>
+#include <vector>
 
 namespace zrdcm {
 
@@ -19,8 +20,11 @@ bool messagesShown();
 /// Tells the user one line on stderr, if messages are wanted.
 void complain(const std::string& line);
 
+/// Tells the user of each remark on a file.
+void complainOfAll(const std::string& file, const std::vector<std::string>& remarks);
+
 /// Writes the line to stdout, made printable; the main program notices when stdout could not take it.
-/// @throws ReaderGone when nobody reads stdout any more
+/// @throws zr::ReaderGone when nobody reads stdout any more
 void say(const std::string& line);
 
 /// JSON, indented, that a terminal can show: characters that it would act on are written as \u009b.

@@ -9,11 +9,6 @@
 
 namespace zrdcm {
 
-/// The shortest decimal text that reads back as this number: 0.1, not 0.100000001.
-std::string shortest(float value);
-/// The same for a number that may have been a float before.
-std::string shortest(double value);
-
 /// A finite number as JSON, in its shortest form.
 nlohmann::ordered_json jsonNumber(float value);
 

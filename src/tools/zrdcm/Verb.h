@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "MemoryBudget.h"
+#include "UsageError.h"
+#include "zrimaging/files/MemoryBudget.h"
 
 #include <functional>
 
@@ -14,7 +15,7 @@ namespace zrdcm {
 /// What a verb does once its options are parsed, within the memory that it may take; yields the exit
 /// status.
 /// Failure, UsageError and std::bad_alloc that leave it are reported by `main`.
-using VerbAction = std::function<int(const MemoryBudget&)>;
+using VerbAction = std::function<int(const zr::MemoryBudget&)>;
 
 // A verb is one file, VerbName.cpp, that defines `VerbAction configureName(CLI::App& command)`:
 // it declares the verb's options on `command` and yields the action. Its line in Verbs.def makes

@@ -1,22 +1,23 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // zrdcm decode: samples of one image into a file that scripts, viewers or eyes can read.
-#include "ArrayWriters.h"
-#include "DecodedImage.h"
 #include "ExitStatus.h"
-#include "Failure.h"
 #include "FileNamed.h"
-#include "FrameAttributes.h"
-#include "FrameRange.h"
-#include "FrameSource.h"
 #include "FrameValues.h"
 #include "Messages.h"
-#include "PngWriter.h"
 #include "Progress.h"
-#include "ProtectedInputs.h"
-#include "Rendering.h"
+#include "UsageError.h"
 #include "Verb.h"
-#include "VolumeHeader.h"
 #include "WindowOption.h"
+#include "zrimaging/Failure.h"
+#include "zrimaging/formats/ArrayWriters.h"
+#include "zrimaging/formats/PngWriter.h"
+#include "zrimaging/formats/VolumeHeader.h"
+#include "zrimaging/images/DecodedImage.h"
+#include "zrimaging/images/FrameAttributes.h"
+#include "zrimaging/images/FrameRange.h"
+#include "zrimaging/images/FrameSource.h"
+#include "zrimaging/output/ProtectedInputs.h"
+#include "zrimaging/pictures/Rendering.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -46,7 +47,7 @@ constexpr const char* kFooter = R"(The ending of OUT decides what is written:
   .png   a picture of 8 bits; several frames go to OUT-000.png, OUT-001.png, ... by frame number
 Monochrome samples are unsigned (signed ones are shifted by 128 or 32768) and have the modality LUT
 applied; bits stored at the top of the sample are moved down. With --stored they stay as they are
-in the file, 16 bits going to 16-bit PNG. Colour is 8-bit RGB always. Pictures are shown through --window, else through the window of the file (of each
+in the file, 16 bits going to 16-bit PNG. zr::Colour is 8-bit RGB always. Pictures are shown through --window, else through the window of the file (of each
 frame, where frames have their own), else over the range of the values that occur; a window of the
 file that shows all in one grey gives way to that range. MONOCHROME1 is turned round so that it
 looks right; a modality LUT of angiography and fluoroscopy is not meant for pictures and left out.
@@ -86,11 +87,11 @@ Format formatOf(const fs::path& output) {
   throw UsageError("--output must end in .npy, .nrrd, .raw or .png: " + output.string());
 }
 
-std::optional<FrameRange> framesWanted(const DecodeOptions& options) {
+std::optional<zr::FrameRange> framesWanted(const DecodeOptions& options) {
   if (options.frames.empty()) {
     return std::nullopt;
   }
-  const std::optional<FrameRange> frames = parseFrameRange(options.frames);
+  const std::optional<zr::FrameRange> frames = zr::parseFrameRange(options.frames);
   if (!frames) {
     throw UsageError("--frames wants A or A-B, 0-based, A not above B: " + options.frames);
   }
@@ -104,7 +105,7 @@ void refuseWhatOnlyPicturesHave(const DecodeOptions& options, Format format) {
 }
 
 // One frame keeps the name that was asked for; several are told apart by their frame number.
-fs::path pictureName(const fs::path& output, const DecodedImage& image, std::size_t index) {
+fs::path pictureName(const fs::path& output, const zr::DecodedImage& image, std::size_t index) {
   if (image.frames.count() == 1) {
     return output;
   }
@@ -115,9 +116,9 @@ fs::path pictureName(const fs::path& output, const DecodedImage& image, std::siz
 
 /// What is written, and what is known about it.
 struct Decoded {
-  DecodedImage image;
-  ImageFrames attributes;
-  std::optional<Display> display;  ///< when it is shown as pictures of 8 bits
+  zr::DecodedImage image;
+  zr::ImageFrames attributes;
+  std::optional<zr::Display> display;  ///< when it is shown as pictures of 8 bits
 
   std::vector<std::size_t> numbers() const {
     std::vector<std::size_t> numbers(image.frames.count());
@@ -126,26 +127,27 @@ struct Decoded {
   }
 };
 
-Decoded decodeAsAsked(const DecodeOptions& options, const MemoryBudget& memory) {
-  const DecodeRequest request{framesWanted(options), options.stored, options.overlays};
+Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memory) {
+  const zr::DecodeRequest request{framesWanted(options), options.stored, options.overlays};
   const bool shown = formatOf(options.output) == Format::kPng && !options.stored;
-  auto file = shown ? openForDisplay(options.file) : std::make_unique<DicomFile>(options.file);
+  auto file =
+      shown ? zr::openForDisplay(options.file) : std::make_unique<zr::DicomFile>(options.file);
   Decoded decoded;
-  decoded.image = decodeImage(std::move(file), request, memory);
+  decoded.image = zr::decodeImage(std::move(file), request, memory);
   DcmDataset& dataset = decoded.image.file->dataset();
   // Decoding may cut Number of Frames to what it found, which is at least what was asked for.
-  decoded.attributes =
-      readFrameAttributes(dataset, std::max(frameCount(dataset), decoded.image.frames.last + 1));
+  decoded.attributes = zr::readFrameAttributes(
+      dataset, std::max(zr::frameCount(dataset), decoded.image.frames.last + 1));
   if (shown && decoded.image.monochrome) {
     decoded.display =
-        displayOf(decoded.image, decoded.attributes, windowFromOption(options.window));
+        zr::displayOf(decoded.image, decoded.attributes, windowFromOption(options.window));
   }
   return decoded;
 }
 
 std::vector<fs::path> writePictures(const Decoded& decoded, const DecodeOptions& options,
-                                    const ProtectedInputs& inputs) {
-  const DecodedImage& image = decoded.image;
+                                    const zr::ProtectedInputs& inputs) {
+  const zr::DecodedImage& image = decoded.image;
   for (std::size_t i = 0; i < image.frames.count(); ++i) {
     inputs.refuseToReplace(pictureName(options.output, image, i));
   }
@@ -154,11 +156,11 @@ std::vector<fs::path> writePictures(const Decoded& decoded, const DecodeOptions&
   for (std::size_t i = 0; i < image.frames.count(); ++i) {
     written.push_back(pictureName(options.output, image, i));
     if (!decoded.display) {
-      writePng(written.back(), inputs, image.samples.frame(i));
+      zr::writePng(written.back(), inputs, image.samples.frame(i));
     } else {
-      const Picture picture = renderFrame(image, i, decoded.display->frame(i));
-      writePng(written.back(), inputs,
-               (options.overlays ? burnOverlays(picture, image, i) : picture).view());
+      const zr::Picture picture = zr::renderFrame(image, i, decoded.display->frame(i));
+      zr::writePng(written.back(), inputs,
+                   (options.overlays ? zr::burnOverlays(picture, image, i) : picture).view());
     }
     progress.advance();
   }
@@ -166,18 +168,18 @@ std::vector<fs::path> writePictures(const Decoded& decoded, const DecodeOptions&
 }
 
 std::vector<fs::path> writeOutput(const Decoded& decoded, const DecodeOptions& options,
-                                  const ProtectedInputs& inputs) {
-  const SampleArray& samples = decoded.image.samples;
+                                  const zr::ProtectedInputs& inputs) {
+  const zr::SampleArray& samples = decoded.image.samples;
   switch (formatOf(options.output)) {
     case Format::kNpy:
-      writeNpy(options.output, inputs, samples);
+      zr::writeNpy(options.output, inputs, samples);
       break;
     case Format::kNrrd:
-      writeNrrd(options.output, inputs, samples,
-                nrrdHeaderOf(decoded.image, decoded.attributes, decoded.numbers()));
+      zr::writeNrrd(options.output, inputs, samples,
+                    zr::nrrdHeaderOf(decoded.image, decoded.attributes, decoded.numbers()));
       break;
     case Format::kRaw:
-      writeRaw(options.output, inputs, samples);
+      zr::writeRaw(options.output, inputs, samples);
       break;
     case Format::kPng:
       return writePictures(decoded, options, inputs);
@@ -188,12 +190,12 @@ std::vector<fs::path> writeOutput(const Decoded& decoded, const DecodeOptions& o
 // The line is that of the samples as decoding leaves them: shifted, or mapped by a table.
 void addValues(nlohmann::ordered_json& report, const Decoded& decoded,
                const DecodeOptions& options) {
-  const auto frame = [&decoded](std::size_t number) -> const FrameAttributes& {
+  const auto frame = [&decoded](std::size_t number) -> const zr::FrameAttributes& {
     return decoded.attributes.frames.at(number);
   };
   const bool mapped = decoded.image.monochrome && !options.stored;
   const auto line = [&decoded, mapped](std::size_t number) {
-    return mapped ? lineOfSamples(decoded.image, decoded.attributes, number) : std::nullopt;
+    return mapped ? zr::lineOfSamples(decoded.image, decoded.attributes, number) : std::nullopt;
   };
   addFrameValues(
       report, decoded.numbers(),
@@ -204,8 +206,8 @@ void addValues(nlohmann::ordered_json& report, const Decoded& decoded,
 
 nlohmann::ordered_json report(const Decoded& decoded, const DecodeOptions& options,
                               const std::vector<fs::path>& written) {
-  const DecodedImage& image = decoded.image;
-  const SampleArray& samples = image.samples;
+  const zr::DecodedImage& image = decoded.image;
+  const zr::SampleArray& samples = image.samples;
   nlohmann::ordered_json shape = {samples.frames, samples.rows, samples.columns};
   if (samples.channels != 1) {
     shape.push_back(samples.channels);
@@ -218,22 +220,23 @@ nlohmann::ordered_json report(const Decoded& decoded, const DecodeOptions& optio
                                    {"outputs", outputs},
                                    {"frames", {image.frames.first, image.frames.last}},
                                    {"shape", shape},
-                                   {"type", typeName(samples.type)}};
+                                   {"type", zr::typeName(samples.type)}};
   addValues(report, decoded, options);
   report["remark"] = jsonTextOrNull(decoded.display ? decoded.display->remark() : "");
   return report;
 }
 
-int decode(const DecodeOptions& options, const MemoryBudget& memory) {
+int decode(const DecodeOptions& options, const zr::MemoryBudget& memory) {
   refuseWhatOnlyPicturesHave(options, formatOf(options.output));
   (void)windowFromOption(options.window);  // wrong usage shows before any work is done
-  const ProtectedInputs inputs({options.file});
+  const zr::ProtectedInputs inputs({options.file});
   if (formatOf(options.output) != Format::kPng) {  // the frames decide what pictures are called
     inputs.refuseToReplace(options.output);
   }
   (void)framesWanted(options);
   const Decoded decoded =
       withFileNamed(options.file, [&] { return decodeAsAsked(options, memory); });
+  complainOfAll(options.file, decoded.image.remarks);
   const std::vector<fs::path> written = writeOutput(decoded, options, inputs);
   if (decoded.display && !decoded.display->remark().empty()) {
     complain(options.file + ": " + decoded.display->remark());
@@ -265,7 +268,7 @@ VerbAction configureDecode(CLI::App& command) {
       ->excludes(stored);
   command.add_flag("--json", options->json, "Describe on stdout what was written");
   command.footer(kFooter);
-  return [options](const MemoryBudget& memory) { return decode(*options, memory); };
+  return [options](const zr::MemoryBudget& memory) { return decode(*options, memory); };
 }
 
 }  // namespace zrdcm

@@ -177,7 +177,7 @@ VerbAction configureDict(CLI::App& command) {
   vendors->excludes(internal);
   command.add_flag("--json", options->json, "Print an array of objects, one an element");
   command.footer(kFooter);
-  return [options](const MemoryBudget&) { return listEntries(*options); };
+  return [options](const zr::MemoryBudget&) { return listEntries(*options); };
 }
 
 }  // namespace zrdcm

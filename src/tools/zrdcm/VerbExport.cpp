@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // zrdcm export: samples and attributes into a new DICOM file.
-#include "DicomFile.h"
 #include "ExitStatus.h"
-#include "ExportAttributes.h"
-#include "Failure.h"
 #include "FileNamed.h"
-#include "LibraryFile.h"
 #include "Messages.h"
-#include "ProtectedInputs.h"
+#include "UsageError.h"
 #include "Verb.h"
+#include "zrimaging/Failure.h"
+#include "zrimaging/export/ExportAttributes.h"
+#include "zrimaging/files/DicomFile.h"
+#include "zrimaging/output/LibraryFile.h"
+#include "zrimaging/output/ProtectedInputs.h"
 
 #include <zrdcmexport/ZrDcmExport.h>
 
@@ -65,13 +66,13 @@ struct ExportOptions {
   std::string pixels;
   int columns = 0;
   int rows = 0;
-  ExportType type = ExportType::kU16;
+  zr::ExportType type = zr::ExportType::kU16;
   std::string output;
   bool json = false;
 };
 
-std::size_t sampleBytes(ExportType type) {
-  return type == ExportType::kU8 ? 1 : 2;
+std::size_t sampleBytes(zr::ExportType type) {
+  return type == zr::ExportType::kU8 ? 1 : 2;
 }
 
 /// A UID that nobody else has: a random UUID as a decimal number below 2.25 (PS3.5 annex B.2).
@@ -100,29 +101,29 @@ std::vector<unsigned short> readPixels(const ExportOptions& options) {
   const std::uint64_t samples =
       static_cast<std::uint64_t>(options.columns) * static_cast<std::uint64_t>(options.rows);
   if (samples > INT_MAX) {
-    throw Failure("too many samples for one image: " + std::to_string(samples));
+    throw zr::Failure("too many samples for one image: " + std::to_string(samples));
   }
   const std::uint64_t bytes = samples * sampleBytes(options.type);
   std::ifstream stream(options.pixels, std::ios::binary | std::ios::ate);
   if (!stream || !fs::is_regular_file(options.pixels)) {
-    throw Failure("cannot read " + options.pixels);
+    throw zr::Failure("cannot read " + options.pixels);
   }
   const auto found = static_cast<std::uint64_t>(stream.tellg());
   if (found != bytes) {
-    throw Failure(options.pixels + ": holds " + std::to_string(found) + " bytes, but " +
-                  std::to_string(options.columns) + " x " + std::to_string(options.rows) +
-                  " samples take " + std::to_string(bytes));
+    throw zr::Failure(options.pixels + ": holds " + std::to_string(found) + " bytes, but " +
+                      std::to_string(options.columns) + " x " + std::to_string(options.rows) +
+                      " samples take " + std::to_string(bytes));
   }
   std::vector<unsigned short> words((bytes + 1) / 2);
   stream.seekg(0);
   if (!stream.read(reinterpret_cast<char*>(words.data()), static_cast<std::streamsize>(bytes))) {
-    throw Failure("cannot read " + options.pixels);
+    throw zr::Failure("cannot read " + options.pixels);
   }
   return words;
 }
 
 // A file of the same kind, made of it: PS3.3 C.7.6.1.1.2 wants this of the image type.
-void deriveFrom(AttributeSet& attributes) {
+void deriveFrom(zr::AttributeSet& attributes) {
   std::string imageType = attributes.text(kImageType);
   std::size_t end = imageType.find('\\');
   end = end == std::string::npos ? end : imageType.find('\\', end + 1);
@@ -133,57 +134,57 @@ void deriveFrom(AttributeSet& attributes) {
 }
 
 /// An attribute that follows from the samples: filled in, or the same when the user gave it.
-void setOrCompare(AttributeSet& attributes, std::uint32_t tag, const std::string& text) {
+void setOrCompare(zr::AttributeSet& attributes, std::uint32_t tag, const std::string& text) {
   if (attributes.has(tag) && attributes.text(tag) != text) {
-    throw Failure(attributes.byTag.at(tag).name + ": says " + attributes.text(tag) +
-                  ", but the samples make it " + text);
+    throw zr::Failure(attributes.byTag.at(tag).name + ": says " + attributes.text(tag) +
+                      ", but the samples make it " + text);
   }
   attributes.setDefault(tag, text);
 }
 
-void describePixels(AttributeSet& attributes, const ExportOptions& options) {
+void describePixels(zr::AttributeSet& attributes, const ExportOptions& options) {
   const std::size_t bits = 8 * sampleBytes(options.type);
   setOrCompare(attributes, 0x00280002, "1");
   setOrCompare(attributes, 0x00280010, std::to_string(options.rows));
   setOrCompare(attributes, 0x00280011, std::to_string(options.columns));
   setOrCompare(attributes, 0x00280100, std::to_string(bits));
-  setOrCompare(attributes, 0x00280103, options.type == ExportType::kS16 ? "1" : "0");
+  setOrCompare(attributes, 0x00280103, options.type == zr::ExportType::kS16 ? "1" : "0");
   attributes.setDefault(0x00280004, "MONOCHROME2");
   attributes.setDefault(0x00280101, std::to_string(bits));
   attributes.setDefault(0x00280102, std::to_string(bits - 1));
 }
 
-AttributeSet gatherAttributes(const ExportOptions& options) {
-  AttributeSet attributes;
+zr::AttributeSet gatherAttributes(const ExportOptions& options) {
+  zr::AttributeSet attributes;
   if (!options.from.empty()) {
     attributes = withFileNamed(options.from, [&] {
-      return attributesOf(DicomFile(options.from).dataset(), options.type);
+      return zr::attributesOf(zr::DicomFile(options.from).dataset(), options.type);
     });
     deriveFrom(attributes);
   }
   if (!options.tags.empty()) {
-    apply(attributes, readAttributes(options.tags));
+    zr::apply(attributes, zr::readAttributes(options.tags));
   }
   describePixels(attributes, options);
   attributes.setDefault(kSopClassUid, kSecondaryCapture);
   for (const std::uint32_t uid : {kSopInstanceUid, kStudyInstanceUid, kSeriesInstanceUid}) {
     attributes.setDefault(uid, freshUid());
   }
-  requireWritable(attributes, options.type);
+  zr::requireWritable(attributes, options.type);
   return attributes;
 }
 
-void writeFile(const ExportOptions& options, const AttributeSet& attributes,
-               std::vector<unsigned short>& words, const ProtectedInputs& inputs) {
+void writeFile(const ExportOptions& options, const zr::AttributeSet& attributes,
+               std::vector<unsigned short>& words, const zr::ProtectedInputs& inputs) {
   ZrDcmExport writer;
-  fillWriter(writer, attributes);
-  LibraryFile output(options.output, inputs);
+  zr::fillWriter(writer, attributes);
+  zr::LibraryFile output(options.output, inputs);
   // The writer looks at the product alone, so words of two 8-bit samples need no other call.
   const bool written = writer.setOutputBaseDirectory(output.folder().c_str()) &&
                        writer.setFilename(output.name().c_str()) &&
                        writer.writeImageAsIs(static_cast<int>(words.size()), 1, words.data());
   if (!written) {
-    throw Failure("cannot write " + options.output + ": " + writer.lastError());
+    throw zr::Failure("cannot write " + options.output + ": " + writer.lastError());
   }
   output.commit(words.size() * sizeof(unsigned short));
 }
@@ -192,9 +193,9 @@ int exportFile(const ExportOptions& options) {
   if (options.tags.empty() && options.from.empty()) {
     throw UsageError("--tags or --from must say what the file is to hold");
   }
-  const ProtectedInputs inputs({options.from, options.tags, options.pixels});
+  const zr::ProtectedInputs inputs({options.from, options.tags, options.pixels});
   inputs.refuseToReplace(options.output);
-  const AttributeSet attributes = gatherAttributes(options);
+  const zr::AttributeSet attributes = gatherAttributes(options);
   std::vector<unsigned short> words = readPixels(options);
   writeFile(options, attributes, words, inputs);
   if (options.json) {
@@ -227,8 +228,8 @@ VerbAction configureExport(CLI::App& command) {
       ->type_name("N")
       ->required()
       ->check(CLI::Range(1, kLargestSide));
-  const std::map<std::string, ExportType> types = {
-      {"u8", ExportType::kU8}, {"u16", ExportType::kU16}, {"s16", ExportType::kS16}};
+  const std::map<std::string, zr::ExportType> types = {
+      {"u8", zr::ExportType::kU8}, {"u16", zr::ExportType::kU16}, {"s16", zr::ExportType::kS16}};
   command
       .add_option_function<std::string>(
           "--type", [options, types](const std::string& name) { options->type = types.at(name); },
@@ -240,7 +241,7 @@ VerbAction configureExport(CLI::App& command) {
       ->required();
   command.add_flag("--json", options->json, "Say on stdout what was written");
   command.footer(kFooter);
-  return [options](const MemoryBudget&) { return exportFile(*options); };
+  return [options](const zr::MemoryBudget&) { return exportFile(*options); };
 }
 
 }  // namespace zrdcm

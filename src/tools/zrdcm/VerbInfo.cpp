@@ -6,6 +6,7 @@
 #include "Numbers.h"
 #include "Progress.h"
 #include "Verb.h"
+#include "zrimaging/texts/NumberText.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -41,7 +42,7 @@ std::string plain(const Json& value) {
     return "-";
   }
   if (value.is_number_float()) {
-    return shortest(value.get<float>());  // 1 rather than 1.0
+    return zr::shortest(value.get<float>());  // 1 rather than 1.0
   }
   return value.is_string() ? printable(value.get<std::string>())
                            : value.dump(-1, ' ', false, Json::error_handler_t::replace);
@@ -79,7 +80,7 @@ std::string rangeText(const Json& values, std::size_t index) {
       high = std::max(high, value[index].get<double>());
     }
   }
-  return low < high ? shortest(low) + " to " + shortest(high) : shortest(low);
+  return low < high ? zr::shortest(low) + " to " + zr::shortest(high) : zr::shortest(low);
 }
 
 // A value of one or several numbers: what all frames agree in, else its range over the frames.
@@ -146,8 +147,8 @@ void describeWindows(const Json& image) {
     const bool named = !window["explanation"].is_null();
     if (i > 0 || named) {
       line("window " + std::to_string(i),
-           "centre " + shortest(window["centre"].get<double>()) + ", width " +
-               shortest(window["width"].get<double>()) +
+           "centre " + zr::shortest(window["centre"].get<double>()) + ", width " +
+               zr::shortest(window["width"].get<double>()) +
                (named ? " (" + plain(window["explanation"]) + ")" : ""));
     }
   }
@@ -165,8 +166,9 @@ void describeImage(const Json& image) {
                       plain(image["sampleOffset"]));
   describeWindows(image);
   line("pixel spacing", valueText(image, "pixelSpacing", {{0, "column "}, {1, "row "}}));
-  line("frame spacing",
-       image["frameSpacing"].is_null() ? kUnknown : shortest(image["frameSpacing"].get<double>()));
+  line("frame spacing", image["frameSpacing"].is_null()
+                            ? kUnknown
+                            : zr::shortest(image["frameSpacing"].get<double>()));
   const std::vector<Component> threeNumbers = {{0, ""}, {1, ""}, {2, ""}};
   line("position", valueText(image, "position", threeNumbers) +
                        (image["space"] == "volume" ? " in the ultrasound volume" : ""));
@@ -244,7 +246,7 @@ void describe(const Json& report) {
   describeSplitting(report["splitting"]);
 }
 
-int info(const InfoOptions& options, const MemoryBudget& memory) {
+int info(const InfoOptions& options, const zr::MemoryBudget& memory) {
   int status = kDone;
   Json reports = Json::array();
   Progress progress("reading", options.json ? options.files.size() : 1);
@@ -276,7 +278,7 @@ VerbAction configureInfo(CLI::App& command) {
   command.add_option("files", options->files, "The DICOM files")->type_name("FILE")->required();
   command.add_flag("--json", options->json, "Print an array of objects, one a file");
   command.footer(kFooter);
-  return [options](const MemoryBudget& memory) { return info(*options, memory); };
+  return [options](const zr::MemoryBudget& memory) { return info(*options, memory); };
 }
 
 }  // namespace zrdcm

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // zrdcm lut: the lookup tables of a file, as text, as JSON or as a plot.
-#include "DicomFile.h"
 #include "ExitStatus.h"
-#include "Failure.h"
 #include "FileNamed.h"
 #include "Messages.h"
-#include "PngWriter.h"
-#include "ProtectedInputs.h"
-#include "SampleArray.h"
 #include "Verb.h"
+#include "zrimaging/Failure.h"
+#include "zrimaging/files/DicomFile.h"
+#include "zrimaging/formats/PngWriter.h"
+#include "zrimaging/images/SampleArray.h"
+#include "zrimaging/output/ProtectedInputs.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
 
@@ -128,13 +128,13 @@ constexpr Colour kFrame = {160, 160, 160};
 constexpr Colour kGrayCurve = {30, 30, 30};
 constexpr std::array<Colour, 3> kColourCurves = {{{200, 30, 30}, {20, 140, 40}, {40, 60, 200}}};
 
-void mark(Picture& picture, std::size_t column, std::size_t row, const Colour& colour) {
+void mark(zr::Picture& picture, std::size_t column, std::size_t row, const Colour& colour) {
   std::copy(colour.begin(), colour.end(),
             picture.samples.begin() +
                 static_cast<std::ptrdiff_t>((row * picture.columns + column) * picture.channels));
 }
 
-void markRun(Picture& picture, std::size_t column, std::size_t rowA, std::size_t rowB,
+void markRun(zr::Picture& picture, std::size_t column, std::size_t rowA, std::size_t rowB,
              const Colour& colour) {
   for (std::size_t row = std::min(rowA, rowB); row <= std::max(rowA, rowB); ++row) {
     mark(picture, column, row, colour);
@@ -159,7 +159,7 @@ struct Plot {
   }
 };
 
-void drawFrame(Picture& picture, const Plot& plot) {
+void drawFrame(zr::Picture& picture, const Plot& plot) {
   for (std::size_t x = 0; x < plot.width(); ++x) {
     mark(picture, plot.left() + x, plot.curveTop(), kFrame);
     mark(picture, plot.left() + x, plot.curveBottom(), kFrame);
@@ -168,7 +168,7 @@ void drawFrame(Picture& picture, const Plot& plot) {
   markRun(picture, plot.left() + plot.width() - 1, plot.curveTop(), plot.curveBottom(), kFrame);
 }
 
-void drawCurve(Picture& picture, const Plot& plot, std::size_t value, const Colour& colour) {
+void drawCurve(zr::Picture& picture, const Plot& plot, std::size_t value, const Colour& colour) {
   std::size_t before = plot.rowOf(plot.table.at(0, value));
   for (std::size_t x = 0; x < plot.width(); ++x) {
     const std::size_t row = plot.rowOf(plot.table.at(plot.entryAt(x), value));
@@ -177,7 +177,7 @@ void drawCurve(Picture& picture, const Plot& plot, std::size_t value, const Colo
   }
 }
 
-void drawStrip(Picture& picture, const Plot& plot) {
+void drawStrip(zr::Picture& picture, const Plot& plot) {
   const std::size_t top = plot.curveBottom() + kMargin;
   const unsigned shift = plot.table.bits - 8;
   for (std::size_t x = 0; x < plot.width(); ++x) {
@@ -189,7 +189,7 @@ void drawStrip(Picture& picture, const Plot& plot) {
   }
 }
 
-void draw(Picture& picture, const Plot& plot) {
+void draw(zr::Picture& picture, const Plot& plot) {
   drawFrame(picture, plot);
   if (plot.table.values == 1) {
     drawCurve(picture, plot, 0, kGrayCurve);
@@ -203,9 +203,9 @@ void draw(Picture& picture, const Plot& plot) {
 
 void writePlot(const LutOptions& options, const std::vector<Table>& tables) {
   if (tables.empty()) {
-    throw Failure(options.file + ": holds no lookup table");
+    throw zr::Failure(options.file + ": holds no lookup table");
   }
-  Picture picture;
+  zr::Picture picture;
   picture.rows = kPlotRows * tables.size();
   picture.columns = kPlotColumns;
   picture.channels = 3;
@@ -215,7 +215,7 @@ void writePlot(const LutOptions& options, const std::vector<Table>& tables) {
     draw(picture, Plot{top, table});
     top += kPlotRows;
   }
-  writePng(options.output, ProtectedInputs({options.file}), picture.view());
+  zr::writePng(options.output, zr::ProtectedInputs({options.file}), picture.view());
 }
 
 struct Tables {
@@ -224,7 +224,7 @@ struct Tables {
 };
 
 Tables readTables(const std::string& path) {
-  const DicomFile file(path);
+  const zr::DicomFile file(path);
   return {readTable(file.dataset(), false), readTable(file.dataset(), true)};
 }
 
@@ -256,10 +256,10 @@ VerbAction configureLut(CLI::App& command) {
   command.add_option("file", options->file, "The DICOM file")->type_name("FILE")->required();
   command.add_option("-o,--output", options->output, "Plot the tables into this picture")
       ->type_name("PNG")
-      ->check(checkPngName);
+      ->check(zr::checkPngName);
   command.add_flag("--json", options->json, "Print the tables as JSON");
   command.footer(kFooter);
-  return [options](const MemoryBudget&) { return showTables(*options); };
+  return [options](const zr::MemoryBudget&) { return showTables(*options); };
 }
 
 }  // namespace zrdcm

@@ -3,9 +3,9 @@
 // build calls it; its group is empty, so that the help does not list it.
 #include "CommandTree.h"
 #include "ExitStatus.h"
-#include "OutputFile.h"
-#include "ProtectedInputs.h"
 #include "Verb.h"
+#include "zrimaging/output/OutputFile.h"
+#include "zrimaging/output/ProtectedInputs.h"
 
 #include <CLI/CLI.hpp>
 
@@ -79,14 +79,14 @@ CommandTree treeOf(const CLI::App& app) {
 }
 
 void writeText(const std::filesystem::path& target, const std::string& text) {
-  OutputFile file(target, ProtectedInputs());
+  zr::OutputFile file(target, zr::ProtectedInputs());
   file.write(text);
   file.commit();
 }
 
 int writeManual(const CLI::App& program, const std::filesystem::path& folder) {
   const CommandTree tree = treeOf(program);
-  createFolder(folder);
+  zr::createFolder(folder);
   writeText(folder / "zrdcm.1", manualPage(tree, "zrdcm " ZRDCM_VERSION));
   writeText(folder / "zrdcm.bash", bashCompletion(tree));
   writeText(folder / "_zrdcm", zshCompletion(tree));
@@ -103,7 +103,9 @@ VerbAction configureManual(CLI::App& command) {
   command.group("");
   command.footer(kFooter);
   const CLI::App* const program = command.get_parent();
-  return [options, program](const MemoryBudget&) { return writeManual(*program, options->folder); };
+  return [options, program](const zr::MemoryBudget&) {
+    return writeManual(*program, options->folder);
+  };
 }
 
 }  // namespace zrdcm

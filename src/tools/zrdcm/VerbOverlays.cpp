@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // zrdcm overlays: the overlays that are embedded in the samples, each as a mask of its own.
-#include "DecodedImage.h"
 #include "ExitStatus.h"
-#include "Failure.h"
 #include "FileNamed.h"
 #include "Messages.h"
-#include "OutputFile.h"
-#include "PngWriter.h"
 #include "Progress.h"
-#include "ProtectedInputs.h"
 #include "Verb.h"
+#include "zrimaging/Failure.h"
+#include "zrimaging/formats/PngWriter.h"
+#include "zrimaging/images/DecodedImage.h"
+#include "zrimaging/output/OutputFile.h"
+#include "zrimaging/output/ProtectedInputs.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -41,9 +41,9 @@ struct OverlaysOptions {
   bool json = false;
 };
 
-Picture maskOf(const DecodedImage& image, int index) {
+zr::Picture maskOf(const zr::DecodedImage& image, int index) {
   const ZrOverlayData& overlays = *image.slice.overlays;
-  Picture mask{image.samples.rows, image.samples.columns, 1, {}};
+  zr::Picture mask{image.samples.rows, image.samples.columns, 1, {}};
   mask.samples.assign(mask.rows * mask.columns, 0);
   const KtVec2i origin = overlays.origin(index);
   const KtVec2i size = overlays.size(index);
@@ -76,28 +76,29 @@ Json describe(const ZrOverlayData& overlays, int index, const fs::path& file) {
           {"size", {size.x, size.y}}};
 }
 
-DecodedImage decodeWithOverlays(const std::string& file, const MemoryBudget& memory) {
-  DecodedImage image = decodeImage(file, {std::nullopt, false, true}, memory);
+zr::DecodedImage decodeWithOverlays(const std::string& file, const zr::MemoryBudget& memory) {
+  zr::DecodedImage image = zr::decodeImage(file, {std::nullopt, false, true}, memory);
   if (image.slice.overlays.isNull() || image.slice.overlays->count() == 0) {
-    throw Failure("has no overlay embedded in its samples");
+    throw zr::Failure("has no overlay embedded in its samples");
   }
   return image;
 }
 
-int writeOverlays(const OverlaysOptions& options, const MemoryBudget& memory) {
-  const DecodedImage image =
+int writeOverlays(const OverlaysOptions& options, const zr::MemoryBudget& memory) {
+  const zr::DecodedImage image =
       withFileNamed(options.file, [&] { return decodeWithOverlays(options.file, memory); });
+  complainOfAll(options.file, image.remarks);
   const ZrOverlayData& overlays = *image.slice.overlays;
-  const ProtectedInputs inputs({options.file});
+  const zr::ProtectedInputs inputs({options.file});
   for (int index = 0; index < overlays.count(); ++index) {
     inputs.refuseToReplace(fs::path(options.folder) / nameOf(overlays, index));
   }
-  createFolder(options.folder);
+  zr::createFolder(options.folder);
   Json list = Json::array();
   Progress progress("writing", static_cast<std::size_t>(overlays.count()));
   for (int index = 0; index < overlays.count(); ++index) {
     const fs::path target = fs::path(options.folder) / nameOf(overlays, index);
-    writePng(target, inputs, maskOf(image, index).view());
+    zr::writePng(target, inputs, maskOf(image, index).view());
     list.push_back(describe(overlays, index, target));
     progress.advance();
   }
@@ -122,7 +123,7 @@ VerbAction configureOverlays(CLI::App& command) {
       ->required();
   command.add_flag("--json", options->json, "List the masks as JSON");
   command.footer(kFooter);
-  return [options](const MemoryBudget& memory) { return writeOverlays(*options, memory); };
+  return [options](const zr::MemoryBudget& memory) { return writeOverlays(*options, memory); };
 }
 
 }  // namespace zrdcm

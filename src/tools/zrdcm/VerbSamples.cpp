@@ -2,10 +2,10 @@
 // zrdcm samples: phantom datasets, drawn anew on every call, the same bytes each time.
 #include "ExitStatus.h"
 #include "Messages.h"
-#include "OutputFile.h"
 #include "Progress.h"
 #include "Verb.h"
 #include "phantoms/Phantom.h"
+#include "zrimaging/output/OutputFile.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -47,7 +47,7 @@ constexpr DrawPhantom kPhantoms[] = {phantoms::ctThorax,        phantoms::ctAbdo
                                      phantoms::headEnhancedMr};
 
 int writeSamples(const SamplesOptions& options) {
-  createFolder(options.folder);
+  zr::createFolder(options.folder);
   const phantoms::Encoders encoders;
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
   Progress progress("drawing", std::size(kPhantoms));
@@ -80,7 +80,7 @@ VerbAction configureSamples(CLI::App& command) {
       ->required();
   command.add_flag("--json", options->json, "List the files as JSON");
   command.footer(kFooter);
-  return [options](const MemoryBudget&) { return writeSamples(*options); };
+  return [options](const zr::MemoryBudget&) { return writeSamples(*options); };
 }
 
 }  // namespace zrdcm

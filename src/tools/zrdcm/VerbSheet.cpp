@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // zrdcm sheet: all frames of a file, or the images of a series, in one picture.
-#include "ContactSheet.h"
 #include "ExitStatus.h"
-#include "Failure.h"
 #include "FileNamed.h"
-#include "FrameAttributes.h"
-#include "FrameSource.h"
 #include "FrameValues.h"
 #include "Messages.h"
-#include "PngWriter.h"
-#include "ProtectedInputs.h"
+#include "Progress.h"
 #include "Verb.h"
 #include "WindowOption.h"
+#include "zrimaging/Failure.h"
+#include "zrimaging/formats/PngWriter.h"
+#include "zrimaging/images/FrameAttributes.h"
+#include "zrimaging/images/FrameSource.h"
+#include "zrimaging/output/ProtectedInputs.h"
+#include "zrimaging/pictures/ContactSheet.h"
 
 #include <zrdcmexport/ZrFrameOrder.h>
 #include <zrdcmexport/ZrNumbers.h>
@@ -56,72 +57,74 @@ struct SheetOptions {
   bool json = false;
 };
 
-ImageFrames attributesOf(const DecodedImage& image) {
-  return readFrameAttributes(image.file->dataset(), image.samples.frames);
+zr::ImageFrames attributesOf(const zr::DecodedImage& image) {
+  return zr::readFrameAttributes(image.file->dataset(), image.samples.frames);
 }
 
 /// The images of a series as the frames of one image. Each is decoded when it is asked for.
-class SeriesSource : public FrameSource {
+class SeriesSource : public zr::FrameSource {
 public:
   /// @throws Failure that names the file, also when it does not match the first one.
-  SeriesSource(std::vector<std::string> files, const MemoryBudget& memory)
-      : FrameSource(openForDisplay(files.front()), memory), files_(std::move(files)) {
+  SeriesSource(std::vector<std::string> files, const zr::MemoryBudget& memory)
+      : zr::FrameSource(zr::openForDisplay(files.front()), memory), files_(std::move(files)) {
     image_.slice.overlays.reset();  // they are those of the first file alone
     firstLine_ = lineOf(image());
   }
 
   std::size_t count() const override { return files_.size(); }
 
-  SampleArray frame(std::size_t index) override {
+  zr::SampleArray frame(std::size_t index) override {
     withFileNamed(files_[index], [&] {
-      current_ = decodeImage(openForDisplay(files_[index]), {std::nullopt, false, false}, memory());
+      current_ = zr::decodeImage(zr::openForDisplay(files_[index]), {std::nullopt, false, false},
+                                 memory());
       requireMatch();
     });
+    complainOfAll(files_[index], current_.remarks);
     return current_.samples;
   }
 
 private:
   void requireMatch() const {
-    const SampleArray& first = image().samples;
-    const SampleArray& own = current_.samples;
+    const zr::SampleArray& first = image().samples;
+    const zr::SampleArray& own = current_.samples;
     if (own.frames != 1) {
-      throw Failure("has several frames: a sheet of several files wants one frame each");
+      throw zr::Failure("has several frames: a sheet of several files wants one frame each");
     }
     if (own.rows != first.rows || own.columns != first.columns || own.channels != first.channels ||
         own.type != first.type || current_.darkIsHigh != image().darkIsHigh) {
-      throw Failure("has pixels of another size or kind than " + files_.front());
+      throw zr::Failure("has pixels of another size or kind than " + files_.front());
     }
     if (image().monochrome && lineOf(current_) != firstLine_) {
-      throw Failure("has another rescale line than " + files_.front());
+      throw zr::Failure("has another rescale line than " + files_.front());
     }
   }
 
-  static std::optional<RescaleLine> lineOf(const DecodedImage& image) {
-    return lineOfSamples(image, attributesOf(image), image.frames.first);
+  static std::optional<zr::RescaleLine> lineOf(const zr::DecodedImage& image) {
+    return zr::lineOfSamples(image, attributesOf(image), image.frames.first);
   }
 
   std::vector<std::string> files_;
-  DecodedImage current_;
-  std::optional<RescaleLine> firstLine_;
+  zr::DecodedImage current_;
+  std::optional<zr::RescaleLine> firstLine_;
 };
 
 // Gated data is easiest to follow when the slices of a volume make up a row.
 std::size_t columnsFor(const SheetOptions& options, DcmItem& item) {
-  const int slices = Zrg::intOf(textOf(item, DCM_NumberOfSlices)).value_or(0);
+  const int slices = Zrg::intOf(zr::textOf(item, DCM_NumberOfSlices)).value_or(0);
   const bool rows = Zrg::readFrameIncrement(item).gated && slices >= 2 &&
-                    slices <= static_cast<int>(SheetLayout::kMostColumns);
+                    slices <= static_cast<int>(zr::SheetLayout::kMostColumns);
   return options.columns == 0 && rows ? static_cast<std::size_t>(slices) : options.columns;
 }
 
-Json report(const SheetOptions& options, const FrameSource& source, const SheetContent& content,
-            const SheetLayout& layout) {
+Json report(const SheetOptions& options, const zr::FrameSource& source,
+            const zr::SheetContent& content, const zr::SheetLayout& layout) {
   return {{"file", options.files.front()},
           {"files", options.files},
           {"output", options.output},
           {"frames", source.count()},
           {"shown", layout.shown},
           {"every", layout.every},
-          {"overlayGroups", overlayGroups(source.image(), content.frames)},
+          {"overlayGroups", zr::overlayGroups(source.image(), content.frames)},
           {"size", {layout.sheetWidth, layout.sheetHeight}},
           {"tiles",
            {{"columns", layout.columns},
@@ -132,25 +135,26 @@ Json report(const SheetOptions& options, const FrameSource& source, const SheetC
           {"remark", jsonTextOrNull(content.display ? content.display->remark() : "")}};
 }
 
-std::unique_ptr<FrameSource> openSource(const SheetOptions& options, const MemoryBudget& memory) {
+std::unique_ptr<zr::FrameSource> openSource(const SheetOptions& options,
+                                            const zr::MemoryBudget& memory) {
   if (options.files.size() > 1) {
     return std::make_unique<SeriesSource>(options.files, memory);
   }
-  return std::make_unique<FrameSource>(openForDisplay(options.files.front()), memory);
+  return std::make_unique<zr::FrameSource>(zr::openForDisplay(options.files.front()), memory);
 }
 
 // The files of a series are shown through the window of the first, which may have nothing in that window
 // (air in front of a head): the window gives way only when no file has anything in it.
-void keepWindowOfSeries(FrameSource& source, SheetContent& content) {
-  const ImageFrames attributes = attributesOf(source.image());
-  const std::optional<Window> window = windowOfFile(attributes, 0);
+void keepWindowOfSeries(zr::FrameSource& source, zr::SheetContent& content) {
+  const zr::ImageFrames attributes = attributesOf(source.image());
+  const std::optional<zr::Window> window = zr::windowOfFile(attributes, 0);
   if (!content.display || content.display->remark().empty() || !window) {
     return;
   }
-  const Display display = displayOf(source.image(), attributes, window);
+  const zr::Display display = zr::displayOf(source.image(), attributes, window);
   std::set<unsigned char> greys;
   for (std::size_t index = 0; index < source.count(); ++index) {
-    greys.merge(extremeGreys(source.image(), source.frame(index), display.frame(0)));
+    greys.merge(zr::extremeGreys(source.image(), source.frame(index), display.frame(0)));
     if (greys.size() > 1) {
       content.display = display;
       return;
@@ -158,9 +162,9 @@ void keepWindowOfSeries(FrameSource& source, SheetContent& content) {
   }
 }
 
-SheetContent contentOf(const SheetOptions& options, FrameSource& source) {
-  SheetContent content =
-      allFrames(source, attributesOf(source.image()), windowFromOption(options.window));
+zr::SheetContent contentOf(const SheetOptions& options, zr::FrameSource& source) {
+  zr::SheetContent content =
+      zr::allFrames(source, attributesOf(source.image()), windowFromOption(options.window));
   content.columns = columnsFor(options, source.image().file->dataset());
   if (options.files.size() > 1) {
     keepWindowOfSeries(source, content);
@@ -169,21 +173,30 @@ SheetContent contentOf(const SheetOptions& options, FrameSource& source) {
   return content;
 }
 
-int writeSheet(const SheetOptions& options, const MemoryBudget& memory) {
+int writeSheet(const SheetOptions& options, const zr::MemoryBudget& memory) {
   (void)windowFromOption(options.window);  // wrong usage is told before a file is opened
-  const ProtectedInputs inputs(options.files);
+  const zr::ProtectedInputs inputs(options.files);
   inputs.refuseToReplace(options.output);
-  const std::unique_ptr<FrameSource> source =
+  const std::unique_ptr<zr::FrameSource> source =
       withFileNamed(options.files.front(), [&] { return openSource(options, memory); });
-  const SheetContent content = contentOf(options, *source);
-  SheetLayout layout;
+  zr::SheetContent content = contentOf(options, *source);
+  std::optional<Progress> progress;
+  content.tileDrawn = [&](std::size_t, std::size_t of) {
+    if (!progress) {
+      progress.emplace("drawing", of);
+    }
+    progress->advance();
+  };
+  zr::SheetLayout layout;
   // Of several files each tells its own failures.
-  const Picture sheet = options.files.size() > 1
-                            ? drawContactSheet(*source, content, layout)
-                            : withFileNamed(options.files.front(), [&] {
-                                return drawContactSheet(*source, content, layout);
-                              });
-  writePng(options.output, inputs, sheet.view());
+  const zr::Picture sheet = options.files.size() > 1
+                                ? zr::drawContactSheet(*source, content, layout)
+                                : withFileNamed(options.files.front(), [&] {
+                                    return zr::drawContactSheet(*source, content, layout);
+                                  });
+  progress.reset();
+  zr::writePng(options.output, inputs, sheet.view());
+  complainOfAll(options.files.front(), source->takeRemarks());
   if (content.display && !content.display->remark().empty()) {
     complain(options.files.front() + ": " + content.display->remark());
   }
@@ -202,15 +215,15 @@ VerbAction configureSheet(CLI::App& command) {
       ->required();
   command.add_option("-o,--output", options->output, "The picture to write")
       ->type_name("PNG")
-      ->check(checkPngName)
+      ->check(zr::checkPngName)
       ->required();
   command.add_option("--window", options->window, "Show these modality values")->type_name("C,W");
   command.add_option("--columns", options->columns, "Draw so many frames side by side")
       ->type_name("N")
-      ->check(CLI::Range(std::size_t{1}, SheetLayout::kMostColumns));
+      ->check(CLI::Range(std::size_t{1}, zr::SheetLayout::kMostColumns));
   command.add_flag("--json", options->json, "Describe on stdout what was drawn, and where");
   command.footer(kFooter);
-  return [options](const MemoryBudget& memory) { return writeSheet(*options, memory); };
+  return [options](const zr::MemoryBudget& memory) { return writeSheet(*options, memory); };
 }
 
 }  // namespace zrdcm

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // zrdcm sort: the files of a series in order, and copies of them numbered in that order.
 #include "ExitStatus.h"
-#include "Failure.h"
 #include "Messages.h"
-#include "OutputFile.h"
 #include "Progress.h"
-#include "ProtectedInputs.h"
-#include "SeriesCopy.h"
-#include "SeriesOrder.h"
+#include "UsageError.h"
 #include "Verb.h"
+#include "zrimaging/Failure.h"
+#include "zrimaging/output/OutputFile.h"
+#include "zrimaging/output/ProtectedInputs.h"
+#include "zrimaging/series/SeriesCopy.h"
+#include "zrimaging/series/SeriesOrder.h"
 
 #include <zrdcmexport/ExDCM.h>
 
@@ -63,7 +64,7 @@ struct SortOptions {
 
 /// The files that could be read; the others are complained of.
 struct ReadSeries {
-  std::vector<SeriesImage> images;
+  std::vector<zr::SeriesImage> images;
   int status = kDone;
 };
 
@@ -88,50 +89,58 @@ ReadSeries readSeries(const std::vector<std::string>& files) {
   return series;
 }
 
-void writeCopies(const std::vector<SeriesImage>& images, const fs::path& folder,
-                 const ProtectedInputs& inputs) {
+void writeCopies(const std::vector<zr::SeriesImage>& images, const fs::path& folder,
+                 const zr::ProtectedInputs& inputs) {
   const std::size_t count = images.size();
   for (std::size_t i = 0; i < count; ++i) {
-    inputs.refuseToReplace(copyPath(folder, i + 1, count));
+    inputs.refuseToReplace(zr::copyPath(folder, i + 1, count));
   }
-  createFolder(folder);
+  zr::createFolder(folder);
   Progress progress("copying", count);
   for (std::size_t i = 0; i < count; ++i) {
-    copyRenumbered(images[i].path(), i + 1, copyPath(folder, i + 1, count), inputs);
+    zr::copyRenumbered(images[i].path(), i + 1, zr::copyPath(folder, i + 1, count), inputs);
     progress.advance();
   }
 }
 
-Json report(const std::vector<SeriesImage>& images, const SortOptions& options,
-            const OrderSwitches& switches) {
+Json report(const std::vector<zr::SeriesImage>& images, const SortOptions& options,
+            const zr::OrderSwitches& switches) {
   Json list = Json::array();
   for (std::size_t i = 0; i < images.size(); ++i) {
     const std::optional<std::string> criterion =
-        i > 0 ? decidingCriterion(images[i - 1], images[i], switches) : std::nullopt;
+        i > 0 ? zr::decidingCriterion(images[i - 1], images[i], switches) : std::nullopt;
     Json entry = {{"file", images[i].path().string()},
                   {"decidedBy", criterion ? Json(*criterion) : Json(nullptr)}};
     if (!options.copyFolder.empty()) {
-      entry["copy"] = copyPath(options.copyFolder, i + 1, images.size()).string();
+      entry["copy"] = zr::copyPath(options.copyFolder, i + 1, images.size()).string();
     }
     list.push_back(std::move(entry));
   }
   return list;
 }
 
+zr::OrderSwitches switchesOf(const SortOptions& options) {
+  try {
+    return zr::parseOrderSwitches(options.by);
+  } catch (const zr::Failure& failure) {
+    throw UsageError(failure.what());
+  }
+}
+
 int sortFiles(const SortOptions& options) {
-  const OrderSwitches switches = parseOrderSwitches(options.by);
+  const zr::OrderSwitches switches = switchesOf(options);
   // Before the files are read: implicit ones take the VRs of private criteria from the dictionary.
   ExDCM::registerPrivateDicomTags();
   ReadSeries series = readSeries(options.files);
-  sortSeries(series.images, switches);
+  zr::sortSeries(series.images, switches);
   if (!options.copyFolder.empty()) {
     // Those too that could not be read: nothing has been copied of them.
-    writeCopies(series.images, options.copyFolder, ProtectedInputs(options.files));
+    writeCopies(series.images, options.copyFolder, zr::ProtectedInputs(options.files));
   }
   if (options.json) {
     sayJson(report(series.images, options, switches));
   } else {
-    for (const SeriesImage& image : series.images) {
+    for (const zr::SeriesImage& image : series.images) {
       say(image.path().string());
     }
   }
@@ -154,7 +163,7 @@ VerbAction configureSort(CLI::App& command) {
       ->type_name("DIR");
   command.add_flag("--json", options->json, "Print an array of objects, one a file");
   command.footer(kFooter);
-  return [options](const MemoryBudget&) { return sortFiles(*options); };
+  return [options](const zr::MemoryBudget&) { return sortFiles(*options); };
 }
 
 }  // namespace zrdcm

@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // zrdcm split: a multi-frame file as volumes. The manifest is what makes the folder complete, so an
 // older one goes away before the first volume is written and the new one comes last.
-#include "ArrayWriters.h"
-#include "ContactSheet.h"
 #include "ExitStatus.h"
-#include "Failure.h"
 #include "FileNamed.h"
-#include "FrameAttributes.h"
-#include "FrameSource.h"
 #include "FrameValues.h"
 #include "Messages.h"
 #include "Numbers.h"
-#include "OutputFile.h"
-#include "PngWriter.h"
 #include "Progress.h"
-#include "ProtectedInputs.h"
 #include "Verb.h"
-#include "VolumeHeader.h"
 #include "WindowOption.h"
+#include "zrimaging/Failure.h"
+#include "zrimaging/formats/ArrayWriters.h"
+#include "zrimaging/formats/PngWriter.h"
+#include "zrimaging/formats/VolumeHeader.h"
+#include "zrimaging/images/FrameAttributes.h"
+#include "zrimaging/images/FrameSource.h"
+#include "zrimaging/output/OutputFile.h"
+#include "zrimaging/output/ProtectedInputs.h"
+#include "zrimaging/pictures/ContactSheet.h"
 
 #include <zrdcmexport/ZrFrameOrder.h>
 
@@ -49,7 +49,7 @@ its slices in order and volume-NNN.png with all of them side by side, and then m
 frame (0-based) each slice is and at which byte it starts in the samples of the whole file, as
 zrdcm decode FILE -o OUT.raw writes them. Gated data gives a volume for every time slot and R-R
 interval. Slices stay in the order that the dataset gives; "reversed" in the manifest says that they
-run against the volume's direction. Colour frames are not split: they are kept together as one volume.
+run against the volume's direction. zr::Colour frames are not split: they are kept together as one volume.
 
 Examples:
   zrdcm split gated-spect.dcm -o volumes
@@ -67,18 +67,18 @@ struct SplitOptions {
 
 /// A file whose frames are ready to be written as volumes.
 struct SplitImage {
-  FrameSource source;
+  zr::FrameSource source;
   /// The frames once more, without a table that is not meant for display; null where `source` shows them.
-  std::unique_ptr<FrameSource> withoutTable;
+  std::unique_ptr<zr::FrameSource> withoutTable;
   Zrg::FrameIncrement increment;
   Zrg::FrameOrder order;
   std::string reasonToKeepWhole;  ///< empty when the frames are split
-  ImageFrames attributes;
-  SheetContent allFrames;  ///< how the frames are shown
+  zr::ImageFrames attributes;
+  zr::SheetContent allFrames;  ///< how the frames are shown
 
-  SplitImage(std::unique_ptr<DicomFile> file, const MemoryBudget& memory)
+  SplitImage(std::unique_ptr<zr::DicomFile> file, const zr::MemoryBudget& memory)
       : source(std::move(file), memory) {}
-  FrameSource& shown() { return withoutTable ? *withoutTable : source; }
+  zr::FrameSource& shown() { return withoutTable ? *withoutTable : source; }
   bool whole() const { return !reasonToKeepWhole.empty(); }
   bool gated() const { return order.rrIntervals != 0; }
   std::size_t timeSlot(std::size_t volume) const { return volume / order.rrIntervals; }
@@ -87,24 +87,27 @@ struct SplitImage {
 };
 
 // Volumes hold the values of a table that sheets leave out, so such a file is decoded for each.
-void decideHowToShow(SplitImage& split, const SplitOptions& options, const MemoryBudget& memory) {
-  ImageFrames attributes = split.attributes;
+void decideHowToShow(SplitImage& split, const SplitOptions& options,
+                     const zr::MemoryBudget& memory) {
+  zr::ImageFrames attributes = split.attributes;
   if (attributes.tableKeptOutOfDisplay) {
-    split.withoutTable = std::make_unique<FrameSource>(openForDisplay(options.file), memory);
-    attributes = readFrameAttributes(split.shown().image().file->dataset(), split.shown().count());
+    split.withoutTable =
+        std::make_unique<zr::FrameSource>(zr::openForDisplay(options.file), memory);
+    attributes =
+        zr::readFrameAttributes(split.shown().image().file->dataset(), split.shown().count());
   }
-  split.allFrames = allFrames(split.shown(), attributes, windowFromOption(options.window));
+  split.allFrames = zr::allFrames(split.shown(), attributes, windowFromOption(options.window));
 }
 
-std::unique_ptr<SplitImage> openSplit(const SplitOptions& options, const MemoryBudget& memory) {
-  auto file = std::make_unique<DicomFile>(options.file);
+std::unique_ptr<SplitImage> openSplit(const SplitOptions& options, const zr::MemoryBudget& memory) {
+  auto file = std::make_unique<zr::DicomFile>(options.file);
   // Before the samples are decoded, which may rewrite attributes and costs more.
   Zrg::FrameIncrement increment = Zrg::readFrameIncrement(file->dataset());
   Zrg::FrameOrder order;
   std::string reason;
   if (!Zrg::readFrameOrder(file->dataset(), order, reason) &&
       reason != Zrg::kColourFramesStayTogether) {
-    throw Failure("cannot be split: " + reason);
+    throw zr::Failure("cannot be split: " + reason);
   }
   auto split = std::make_unique<SplitImage>(std::move(file), memory);
   split->increment = std::move(increment);
@@ -115,7 +118,7 @@ std::unique_ptr<SplitImage> openSplit(const SplitOptions& options, const MemoryB
     std::iota(frames.begin(), frames.end(), 0U);
     split->order.volumes = {frames};
   }
-  split->attributes = readFrameAttributes(split->dataset(), split->source.count());
+  split->attributes = zr::readFrameAttributes(split->dataset(), split->source.count());
   decideHowToShow(*split, options, memory);
   return split;
 }
@@ -133,25 +136,26 @@ std::string stemOf(std::size_t volume) {
 }
 
 void writeVolume(const SplitOptions& options, SplitImage& split, std::size_t volume,
-                 const fs::path& target, const ProtectedInputs& inputs) {
+                 const fs::path& target, const zr::ProtectedInputs& inputs) {
   const std::vector<unsigned>& frames = split.order.volumes[volume];
-  SampleArray layout = split.source.image().samples;
+  zr::SampleArray layout = split.source.image().samples;
   layout.frames = frames.size();
-  const FrameAt frameAt = [&](std::size_t index) {
+  const zr::FrameAt frameAt = [&](std::size_t index) {
     return withFileNamed(options.file, [&] { return split.source.frame(frames[index]); });
   };
   if (options.format == "npy") {
-    writeNpy(target, inputs, layout, frameAt);
+    zr::writeNpy(target, inputs, layout, frameAt);
   } else {
-    writeNrrd(target, inputs, layout,
-              nrrdHeaderOf(split.source.image(), split.attributes, numbersOf(split, volume)),
-              frameAt);
+    zr::writeNrrd(
+        target, inputs, layout,
+        zr::nrrdHeaderOf(split.source.image(), split.attributes, numbersOf(split, volume)),
+        frameAt);
   }
 }
 
 void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_t volume,
-                      const fs::path& target, const ProtectedInputs& inputs) {
-  SheetContent content = split.allFrames;
+                      const fs::path& target, const zr::ProtectedInputs& inputs) {
+  zr::SheetContent content = split.allFrames;
   if (!split.whole()) {
     content.title += " - volume " + std::to_string(volume);
   }
@@ -161,11 +165,10 @@ void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_
   }
   content.frames = numbersOf(split, volume);
   content.inVolume = !split.whole();
-  content.quiet = true;
-  SheetLayout layout;
-  const Picture sheet =
-      withFileNamed(options.file, [&] { return drawContactSheet(split.shown(), content, layout); });
-  writePng(target, inputs, sheet.view());
+  zr::SheetLayout layout;
+  const zr::Picture sheet = withFileNamed(
+      options.file, [&] { return zr::drawContactSheet(split.shown(), content, layout); });
+  zr::writePng(target, inputs, sheet.view());
 }
 
 Json slicesOf(const SplitImage& split, std::size_t volume) {
@@ -203,7 +206,8 @@ std::optional<double> sliceSpacingMm(const SplitImage& split) {
     if (split.order.volumes[volume].empty()) {
       continue;
     }
-    const std::optional<double> own = frameSpacingMm(split.attributes, numbersOf(split, volume));
+    const std::optional<double> own =
+        zr::frameSpacingMm(split.attributes, numbersOf(split, volume));
     if (any && own != spacing) {
       return std::nullopt;
     }
@@ -215,11 +219,11 @@ std::optional<double> sliceSpacingMm(const SplitImage& split) {
 
 // What the dataset says about the frames, by their numbers in the file.
 void addValues(Json& manifest, const SplitImage& split) {
-  const DecodedImage& image = split.source.image();
+  const zr::DecodedImage& image = split.source.image();
   std::vector<FrameValue> values = frameValues(split.attributes);
   values.push_back({"modality", [&](std::size_t number) {
                       return image.monochrome
-                                 ? jsonLine(lineOfSamples(image, split.attributes, number))
+                                 ? jsonLine(zr::lineOfSamples(image, split.attributes, number))
                                  : Json(nullptr);
                     }});
   std::vector<std::size_t> numbers(split.source.count());
@@ -228,7 +232,7 @@ void addValues(Json& manifest, const SplitImage& split) {
 }
 
 Json manifestOf(const SplitOptions& options, const SplitImage& split) {
-  const DecodedImage& image = split.source.image();
+  const zr::DecodedImage& image = split.source.image();
   const char* const meaning = split.increment.meaning;
   Json volumes = Json::array();
   for (std::size_t volume = 0; volume < split.order.volumes.size(); ++volume) {
@@ -246,7 +250,7 @@ Json manifestOf(const SplitOptions& options, const SplitImage& split) {
                    {"rows", image.samples.rows},
                    {"frames", split.source.count()},
                    {"samplesPerPixel", image.samples.channels},
-                   {"type", typeName(image.samples.type)},
+                   {"type", zr::typeName(image.samples.type)},
                    {"sampleOffset", jsonNumber(image.slice.sampleOffset)},
                    {"sliceSpacing", jsonOrNull(sliceSpacingMm(split))}};
   addValues(manifest, split);
@@ -260,11 +264,11 @@ void removeOlder(const fs::path& manifest) {
   std::error_code error;
   fs::remove(manifest, error);
   if (error) {
-    throw Failure("cannot replace " + manifest.string() + ": " + error.message());
+    throw zr::Failure("cannot replace " + manifest.string() + ": " + error.message());
   }
 }
 
-void refuseToReplaceInputs(const ProtectedInputs& inputs, const fs::path& folder,
+void refuseToReplaceInputs(const zr::ProtectedInputs& inputs, const fs::path& folder,
                            const Json& volumes) {
   inputs.refuseToReplace(folder / kManifest);
   for (const Json& entry : volumes) {
@@ -281,9 +285,9 @@ void writeAll(const SplitOptions& options, SplitImage& split, const Json& manife
   const fs::path folder(options.folder);
   const fs::path manifestPath = folder / kManifest;
   const Json& volumes = manifest["volumes"];
-  const ProtectedInputs inputs({options.file});
+  const zr::ProtectedInputs inputs({options.file});
   refuseToReplaceInputs(inputs, folder, volumes);
-  createFolder(folder);
+  zr::createFolder(folder);
   removeOlder(manifestPath);
   Progress progress("writing", volumes.size());
   for (std::size_t volume = 0; volume < volumes.size(); ++volume) {
@@ -294,7 +298,7 @@ void writeAll(const SplitOptions& options, SplitImage& split, const Json& manife
     }
     progress.advance();
   }
-  OutputFile file(manifestPath, inputs);
+  zr::OutputFile file(manifestPath, inputs);
   file.write(jsonText(manifest) + "\n");
   file.commit();
 }
@@ -311,11 +315,12 @@ void listFiles(const SplitOptions& options, const Json& manifest) {
   say((folder / kManifest).string());
 }
 
-int writeSplit(const SplitOptions& options, const MemoryBudget& memory) {
+int writeSplit(const SplitOptions& options, const zr::MemoryBudget& memory) {
   (void)windowFromOption(options.window);  // wrong usage shows before any work is done
   const auto split = withFileNamed(options.file, [&] { return openSplit(options, memory); });
   const Json manifest = manifestOf(options, *split);
   writeAll(options, *split, manifest);
+  complainOfAll(options.file, split->source.takeRemarks());
   if (split->whole()) {
     complain(options.file + ": kept whole: " + split->reasonToKeepWhole);
   }
@@ -346,7 +351,7 @@ VerbAction configureSplit(CLI::App& command) {
       ->type_name("C,W");
   command.add_flag("--json", options->json, "Print the manifest on stdout");
   command.footer(kFooter);
-  return [options](const MemoryBudget& memory) { return writeSplit(*options, memory); };
+  return [options](const zr::MemoryBudget& memory) { return writeSplit(*options, memory); };
 }
 
 }  // namespace zrdcm

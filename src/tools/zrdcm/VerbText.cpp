@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // zrdcm text: the value of one element as the library renders it.
-#include "CharacterSet.h"
-#include "DicomFile.h"
 #include "ExitStatus.h"
-#include "Failure.h"
 #include "FileNamed.h"
 #include "Messages.h"
+#include "UsageError.h"
 #include "Verb.h"
+#include "zrimaging/Failure.h"
+#include "zrimaging/files/DicomFile.h"
+#include "zrimaging/texts/CharacterSet.h"
 
 #include <zrdcmexport/ExDCM.h>
 
@@ -151,7 +152,7 @@ DcmElement* findPrivateElement(DcmItem& item, const WantedElement& wanted) {
   constexpr Uint16 kFirstBlock = 0x10;
   constexpr Uint16 kLastBlock = 0xff;
   for (Uint16 block = kFirstBlock; block <= kLastBlock; ++block) {
-    if (textOf(item, DcmTagKey(wanted.key.getGroup(), block)) != wanted.creator) {
+    if (zr::textOf(item, DcmTagKey(wanted.key.getGroup(), block)) != wanted.creator) {
       continue;
     }
     const auto number = static_cast<Uint16>(0x100U * block + (wanted.key.getElement() & 0xFFU));
@@ -169,17 +170,17 @@ struct Rendering {
   std::string name;
   std::string vr;
   std::optional<std::string> creator;
-  Utf8Text text;
+  zr::Utf8Text text;
 };
 
 [[noreturn]] void refuse(const TextOptions& options, const Rendering& rendering,
                          const std::string& reason) {
-  throw Failure(options.file + ": " + rendering.tag + " " + rendering.name + " (" + rendering.vr +
-                ") " + reason);
+  throw zr::Failure(options.file + ": " + rendering.tag + " " + rendering.name + " (" +
+                    rendering.vr + ") " + reason);
 }
 
-Utf8Text renderBinary(DcmItem& item, DcmOtherByteOtherWord& element, const TextOptions& options,
-                      const Rendering& rendering) {
+zr::Utf8Text renderBinary(DcmItem& item, DcmOtherByteOtherWord& element, const TextOptions& options,
+                          const Rendering& rendering) {
   std::string text;
   if (!options.valueType.empty()) {
     if (!ExDCM::getOFStringFromOBOW(&element, kValueTypes.at(options.valueType), text)) {
@@ -194,15 +195,15 @@ Utf8Text renderBinary(DcmItem& item, DcmOtherByteOtherWord& element, const TextO
   if (!ExDCM::getOFStringFromUN(&element, text)) {
     refuse(options, rendering, "has no text form");
   }
-  return CharacterSet::of(item).decode(text, element.getTag().getEVR());
+  return zr::CharacterSet::of(item).decode(text, element.getTag().getEVR());
 }
 
-Utf8Text renderTyped(DcmItem& item, DcmElement& element, const TextOptions& options,
-                     const Rendering& rendering) {
+zr::Utf8Text renderTyped(DcmItem& item, DcmElement& element, const TextOptions& options,
+                         const Rendering& rendering) {
   if (!options.valueType.empty()) {
     refuse(options, rendering, "is no OW value, to which --as belongs");
   }
-  const std::optional<Utf8Text> text = utf8Of(item, element);
+  const std::optional<zr::Utf8Text> text = zr::utf8Of(item, element);
   if (!text) {
     refuse(options, rendering, "has no text form");
   }
@@ -214,13 +215,13 @@ std::optional<std::string> creatorOf(DcmItem& item, const DcmTag& tag) {
   if (creator == nullptr) {
     return std::nullopt;
   }
-  return CharacterSet::of(item).decode(creator, EVR_LO).joined();
+  return zr::CharacterSet::of(item).decode(creator, EVR_LO).joined();
 }
 
 Rendering render(DcmItem& item, DcmElement& element, const TextOptions& options) {
   DcmTag tag = element.getTag();
   Rendering rendering{tag.toString(), tag.getTagName(), tag.getVRName(), creatorOf(item, tag),
-                      Utf8Text()};
+                      zr::Utf8Text()};
   auto* const binary = dynamic_cast<DcmOtherByteOtherWord*>(&element);
   rendering.text = binary != nullptr ? renderBinary(item, *binary, options, rendering)
                                      : renderTyped(item, element, options, rendering);
@@ -245,11 +246,12 @@ int showText(const TextOptions& options) {
   // Before the file is read: implicit files take their VRs from the dictionary while they are read.
   ExDCM::registerPrivateDicomTags();
   const WantedElement wanted = parseTag(options.tag);
-  const DicomFile file = withFileNamed(options.file, [&] { return DicomFile(options.file); });
+  const zr::DicomFile file =
+      withFileNamed(options.file, [&] { return zr::DicomFile(options.file); });
   DcmElement* const element = wanted.creator.empty() ? findElement(file.dataset(), wanted.key)
                                                      : findPrivateElement(file.dataset(), wanted);
   if (element == nullptr) {
-    throw Failure(options.file + ": has no element " + options.tag);
+    throw zr::Failure(options.file + ": has no element " + options.tag);
   }
   print(options, render(file.dataset(), *element, options));
   return kDone;
@@ -268,7 +270,7 @@ VerbAction configureText(CLI::App& command) {
       ->check(CLI::IsMember({"u16", "s16", "f32", "f64", "s32"}).description(""));
   command.add_flag("--json", options->json, "Print an object with tag, VR and text");
   command.footer(kFooter);
-  return [options](const MemoryBudget&) { return showText(*options); };
+  return [options](const zr::MemoryBudget&) { return showText(*options); };
 }
 
 }  // namespace zrdcm

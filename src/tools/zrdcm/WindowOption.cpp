@@ -2,7 +2,8 @@
 // The window as the user types it.
 #include "WindowOption.h"
 
-#include "Failure.h"
+#include "UsageError.h"
+#include "zrimaging/Failure.h"
 
 #include <charconv>
 #include <cmath>
@@ -23,7 +24,7 @@ std::optional<double> parseNumber(const std::string& text) {
 
 }  // namespace
 
-std::optional<Window> windowFromOption(const std::string& text) {
+std::optional<zr::Window> windowFromOption(const std::string& text) {
   if (text.empty()) {
     return std::nullopt;
   }
@@ -34,7 +35,8 @@ std::optional<Window> windowFromOption(const std::string& text) {
   if (!centre || !width || *width <= 0) {
     throw UsageError("--window wants CENTRE,WIDTH with a width above 0: " + text);
   }
-  return Window{*centre, *width, *width <= 1 ? VoiFunction::kLinearExact : VoiFunction::kLinear};
+  return zr::Window{*centre, *width,
+                    *width <= 1 ? zr::VoiFunction::kLinearExact : zr::VoiFunction::kLinear};
 }
 
 }  // namespace zrdcm

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "Rendering.h"
+#include "UsageError.h"
+#include "zrimaging/pictures/Rendering.h"
 
 #include <optional>
 #include <string>
@@ -10,6 +11,6 @@ namespace zrdcm {
 
 /// Reads the value of `--window`, CENTRE,WIDTH in modality values; nothing when it is empty.
 /// @throws UsageError when it is something else.
-std::optional<Window> windowFromOption(const std::string& text);
+std::optional<zr::Window> windowFromOption(const std::string& text);
 
 }  // namespace zrdcm

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "CommandLine.h"
-#include "Leftovers.h"
-#include "StandardOutput.h"
+#include "zrimaging/output/Leftovers.h"
+#include "zrimaging/output/StandardOutput.h"
 
 #include <csignal>
 
 int main(int argc, char** argv) {
-  zrdcm::occupyStandardDescriptors();
+  zr::occupyStandardDescriptors();
   // A file-size limit and a closed pipe show as failed writes: reported like a full disk, or the end
   // of the work.
   (void)std::signal(SIGXFSZ, SIG_IGN);
   (void)std::signal(SIGPIPE, SIG_IGN);
-  zrdcm::removeLeftoversOnSignals();
+  zr::removeLeftoversOnSignals();
   return zrdcm::runCommandLine(argc, argv);
 }

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "zrimaging/Failure.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/ofstd/ofcond.h"
+
+#include <string>
+
+namespace zr {
+
+/// Goes on only when DCMTK did what it was asked for.
+/// @param what how that is called behind "cannot": "set InstanceNumber"
+/// @throws Failure "cannot WHAT: reason"
+inline void require(const OFCondition& condition, const std::string& what) {
+  if (condition.bad()) {
+    throw Failure("cannot " + what + ": " + condition.text());
+  }
+}
+
+}  // namespace zr

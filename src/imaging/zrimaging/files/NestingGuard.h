@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctagkey.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace zr {
+
+/// Sequences inside sequences that we are willing to read. Real objects nest below ten.
+constexpr std::size_t kDeepestNesting = 64;
+
+/// The sequence that is one too many.
+struct TooDeepSequence {
+  DcmTagKey tag;
+  /// Where its items begin, in bytes from the beginning of the meta information or of the dataset;
+  /// a deflated dataset is counted as it is inflated.
+  std::uint64_t position = 0;
+  /// 1 for a sequence of the dataset itself.
+  std::size_t level = 0;
+};
+
+/// What the headers of the elements tell before anything is built of them.
+struct HeaderScan {
+  /// Set when sequences nest deeper than allowed; the rest of the file was not looked at then. DCMTK
+  /// reads nested sequences by recursion, so a small file made for it exhausts the stack.
+  std::optional<TooDeepSequence> tooDeep;
+  /// The most sequences that were open at a time. Encapsulated pixel data is none.
+  std::size_t deepest = 0;
+  /// Headers that were read: of elements, items and delimiters.
+  std::uint64_t headers = 0;
+  /// The meta information begins with an element that cannot be read. What DCMTK makes of the rest is not
+  /// foreseen; the rest was not looked at.
+  bool isDamagedMeta = false;
+  /// The first element that is longer than the rest of the file, and how long it claims to be; empty
+  /// when there is none.
+  std::string overlong;
+};
+
+/// Looks at the headers of a DICOM file as `DcmFileFormat::loadFile` reads them when it is told no
+/// transfer syntax and DCMTK's switches for the parser are as they are by default: with or without
+/// preamble and meta information, in any transfer syntax, deflated ones too. Takes constant stack, and
+/// time and memory that grow no faster than the file. Where DCMTK would stop it stops, and leaves the
+/// complaint to the real reader; so it does when the file cannot be opened.
+HeaderScan scanHeaders(const std::filesystem::path& file,
+                       std::size_t deepestAllowed = kDeepestNesting);
+/// The same for a file in memory.
+HeaderScan scanHeaders(std::span<const unsigned char> file,
+                       std::size_t deepestAllowed = kDeepestNesting);
+
+}  // namespace zr

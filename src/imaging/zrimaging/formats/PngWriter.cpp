@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// PNG through libpng. The picture is encoded into memory first, so that libpng's error handling
+// (longjmp) never crosses a C++ object.
+#include "zrimaging/formats/PngWriter.h"
+
+#include "zrimaging/Failure.h"
+#include "zrimaging/output/OutputFile.h"
+
+#include <png.h>
+
+#include <bit>
+#include <csetjmp>
+#include <new>
+#include <string>
+#include <vector>
+
+namespace zr {
+
+namespace {
+
+struct Encoder {
+  std::vector<unsigned char> bytes;
+  std::string error;
+};
+
+void appendBytes(png_structp png, png_bytep bytes, png_size_t count) {
+  auto* encoder = static_cast<Encoder*>(png_get_io_ptr(png));
+  try {
+    encoder->bytes.insert(encoder->bytes.end(), bytes, bytes + count);
+  } catch (const std::bad_alloc&) {
+    png_error(png, "out of memory");  // an exception must not pass through C code
+  }
+}
+
+void flushNothing(png_structp) {}
+
+void keepError(png_structp png, png_const_charp message) {
+  static_cast<Encoder*>(png_get_error_ptr(png))->error = message;
+  longjmp(png_jmpbuf(png), 1);
+}
+
+void ignoreWarning(png_structp, png_const_charp) {}
+
+// Holds nothing that needs destruction: libpng leaves it by longjmp on errors.
+bool encode(png_structp png, png_infop info, const SampleArray& frame, png_bytepp rows) {
+  if (setjmp(png_jmpbuf(png)) != 0) {  // NOLINT(cert-err52-cpp): libpng's only way to fail
+    return false;
+  }
+  const bool twoBytes = bytesOf(frame.type) == 2;
+  png_set_IHDR(png, info, static_cast<png_uint_32>(frame.columns),
+               static_cast<png_uint_32>(frame.rows), twoBytes ? 16 : 8,
+               frame.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
+               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  png_write_info(png, info);
+  if (twoBytes && std::endian::native == std::endian::little) {
+    png_set_swap(png);  // PNG is big endian
+  }
+  png_write_image(png, rows);
+  png_write_end(png, info);
+  return true;
+}
+
+std::vector<png_bytep> rowPointers(const SampleArray& frame) {
+  std::vector<png_bytep> rows(frame.rows);
+  const std::size_t rowBytes = frame.columns * frame.channels * bytesOf(frame.type);
+  for (std::size_t y = 0; y < frame.rows; ++y) {
+    // libpng takes rows as not const, and only reads them.
+    rows[y] = const_cast<png_bytep>(frame.bytes + y * rowBytes);
+  }
+  return rows;
+}
+
+}  // namespace
+
+void writePng(const std::filesystem::path& target, const ProtectedInputs& inputs,
+              const SampleArray& frame) {
+  OutputFile file(target, inputs);
+  Encoder encoder;
+  std::vector<png_bytep> rows = rowPointers(frame);
+  png_structp png =
+      png_create_write_struct(PNG_LIBPNG_VER_STRING, &encoder, keepError, ignoreWarning);
+  png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
+  if (info == nullptr) {
+    png_destroy_write_struct(&png, &info);
+    throw std::bad_alloc();
+  }
+  png_set_write_fn(png, &encoder, appendBytes, flushNothing);
+  const bool encoded = encode(png, info, frame, rows.data());
+  png_destroy_write_struct(&png, &info);
+  if (!encoded) {
+    throw Failure("cannot make " + target.string() + ": " + encoder.error);
+  }
+  file.write(encoder.bytes.data(), encoder.bytes.size());
+  file.commit();
+}
+
+std::string checkPngName(const std::string& name) {
+  const std::string ending = std::filesystem::path(name).extension().string();
+  return ending == ".png" || ending == ".PNG" ? "" : name + " does not end in .png";
+}
+
+}  // namespace zr

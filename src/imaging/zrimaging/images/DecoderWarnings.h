@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace zr {
+
+/// Listens to DCMTK's JPEG decoders while the rest of DCMTK's log is off. They warn where coded data is
+/// damaged or ends early, make up the samples that are missing, and answer with success: who looks at the
+/// picture has to know. Called once, when the program starts.
+void collectDecoderWarnings();
+
+/// One go at decoding: what the decoders warn of from when it is made.
+class DecoderWatch {
+public:
+  /// Forgets what came before, which was said or belongs to a file that failed.
+  DecoderWatch();
+
+  /// What the decoders said, as remarks on the file, each once a file; nothing when they were content or
+  /// nobody listens to them.
+  std::vector<std::string> remarks(const std::filesystem::path& file) const;
+};
+
+}  // namespace zr

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <string>
+
+class DcmItem;
+
+namespace zr {
+
+class DicomFile;
+
+/// A transfer syntax as the file states it.
+struct TransferSyntaxName {
+  std::string uid;   ///< (0002,0010); without meta information what the dataset was read as
+  std::string name;  ///< empty when it is not known here
+};
+
+/// The syntax that a file is stored in by its own UID, also where DCMTK does not know it and takes
+/// the file for another one.
+TransferSyntaxName transferSyntaxOf(const DicomFile& file);
+
+/// What an object is that has no pixels and needs none: "a radiotherapy plan", "a structured report".
+/// Empty for an object with pixels, for an image that lacks them, and where no SOP Class UID tells.
+std::string describeWithoutPixels(DcmItem& dataset);
+
+/// Why the image of a file does not decode, in one line: what the object is, what is not there or not
+/// known, and what would help. `message` is what the library said of it, which comes back where nothing
+/// better is found. The file may have been decoded in part.
+std::string whyNotDecoded(const DicomFile& file, const std::string& message);
+
+/// Refuses pixels of one bit, which the slice decoder hands out as they are packed.
+/// @throws Failure with the reason.
+void refusePackedPixels(const DicomFile& file);
+
+}  // namespace zr

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// The text form of frame ranges.
+#include "zrimaging/images/FrameRange.h"
+
+#include <charconv>
+#include <system_error>
+
+namespace zr {
+
+namespace {
+
+// Digits only: from_chars would take a sign.
+std::optional<std::size_t> parseIndex(const std::string& text) {
+  std::size_t value = 0;
+  const char* end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, value);
+  if (error != std::errc{} || rest != end) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+}  // namespace
+
+std::optional<FrameRange> parseFrameRange(const std::string& text) {
+  const std::size_t dash = text.find('-');
+  const std::optional<std::size_t> first = parseIndex(text.substr(0, dash));
+  const std::optional<std::size_t> last =
+      dash == std::string::npos ? first : parseIndex(text.substr(dash + 1));
+  if (!first || !last || *last < *first) {
+    return std::nullopt;
+  }
+  return FrameRange{*first, *last};
+}
+
+}  // namespace zr

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace zr {
+
+/// Type of one sample in a file that we write.
+enum class SampleType : std::uint8_t { kU8, kS8, kU16, kS16 };
+
+inline std::size_t bytesOf(SampleType type) {
+  return type == SampleType::kU8 || type == SampleType::kS8 ? 1 : 2;
+}
+
+inline bool isSigned(SampleType type) {
+  return type == SampleType::kS8 || type == SampleType::kS16;
+}
+
+/// Samples that somebody else owns: frames x rows x columns x channels, contiguous, in the byte
+/// order of this machine, row by row from the top, the channels of a pixel adjacent.
+struct SampleArray {
+  const unsigned char* bytes = nullptr;
+  SampleType type = SampleType::kU8;
+  std::size_t frames = 0;
+  std::size_t rows = 0;
+  std::size_t columns = 0;
+  std::size_t channels = 1;  ///< 1 gray, 3 RGB
+
+  std::size_t frameBytes() const { return rows * columns * channels * bytesOf(type); }
+  std::size_t byteCount() const { return frames * frameBytes(); }
+
+  /// The bits of sample `index`, counted over all frames; a signed one keeps its bits too.
+  std::uint16_t sample(std::size_t index) const {
+    if (bytesOf(type) == 1) {
+      return bytes[index];
+    }
+    std::uint16_t value = 0;
+    std::memcpy(&value, bytes + 2 * index, sizeof value);
+    return value;
+  }
+
+  /// Frame `index` alone.
+  SampleArray frame(std::size_t index) const {
+    SampleArray one = *this;
+    one.bytes = bytes + index * frameBytes();
+    one.frames = 1;
+    return one;
+  }
+};
+
+/// An image of one frame that owns its samples: gray or RGB, 8 bits.
+struct Picture {
+  std::size_t rows = 0;
+  std::size_t columns = 0;
+  std::size_t channels = 1;  ///< 1 gray, 3 RGB
+  std::vector<unsigned char> samples;
+
+  SampleArray view() const { return {samples.data(), SampleType::kU8, 1, rows, columns, channels}; }
+};
+
+}  // namespace zr
