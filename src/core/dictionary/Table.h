@@ -2,10 +2,9 @@
 #pragma once
 
 #include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dctagkey.h"
 #include "dcmtk/dcmdata/dcvr.h"
 
-#include <array>
+#include <span>
 
 /// The private data elements that the library adds to a dictionary, in order of registration.
 ///
@@ -24,9 +23,9 @@ struct VendorEntry {
   const char* creator;
 };
 
-/// Own element, one of PrivateTag, with its full number (0x10xx).
+/// Own element, one of PrivateTag, with its full number (0x10xx) in PrivateTag::CreatorGroupZorlan.
 struct OwnEntry {
-  const DcmTagKey* key;
+  Uint16 element;
   DcmEVR vr;
   int vm;
   const char* name;
@@ -42,8 +41,8 @@ struct InternalEntry {
 /// Group of the internal elements, which the standard leaves unused.
 inline constexpr Uint16 kInternalGroup = 0x0006;
 
-extern const std::array<VendorEntry, 20> kVendorEntries;
-extern const std::array<OwnEntry, 41> kOwnEntries;
-extern const std::array<InternalEntry, 9> kInternalEntries;
+extern const std::span<const VendorEntry> kVendorEntries;
+extern const std::span<const OwnEntry> kOwnEntries;
+extern const std::span<const InternalEntry> kInternalEntries;
 
 }  // namespace ExDCM::Dictionary

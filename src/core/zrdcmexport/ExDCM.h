@@ -22,8 +22,9 @@ namespace ExDCM {
 /// Keys of this product's own data elements: group 0x0071, block 0x10, private creator "Zorlan"
 /// (PS3.5 7.8.1, Private Data Element Tags).
 ///
-/// The keys carry the full element number (0x10xx). They are filled when the library is loaded;
-/// static objects of other libraries must not read them while they are being initialised.
+/// The constants are the rows of <zrdcmexport/PrivateElements.def>, a table of names, element numbers,
+/// VRs and VMs. The keys carry the full element number (0x10xx). They are filled when the library is
+/// loaded; static objects of other libraries must not read them while they are being initialised.
 /// To put one of these elements into a dataset, use zorlanTag(), and write the private creator
 /// into (0071,0010).
 namespace PrivateTag {
@@ -33,59 +34,10 @@ ZRDCMEXPORT_API extern const char* const CreatorZorlan;
 /// Group of the private block, 0x0071.
 ZRDCMEXPORT_API extern const Uint16 CreatorGroupZorlan;
 
-// History and origin of an image.
-ZRDCMEXPORT_API extern const DcmTagKey QAHistory;               ///< (0071,1021) UT
-ZRDCMEXPORT_API extern const DcmTagKey ManualQATimestamp;       ///< (0071,1022) DT
-ZRDCMEXPORT_API extern const DcmTagKey OriginalSeriesNumber;    ///< (0071,1031) IS
-ZRDCMEXPORT_API extern const DcmTagKey OriginalInstanceNumber;  ///< (0071,1032) IS
-ZRDCMEXPORT_API extern const DcmTagKey OriginalFileFormat;      ///< (0071,1041) ST
-ZRDCMEXPORT_API extern const DcmTagKey OriginalFileSize;  ///< (0071,1042) ST, a number as text
-ZRDCMEXPORT_API extern const DcmTagKey OriginalFileData;  ///< (0071,1043) OB
-
-// Recorded audio.
-ZRDCMEXPORT_API extern const DcmTagKey AudioDataVersion;  ///< (0071,1051) ST
-ZRDCMEXPORT_API extern const DcmTagKey AudioData;         ///< (0071,1052) OB
-ZRDCMEXPORT_API extern const DcmTagKey AudioFileFormat;   ///< (0071,1053) ST
-ZRDCMEXPORT_API extern const DcmTagKey AudioDuration;     ///< (0071,1054) ST, a number as text
-ZRDCMEXPORT_API extern const DcmTagKey AudioDataSize;     ///< (0071,1055) ST, a number as text
-ZRDCMEXPORT_API extern const DcmTagKey AudioRecordUser;   ///< (0071,1056) ST
-
-// Volumes, annotations and key views.
-ZRDCMEXPORT_API extern const DcmTagKey VolumeHash;             ///< (0071,1061) UT
-ZRDCMEXPORT_API extern const DcmTagKey VolumeSourceImages;     ///< (0071,1066) SQ
-ZRDCMEXPORT_API extern const DcmTagKey AnnotationData;         ///< (0071,1062) OB
-ZRDCMEXPORT_API extern const DcmTagKey AnnotationDataVersion;  ///< (0071,1063) ST
-ZRDCMEXPORT_API extern const DcmTagKey KeyviewsData;           ///< (0071,1064) OB
-ZRDCMEXPORT_API extern const DcmTagKey KeyviewsDataVersion;    ///< (0071,1065) ST
-
-// Presentation, segmentation, material and order of a series.
-ZRDCMEXPORT_API extern const DcmTagKey ImageHorizontalFlip;      ///< (0071,1071) CS
-ZRDCMEXPORT_API extern const DcmTagKey ImageRotation;            ///< (0071,1072) FL
-ZRDCMEXPORT_API extern const DcmTagKey SegmentationData;         ///< (0071,1081) OB
-ZRDCMEXPORT_API extern const DcmTagKey SegmentationDataVersion;  ///< (0071,1082) ST
-ZRDCMEXPORT_API extern const DcmTagKey MaterialData;             ///< (0071,1083) OB
-ZRDCMEXPORT_API extern const DcmTagKey MaterialDataVersion;      ///< (0071,1084) ST
-ZRDCMEXPORT_API extern const DcmTagKey SortIndexUID;             ///< (0071,1085) UI
-ZRDCMEXPORT_API extern const DcmTagKey SortIndex;                ///< (0071,1086) IS
-
-// Dynamic studies.
-ZRDCMEXPORT_API extern const DcmTagKey BreastDCEData;                     ///< (0071,10c1) OB
-ZRDCMEXPORT_API extern const DcmTagKey BreastDCEDataVersion;              ///< (0071,10c2) ST
-ZRDCMEXPORT_API extern const DcmTagKey RadiopharmaceuticalStartDateTime;  ///< (0071,10d1) ST
-ZRDCMEXPORT_API extern const DcmTagKey PerfusionAlgorithmVersion;         ///< (0071,1091) ST
-/// (0071,1092) TM
-ZRDCMEXPORT_API extern const DcmTagKey PerfusionTimeTagCombinedAcqAndTriggerTime;
-
-// Derived volumes and reports.
-ZRDCMEXPORT_API extern const DcmTagKey OriginalValuesSequence;     ///< (0071,10a1) SQ
-ZRDCMEXPORT_API extern const DcmTagKey ImageBoxAndCenter;          ///< (0071,1070) FL, one value
-ZRDCMEXPORT_API extern const DcmTagKey VolumePixelSpacingUsed;     ///< (0071,1075) DS, two values
-ZRDCMEXPORT_API extern const DcmTagKey VolumePixelSpacingMin;      ///< (0071,1076) DS, two values
-ZRDCMEXPORT_API extern const DcmTagKey VolumePixelSpacingMax;      ///< (0071,1077) DS, two values
-ZRDCMEXPORT_API extern const DcmTagKey CropBox;                    ///< (0071,1074) LO
-ZRDCMEXPORT_API extern const DcmTagKey ReportSketchDocument;       ///< (0071,10b1) UT
-ZRDCMEXPORT_API extern const DcmTagKey ReportSketchImageTemplate;  ///< (0071,10b2) OB
-ZRDCMEXPORT_API extern const DcmTagKey RegistrationInfo;           ///< (0071,1073) DS, three values
+// One constant for each row of the table.
+#define ZRDCMEXPORT_PRIVATE_ELEMENT(name, element, vr, vm) \
+  ZRDCMEXPORT_API extern const DcmTagKey name;
+#include <zrdcmexport/PrivateElements.def>
 
 }  // namespace PrivateTag
 
@@ -97,10 +49,10 @@ ZRDCMEXPORT_API extern const DcmTagKey RegistrationInfo;           ///< (0071,10
 /// @see addPrivateTagsToDict()
 ZRDCMEXPORT_API void registerPrivateDicomTags();
 
-/// Adds the 70 private entries to `dict`, once per dictionary.
+/// Adds the private entries to `dict`, once per dictionary.
 ///
-/// The entries are 20 elements of other vendors, 41 own elements (PrivateTag) and 9 internal ones of
-/// group 0x0006, which never reach a file. An entry that is already there with the same key and
+/// The entries are elements of other vendors, the own ones (PrivateTag) and internal ones of group
+/// 0x0006, which never reach a file; `zrdcm dict` lists them. An entry that is already there with the same key and
 /// private creator is replaced. Datasets that were loaded before are not changed. May be called from
 /// any thread, but not while the calling thread holds a lock on the dictionary.
 ///

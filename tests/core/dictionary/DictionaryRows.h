@@ -25,11 +25,13 @@ struct DictionaryRow {
   DcmTagKey key() const { return {group, element}; }
 };
 
-struct ConstantRow {
+/// An element of group 0x0071 under the creator "Zorlan", and the constant that names it.
+struct OwnElement {
   const char* name;
   const DcmTagKey* constant;
-  Uint16 group;
   Uint16 element;
+  DcmEVR vr;
+  int vm;
 };
 
 inline std::vector<DictionaryRow> vendorRows() {
@@ -57,50 +59,62 @@ inline std::vector<DictionaryRow> vendorRows() {
   };
 }
 
-inline std::vector<DictionaryRow> ownRows() {
+inline std::vector<OwnElement> ownElements() {
   return {
-      {"QAHistory", 0x0071, 0x1021, EVR_UT, 1, "Zorlan"},
-      {"ManualQATimestamp", 0x0071, 0x1022, EVR_DT, 1, "Zorlan"},
-      {"OriginalSeriesNumber", 0x0071, 0x1031, EVR_IS, 1, "Zorlan"},
-      {"OriginalInstanceNumber", 0x0071, 0x1032, EVR_IS, 1, "Zorlan"},
-      {"OriginalFileFormat", 0x0071, 0x1041, EVR_ST, 1, "Zorlan"},
-      {"OriginalFileSize", 0x0071, 0x1042, EVR_ST, 1, "Zorlan"},
-      {"OriginalFileData", 0x0071, 0x1043, EVR_OB, 1, "Zorlan"},
-      {"AudioDataVersion", 0x0071, 0x1051, EVR_ST, 1, "Zorlan"},
-      {"AudioData", 0x0071, 0x1052, EVR_OB, 1, "Zorlan"},
-      {"AudioFileFormat", 0x0071, 0x1053, EVR_ST, 1, "Zorlan"},
-      {"AudioDuration", 0x0071, 0x1054, EVR_ST, 1, "Zorlan"},
-      {"AudioDataSize", 0x0071, 0x1055, EVR_ST, 1, "Zorlan"},
-      {"AudioRecordUser", 0x0071, 0x1056, EVR_ST, 1, "Zorlan"},
-      {"VolumeHash", 0x0071, 0x1061, EVR_UT, 1, "Zorlan"},
-      {"VolumeSourceImages", 0x0071, 0x1066, EVR_SQ, 1, "Zorlan"},
-      {"AnnotationData", 0x0071, 0x1062, EVR_OB, 1, "Zorlan"},
-      {"AnnotationDataVersion", 0x0071, 0x1063, EVR_ST, 1, "Zorlan"},
-      {"KeyviewsData", 0x0071, 0x1064, EVR_OB, 1, "Zorlan"},
-      {"KeyviewsDataVersion", 0x0071, 0x1065, EVR_ST, 1, "Zorlan"},
-      {"ImageHorizontalFlip", 0x0071, 0x1071, EVR_CS, 1, "Zorlan"},
-      {"ImageRotation", 0x0071, 0x1072, EVR_FL, 1, "Zorlan"},
-      {"SegmentationData", 0x0071, 0x1081, EVR_OB, 1, "Zorlan"},
-      {"SegmentationDataVersion", 0x0071, 0x1082, EVR_ST, 1, "Zorlan"},
-      {"MaterialData", 0x0071, 0x1083, EVR_OB, 1, "Zorlan"},
-      {"MaterialDataVersion", 0x0071, 0x1084, EVR_ST, 1, "Zorlan"},
-      {"SortIndexUID", 0x0071, 0x1085, EVR_UI, 1, "Zorlan"},
-      {"SortIndex", 0x0071, 0x1086, EVR_IS, 1, "Zorlan"},
-      {"BreastDCEData", 0x0071, 0x10c1, EVR_OB, 1, "Zorlan"},
-      {"BreastDCEDataVersion", 0x0071, 0x10c2, EVR_ST, 1, "Zorlan"},
-      {"RadiopharmaceuticalStartDateTime", 0x0071, 0x10d1, EVR_ST, 1, "Zorlan"},
-      {"PerfusionAlgorithmVersion", 0x0071, 0x1091, EVR_ST, 1, "Zorlan"},
-      {"PerfusionTimeTagCombinedAcqAndTriggerTime", 0x0071, 0x1092, EVR_TM, 1, "Zorlan"},
-      {"OriginalValuesSequence", 0x0071, 0x10a1, EVR_SQ, 1, "Zorlan"},
-      {"ImageBoxAndCenter", 0x0071, 0x1070, EVR_FL, 1, "Zorlan"},
-      {"VolumePixelSpacingUsed", 0x0071, 0x1075, EVR_DS, 2, "Zorlan"},
-      {"VolumePixelSpacingMin", 0x0071, 0x1076, EVR_DS, 2, "Zorlan"},
-      {"VolumePixelSpacingMax", 0x0071, 0x1077, EVR_DS, 2, "Zorlan"},
-      {"CropBox", 0x0071, 0x1074, EVR_LO, 1, "Zorlan"},
-      {"ReportSketchDocument", 0x0071, 0x10b1, EVR_UT, 1, "Zorlan"},
-      {"ReportSketchImageTemplate", 0x0071, 0x10b2, EVR_OB, 1, "Zorlan"},
-      {"RegistrationInfo", 0x0071, 0x1073, EVR_DS, 3, "Zorlan"},
+      {"QAHistory", &ExDCM::PrivateTag::QAHistory, 0x1021, EVR_UT, 1},
+      {"ManualQATimestamp", &ExDCM::PrivateTag::ManualQATimestamp, 0x1022, EVR_DT, 1},
+      {"OriginalSeriesNumber", &ExDCM::PrivateTag::OriginalSeriesNumber, 0x1031, EVR_IS, 1},
+      {"OriginalInstanceNumber", &ExDCM::PrivateTag::OriginalInstanceNumber, 0x1032, EVR_IS, 1},
+      {"OriginalFileFormat", &ExDCM::PrivateTag::OriginalFileFormat, 0x1041, EVR_ST, 1},
+      {"OriginalFileSize", &ExDCM::PrivateTag::OriginalFileSize, 0x1042, EVR_ST, 1},
+      {"OriginalFileData", &ExDCM::PrivateTag::OriginalFileData, 0x1043, EVR_OB, 1},
+      {"AudioDataVersion", &ExDCM::PrivateTag::AudioDataVersion, 0x1051, EVR_ST, 1},
+      {"AudioData", &ExDCM::PrivateTag::AudioData, 0x1052, EVR_OB, 1},
+      {"AudioFileFormat", &ExDCM::PrivateTag::AudioFileFormat, 0x1053, EVR_ST, 1},
+      {"AudioDuration", &ExDCM::PrivateTag::AudioDuration, 0x1054, EVR_ST, 1},
+      {"AudioDataSize", &ExDCM::PrivateTag::AudioDataSize, 0x1055, EVR_ST, 1},
+      {"AudioRecordUser", &ExDCM::PrivateTag::AudioRecordUser, 0x1056, EVR_ST, 1},
+      {"VolumeHash", &ExDCM::PrivateTag::VolumeHash, 0x1061, EVR_UT, 1},
+      {"VolumeSourceImages", &ExDCM::PrivateTag::VolumeSourceImages, 0x1066, EVR_SQ, 1},
+      {"AnnotationData", &ExDCM::PrivateTag::AnnotationData, 0x1062, EVR_OB, 1},
+      {"AnnotationDataVersion", &ExDCM::PrivateTag::AnnotationDataVersion, 0x1063, EVR_ST, 1},
+      {"KeyviewsData", &ExDCM::PrivateTag::KeyviewsData, 0x1064, EVR_OB, 1},
+      {"KeyviewsDataVersion", &ExDCM::PrivateTag::KeyviewsDataVersion, 0x1065, EVR_ST, 1},
+      {"ImageHorizontalFlip", &ExDCM::PrivateTag::ImageHorizontalFlip, 0x1071, EVR_CS, 1},
+      {"ImageRotation", &ExDCM::PrivateTag::ImageRotation, 0x1072, EVR_FL, 1},
+      {"SegmentationData", &ExDCM::PrivateTag::SegmentationData, 0x1081, EVR_OB, 1},
+      {"SegmentationDataVersion", &ExDCM::PrivateTag::SegmentationDataVersion, 0x1082, EVR_ST, 1},
+      {"MaterialData", &ExDCM::PrivateTag::MaterialData, 0x1083, EVR_OB, 1},
+      {"MaterialDataVersion", &ExDCM::PrivateTag::MaterialDataVersion, 0x1084, EVR_ST, 1},
+      {"SortIndexUID", &ExDCM::PrivateTag::SortIndexUID, 0x1085, EVR_UI, 1},
+      {"SortIndex", &ExDCM::PrivateTag::SortIndex, 0x1086, EVR_IS, 1},
+      {"BreastDCEData", &ExDCM::PrivateTag::BreastDCEData, 0x10c1, EVR_OB, 1},
+      {"BreastDCEDataVersion", &ExDCM::PrivateTag::BreastDCEDataVersion, 0x10c2, EVR_ST, 1},
+      {"RadiopharmaceuticalStartDateTime", &ExDCM::PrivateTag::RadiopharmaceuticalStartDateTime,
+       0x10d1, EVR_ST, 1},
+      {"PerfusionAlgorithmVersion", &ExDCM::PrivateTag::PerfusionAlgorithmVersion, 0x1091, EVR_ST,
+       1},
+      {"PerfusionTimeTagCombinedAcqAndTriggerTime",
+       &ExDCM::PrivateTag::PerfusionTimeTagCombinedAcqAndTriggerTime, 0x1092, EVR_TM, 1},
+      {"OriginalValuesSequence", &ExDCM::PrivateTag::OriginalValuesSequence, 0x10a1, EVR_SQ, 1},
+      {"ImageBoxAndCenter", &ExDCM::PrivateTag::ImageBoxAndCenter, 0x1070, EVR_FL, 1},
+      {"VolumePixelSpacingUsed", &ExDCM::PrivateTag::VolumePixelSpacingUsed, 0x1075, EVR_DS, 2},
+      {"VolumePixelSpacingMin", &ExDCM::PrivateTag::VolumePixelSpacingMin, 0x1076, EVR_DS, 2},
+      {"VolumePixelSpacingMax", &ExDCM::PrivateTag::VolumePixelSpacingMax, 0x1077, EVR_DS, 2},
+      {"CropBox", &ExDCM::PrivateTag::CropBox, 0x1074, EVR_LO, 1},
+      {"ReportSketchDocument", &ExDCM::PrivateTag::ReportSketchDocument, 0x10b1, EVR_UT, 1},
+      {"ReportSketchImageTemplate", &ExDCM::PrivateTag::ReportSketchImageTemplate, 0x10b2, EVR_OB,
+       1},
+      {"RegistrationInfo", &ExDCM::PrivateTag::RegistrationInfo, 0x1073, EVR_DS, 3},
   };
+}
+
+inline std::vector<DictionaryRow> ownRows() {
+  std::vector<DictionaryRow> rows;
+  for (const OwnElement& own : ownElements()) {
+    rows.push_back({own.name, 0x0071, own.element, own.vr, own.vm, "Zorlan"});
+  }
+  return rows;
 }
 
 inline std::vector<DictionaryRow> internalRows() {
@@ -117,52 +131,9 @@ inline std::vector<DictionaryRow> internalRows() {
   };
 }
 
-inline std::vector<ConstantRow> constantRows() {
-  return {
-      {"QAHistory", &ExDCM::PrivateTag::QAHistory, 0x0071, 0x1021},
-      {"ManualQATimestamp", &ExDCM::PrivateTag::ManualQATimestamp, 0x0071, 0x1022},
-      {"OriginalSeriesNumber", &ExDCM::PrivateTag::OriginalSeriesNumber, 0x0071, 0x1031},
-      {"OriginalInstanceNumber", &ExDCM::PrivateTag::OriginalInstanceNumber, 0x0071, 0x1032},
-      {"OriginalFileFormat", &ExDCM::PrivateTag::OriginalFileFormat, 0x0071, 0x1041},
-      {"OriginalFileSize", &ExDCM::PrivateTag::OriginalFileSize, 0x0071, 0x1042},
-      {"OriginalFileData", &ExDCM::PrivateTag::OriginalFileData, 0x0071, 0x1043},
-      {"AudioDataVersion", &ExDCM::PrivateTag::AudioDataVersion, 0x0071, 0x1051},
-      {"AudioData", &ExDCM::PrivateTag::AudioData, 0x0071, 0x1052},
-      {"AudioFileFormat", &ExDCM::PrivateTag::AudioFileFormat, 0x0071, 0x1053},
-      {"AudioDuration", &ExDCM::PrivateTag::AudioDuration, 0x0071, 0x1054},
-      {"AudioDataSize", &ExDCM::PrivateTag::AudioDataSize, 0x0071, 0x1055},
-      {"AudioRecordUser", &ExDCM::PrivateTag::AudioRecordUser, 0x0071, 0x1056},
-      {"VolumeHash", &ExDCM::PrivateTag::VolumeHash, 0x0071, 0x1061},
-      {"VolumeSourceImages", &ExDCM::PrivateTag::VolumeSourceImages, 0x0071, 0x1066},
-      {"AnnotationData", &ExDCM::PrivateTag::AnnotationData, 0x0071, 0x1062},
-      {"AnnotationDataVersion", &ExDCM::PrivateTag::AnnotationDataVersion, 0x0071, 0x1063},
-      {"KeyviewsData", &ExDCM::PrivateTag::KeyviewsData, 0x0071, 0x1064},
-      {"KeyviewsDataVersion", &ExDCM::PrivateTag::KeyviewsDataVersion, 0x0071, 0x1065},
-      {"ImageHorizontalFlip", &ExDCM::PrivateTag::ImageHorizontalFlip, 0x0071, 0x1071},
-      {"ImageRotation", &ExDCM::PrivateTag::ImageRotation, 0x0071, 0x1072},
-      {"SegmentationData", &ExDCM::PrivateTag::SegmentationData, 0x0071, 0x1081},
-      {"SegmentationDataVersion", &ExDCM::PrivateTag::SegmentationDataVersion, 0x0071, 0x1082},
-      {"MaterialData", &ExDCM::PrivateTag::MaterialData, 0x0071, 0x1083},
-      {"MaterialDataVersion", &ExDCM::PrivateTag::MaterialDataVersion, 0x0071, 0x1084},
-      {"SortIndexUID", &ExDCM::PrivateTag::SortIndexUID, 0x0071, 0x1085},
-      {"SortIndex", &ExDCM::PrivateTag::SortIndex, 0x0071, 0x1086},
-      {"BreastDCEData", &ExDCM::PrivateTag::BreastDCEData, 0x0071, 0x10c1},
-      {"BreastDCEDataVersion", &ExDCM::PrivateTag::BreastDCEDataVersion, 0x0071, 0x10c2},
-      {"RadiopharmaceuticalStartDateTime", &ExDCM::PrivateTag::RadiopharmaceuticalStartDateTime,
-       0x0071, 0x10d1},
-      {"PerfusionAlgorithmVersion", &ExDCM::PrivateTag::PerfusionAlgorithmVersion, 0x0071, 0x1091},
-      {"PerfusionTimeTagCombinedAcqAndTriggerTime",
-       &ExDCM::PrivateTag::PerfusionTimeTagCombinedAcqAndTriggerTime, 0x0071, 0x1092},
-      {"OriginalValuesSequence", &ExDCM::PrivateTag::OriginalValuesSequence, 0x0071, 0x10a1},
-      {"ImageBoxAndCenter", &ExDCM::PrivateTag::ImageBoxAndCenter, 0x0071, 0x1070},
-      {"VolumePixelSpacingUsed", &ExDCM::PrivateTag::VolumePixelSpacingUsed, 0x0071, 0x1075},
-      {"VolumePixelSpacingMin", &ExDCM::PrivateTag::VolumePixelSpacingMin, 0x0071, 0x1076},
-      {"VolumePixelSpacingMax", &ExDCM::PrivateTag::VolumePixelSpacingMax, 0x0071, 0x1077},
-      {"CropBox", &ExDCM::PrivateTag::CropBox, 0x0071, 0x1074},
-      {"ReportSketchDocument", &ExDCM::PrivateTag::ReportSketchDocument, 0x0071, 0x10b1},
-      {"ReportSketchImageTemplate", &ExDCM::PrivateTag::ReportSketchImageTemplate, 0x0071, 0x10b2},
-      {"RegistrationInfo", &ExDCM::PrivateTag::RegistrationInfo, 0x0071, 0x1073},
-  };
+/// How many entries registration adds.
+inline int countOfRows() {
+  return static_cast<int>(vendorRows().size() + ownRows().size() + internalRows().size());
 }
 
 }  // namespace dict
