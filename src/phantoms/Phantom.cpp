@@ -4,7 +4,7 @@
 #include "Phantom.h"
 
 #include "PhantomModules.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/files/Condition.h"
 #include "zrimaging/output/DicomWriter.h"
 
@@ -45,7 +45,7 @@ const Coding& codingOf(E_TransferSyntax syntax) {
       return coding;
     }
   }
-  throw zr::Failure("no such coding");
+  throw zr::Error(zr::Reason::Unsupported, "no such coding");
 }
 
 void encode(DcmDataset& dataset, E_TransferSyntax syntax) {

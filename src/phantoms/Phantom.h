@@ -35,7 +35,7 @@ struct PixelFormat {
 };
 
 /// Goes on only when the condition is good.
-/// @throws Failure "cannot make WHAT: reason"
+/// @throws Error "cannot make WHAT: reason"
 void require(const OFCondition& condition, const char* what);
 
 /// Puts a dataset together, with the attributes that every image must have.
@@ -90,7 +90,7 @@ Phantom headEnhancedMr(unsigned number);
 
 /// Writes the phantom in plain little endian and in every further syntax it names.
 /// @return the files in the order of writing
-/// @throws Failure when a file cannot be encoded or written
+/// @throws Error when a file cannot be encoded or written
 std::vector<std::filesystem::path> writePhantom(const Phantom& phantom,
                                                 const std::filesystem::path& folder);
 

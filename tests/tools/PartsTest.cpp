@@ -8,7 +8,7 @@
 #include "support/ImageBuilder.h"
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/files/Condition.h"
 #include "zrimaging/files/DicomFile.h"
 #include "zrimaging/formats/PngWriter.h"
@@ -46,8 +46,8 @@ using testing::StartsWith;
 std::string failureOf(const std::function<void()>& work) {
   try {
     work();
-  } catch (const zr::Failure& failure) {
-    return failure.what();
+  } catch (const zr::Error& error) {
+    return error.what();
   }
   return "";
 }

@@ -6,7 +6,7 @@
 #include "Messages.h"
 #include "UsageError.h"
 #include "Verb.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/files/MemoryBudget.h"
 #include "zrimaging/images/DecoderWarnings.h"
 #include "zrimaging/output/StandardOutput.h"

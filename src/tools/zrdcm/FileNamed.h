@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 
 #include <new>
 #include <string>
@@ -13,10 +13,10 @@ template <class Work>
 auto withFileNamed(const std::string& file, const Work& work) {
   try {
     return work();
-  } catch (const zr::Failure& failure) {
-    throw zr::Failure(file + ": " + failure.what());
+  } catch (const zr::Error& error) {
+    throw zr::Error(error.reason(), file + ": " + error.what());
   } catch (const std::bad_alloc&) {
-    throw zr::Failure(file + ": out of memory");
+    throw zr::Error(zr::Reason::OutOfMemory, file + ": out of memory");
   }
 }
 

@@ -14,7 +14,7 @@ namespace zrdcm {
 
 /// What a verb does once its options are parsed, within the memory that it may take; yields the exit
 /// status.
-/// Failure, UsageError and std::bad_alloc that leave it are reported by `main`.
+/// zr::Error, UsageError and std::bad_alloc that leave it are reported by `main`.
 using VerbAction = std::function<int(const zr::MemoryBudget&)>;
 
 // A verb is one file, VerbName.cpp, that defines `VerbAction configureName(CLI::App& command)`:

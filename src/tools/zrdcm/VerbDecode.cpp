@@ -8,7 +8,7 @@
 #include "UsageError.h"
 #include "Verb.h"
 #include "WindowOption.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/formats/ArrayWriters.h"
 #include "zrimaging/formats/PngWriter.h"
 #include "zrimaging/formats/VolumeHeader.h"

@@ -5,7 +5,7 @@
 #include "Messages.h"
 #include "UsageError.h"
 #include "Verb.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/export/ExportAttributes.h"
 #include "zrimaging/files/DicomFile.h"
 #include "zrimaging/output/LibraryFile.h"
@@ -101,23 +101,25 @@ std::vector<unsigned short> readPixels(const ExportOptions& options) {
   const std::uint64_t samples =
       static_cast<std::uint64_t>(options.columns) * static_cast<std::uint64_t>(options.rows);
   if (samples > INT_MAX) {
-    throw zr::Failure("too many samples for one image: " + std::to_string(samples));
+    throw zr::Error(zr::Reason::TooLarge,
+                    "too many samples for one image: " + std::to_string(samples));
   }
   const std::uint64_t bytes = samples * sampleBytes(options.type);
   std::ifstream stream(options.pixels, std::ios::binary | std::ios::ate);
   if (!stream || !fs::is_regular_file(options.pixels)) {
-    throw zr::Failure("cannot read " + options.pixels);
+    throw zr::Error(zr::Reason::CannotWrite, "cannot read " + options.pixels);
   }
   const auto found = static_cast<std::uint64_t>(stream.tellg());
   if (found != bytes) {
-    throw zr::Failure(options.pixels + ": holds " + std::to_string(found) + " bytes, but " +
-                      std::to_string(options.columns) + " x " + std::to_string(options.rows) +
-                      " samples take " + std::to_string(bytes));
+    throw zr::Error(zr::Reason::CannotWrite, options.pixels + ": holds " + std::to_string(found) +
+                                                 " bytes, but " + std::to_string(options.columns) +
+                                                 " x " + std::to_string(options.rows) +
+                                                 " samples take " + std::to_string(bytes));
   }
   std::vector<unsigned short> words((bytes + 1) / 2);
   stream.seekg(0);
   if (!stream.read(reinterpret_cast<char*>(words.data()), static_cast<std::streamsize>(bytes))) {
-    throw zr::Failure("cannot read " + options.pixels);
+    throw zr::Error(zr::Reason::CannotWrite, "cannot read " + options.pixels);
   }
   return words;
 }
@@ -136,8 +138,9 @@ void deriveFrom(zr::AttributeSet& attributes) {
 /// An attribute that follows from the samples: filled in, or the same when the user gave it.
 void setOrCompare(zr::AttributeSet& attributes, std::uint32_t tag, const std::string& text) {
   if (attributes.has(tag) && attributes.text(tag) != text) {
-    throw zr::Failure(attributes.byTag.at(tag).name + ": says " + attributes.text(tag) +
-                      ", but the samples make it " + text);
+    throw zr::Error(zr::Reason::CannotWrite, attributes.byTag.at(tag).name + ": says " +
+                                                 attributes.text(tag) +
+                                                 ", but the samples make it " + text);
   }
   attributes.setDefault(tag, text);
 }
@@ -184,7 +187,8 @@ void writeFile(const ExportOptions& options, const zr::AttributeSet& attributes,
                        writer.setFilename(output.name().c_str()) &&
                        writer.writeImageAsIs(static_cast<int>(words.size()), 1, words.data());
   if (!written) {
-    throw zr::Failure("cannot write " + options.output + ": " + writer.lastError());
+    throw zr::Error(zr::Reason::CannotWrite,
+                    "cannot write " + options.output + ": " + writer.lastError());
   }
   output.commit(words.size() * sizeof(unsigned short));
 }

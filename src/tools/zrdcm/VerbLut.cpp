@@ -4,7 +4,7 @@
 #include "FileNamed.h"
 #include "Messages.h"
 #include "Verb.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/files/DicomFile.h"
 #include "zrimaging/formats/PngWriter.h"
 #include "zrimaging/images/SampleArray.h"
@@ -203,7 +203,7 @@ void draw(zr::Picture& picture, const Plot& plot) {
 
 void writePlot(const LutOptions& options, const std::vector<Table>& tables) {
   if (tables.empty()) {
-    throw zr::Failure(options.file + ": holds no lookup table");
+    throw zr::Error(zr::Reason::MissingAttribute, options.file + ": holds no lookup table");
   }
   zr::Picture picture;
   picture.rows = kPlotRows * tables.size();

@@ -5,7 +5,7 @@
 #include "Messages.h"
 #include "Progress.h"
 #include "Verb.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/formats/PngWriter.h"
 #include "zrimaging/images/DecodedImage.h"
 #include "zrimaging/output/OutputFile.h"
@@ -79,7 +79,7 @@ Json describe(const ZrOverlayData& overlays, int index, const fs::path& file) {
 zr::DecodedImage decodeWithOverlays(const std::string& file, const zr::MemoryBudget& memory) {
   zr::DecodedImage image = zr::decodeImage(file, {std::nullopt, false, true}, memory);
   if (image.slice.overlays.isNull() || image.slice.overlays->count() == 0) {
-    throw zr::Failure("has no overlay embedded in its samples");
+    throw zr::Error(zr::Reason::MissingAttribute, "has no overlay embedded in its samples");
   }
   return image;
 }

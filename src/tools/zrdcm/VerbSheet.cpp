@@ -7,7 +7,7 @@
 #include "Progress.h"
 #include "Verb.h"
 #include "WindowOption.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/formats/PngWriter.h"
 #include "zrimaging/images/FrameAttributes.h"
 #include "zrimaging/images/FrameSource.h"
@@ -64,7 +64,7 @@ zr::ImageFrames attributesOf(const zr::DecodedImage& image) {
 /// The images of a series as the frames of one image. Each is decoded when it is asked for.
 class SeriesSource : public zr::FrameSource {
 public:
-  /// @throws Failure that names the file, also when it does not match the first one.
+  /// @throws Error that names the file, also when it does not match the first one.
   SeriesSource(std::vector<std::string> files, const zr::MemoryBudget& memory)
       : zr::FrameSource(zr::openForDisplay(files.front()), memory), files_(std::move(files)) {
     image_.slice.overlays.reset();  // they are those of the first file alone
@@ -88,14 +88,16 @@ private:
     const zr::SampleArray& first = image().samples;
     const zr::SampleArray& own = current_.samples;
     if (own.frames != 1) {
-      throw zr::Failure("has several frames: a sheet of several files wants one frame each");
+      throw zr::Error(zr::Reason::Unsupported,
+                      "has several frames: a sheet of several files wants one frame each");
     }
     if (own.rows != first.rows || own.columns != first.columns || own.channels != first.channels ||
         own.type != first.type || current_.darkIsHigh != image().darkIsHigh) {
-      throw zr::Failure("has pixels of another size or kind than " + files_.front());
+      throw zr::Error(zr::Reason::Unsupported,
+                      "has pixels of another size or kind than " + files_.front());
     }
     if (image().monochrome && lineOf(current_) != firstLine_) {
-      throw zr::Failure("has another rescale line than " + files_.front());
+      throw zr::Error(zr::Reason::Unsupported, "has another rescale line than " + files_.front());
     }
   }
 

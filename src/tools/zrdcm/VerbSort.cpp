@@ -5,7 +5,7 @@
 #include "Progress.h"
 #include "UsageError.h"
 #include "Verb.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/output/OutputFile.h"
 #include "zrimaging/output/ProtectedInputs.h"
 #include "zrimaging/series/SeriesCopy.h"
@@ -122,8 +122,8 @@ Json report(const std::vector<zr::SeriesImage>& images, const SortOptions& optio
 zr::OrderSwitches switchesOf(const SortOptions& options) {
   try {
     return zr::parseOrderSwitches(options.by);
-  } catch (const zr::Failure& failure) {
-    throw UsageError(failure.what());
+  } catch (const zr::Error& error) {
+    throw UsageError(error.what());
   }
 }
 

@@ -9,7 +9,7 @@
 #include "Progress.h"
 #include "Verb.h"
 #include "WindowOption.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/formats/ArrayWriters.h"
 #include "zrimaging/formats/PngWriter.h"
 #include "zrimaging/formats/VolumeHeader.h"
@@ -107,7 +107,7 @@ std::unique_ptr<SplitImage> openSplit(const SplitOptions& options, const zr::Mem
   std::string reason;
   if (!Zrg::readFrameOrder(file->dataset(), order, reason) &&
       reason != Zrg::kColourFramesStayTogether) {
-    throw zr::Failure("cannot be split: " + reason);
+    throw zr::Error(zr::Reason::NotAVolume, "cannot be split: " + reason);
   }
   auto split = std::make_unique<SplitImage>(std::move(file), memory);
   split->increment = std::move(increment);
@@ -264,7 +264,8 @@ void removeOlder(const fs::path& manifest) {
   std::error_code error;
   fs::remove(manifest, error);
   if (error) {
-    throw zr::Failure("cannot replace " + manifest.string() + ": " + error.message());
+    throw zr::Error(zr::Reason::CannotWrite,
+                    "cannot replace " + manifest.string() + ": " + error.message());
   }
 }
 

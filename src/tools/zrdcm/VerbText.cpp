@@ -5,7 +5,7 @@
 #include "Messages.h"
 #include "UsageError.h"
 #include "Verb.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/files/DicomFile.h"
 #include "zrimaging/texts/CharacterSet.h"
 
@@ -175,8 +175,9 @@ struct Rendering {
 
 [[noreturn]] void refuse(const TextOptions& options, const Rendering& rendering,
                          const std::string& reason) {
-  throw zr::Failure(options.file + ": " + rendering.tag + " " + rendering.name + " (" +
-                    rendering.vr + ") " + reason);
+  throw zr::Error(zr::Reason::Unsupported, options.file + ": " + rendering.tag + " " +
+                                               rendering.name + " (" + rendering.vr + ") " +
+                                               reason);
 }
 
 zr::Utf8Text renderBinary(DcmItem& item, DcmOtherByteOtherWord& element, const TextOptions& options,
@@ -251,7 +252,7 @@ int showText(const TextOptions& options) {
   DcmElement* const element = wanted.creator.empty() ? findElement(file.dataset(), wanted.key)
                                                      : findPrivateElement(file.dataset(), wanted);
   if (element == nullptr) {
-    throw zr::Failure(options.file + ": has no element " + options.tag);
+    throw zr::Error(zr::Reason::MissingAttribute, options.file + ": has no element " + options.tag);
   }
   print(options, render(file.dataset(), *element, options));
   return kDone;

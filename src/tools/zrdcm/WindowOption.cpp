@@ -3,7 +3,7 @@
 #include "WindowOption.h"
 
 #include "UsageError.h"
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 
 #include <charconv>
 #include <cmath>

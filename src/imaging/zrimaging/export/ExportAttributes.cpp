@@ -3,7 +3,7 @@
 // writer says of a bad attribute only that there is one, so each is tried here first.
 #include "zrimaging/export/ExportAttributes.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/export/ExportUnicode.h"
 
 #include <gx/GxParamBundle.h>
@@ -114,13 +114,13 @@ Attribute parseValue(const Json& value, const std::string& name) {
     return attribute;
   }
   if (!value.is_array()) {
-    throw Failure(name + ": wants a text, or a list of objects for a sequence");
+    throw Error(Reason::CannotWrite, name + ": wants a text, or a list of objects for a sequence");
   }
   attribute.isSequence = true;
   for (const Json& item : value) {
     const std::string place = name + "[" + std::to_string(attribute.items.size()) + "]";
     if (!item.is_object()) {
-      throw Failure(place + ": wants an object of attributes");
+      throw Error(Reason::CannotWrite, place + ": wants an object of attributes");
     }
     attribute.items.push_back(parseObject(item, place + "."));
   }
@@ -132,10 +132,11 @@ AttributeSet parseObject(const Json& object, const std::string& prefix) {
   for (const auto& [key, value] : object.items()) {
     const std::optional<std::uint32_t> tag = parseKey(key);
     if (!tag) {
-      throw Failure(prefix + key + ": neither a keyword of DICOM nor a key like G0008-0016");
+      throw Error(Reason::CannotWrite,
+                  prefix + key + ": neither a keyword of DICOM nor a key like G0008-0016");
     }
     if (attributes.has(*tag)) {
-      throw Failure(prefix + key + ": given twice");
+      throw Error(Reason::CannotWrite, prefix + key + ": given twice");
     }
     attributes.byTag[*tag] = parseValue(value, prefix + key);
   }
@@ -154,7 +155,7 @@ Json parseJson(std::istream& stream) {
     } else if (event == Json::parse_event_t::key) {
       const auto key = parsed.get<std::string>();
       if (std::find(keys.back().begin(), keys.back().end(), key) != keys.back().end()) {
-        throw Failure(key + ": given twice");
+        throw Error(Reason::CannotWrite, key + ": given twice");
       }
       keys.back().push_back(key);
     }
@@ -205,8 +206,9 @@ void requireForm(const AttributeSet& attributes) {
       continue;
     }
     if (element->checkValue().bad()) {
-      throw Failure(attribute.name + ": \"" + attribute.text + "\" is no value of representation " +
-                    DcmVR(known.getEVR()).getVRName());
+      throw Error(Reason::CannotWrite, attribute.name + ": \"" + attribute.text +
+                                           "\" is no value of representation " +
+                                           DcmVR(known.getEVR()).getVRName());
     }
   }
 }
@@ -214,52 +216,55 @@ void requireForm(const AttributeSet& attributes) {
 void requireWritableText(std::uint32_t tag, const Attribute& attribute, ExportType type,
                          bool inItem) {
   if (takesVrOfSamples(tag) && type == ExportType::kS16) {
-    throw Failure(attribute.name + ": cannot be written beside signed samples");
+    throw Error(Reason::CannotWrite, attribute.name + ": cannot be written beside signed samples");
   }
   const DcmEVR vr = DcmTag(keyOf(tag)).getEVR();
   if (vr == EVR_SQ) {
-    throw Failure(attribute.name + ": is a sequence and wants a list of objects");
+    throw Error(Reason::CannotWrite,
+                attribute.name + ": is a sequence and wants a list of objects");
   }
   // The bundles of the writer know no empty value.
   if (inItem && attribute.text.empty()) {
-    throw Failure(attribute.name + ": cannot be empty within an item");
+    throw Error(Reason::CannotWrite, attribute.name + ": cannot be empty within an item");
   }
   if (attribute.text.find('\0') != std::string::npos) {
-    throw Failure(attribute.name + ": holds a character that no text may hold");
+    throw Error(Reason::CannotWrite, attribute.name + ": holds a character that no text may hold");
   }
   const OFCondition tried = tryText(tag, attribute.text);
   if (tried == EC_IllegalCall) {
-    throw Failure(attribute.name + ": has no text form (value representation " +
-                  DcmVR(vr).getVRName() + ")");
+    throw Error(Reason::CannotWrite, attribute.name + ": has no text form (value representation " +
+                                         DcmVR(vr).getVRName() + ")");
   }
   if (tried.bad()) {
-    throw Failure(attribute.name + ": " + tried.text());
+    throw Error(Reason::CannotWrite, attribute.name + ": " + tried.text());
   }
 }
 
 void requireWritableSet(const AttributeSet& attributes, ExportType type, bool inItem) {
   for (const auto& [tag, attribute] : attributes.byTag) {
     if (isPrivate(tag)) {
-      throw Failure(attribute.name + ": private attributes cannot be written");
+      throw Error(Reason::CannotWrite, attribute.name + ": private attributes cannot be written");
     }
     if (tag >> 16U <= 0x0002U) {
-      throw Failure(attribute.name + ": the file meta information is the writer's own");
+      throw Error(Reason::CannotWrite,
+                  attribute.name + ": the file meta information is the writer's own");
     }
     if (tag == kPixelData) {
-      throw Failure(attribute.name + ": the samples come from --pixels");
+      throw Error(Reason::CannotWrite, attribute.name + ": the samples come from --pixels");
     }
     if (DcmTag(keyOf(tag)).isUnknownVR()) {
-      throw Failure(attribute.name + ": is not in the dictionary of DICOM");
+      throw Error(Reason::CannotWrite, attribute.name + ": is not in the dictionary of DICOM");
     }
     if (!attribute.isSequence) {
       requireWritableText(tag, attribute, type, inItem);
       continue;
     }
     if (DcmTag(keyOf(tag)).getEVR() != EVR_SQ) {
-      throw Failure(attribute.name + ": is no sequence and wants a text");
+      throw Error(Reason::CannotWrite, attribute.name + ": is no sequence and wants a text");
     }
     if (attribute.items.empty()) {
-      throw Failure(attribute.name + ": a sequence without items cannot be written");
+      throw Error(Reason::CannotWrite,
+                  attribute.name + ": a sequence without items cannot be written");
     }
     for (const AttributeSet& item : attribute.items) {
       requireWritableSet(item, type, true);
@@ -283,7 +288,7 @@ std::optional<std::string> textAsStored(DcmElement& element) {
   }
   OFString text;
   if (element.getLength() != 0 && element.getOFStringArray(text).bad()) {
-    throw Failure(nameOf(tagOf(element.getTag())) + ": cannot be read");
+    throw Error(Reason::CannotWrite, nameOf(tagOf(element.getTag())) + ": cannot be read");
   }
   return text;
 }
@@ -321,7 +326,7 @@ std::optional<Attribute> attributeOf(DcmItem& item, DcmElement& element, ExportT
   alone.byTag[tag] = attribute;
   try {
     requireWritableSet(alone, type, inItem);
-  } catch (const Failure&) {
+  } catch (const Error&) {
     return std::nullopt;  // what the writer cannot take over is left out
   }
   return attribute;
@@ -381,16 +386,16 @@ void AttributeSet::setDefault(std::uint32_t tag, const std::string& text) {
 AttributeSet readAttributes(const std::filesystem::path& jsonFile) {
   std::ifstream stream(jsonFile);
   if (!stream) {
-    throw Failure("cannot read " + jsonFile.string());
+    throw Error(Reason::CannotWrite, "cannot read " + jsonFile.string());
   }
   Json tree;
   try {
     tree = parseJson(stream);
   } catch (const Json::exception& error) {
-    throw Failure(jsonFile.string() + ": no JSON: " + error.what());
+    throw Error(Reason::CannotWrite, jsonFile.string() + ": no JSON: " + error.what());
   }
   if (!tree.is_object()) {
-    throw Failure(jsonFile.string() + ": wants an object of attributes");
+    throw Error(Reason::CannotWrite, jsonFile.string() + ": wants an object of attributes");
   }
   AttributeSet attributes = parseObject(tree, "");
   requireCharacterSet(attributes);
@@ -425,7 +430,7 @@ void fillWriter(ZrDcmExport& writer, const AttributeSet& attributes) {
     }
   }
   if (!taken) {
-    throw Failure(writer.lastError());
+    throw Error(Reason::CannotWrite, writer.lastError());
   }
 }
 

@@ -46,7 +46,7 @@ enum class ExportType : std::uint8_t { kU8, kU16, kS16 };
 /// Reads a JSON object of keys ("G0008-0016") or keywords ("SOPClassUID") to texts, or to lists of
 /// such objects for sequences. Letters beyond ASCII are UTF-8; where no SpecificCharacterSet is named
 /// for them the set gets the one of Unicode.
-/// @throws Failure that names the key at fault.
+/// @throws Error that names the key at fault.
 AttributeSet readAttributes(const std::filesystem::path& jsonFile);
 
 /// The attributes of a dataset that have a text form and can be written again. Left out is what
@@ -56,15 +56,15 @@ AttributeSet attributesOf(DcmItem& dataset, ExportType type);
 
 /// Puts changes over a set; attributes that both have are replaced. When the changes name Unicode, the
 /// texts that stay are converted to it, those of items with a SpecificCharacterSet of their own too.
-/// @throws Failure when a text that stays does not convert, or is not in the set that is named.
+/// @throws Error when a text that stays does not convert, or is not in the set that is named.
 void apply(AttributeSet& attributes, const AttributeSet& changes);
 
 /// Finds out beforehand what the writer would refuse without saying why.
-/// @throws Failure that names the attribute at fault.
+/// @throws Error that names the attribute at fault.
 void requireWritable(const AttributeSet& attributes, ExportType type);
 
 /// Hands the attributes to the writer.
-/// @throws Failure when the writer refuses one.
+/// @throws Error when the writer refuses one.
 void fillWriter(ZrDcmExport& writer, const AttributeSet& attributes);
 
 }  // namespace zr

@@ -3,7 +3,7 @@
 // and from a file in whatever set. An item may name a set of its own; what stands in it follows that.
 #include "zrimaging/export/ExportUnicode.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -45,9 +45,10 @@ std::string placeInItem(const Attribute& sequence, std::size_t index) {
 
 void toUnicode(Attribute& attribute, const std::string& prefix) {
   if (attribute.unicode && attribute.unicode->escaped) {
-    throw Failure(prefix + attribute.name +
-                  ": holds bytes that are no characters of its SpecificCharacterSet: " +
-                  attribute.unicode->joined());
+    throw Error(Reason::CannotWrite,
+                prefix + attribute.name +
+                    ": holds bytes that are no characters of its SpecificCharacterSet: " +
+                    attribute.unicode->joined());
   }
   if (attribute.unicode) {
     attribute.text = attribute.unicode->joined();
@@ -66,7 +67,8 @@ void toUnicode(Attribute& attribute, const std::string& prefix) {
 /// Texts that take their set from outside must mean the same in any; items may bring their own.
 void requireAscii(const Attribute& attribute, const std::string& prefix, const std::string& set) {
   if (attribute.unicode || !isAscii(attribute.text)) {
-    throw Failure(prefix + attribute.name + ": is not in the SpecificCharacterSet " + set);
+    throw Error(Reason::CannotWrite,
+                prefix + attribute.name + ": is not in the SpecificCharacterSet " + set);
   }
   for (std::size_t i = 0; i < attribute.items.size(); ++i) {
     if (attribute.items[i].has(kSpecificCharacterSet)) {
@@ -86,8 +88,8 @@ void requireCharacterSet(AttributeSet& attributes) {
   }
   attributes.setDefault(kSpecificCharacterSet, kUnicode);
   if (const Attribute* foreign = firstOutsideUnicode(attributes, "")) {
-    throw Failure(foreign->name + ": letters beyond ASCII need the SpecificCharacterSet " +
-                  kUnicode);
+    throw Error(Reason::CannotWrite,
+                foreign->name + ": letters beyond ASCII need the SpecificCharacterSet " + kUnicode);
   }
 }
 

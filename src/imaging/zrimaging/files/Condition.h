@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/ofstd/ofcond.h"
@@ -12,10 +12,11 @@ namespace zr {
 
 /// Goes on only when DCMTK did what it was asked for.
 /// @param what how that is called behind "cannot": "set InstanceNumber"
-/// @throws Failure "cannot WHAT: reason"
-inline void require(const OFCondition& condition, const std::string& what) {
+/// @throws Error "cannot WHAT: reason"
+inline void require(const OFCondition& condition, const std::string& what,
+                    Reason reason = Reason::CannotWrite) {
   if (condition.bad()) {
-    throw Failure("cannot " + what + ": " + condition.text());
+    throw Error(reason, "cannot " + what + ": " + condition.text());
   }
 }
 

@@ -2,7 +2,7 @@
 // Loading: refuse what is no DICOM with a clear reason before DCMTK tries to make sense of it.
 #include "zrimaging/files/DicomFile.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/files/NestingGuard.h"
 #include "zrimaging/texts/CharacterSet.h"
 
@@ -30,16 +30,16 @@ void refuseWhatIsNoFile(const fs::path& path) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   if (status.type() == fs::file_type::not_found) {
-    throw Failure("does not exist");
+    throw Error(Reason::NotDicom, "does not exist");
   }
   if (error) {
-    throw Failure("cannot be opened: " + error.message());
+    throw Error(Reason::NotDicom, "cannot be opened: " + error.message());
   }
   if (fs::is_directory(status)) {
-    throw Failure("is a folder, not a DICOM file");
+    throw Error(Reason::NotDicom, "is a folder, not a DICOM file");
   }
   if (!fs::is_regular_file(status)) {
-    throw Failure("is no regular file");
+    throw Error(Reason::NotDicom, "is no regular file");
   }
 }
 
@@ -57,18 +57,18 @@ bool beginsLikeDataset(const std::array<unsigned char, 132>& start) {
 bool hasPreamble(const fs::path& path) {
   std::ifstream stream(path, std::ios::binary);
   if (!stream) {
-    throw Failure(std::string("cannot be opened: ") + std::strerror(errno));
+    throw Error(Reason::NotDicom, std::string("cannot be opened: ") + std::strerror(errno));
   }
   std::array<unsigned char, 132> start{};
   stream.read(reinterpret_cast<char*>(start.data()), static_cast<std::streamsize>(start.size()));
   if (stream.gcount() == 0) {
-    throw Failure("is empty");
+    throw Error(Reason::NotDicom, "is empty");
   }
   if (std::memcmp(start.data() + 128, "DICM", 4) == 0) {
     return true;
   }
   if (stream.gcount() < 8 || !beginsLikeDataset(start)) {
-    throw Failure("is not a DICOM file");
+    throw Error(Reason::NotDicom, "is not a DICOM file");
   }
   return false;
 }
@@ -92,22 +92,24 @@ DicomFile::DicomFile(const fs::path& path) : path_(path), format_(new DcmFileFor
   const bool saysDicom = hasPreamble(path);
   const HeaderScan headers = scanHeaders(path);
   if (headers.tooDeep) {
-    throw Failure("nests sequences too deeply to be read safely");
+    throw Error(Reason::TooLarge, "nests sequences too deeply to be read safely");
   }
   if (headers.isDamagedMeta) {
-    throw Failure("is damaged: its meta information cannot be read");
+    throw Error(Reason::Damaged, "is damaged: its meta information cannot be read");
   }
   const OFCondition loaded = format_->loadFile(OFFilename(path.c_str()), EXS_Unknown);
   if (loaded == EC_MemoryExhausted && headers.overlong.empty()) {
-    throw Failure("out of memory");  // the file itself is whole
+    throw Error(Reason::OutOfMemory, "out of memory");  // the file itself is whole
   }
   if (loaded.bad()) {
-    throw Failure(std::string(saysDicom ? "is damaged: " : "is damaged or no DICOM file: ") +
-                  (headers.overlong.empty() ? std::string(loaded.text())
-                                            : headers.overlong + ", more than the file has left"));
+    throw Error(
+        Reason::Damaged,
+        std::string(saysDicom ? "is damaged: " : "is damaged or no DICOM file: ") +
+            (headers.overlong.empty() ? std::string(loaded.text())
+                                      : headers.overlong + ", more than the file has left"));
   }
   if (!saysDicom && !holdsKnownAttributes(dataset())) {
-    throw Failure("is not a DICOM file");
+    throw Error(Reason::NotDicom, "is not a DICOM file");
   }
   frameCount_ = Zrg::numberOfFrames(dataset());
 }

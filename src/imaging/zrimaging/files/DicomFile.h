@@ -16,7 +16,7 @@ namespace zr {
 class DicomFile {
 public:
   /// Reads the file, with or without preamble and meta information.
-  /// @throws Failure when it is no DICOM file or cannot be read.
+  /// @throws Error when it is no DICOM file or cannot be read.
   explicit DicomFile(const std::filesystem::path& path);
 
   DcmDataset& dataset() const { return *format_->getDataset(); }

@@ -3,7 +3,7 @@
 // limited for everything that they do not tell.
 #include "zrimaging/files/MemoryBudget.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 
 #include <zrdcmexport/ZrFrames.h>
 
@@ -60,7 +60,7 @@ void limitTo(std::uint64_t bytes) {
   const std::uint64_t wanted = bytes > kBeyondCounting - mapped ? kBeyondCounting : bytes + mapped;
   limit.rlim_cur = std::min<rlim_t>(wanted, limit.rlim_max);
   if (!known || setrlimit(RLIMIT_AS, &limit) != 0) {
-    throw Failure("cannot limit the memory of the program");
+    throw Error(Reason::Unsupported, "cannot limit the memory of the program");
   }
 }
 #else
@@ -103,8 +103,8 @@ void MemoryBudget::requireFor(DcmItem& item, std::uint64_t first, std::uint64_t 
   const std::uint64_t delivered = deliveredBytes(item, last - first + 1, *peak);
   const std::string meanwhile =
       delivered == *peak ? "" : " and " + sizeText(*peak) + " while it is";
-  throw Failure("takes " + sizeText(delivered) + " once it is decoded" + meanwhile +
-                "; --max-memory allows " + sizeText(bytes));
+  throw Error(Reason::TooLarge, "takes " + sizeText(delivered) + " once it is decoded" + meanwhile +
+                                    "; --max-memory allows " + sizeText(bytes));
 }
 
 }  // namespace zr

@@ -15,7 +15,7 @@ struct MemoryBudget {
   std::uint64_t bytes = std::uint64_t{4} << 30U;
 
   /// Refuses what takes more, as Zrg::decodedBytes reckons it.
-  /// @throws Failure when decoding all frames that Number of Frames claims takes more than `bytes`;
+  /// @throws Error when decoding all frames that Number of Frames claims takes more than `bytes`;
   ///         it names both sizes
   void requireFor(DcmItem& item) const;
   /// The same for the frames `first` to `last`, 0-based.

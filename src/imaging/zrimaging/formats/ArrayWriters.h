@@ -21,7 +21,7 @@ const char* typeName(SampleType type);
 using FrameAt = std::function<SampleArray(std::size_t index)>;
 
 /// Writes the samples alone: all frames in order, row by row, little endian, colour interleaved.
-/// @throws Failure when the file cannot be written or is an input.
+/// @throws Error when the file cannot be written or is an input.
 void writeRaw(const std::filesystem::path& target, const ProtectedInputs& inputs,
               const SampleArray& array);
 
@@ -29,7 +29,7 @@ void writeRaw(const std::filesystem::path& target, const ProtectedInputs& inputs
 ///
 /// Shape: (frames, rows, columns), for colour (frames, rows, columns, 3); the frame axis is there
 /// for a single frame too, so that a script need not tell the cases apart.
-/// @throws Failure when the file cannot be written or is an input.
+/// @throws Error when the file cannot be written or is an input.
 /// @see https://numpy.org/doc/stable/reference/generated/numpy.lib.format.html
 void writeNpy(const std::filesystem::path& target, const ProtectedInputs& inputs,
               const SampleArray& array);
@@ -51,7 +51,7 @@ struct NrrdHeader {
 
 /// Writes NRRD with an attached header (NRRD0004, encoding raw): axes columns, rows, frames, and
 /// in front of them the three channels of colour.
-/// @throws Failure when the file cannot be written or is an input.
+/// @throws Error when the file cannot be written or is an input.
 /// @see https://teem.sourceforge.net/nrrd/format.html
 void writeNrrd(const std::filesystem::path& target, const ProtectedInputs& inputs,
                const SampleArray& array, const NrrdHeader& header);

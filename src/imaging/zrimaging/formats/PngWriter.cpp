@@ -3,7 +3,7 @@
 // (longjmp) never crosses a C++ object.
 #include "zrimaging/formats/PngWriter.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/output/OutputFile.h"
 
 #include <png.h>
@@ -88,7 +88,7 @@ void writePng(const std::filesystem::path& target, const ProtectedInputs& inputs
   const bool encoded = encode(png, info, frame, rows.data());
   png_destroy_write_struct(&png, &info);
   if (!encoded) {
-    throw Failure("cannot make " + target.string() + ": " + encoder.error);
+    throw Error(Reason::CannotWrite, "cannot make " + target.string() + ": " + encoder.error);
   }
   file.write(encoder.bytes.data(), encoder.bytes.size());
   file.commit();

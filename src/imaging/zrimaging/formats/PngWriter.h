@@ -11,7 +11,7 @@ namespace zr {
 /// Writes one frame as PNG: gray or RGB, 8 or 16 bits a sample as the array has them.
 ///
 /// Samples are written as they are; PNG knows no signed samples, so signed ones keep their bits.
-/// @throws Failure when the frame is too large for PNG, or the file cannot be written or is an input.
+/// @throws Error when the frame is too large for PNG, or the file cannot be written or is an input.
 void writePng(const std::filesystem::path& target, const ProtectedInputs& inputs,
               const SampleArray& frame);
 

@@ -13,7 +13,7 @@
 //   65,536 and more   it counts frames in 16 bits
 #include "zrimaging/images/DecodedImage.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/images/CellConversion.h"
 #include "zrimaging/images/DecoderWarnings.h"
 #include "zrimaging/images/Explanation.h"
@@ -38,9 +38,10 @@ FrameRange framesWanted(const DecodeRequest& request, std::size_t available) {
     return {0, available - 1};
   }
   if (request.frames->last >= available) {
-    throw Failure("has " + std::to_string(available) + (available == 1 ? " frame" : " frames") +
-                  " (0-based: up to " + std::to_string(available - 1) + "); there is no frame " +
-                  std::to_string(request.frames->last));
+    throw Error(Reason::NoSuchFrame,
+                "has " + std::to_string(available) + (available == 1 ? " frame" : " frames") +
+                    " (0-based: up to " + std::to_string(available - 1) + "); there is no frame " +
+                    std::to_string(request.frames->last));
   }
   return *request.frames;
 }
@@ -55,7 +56,7 @@ bool mayBeNarrowStream(const DicomFile& file) {
 
 void requirePixels(const Zrg::SliceImage& slice) {
   if (slice.extent.x == 0 || slice.extent.y == 0) {
-    throw Failure("has an image without pixels");
+    throw Error(Reason::NoPixelData, "has an image without pixels");
   }
 }
 
@@ -71,7 +72,8 @@ void decodeOneByOne(DecodedImage& image, const DecodeRequest& request, std::size
   memory.requireFor(item, image.frames.first, image.frames.last);
   const Zrg::FrameFormat format = describeFrames(image);
   if (format.bytesPerSample > 2) {
-    throw Failure(whyNotDecoded(*image.file, "has samples of 32 bits, which are not decoded"));
+    throw whyNotDecoded(
+        *image.file, Error(Reason::Unsupported, "has samples of 32 bits, which are not decoded"));
   }
   const std::size_t size = image.frames.count() * format.frameBytes();
   image.slice.buffer.reset(new char[size], std::default_delete<char[]>());
@@ -79,10 +81,10 @@ void decodeOneByOne(DecodedImage& image, const DecodeRequest& request, std::size
   for (std::size_t frame = image.frames.first; frame <= image.frames.last; ++frame) {
     try {
       decodeFrame(item, frame, {target, format.frameBytes()}, available > 1);
-    } catch (const Failure& failure) {
+    } catch (const Error& error) {
       // The only frame may stand in fragments that are no frame of their own.
       if (available > 1 || !decodesWhole(image)) {
-        throw Failure(whyNotDecoded(*image.file, failure.what()));
+        throw whyNotDecoded(*image.file, error);
       }
       return;
     }
@@ -106,7 +108,7 @@ void decodeInto(DecodedImage& image, bool wholeFile, const MemoryBudget& memory)
   const int first = wholeFile ? -1 : static_cast<int>(image.frames.first);
   const int last = wholeFile ? -1 : static_cast<int>(image.frames.last);
   if (!image.slice.process(image.file->dataset(), error, first, last, nullptr, 0)) {
-    throw Failure(whyNotDecoded(*image.file, error));
+    throw whyNotDecoded(*image.file, decoderError(error));
   }
   image.firstHeldFrame = wholeFile ? 0 : first;
 }
@@ -158,7 +160,7 @@ Zrg::FrameFormat describeFrames(DecodedImage& image) {
   Zrg::FrameFormat format;
   DcmItem& item = image.file->dataset();
   if (!Zrg::readFrameFormat(item, format, error) || !Zrg::describeImage(item, image.slice, error)) {
-    throw Failure(whyNotDecoded(*image.file, error));
+    throw whyNotDecoded(*image.file, decoderError(error));
   }
   requirePixels(image.slice);
   image.slice.extent.z = static_cast<long long>(image.frames.count());
@@ -168,7 +170,7 @@ Zrg::FrameFormat describeFrames(DecodedImage& image) {
 void decodeFrame(DcmItem& item, std::size_t number, FrameTarget target, bool named) {
   std::string error;
   if (!Zrg::decodeFrame(item, number, target.memory, target.size, error)) {
-    throw Failure(named ? "frame " + std::to_string(number) + ": " + error : error);
+    throw decoderError(named ? "frame " + std::to_string(number) + ": " + error : error);
   }
 }
 

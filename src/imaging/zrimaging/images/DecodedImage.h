@@ -46,7 +46,7 @@ struct DecodedImage {
 /// Monochrome samples come out unsigned, the stored bits alone wherever they stand in the cell, with the
 /// modality LUT applied; or with `stored` as their bytes are (then the sample type is signed when Pixel Representation says so); colour comes out
 /// as 8-bit RGB.
-/// @throws Failure when the file cannot be read or decoded, has no such frames, or takes more
+/// @throws Error when the file cannot be read or decoded, has no such frames, or takes more
 ///         memory than there may be.
 DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest& request,
                          const MemoryBudget& memory);
@@ -57,7 +57,7 @@ DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& r
 
 /// What decodeFrame() of the library will deliver of the frames of an image that is not decoded yet; the
 /// record of the image is filled from its attributes.
-/// @throws Failure when they do not make an image that can be decoded.
+/// @throws Error when they do not make an image that can be decoded.
 Zrg::FrameFormat describeFrames(DecodedImage& image);
 
 /// Where a frame goes.
@@ -68,7 +68,7 @@ struct FrameTarget {
 
 /// Decodes one frame by its number; cells of monochrome samples come as they are stored.
 /// @param named whether the reason of a failure begins with the number of the frame
-/// @throws Failure when it does not decode
+/// @throws Error when it does not decode
 void decodeFrame(DcmItem& item, std::size_t number, FrameTarget target, bool named);
 
 }  // namespace zr

@@ -5,7 +5,7 @@
 // without pixels first, the compressed stream last. The first one that holds is told.
 #include "zrimaging/images/Explanation.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/files/DicomFile.h"
 
 #include <zrdcmexport/ZrFrames.h>
@@ -200,9 +200,7 @@ Facts::Facts(const DicomFile& file)
 }
 
 // --- causes, in the order in which they are looked for --------------------------------------------
-// Each answers a text when it holds, and nothing when it does not.
-
-using Cause = std::string (*)(const Facts&);
+// Each answers a text when it holds, and an empty one when it does not.
 
 std::string noPixelsAtAll(const Facts& facts) {
   const std::string what = describeWithoutPixels(facts.dataset);
@@ -220,6 +218,13 @@ std::string otherSamples(const Facts& facts) {
   if (facts.dataset.tagExists(DCM_DoubleFloatPixelData)) {
     return std::string("has its samples in Double Float Pixel Data (7FE0,0009), 64 bits each") +
            kOnly;
+  }
+  return "";
+}
+
+std::string noPixelData(const Facts& facts) {
+  if (facts.pixelData != nullptr) {
+    return "";
   }
   if (facts.dataset.tagExists(DCM_PixelDataProviderURL)) {
     return "has its pixels at a server (Pixel Data Provider URL (0028,7FE0)), not in the file; "
@@ -288,16 +293,21 @@ std::string sampleSize(const Facts& facts) {
          " (Bits Allocated (0028,0100)); those of 8 and 16 bits are decoded";
 }
 
-std::string palette(const Facts& facts) {
-  if (facts.photometricInterpretation != "PALETTE COLOR" ||
-      facts.dataset.tagExistsWithValue(DCM_RedPaletteColorLookupTableData)) {
-    return "";
-  }
-  if (facts.dataset.tagExists(DCM_SegmentedRedPaletteColorLookupTableData)) {
+std::string segmentedPalette(const Facts& facts) {
+  if (facts.photometricInterpretation == "PALETTE COLOR" &&
+      !facts.dataset.tagExistsWithValue(DCM_RedPaletteColorLookupTableData) &&
+      facts.dataset.tagExists(DCM_SegmentedRedPaletteColorLookupTableData)) {
     return "has a segmented palette (Segmented Red Palette Color Lookup Table Data (0028,1221)), "
            "which is not decoded; write the palette in full first";
   }
-  return "has no palette: Red Palette Color Lookup Table Data (0028,1201) is missing";
+  return "";
+}
+
+std::string noPalette(const Facts& facts) {
+  const bool missing = facts.photometricInterpretation == "PALETTE COLOR" &&
+                       !facts.dataset.tagExistsWithValue(DCM_RedPaletteColorLookupTableData);
+  return missing ? "has no palette: Red Palette Color Lookup Table Data (0028,1201) is missing"
+                 : "";
 }
 
 std::string noBytes(const Facts& facts) {
@@ -384,9 +394,25 @@ std::string undecodableStream(const Facts& facts) {
                                           "know";
 }
 
-constexpr std::array<Cause, 12> kCauses = {
-    noPixelsAtAll, otherSamples, noDecoder, vrOfBytes,    missingAttributes, noSize,
-    sampleSize,    palette,      noBytes,   tooFewFrames, otherStream,       undecodableStream};
+struct Cause {
+  std::string (*describe)(const Facts&);
+  Reason reason;
+};
+
+constexpr std::array<Cause, 14> kCauses = {{{noPixelsAtAll, Reason::NoPixelData},
+                                            {otherSamples, Reason::Unsupported},
+                                            {noPixelData, Reason::NoPixelData},
+                                            {noDecoder, Reason::NoDecoder},
+                                            {vrOfBytes, Reason::Damaged},
+                                            {missingAttributes, Reason::MissingAttribute},
+                                            {noSize, Reason::NoPixelData},
+                                            {sampleSize, Reason::Unsupported},
+                                            {segmentedPalette, Reason::Unsupported},
+                                            {noPalette, Reason::MissingAttribute},
+                                            {noBytes, Reason::NoPixelData},
+                                            {tooFewFrames, Reason::Damaged},
+                                            {otherStream, Reason::Damaged},
+                                            {undecodableStream, Reason::Undecodable}}};
 
 }  // namespace
 
@@ -421,24 +447,29 @@ std::string describeWithoutPixels(DcmItem& dataset) {
   return isImage ? "" : kUnnamedWithoutPixels;
 }
 
-std::string whyNotDecoded(const DicomFile& file, const std::string& message) {
-  if (message.find(kOutOfMemory) != std::string::npos) {
-    return message;
+Error whyNotDecoded(const DicomFile& file, const Error& found) {
+  if (found.reason() == Reason::OutOfMemory) {
+    return found;
   }
   const Facts facts(file);
-  for (const Cause cause : kCauses) {
-    const std::string text = cause(facts);
+  for (const Cause& cause : kCauses) {
+    const std::string text = cause.describe(facts);
     if (!text.empty()) {
-      return facts.object.empty() ? text : facts.object + " " + text;
+      return {cause.reason, facts.object.empty() ? text : facts.object + " " + text};
     }
   }
-  return message;
+  return found;
+}
+
+Error decoderError(const std::string& message) {
+  const bool noMemory = message.find(kOutOfMemory) != std::string::npos;
+  return {noMemory ? Reason::OutOfMemory : Reason::Undecodable, message};
 }
 
 void refusePackedPixels(const DicomFile& file) {
   Uint16 bits = 0;
   if (file.dataset().findAndGetUint16(DCM_BitsAllocated, bits).good() && bits == 1) {
-    throw Failure(whyNotDecoded(file, ""));
+    throw whyNotDecoded(file, Error(Reason::Unsupported, "has samples of 1 bit"));
   }
 }
 

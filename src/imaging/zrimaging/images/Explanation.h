@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "zrimaging/Error.h"
+
 #include <string>
 
 class DcmItem;
@@ -24,12 +26,15 @@ TransferSyntaxName transferSyntaxOf(const DicomFile& file);
 std::string describeWithoutPixels(DcmItem& dataset);
 
 /// Why the image of a file does not decode, in one line: what the object is, what is not there or not
-/// known, and what would help. `message` is what the library said of it, which comes back where nothing
-/// better is found. The file may have been decoded in part.
-std::string whyNotDecoded(const DicomFile& file, const std::string& message);
+/// known, and what would help. `found` is what decoding said of it, which comes back where nothing
+/// better is found, and where memory was short. The file may have been decoded in part.
+Error whyNotDecoded(const DicomFile& file, const Error& found);
+
+/// What a message of the decoder amounts to: OutOfMemory or Undecodable.
+Error decoderError(const std::string& message);
 
 /// Refuses pixels of one bit, which the slice decoder hands out as they are packed.
-/// @throws Failure with the reason.
+/// @throws Error with the reason.
 void refusePackedPixels(const DicomFile& file);
 
 }  // namespace zr

@@ -3,7 +3,7 @@
 // numbers when they are asked for.
 #include "zrimaging/images/FrameSource.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/images/DecoderWarnings.h"
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/FrameAttributes.h"
@@ -46,8 +46,8 @@ void FrameSource::openColour(std::unique_ptr<DicomFile> file, std::size_t frames
     if (frames > std::numeric_limits<std::uint16_t>::max()) {
       (void)FrameSource::frame(frames - 1);  // lists of so many are not made for a mere claim
     }
-  } catch (const Failure& failure) {
-    throw Failure(whyNotDecoded(*image_.file, failure.what()));
+  } catch (const Error& error) {
+    throw whyNotDecoded(*image_.file, error);
   }
 }
 

@@ -15,7 +15,7 @@ namespace zr {
 
 /// Opens a file whose frames are to be shown: a modality LUT that is not meant for display (PS3.3
 /// C.8.7.1.1.2) is taken out.
-/// @throws Failure when it is no DICOM file or cannot be read.
+/// @throws Error when it is no DICOM file or cannot be read.
 std::unique_ptr<DicomFile> openForDisplay(const std::filesystem::path& path);
 
 /// All frames of an image, to be looked at one after the other, with no more memory than the
@@ -26,7 +26,7 @@ std::unique_ptr<DicomFile> openForDisplay(const std::filesystem::path& path);
 /// frames are decoded one by one when they are asked for.
 class FrameSource {
 public:
-  /// @throws Failure when the image, or the first frame of a colour image, does not decode; of more
+  /// @throws Error when the image, or the first frame of a colour image, does not decode; of more
   ///         colour frames than 65,535 also when the last one does not.
   FrameSource(std::unique_ptr<DicomFile> file, const MemoryBudget& memory);
   virtual ~FrameSource() = default;
@@ -42,7 +42,7 @@ public:
   /// What the user must know about the frames decoded so far, a line each; nothing the next time.
   virtual std::vector<std::string> takeRemarks() { return std::exchange(image_.remarks, {}); }
   /// One frame, 0-based; its samples stay valid until the next call.
-  /// @throws Failure when a colour frame does not decode.
+  /// @throws Error when a colour frame does not decode.
   virtual SampleArray frame(std::size_t index);
 
 protected:

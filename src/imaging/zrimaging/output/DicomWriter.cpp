@@ -2,7 +2,7 @@
 // A DICOM file by DCMTK, through an OutputFile.
 #include "zrimaging/output/DicomWriter.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/output/OutputFile.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -77,7 +77,7 @@ void writeDicomFile(DcmFileFormat& file, E_TransferSyntax syntax,
   const OFCondition written = save(file, syntax, consumer);
   consumer.rethrow();
   if (written.bad()) {
-    throw Failure("cannot write " + target.string() + ": " + written.text());
+    throw Error(Reason::CannotWrite, "cannot write " + target.string() + ": " + written.text());
   }
   output.commit();
 }

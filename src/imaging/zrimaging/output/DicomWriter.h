@@ -12,7 +12,7 @@
 namespace zr {
 
 /// Writes a DICOM file that appears under its name only when it is complete.
-/// @throws Failure when the target cannot be written or is an input, or the dataset has no form in
+/// @throws Error when the target cannot be written or is an input, or the dataset has no form in
 ///         this syntax
 void writeDicomFile(DcmFileFormat& file, E_TransferSyntax syntax,
                     const std::filesystem::path& target, const ProtectedInputs& inputs);

@@ -2,7 +2,7 @@
 // A file that somebody else writes by its name: looked at before it gets the name that was asked for.
 #include "zrimaging/output/LibraryFile.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/output/OutputFile.h"
 
 #include <cerrno>
@@ -75,7 +75,8 @@ int LibraryFile::openWritten(std::uint64_t leastBytes) const {
   if (!known || !S_ISREG(status.st_mode) ||
       static_cast<std::uint64_t>(status.st_size) < leastBytes) {
     (void)close(descriptor);
-    throw Failure("cannot write " + place_.target.string() + ": the file came out incomplete");
+    throw Error(Reason::CannotWrite,
+                "cannot write " + place_.target.string() + ": the file came out incomplete");
   }
   return descriptor;
 }

@@ -19,7 +19,7 @@ namespace zr {
 class LibraryFile {
 public:
   /// @param inputs are asked again in `commit` and live as long as this
-  /// @throws Failure when the place cannot be written or is an input.
+  /// @throws Error when the place cannot be written or is an input.
   LibraryFile(const std::filesystem::path& target, const ProtectedInputs& inputs);
   ~LibraryFile();
   LibraryFile(const LibraryFile&) = delete;
@@ -33,7 +33,7 @@ public:
 
   /// Gives the file its name.
   /// @param leastBytes below which it cannot be whole
-  /// @throws Failure when the file is not there, too short or cannot have its name
+  /// @throws Error when the file is not there, too short or cannot have its name
   void commit(std::uint64_t leastBytes);
 
 private:

@@ -2,7 +2,7 @@
 // Complete files or none: temporary name, checked writes, rename.
 #include "zrimaging/output/OutputFile.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/output/StandardOutput.h"
 
 #include <cerrno>
@@ -141,8 +141,9 @@ void createFolder(const fs::path& folder) {
   std::error_code error;
   fs::create_directories(folder, error);
   if (error || !fs::is_directory(folder, ignored)) {
-    throw Failure("cannot make the folder " + folder.string() + ": " +
-                  (error ? error.message() : std::string("something else has that name")));
+    throw Error(Reason::CannotWrite,
+                "cannot make the folder " + folder.string() + ": " +
+                    (error ? error.message() : std::string("something else has that name")));
   }
 }
 

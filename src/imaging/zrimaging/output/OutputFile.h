@@ -24,7 +24,7 @@ namespace zr {
 class OutputFile {
 public:
   /// @param inputs are asked again in `commit` and live as long as this
-  /// @throws Failure when the place cannot be written or is an input.
+  /// @throws Error when the place cannot be written or is an input.
   OutputFile(const std::filesystem::path& target, const ProtectedInputs& inputs);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
@@ -32,12 +32,12 @@ public:
   OutputFile(OutputFile&&) = delete;
   OutputFile& operator=(OutputFile&&) = delete;
 
-  /// @throws Failure when not every byte was taken.
+  /// @throws Error when not every byte was taken.
   void write(const void* bytes, std::size_t count);
   void write(std::string_view text) { write(text.data(), text.size()); }
 
   /// Closes the file and gives it its name.
-  /// @throws Failure when the disk is full or the rename fails; nothing is left behind then.
+  /// @throws Error when the disk is full or the rename fails; nothing is left behind then.
   void commit();
 
 private:
@@ -57,7 +57,7 @@ private:
 
 /// Creates the folder and those above it. What was made and is still empty goes away again when a
 /// signal ends the program.
-/// @throws Failure when that cannot be done or something else stands there.
+/// @throws Error when that cannot be done or something else stands there.
 void createFolder(const std::filesystem::path& folder);
 
 }  // namespace zr

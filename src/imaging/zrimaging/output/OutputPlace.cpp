@@ -2,7 +2,7 @@
 // What stands where an output is to go, and how a finished file takes that place.
 #include "zrimaging/output/OutputPlace.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 
 #include <cerrno>
 #include <charconv>
@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 [[noreturn]] void fail(const fs::path& target, const char* reason) {
-  throw Failure("cannot write " + target.string() + ": " + reason);
+  throw Error(Reason::CannotWrite, "cannot write " + target.string() + ": " + reason);
 }
 
 // The kernel's names of our own descriptors look like links, but the file that such a link seems to

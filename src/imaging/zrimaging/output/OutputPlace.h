@@ -24,22 +24,22 @@ struct OutputPlace {
   std::filesystem::path folder() const { return file.parent_path(); }
 };
 
-/// @throws Failure when the target is an input, a folder, a link that leads nowhere, or cannot be
+/// @throws Error when the target is an input, a folder, a link that leads nowhere, or cannot be
 ///         looked at
 OutputPlace findPlace(const std::filesystem::path& target, const ProtectedInputs& inputs);
 
 /// Gives a finished temporary file what the replaced one had: permissions, and its owner where this
 /// user may give files away. What replaces is on the disk before the older content goes; a new file
 /// is not waited for, as it can be made again.
-/// @throws Failure
+/// @throws Error
 void prepareToReplace(int descriptor, const OutputPlace& place);
 
 /// Gives a finished file its name.
-/// @throws Failure when the rename fails, or when an input has come to stand there meanwhile
+/// @throws Error when the rename fails, or when an input has come to stand there meanwhile
 void giveName(const std::filesystem::path& finished, const OutputPlace& place,
               const ProtectedInputs& inputs);
 
-/// @throws Failure "cannot write TARGET: REASON", of an errno
+/// @throws Error "cannot write TARGET: REASON", of an errno
 [[noreturn]] void failWriting(const std::filesystem::path& target, int error);
 
 }  // namespace zr

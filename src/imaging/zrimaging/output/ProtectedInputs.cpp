@@ -2,7 +2,7 @@
 // Inputs are told by device and inode: a name says little where links and folders lead to it.
 #include "zrimaging/output/ProtectedInputs.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 
 #include <optional>
 
@@ -20,8 +20,8 @@ void ProtectedInputs::refuseToReplace(const std::filesystem::path& target) const
   const std::optional<FileIdentity> identity = identityOf(target);
   const auto input = identity ? names_.find(*identity) : names_.end();
   if (input != names_.end()) {
-    throw Failure("cannot write " + target.string() + ": that would replace the input " +
-                  input->second);
+    throw Error(Reason::CannotWrite, "cannot write " + target.string() +
+                                         ": that would replace the input " + input->second);
   }
 }
 

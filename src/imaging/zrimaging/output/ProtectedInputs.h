@@ -22,7 +22,7 @@ public:
   /// Empty names (options that were not given) and files that are not there protect nothing.
   explicit ProtectedInputs(const std::vector<std::string>& files);
 
-  /// @throws Failure when the target is one of the inputs
+  /// @throws Error when the target is one of the inputs
   void refuseToReplace(const std::filesystem::path& target) const;
 
 private:

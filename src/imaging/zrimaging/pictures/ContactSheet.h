@@ -34,7 +34,7 @@ struct SheetContent {
 ///
 /// @param layout receives where everything stands
 /// @return RGB, at most SheetLayout::kLargestSide wide and high
-/// @throws Failure when a frame does not decode.
+/// @throws Error when a frame does not decode.
 Picture drawContactSheet(FrameSource& source, const SheetContent& content, SheetLayout& layout);
 
 /// What a sheet of the whole file has to show.

@@ -2,7 +2,7 @@
 // Copies of the files of a series, numbered by their position in it.
 #include "zrimaging/series/SeriesCopy.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/files/Condition.h"
 #include "zrimaging/files/DicomFile.h"
 #include "zrimaging/output/DicomWriter.h"

@@ -15,7 +15,7 @@ std::filesystem::path copyPath(const std::filesystem::path& folder, std::size_t 
 /// Writes the file again with its position as Instance Number. The number that it had goes to
 /// OriginalInstanceNumber, unless there is one already or another vendor owns that private block.
 /// Pixel data stays as it is stored.
-/// @throws Failure
+/// @throws Error
 void copyRenumbered(const std::filesystem::path& file, std::size_t position,
                     const std::filesystem::path& target, const ProtectedInputs& inputs);
 

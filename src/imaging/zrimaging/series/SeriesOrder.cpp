@@ -3,7 +3,7 @@
 // few attributes stay that a comparison reads.
 #include "zrimaging/series/SeriesOrder.h"
 
-#include "zrimaging/Failure.h"
+#include "zrimaging/Error.h"
 #include "zrimaging/files/Condition.h"
 #include "zrimaging/files/DicomFile.h"
 
@@ -106,7 +106,7 @@ OrderSwitches parseOrderSwitches(const std::string& list) {
         std::find_if(std::begin(kSwitches), std::end(kSwitches),
                      [&name](const SwitchName& candidate) { return name == candidate.name; });
     if (known == std::end(kSwitches)) {
-      throw Failure("'" + name + "' is no criterion that --by can switch on");
+      throw Error(Reason::Unsupported, "'" + name + "' is no criterion that --by can switch on");
     }
     switches.*(known->member) = true;
     begin = end + 1;

@@ -23,14 +23,14 @@ struct OrderSwitches {
 };
 
 /// Reads a list such as "echo-time,volume-uid"; an empty list switches nothing on.
-/// @throws Failure for a name that is none of the six
+/// @throws Error for a name that is none of the six
 OrderSwitches parseOrderSwitches(const std::string& list);
 
 /// One file of a series: its path and, of its dataset, only what a comparison reads.
 class SeriesImage {
 public:
   /// Reads the file once and lets go of it.
-  /// @throws Failure when it is no DICOM file or cannot be read
+  /// @throws Error when it is no DICOM file or cannot be read
   explicit SeriesImage(const std::filesystem::path& path);
 
   const std::filesystem::path& path() const { return path_; }
