@@ -6,9 +6,9 @@
 #include "decoding/FrameBytes.h"
 #include "decoding/FrameDecoder.h"
 #include "decoding/SliceDecoding.h"
+#include "samples/InternalCheck.h"
 #include "streams/CodecGuard.h"
 
-#include <zrdcmexport/ExDicomUtilitiesGlobal.h>
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
 #include <zrdcmexport/ZrNumbers.h>
 #include <zrvolren/ZrDataAccess.h>
@@ -237,7 +237,8 @@ bool convert(SliceImage& slice, KtHandle<ZrDataAccess>& samples,
   int offset = 0;
   const KtResult result = ExDicomUtilities::extractSample_applyLUT_makeUnsigned(
       samples, samples, offset, modalityLut, true, bits.stored, bits.highBit);
-  if (ExDicomUtilities::failsInternally(result.isOk(), "res.isOk()", "ZrSliceImage",
+  if (ExDicomUtilities::failsInternally(result.isOk(), "res.isOk()",
+                                        ExDicomUtilities::CheckSource::kFrameConversion,
                                         kConversionFailureLine)) {
     // Deliberate: every failed conversion reads so, whatever its reason.
     // Test: SliceDecodingModalityLut.OfWiderEntriesThanTheSamplesFails

@@ -13,11 +13,11 @@
 // values to use.
 
 #include "dicom/CLocale.h"
+#include "samples/InternalCheck.h"
 
 #include <ktlib/KtLogFile.h>
 #include <wexlib/WexItem.h>
 #include <wexlib/WexItemOF.h>
-#include <zrdcmexport/ExDicomUtilitiesGlobal.h>
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
 #include <zrdcmexport/ZrNumbers.h>
 
@@ -36,8 +36,6 @@ namespace ExDicomUtilities {
 namespace {
 
 constexpr const char* kInconsistent = "Modality LUT inconsistent.";
-// The file by which the message is known to those who search logs for it.
-constexpr const char* kSourceFile = "ExDicomUtilitiesGlobal.h";
 constexpr int kVendorException = 1;
 
 // The values of a table as they stand in the dataset, or in `unpacked`.
@@ -86,7 +84,7 @@ DcmTagKey dataTagOf(const DcmTagKey& descriptor) {
 }
 
 KtResult reported(bool holds, const char* condition, int line = __builtin_LINE()) {
-  KtResult result = internalCheck(holds, condition, kSourceFile, line);
+  KtResult result = internalCheck(holds, condition, CheckSource::kLutReading, line);
   (void)Zr::fail(result);  // the caller keeps the result and ends by it
   return result;
 }

@@ -7,9 +7,8 @@
 // back.
 
 #include "samples/Domain.h"
+#include "samples/InternalCheck.h"
 #include "samples/Kernels.h"
-
-#include <zrdcmexport/ExDicomUtilitiesGlobal.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -23,8 +22,6 @@ namespace {
 
 using detail::SampleConversion;
 
-// The file by which failures are known to those who search logs for them.
-constexpr const char* kSourceFile = "ExDicomUtilitiesLUT.cpp";
 constexpr int kOwningAllocator = 1;
 constexpr long long kStagedPixels = 512;
 
@@ -82,7 +79,8 @@ KtHandle<ZrDataAccess> chooseTarget(const KtHandle<ZrDataAccess>& source,
   if (!canReuse(target, *source, form)) {
     target =
         new ZrDataAccess(source->dims(), form.type, form.nDataVar, KtAllocator(kOwningAllocator));
-    if (failsInternally(target->hasData(), "outTargetData->hasData()", kSourceFile)) {
+    if (failsInternally(target->hasData(), "outTargetData->hasData()",
+                        CheckSource::kSampleTransform)) {
       return {};
     }
   }
@@ -231,9 +229,10 @@ KtResult extractSample_applyLUT_makeUnsigned(const KtHandle<ZrDataAccess>& inout
                                              const LUT& lut, bool allowInPlace, unsigned bitsStored,
                                              unsigned highBit) {
   offset = 0;
-  if (failsInternally(inoutSourceData.isNotNull(), "inoutSourceData.isNotNull()", kSourceFile) ||
+  if (failsInternally(inoutSourceData.isNotNull(), "inoutSourceData.isNotNull()",
+                      CheckSource::kSampleTransform) ||
       failsInternally(inoutSourceData->primType().isInteger(),
-                      "inoutSourceData->primType().isInteger()", kSourceFile)) {
+                      "inoutSourceData->primType().isInteger()", CheckSource::kSampleTransform)) {
     return KtResult::makeBad(1);
   }
   const KtHandle<ZrDataAccess>& source = inoutSourceData;
@@ -249,8 +248,8 @@ KtResult extractSample_applyLUT_makeUnsigned(const KtHandle<ZrDataAccess>& inout
   conversion.target = form.type;
   conversion.bits = detail::StoredBits::of(source->primType(), bitsStored, highBit);
   conversion.table = tableOf(lut, entries);
-  if (entries.isNotNull() &&
-      failsInternally(conversion.table.values != nullptr, "entries->hasData()", kSourceFile)) {
+  if (entries.isNotNull() && failsInternally(conversion.table.values != nullptr,
+                                             "entries->hasData()", CheckSource::kSampleTransform)) {
     return KtResult::makeBad(1);
   }
 

@@ -35,6 +35,12 @@ constexpr const char* kNoDirectory = "[writeImage] no outputBaseDirectory specif
 constexpr const char* kMetaInfoFailed = "[writeImage] failed to write metainfo!";
 constexpr const char* kDatasetFailed = "[writeImage] failed to write dataset!";
 
+// Reasons why one attribute cannot be written.
+constexpr const char* kBesideSignedSamples = "cannot be written beside signed samples";
+constexpr const char* kForbiddenCharacter = "holds a character that no text may hold";
+constexpr const char* kNotInDictionary = "is not in the dictionary of DICOM";
+constexpr const char* kNoTextForm = "has no text form (value representation %s)";
+
 constexpr const char* kImplementationSuffix = ".1.0.51.20070901";
 
 /// Deliberate: the decimal number 755, not the octal mode of these digits. It is handed on as it
@@ -71,6 +77,27 @@ DcmTag tagWithVr(const ZrDcmTag& node, KtPrimType type) {
     }
   }
   return tag;
+}
+
+/// Puts an attribute as text; an older one of the same tag goes.
+OFCondition putText(DcmItem& item, const ZrDcmTag& node, KtPrimType type) {
+  return item.putAndInsertString(tagWithVr(node, type), node.value.c_str(), true);
+}
+
+/// What DCMTK's refusal of a text means to the one who gave it.
+std::string reasonOf(const OFCondition& refusal, const DcmTag& tag) {
+  if (refusal == EC_UnknownVR) {
+    return kNotInDictionary;
+  }
+  if (refusal == EC_IllegalCall) {
+    return KtString::printf(kNoTextForm, DcmVR(tag.getEVR()).getVRName()).str();
+  }
+  return refusal.text();
+}
+
+/// Keyword of an attribute, or its numbers where the dictionary does not know it.
+std::string nameOf(DcmTag tag) {
+  return tag.isUnknownVR() ? tag.toString() : tag.getTagName();
 }
 
 /// Deliberate: 32 bits, converted to signed, as the writer has always counted; a caller of this
@@ -185,6 +212,7 @@ bool ZrDcmExportPrivate::addParameters(const GxParamBundle* bundle) {
 
 bool ZrDcmExportPrivate::writeImageAsIs(int dim1, int dim2, void* pixels, KtPrimType type,
                                         int samplesPerPixel) {
+  refusedAttribute_.clear();
   if (pixels == nullptr) {
     return fail(kNullPointer);
   }
@@ -221,7 +249,10 @@ bool ZrDcmExportPrivate::writeDicomTags(DcmItem* item, const ZrDcmData* node, Kt
     if (isFileMetaKey(tag.key)) {
       continue;
     }
-    if (item->putAndInsertString(tagWithVr(tag, type), tag.value.c_str(), true).bad()) {
+    const OFCondition put = putText(*item, tag, type);
+    if (put.bad()) {
+      const DcmTag refused = tagWithVr(tag, type);
+      refusedAttribute_ = nameOf(refused) + ": " + reasonOf(put, refused);
       return false;
     }
   }
@@ -233,12 +264,28 @@ bool ZrDcmExportPrivate::writeDicomTags(DcmItem* item, const ZrDcmData* node, Kt
       // Without an item there is nothing to fill: such an item is left out, and no failure.
       (void)item->findOrCreateSequenceItem(tag, child, number);
       if (child != nullptr && !writeDicomTags(child, &itemNode, type, flag)) {
+        refusedAttribute_.insert(0, nameOf(tag) + "[" + std::to_string(number) + "].");
         return false;
       }
       ++number;
     }
   }
   return true;
+}
+
+std::string ZrDcmExportPrivate::reasonNotWritable(unsigned int group, unsigned int element,
+                                                  const std::string& value, bool samplesAreSigned) {
+  if (samplesAreSigned && takesVrOfSamples(group, element)) {
+    return kBesideSignedSamples;
+  }
+  if (value.find('\0') != std::string::npos) {
+    return kForbiddenCharacter;
+  }
+  const KtString key = KtString::printf("G%04x-%04x", group, element);
+  const ZrDcmTag node(key, KtString(value));
+  DcmItem scratch;
+  const OFCondition put = putText(scratch, node, KtPrimType::U16);
+  return put.good() ? std::string() : reasonOf(put, tagWithVr(node, KtPrimType::U16));
 }
 
 std::string ZrDcmExportPrivate::lastError() const {

@@ -51,11 +51,19 @@ public:
 
   /// Puts a node's attributes and sequences into a DCMTK item, recursively. File meta attributes
   /// are left out; the attributes that have the VR "US or SS" and speak of sample values take
-  /// theirs from `type`. Sets no message.
+  /// theirs from `type`. Sets no message; the attribute that cannot be put is `refusedAttribute`.
   ///
   /// @param flag handed down unchanged; it has no effect
   /// @return false at the first attribute that cannot be put (unknown VR, unreadable number)
   bool writeDicomTags(DcmItem* item, const ZrDcmData* node, KtPrimType type, bool flag);
+
+  /// Why an attribute cannot stand in a file of the face, whose samples are unsigned words; empty
+  /// when it can.
+  static std::string reasonNotWritable(unsigned int group, unsigned int element,
+                                       const std::string& value, bool samplesAreSigned);
+
+  /// The attribute that the last file could not have, with its place in the tree and the reason.
+  std::string refusedAttribute() const { return refusedAttribute_; }
 
   /// Copy of the writer's last error; success does not clear it. Hides the tree's.
   std::string lastError() const;
@@ -69,4 +77,5 @@ private:
   bool writeFile(DcmMetaInfo& metaInfo, DcmDataset& dataset);
 
   KtString lastError_;
+  std::string refusedAttribute_;
 };

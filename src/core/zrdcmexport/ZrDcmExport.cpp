@@ -42,6 +42,15 @@ std::string ZrDcmExport::lastError() const {
   return private_ ? private_->lastError() : std::string();
 }
 
+std::string ZrDcmExport::refusedAttribute() const {
+  return private_ ? private_->refusedAttribute() : std::string();
+}
+
+std::string ZrDcmExport::reasonNotWritable(unsigned short group, unsigned short element,
+                                           const std::string& value, bool samplesAreSigned) {
+  return ZrDcmExportPrivate::reasonNotWritable(group, element, value, samplesAreSigned);
+}
+
 bool ZrDcmExport::addParameters(const GxParamBundle* bundle) {
   return private_ && private_->addParameters(bundle);
 }

@@ -64,6 +64,27 @@ public:
   /// Text of the last failure; success does not clear it.
   [[nodiscard]] std::string lastError() const;
 
+  /// The attribute that the last call of writeImageAsIs() could not put into the dataset, and why:
+  /// "SourceImageSequence[0].ReferencedFrameNumber: Corrupted data". Items count from 0; an attribute
+  /// that the dictionary does not know has its numbers for a name, "(0028,0112)". Empty when the call
+  /// succeeded or failed for another reason.
+  [[nodiscard]] std::string refusedAttribute() const;
+
+  /// Why an attribute cannot be written with this text, as the second half of a sentence that begins
+  /// with its name ("has no text form (value representation OW)"); empty when it can. Asks before
+  /// anything is set; places in a sequence make no difference.
+  ///
+  /// @param group   group number of the attribute
+  /// @param element element number of the attribute
+  /// @param value   DICOM's text form, as for setDicomTag()
+  /// @param samplesAreSigned what Pixel Representation (0028,0103) says of the file. The writer gives
+  ///              attributes that hold sample values (VR "US or SS", such as Pixel Padding Value) the
+  ///              VR of unsigned samples, which signed ones do not allow.
+  /// @see PS3.5 section 6.2 (Value Representation), PS3.3 C.7.6.3 (Image Pixel Module)
+  [[nodiscard]] static std::string reasonNotWritable(unsigned short group, unsigned short element,
+                                                     const std::string& value,
+                                                     bool samplesAreSigned);
+
   /// Sets or replaces attributes from a parameter bundle of the host application.
   ///
   /// Values are parameters named like "G0010-0010" whose text reads "VR: value"; sequences are

@@ -22,7 +22,7 @@ for wanted in 'Zrg::decodeFrame(DcmItem&' 'Zrg::decodedBytes(' 'Zrg::describeIma
   'Zrg::SliceImage::extractEmbeddedOverlay<unsigned short>(' \
   'Zrg::SliceImage::extractEmbeddedOverlay<unsigned char>(' 'Zrg::MultiFrameImage::process(' \
   'Zrg::isEnhancedDicomSOPClassUID(' 'Zrg::readFrameOrder(' 'Zrg::readFrameIncrement(' 'Zrg::floatOf(' 'ExDCM::registerPrivateDicomTags(' 'ExDCM::PrivateTag::QAHistory' \
-  'ZrDcmExport::writeImageAsIs(' 'operator<<(ZrMsg&, ExDicomUtilities::LUT const&)' \
+  'ZrDcmExport::writeImageAsIs(' 'ZrDcmExport::refusedAttribute' 'ZrDcmExport::reasonNotWritable(' 'operator<<(ZrMsg&, ExDicomUtilities::LUT const&)' \
   'typeinfo for Zrg::SliceImage' 'vtable for Zrg::MultiFrameImage'; do
   if ! printf '%s\n' "$symbols" | grep -qF "$wanted"; then
     echo "missing from the surface: $wanted"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The attributes of a file to be written: from JSON, from a dataset, checked, into the writer. The
-// writer says of a bad attribute only that there is one, so each is tried here first.
+// The attributes of a file to be written: from JSON, from a dataset, checked, into the writer, which
+// is asked of each text whether it can write it.
 #include "zrimaging/export/ExportAttributes.h"
 
 #include "zrimaging/Error.h"
@@ -69,11 +69,6 @@ bool isOfOldSamples(std::uint32_t tag) {
   return std::any_of(
       std::begin(kOfOldSamples), std::end(kOfOldSamples),
       [tag](const TagRange& range) { return tag >= range.first && tag <= range.last; });
-}
-
-/// The attributes whose "US or SS" the writer decides.
-bool takesVrOfSamples(std::uint32_t tag) {
-  return tag == 0x00280120 || (tag >= 0x00280106 && tag <= 0x00280111);
 }
 
 std::string writerKey(std::uint32_t tag) {
@@ -164,16 +159,6 @@ Json parseJson(std::istream& stream) {
   return Json::parse(stream, noticeRepetition);
 }
 
-/// Tries an attribute as the writer will put it.
-OFCondition tryText(std::uint32_t tag, const std::string& text) {
-  DcmTag element(keyOf(tag));
-  if (takesVrOfSamples(tag)) {
-    element.setVR(EVR_US);
-  }
-  DcmItem scratch;
-  return scratch.putAndInsertString(element, text.c_str());
-}
-
 /// Value representations whose texts follow a form of their own (PS3.5 section 6.2).
 bool hasForm(DcmEVR vr) {
   switch (vr) {
@@ -215,11 +200,8 @@ void requireForm(const AttributeSet& attributes) {
 
 void requireWritableText(std::uint32_t tag, const Attribute& attribute, ExportType type,
                          bool inItem) {
-  if (takesVrOfSamples(tag) && type == ExportType::kS16) {
-    throw Error(Reason::CannotWrite, attribute.name + ": cannot be written beside signed samples");
-  }
-  const DcmEVR vr = DcmTag(keyOf(tag)).getEVR();
-  if (vr == EVR_SQ) {
+  const DcmTagKey key = keyOf(tag);
+  if (DcmTag(key).getEVR() == EVR_SQ) {
     throw Error(Reason::CannotWrite,
                 attribute.name + ": is a sequence and wants a list of objects");
   }
@@ -227,16 +209,10 @@ void requireWritableText(std::uint32_t tag, const Attribute& attribute, ExportTy
   if (inItem && attribute.text.empty()) {
     throw Error(Reason::CannotWrite, attribute.name + ": cannot be empty within an item");
   }
-  if (attribute.text.find('\0') != std::string::npos) {
-    throw Error(Reason::CannotWrite, attribute.name + ": holds a character that no text may hold");
-  }
-  const OFCondition tried = tryText(tag, attribute.text);
-  if (tried == EC_IllegalCall) {
-    throw Error(Reason::CannotWrite, attribute.name + ": has no text form (value representation " +
-                                         DcmVR(vr).getVRName() + ")");
-  }
-  if (tried.bad()) {
-    throw Error(Reason::CannotWrite, attribute.name + ": " + tried.text());
+  const std::string reason = ZrDcmExport::reasonNotWritable(
+      key.getGroup(), key.getElement(), attribute.text, type == ExportType::kS16);
+  if (!reason.empty()) {
+    throw Error(Reason::CannotWrite, attribute.name + ": " + reason);
   }
 }
 
