@@ -7,9 +7,9 @@
 #include "FrameValues.h"
 #include "Messages.h"
 #include "Numbers.h"
+#include "zrimaging/FrameAttributes.h"
 #include "zrimaging/files/DicomFile.h"
 #include "zrimaging/images/Explanation.h"
-#include "zrimaging/images/FrameAttributes.h"
 #include "zrimaging/images/FrameSource.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
@@ -80,13 +80,13 @@ Json lookupTable(DcmItem& item, bool palette) {
           {"bits", 8 * KtPrimType::primTypeSize(lut.entries->primType().code())}};
 }
 
-std::vector<std::size_t> allNumbers(const zr::ImageFrames& attributes) {
+std::vector<std::size_t> allNumbers(const zr::PerFrameAttributes& attributes) {
   std::vector<std::size_t> numbers(attributes.frames.size());
   std::iota(numbers.begin(), numbers.end(), std::size_t{0});
   return numbers;
 }
 
-Json imageAttributes(const zr::DecodedImage& decoded, const zr::ImageFrames& attributes) {
+Json imageAttributes(const zr::DecodedImage& decoded, const zr::PerFrameAttributes& attributes) {
   const std::vector<std::size_t> numbers = allNumbers(attributes);
   const zr::SampleArray& samples = decoded.samples;
   Json image = {{"columns", samples.columns},

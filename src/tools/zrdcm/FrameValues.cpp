@@ -86,7 +86,7 @@ FrameValue unitValue(const char* name,
           [unitOf](std::size_t number) { return unitOf(number).escaped; }};
 }
 
-std::vector<FrameValue> frameValues(const zr::ImageFrames& image) {
+std::vector<FrameValue> frameValues(const zr::PerFrameAttributes& image) {
   const auto frame = [&image](std::size_t number) -> const zr::FrameAttributes& {
     return image.frames.at(number);
   };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrimaging/images/FrameAttributes.h"
+#include "zrimaging/FrameAttributes.h"
 
 #include <nlohmann/json.hpp>
 
@@ -47,7 +47,7 @@ void addFrameValues(nlohmann::ordered_json& target, const std::vector<std::size_
 /// | space        | what positions are in: "patient", or "volume" of an ultrasound volume        |
 ///
 /// @param image must outlive the values
-std::vector<FrameValue> frameValues(const zr::ImageFrames& image);
+std::vector<FrameValue> frameValues(const zr::PerFrameAttributes& image);
 
 /// [slope, intercept]; null when it is not known.
 nlohmann::ordered_json jsonLine(const std::optional<zr::RescaleLine>& line);

@@ -9,11 +9,11 @@
 #include "Verb.h"
 #include "WindowOption.h"
 #include "zrimaging/Error.h"
+#include "zrimaging/FrameAttributes.h"
 #include "zrimaging/formats/ArrayWriters.h"
 #include "zrimaging/formats/PngWriter.h"
 #include "zrimaging/formats/VolumeHeader.h"
 #include "zrimaging/images/DecodedImage.h"
-#include "zrimaging/images/FrameAttributes.h"
 #include "zrimaging/images/FrameRange.h"
 #include "zrimaging/images/FrameSource.h"
 #include "zrimaging/output/ProtectedInputs.h"
@@ -47,7 +47,7 @@ constexpr const char* kFooter = R"(The ending of OUT decides what is written:
   .png   a picture of 8 bits; several frames go to OUT-000.png, OUT-001.png, ... by frame number
 Monochrome samples are unsigned (signed ones are shifted by 128 or 32768) and have the modality LUT
 applied; bits stored at the top of the sample are moved down. With --stored they stay as they are
-in the file, 16 bits going to 16-bit PNG. zr::Colour is 8-bit RGB always. Pictures are shown through --window, else through the window of the file (of each
+in the file, 16 bits going to 16-bit PNG. Colour is 8-bit RGB always. Pictures are shown through --window, else through the window of the file (of each
 frame, where frames have their own), else over the range of the values that occur; a window of the
 file that shows all in one grey gives way to that range. MONOCHROME1 is turned round so that it
 looks right; a modality LUT of angiography and fluoroscopy is not meant for pictures and left out.
@@ -117,7 +117,7 @@ fs::path pictureName(const fs::path& output, const zr::DecodedImage& image, std:
 /// What is written, and what is known about it.
 struct Decoded {
   zr::DecodedImage image;
-  zr::ImageFrames attributes;
+  zr::PerFrameAttributes attributes;
   std::optional<zr::Display> display;  ///< when it is shown as pictures of 8 bits
 
   std::vector<std::size_t> numbers() const {

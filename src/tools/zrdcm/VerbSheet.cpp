@@ -8,8 +8,8 @@
 #include "Verb.h"
 #include "WindowOption.h"
 #include "zrimaging/Error.h"
+#include "zrimaging/FrameAttributes.h"
 #include "zrimaging/formats/PngWriter.h"
-#include "zrimaging/images/FrameAttributes.h"
 #include "zrimaging/images/FrameSource.h"
 #include "zrimaging/output/ProtectedInputs.h"
 #include "zrimaging/pictures/ContactSheet.h"
@@ -57,7 +57,7 @@ struct SheetOptions {
   bool json = false;
 };
 
-zr::ImageFrames attributesOf(const zr::DecodedImage& image) {
+zr::PerFrameAttributes attributesOf(const zr::DecodedImage& image) {
   return zr::readFrameAttributes(image.file->dataset(), image.samples.frames);
 }
 
@@ -148,7 +148,7 @@ std::unique_ptr<zr::FrameSource> openSource(const SheetOptions& options,
 // The files of a series are shown through the window of the first, which may have nothing in that window
 // (air in front of a head): the window gives way only when no file has anything in it.
 void keepWindowOfSeries(zr::FrameSource& source, zr::SheetContent& content) {
-  const zr::ImageFrames attributes = attributesOf(source.image());
+  const zr::PerFrameAttributes attributes = attributesOf(source.image());
   const std::optional<zr::Window> window = zr::windowOfFile(attributes, 0);
   if (!content.display || content.display->remark().empty() || !window) {
     return;

@@ -10,10 +10,10 @@
 #include "Verb.h"
 #include "WindowOption.h"
 #include "zrimaging/Error.h"
+#include "zrimaging/FrameAttributes.h"
 #include "zrimaging/formats/ArrayWriters.h"
 #include "zrimaging/formats/PngWriter.h"
 #include "zrimaging/formats/VolumeHeader.h"
-#include "zrimaging/images/FrameAttributes.h"
 #include "zrimaging/images/FrameSource.h"
 #include "zrimaging/output/OutputFile.h"
 #include "zrimaging/output/ProtectedInputs.h"
@@ -49,7 +49,7 @@ its slices in order and volume-NNN.png with all of them side by side, and then m
 frame (0-based) each slice is and at which byte it starts in the samples of the whole file, as
 zrdcm decode FILE -o OUT.raw writes them. Gated data gives a volume for every time slot and R-R
 interval. Slices stay in the order that the dataset gives; "reversed" in the manifest says that they
-run against the volume's direction. zr::Colour frames are not split: they are kept together as one volume.
+run against the volume's direction. Colour frames are not split: they are kept together as one volume.
 
 Examples:
   zrdcm split gated-spect.dcm -o volumes
@@ -73,7 +73,7 @@ struct SplitImage {
   Zrg::FrameIncrement increment;
   Zrg::FrameOrder order;
   std::string reasonToKeepWhole;  ///< empty when the frames are split
-  zr::ImageFrames attributes;
+  zr::PerFrameAttributes attributes;
   zr::SheetContent allFrames;  ///< how the frames are shown
 
   SplitImage(std::unique_ptr<zr::DicomFile> file, const zr::MemoryBudget& memory)
@@ -89,7 +89,7 @@ struct SplitImage {
 // Volumes hold the values of a table that sheets leave out, so such a file is decoded for each.
 void decideHowToShow(SplitImage& split, const SplitOptions& options,
                      const zr::MemoryBudget& memory) {
-  zr::ImageFrames attributes = split.attributes;
+  zr::PerFrameAttributes attributes = split.attributes;
   if (attributes.tableKeptOutOfDisplay) {
     split.withoutTable =
         std::make_unique<zr::FrameSource>(zr::openForDisplay(options.file), memory);

@@ -61,7 +61,7 @@ private:
   const std::vector<std::size_t>& numbers_;
 };
 
-void addLine(Attributes& header, const DecodedImage& image, const ImageFrames& attributes) {
+void addLine(Attributes& header, const DecodedImage& image, const PerFrameAttributes& attributes) {
   const auto lineText = [&](double RescaleLine::*part) {
     return [&, part](std::size_t number) {
       const auto line = lineOfSamples(image, attributes, number);
@@ -79,7 +79,7 @@ void addLine(Attributes& header, const DecodedImage& image, const ImageFrames& a
       "");
 }
 
-void addWindow(Attributes& header, const ImageFrames& attributes) {
+void addWindow(Attributes& header, const PerFrameAttributes& attributes) {
   const auto windowText = [&](double VoiWindow::*part) {
     return [&, part](std::size_t number) {
       const std::vector<VoiWindow>& windows = attributes.frames.at(number).windows;
@@ -90,7 +90,7 @@ void addWindow(Attributes& header, const ImageFrames& attributes) {
   header.add("window width", windowText(&VoiWindow::width), "");
 }
 
-std::optional<std::array<double, 2>> pixelSpacingOf(const ImageFrames& attributes,
+std::optional<std::array<double, 2>> pixelSpacingOf(const PerFrameAttributes& attributes,
                                                     const std::vector<std::size_t>& numbers) {
   const std::optional<std::array<double, 2>> first =
       attributes.frames.at(numbers.front()).pixelSpacing;
@@ -102,7 +102,7 @@ std::optional<std::array<double, 2>> pixelSpacingOf(const ImageFrames& attribute
 
 }  // namespace
 
-NrrdHeader nrrdHeaderOf(const DecodedImage& image, const ImageFrames& attributes,
+NrrdHeader nrrdHeaderOf(const DecodedImage& image, const PerFrameAttributes& attributes,
                         const std::vector<std::size_t>& numbers) {
   NrrdHeader header;
   header.content = image.file->path().filename().string();

@@ -6,7 +6,7 @@
 #include "zrimaging/Error.h"
 #include "zrimaging/images/DecoderWarnings.h"
 #include "zrimaging/images/Explanation.h"
-#include "zrimaging/images/FrameAttributes.h"
+#include "zrimaging/images/ModalityTable.h"
 
 #include <cstdint>
 #include <limits>

@@ -225,7 +225,7 @@ std::vector<unsigned> overlayGroups(const DecodedImage& image,
   return {groups.begin(), groups.end()};
 }
 
-SheetContent allFrames(const FrameSource& source, const ImageFrames& attributes,
+SheetContent allFrames(const FrameSource& source, const PerFrameAttributes& attributes,
                        const std::optional<Window>& wanted) {
   SheetContent content;
   if (const auto& spacing = attributes.frames.at(0).pixelSpacing) {

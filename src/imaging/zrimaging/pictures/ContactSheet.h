@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrimaging/images/FrameAttributes.h"
+#include "zrimaging/FrameAttributes.h"
 #include "zrimaging/images/FrameSource.h"
 #include "zrimaging/images/SampleArray.h"
 #include "zrimaging/pictures/Rendering.h"
@@ -40,7 +40,7 @@ Picture drawContactSheet(FrameSource& source, const SheetContent& content, Sheet
 /// What a sheet of the whole file has to show.
 /// @param attributes those of the frames of the source's image
 /// @param wanted the window of a user; without it the frames have theirs
-SheetContent allFrames(const FrameSource& source, const ImageFrames& attributes,
+SheetContent allFrames(const FrameSource& source, const PerFrameAttributes& attributes,
                        const std::optional<Window>& wanted);
 
 /// Overlay groups that have something drawn on any of these frames, ascending.

@@ -89,7 +89,7 @@ unsigned char grayLevel(const DecodedImage& image, const FrameDisplay& display,
 /// The decoded frames with what is needed to choose their windows.
 class Showing {
 public:
-  Showing(const DecodedImage& image, const ImageFrames& attributes)
+  Showing(const DecodedImage& image, const PerFrameAttributes& attributes)
       : image_(image), attributes_(attributes), frames_(image.samples.frames) {
     for (std::size_t index = 0; index < frames_.size(); ++index) {
       const auto line = lineOfSamples(image, attributes, image.frames.first + index);
@@ -174,7 +174,7 @@ private:
   }
 
   const DecodedImage& image_;
-  const ImageFrames& attributes_;
+  const PerFrameAttributes& attributes_;
   std::vector<FrameDisplay> frames_;
   std::vector<std::optional<SampleRange>> ranges_;
   bool hasOwn_ = false;
@@ -224,7 +224,7 @@ const FrameDisplay& Display::frame(std::size_t index) const {
   return uniform() ? frames_.front() : frames_.at(index);
 }
 
-std::optional<Window> windowOfFile(const ImageFrames& attributes, std::size_t number) {
+std::optional<Window> windowOfFile(const PerFrameAttributes& attributes, std::size_t number) {
   for (const VoiWindow& window : attributes.frames.at(number).windows) {
     if (window.width > 0 && window.function != VoiFunction::kOther) {
       const bool narrow = window.function == VoiFunction::kLinear && window.width <= 1;
@@ -244,7 +244,7 @@ std::set<unsigned char> extremeGreys(const DecodedImage& image, const SampleArra
   return {grayLevel(image, display, range->first), grayLevel(image, display, range->second)};
 }
 
-Display displayOf(const DecodedImage& image, const ImageFrames& attributes,
+Display displayOf(const DecodedImage& image, const PerFrameAttributes& attributes,
                   const std::optional<Window>& wanted) {
   Showing showing(image, attributes);
   std::string remark;
@@ -260,8 +260,8 @@ Display displayOf(const DecodedImage& image, const ImageFrames& attributes,
   return {showing.take(), remark};
 }
 
-std::optional<RescaleLine> lineOfSamples(const DecodedImage& image, const ImageFrames& attributes,
-                                         std::size_t number) {
+std::optional<RescaleLine> lineOfSamples(const DecodedImage& image,
+                                         const PerFrameAttributes& attributes, std::size_t number) {
   const std::optional<RescaleLine>& rescale = attributes.frames.at(number).rescale;
   if (!rescale || (attributes.modalityTable && leftAsStored(image))) {
     return std::nullopt;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "zrimaging/FrameAttributes.h"
 #include "zrimaging/images/DecodedImage.h"
-#include "zrimaging/images/FrameAttributes.h"
 #include "zrimaging/images/SampleArray.h"
 
 #include <array>
@@ -54,7 +54,7 @@ private:
 
 /// The first window of a frame that can be shown; nothing when it has none.
 /// @param number of the frame in the file
-std::optional<Window> windowOfFile(const ImageFrames& attributes, std::size_t number);
+std::optional<Window> windowOfFile(const PerFrameAttributes& attributes, std::size_t number);
 
 /// The greys, 0 to 255, of the least and the largest sample of a frame that is shown so; none of a frame
 /// of nothing but padding.
@@ -66,14 +66,14 @@ std::set<unsigned char> extremeGreys(const DecodedImage& image, const SampleArra
 /// over the range of the values that occur in the decoded frames (without those that mark padding).
 /// Windows of the file that leave one grey of all samples give way to that range, with a remark.
 /// @see PS3.3 C.11.2.1.2 (Window Center and Window Width)
-Display displayOf(const DecodedImage& image, const ImageFrames& attributes,
+Display displayOf(const DecodedImage& image, const PerFrameAttributes& attributes,
                   const std::optional<Window>& wanted);
 
 /// The line from samples as they were decoded to modality values; nothing when the line is not known
 /// or a table maps samples that were left as they are stored.
 /// @param number of the frame in the file
-std::optional<RescaleLine> lineOfSamples(const DecodedImage& image, const ImageFrames& attributes,
-                                         std::size_t number);
+std::optional<RescaleLine> lineOfSamples(const DecodedImage& image,
+                                         const PerFrameAttributes& attributes, std::size_t number);
 
 /// Grey level, 0 to 255, of every value that a sample of the image can take: 256 or 65536 levels.
 /// MONOCHROME1 is turned round, so that it looks right where 255 is white. For monochrome images.

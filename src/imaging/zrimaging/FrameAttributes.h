@@ -59,7 +59,7 @@ struct FrameAttributes {
 };
 
 /// The attributes of all frames of an image.
-struct ImageFrames {
+struct PerFrameAttributes {
   std::vector<FrameAttributes> frames;  ///< one a frame, in the order of the file
   bool enhanced = false;                ///< they come from functional groups
   /// A modality LUT maps the samples: `rescale` is (1, 0), what the table gives are values.
@@ -76,18 +76,13 @@ struct ImageFrames {
 /// though others have, nothing is known. Objects without functional groups have the values at the
 /// top level; the position that stands there is that of frame 0. A dose grid (PS3.3 C.8.8.3) has
 /// Dose Grid Scaling as its line and its frames at the Grid Frame Offset Vector.
-ImageFrames readFrameAttributes(DcmItem& dataset, std::size_t frames);
-
-/// Removes a modality LUT that is not meant for display, so that samples decoded afterwards are not
-/// mapped by it. Returns whether there was one.
-/// @see PS3.3 C.8.7.1.1.2 (Pixel Intensity Relationship)
-bool keepTableOutOfDisplay(DcmItem& dataset);
+PerFrameAttributes readFrameAttributes(DcmItem& dataset, std::size_t frames);
 
 /// Millimetres from each of these frames (numbers in the file, at least one) to the next: by their
 /// positions, negative when they run against row direction x column direction; where positions are
 /// not known what the dataset says. Nothing when the steps differ or nothing is said: the thickness
 /// of a slice is no distance.
-std::optional<double> frameSpacingMm(const ImageFrames& image,
+std::optional<double> frameSpacingMm(const PerFrameAttributes& image,
                                      const std::vector<std::size_t>& numbers);
 
 }  // namespace zr
