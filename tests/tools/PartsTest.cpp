@@ -2,7 +2,7 @@
 // Parts of the command line in situations that no file and no option brings about: somebody else
 // changes the folder meanwhile, descriptors run out, a caller asks for what no verb asks for.
 #include "CommandTree.h"
-#include "phantoms/Phantom.h"
+#include "phantoms/Phantoms.h"
 #include "support/ChildProcess.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"

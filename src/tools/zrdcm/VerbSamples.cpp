@@ -4,7 +4,7 @@
 #include "Messages.h"
 #include "Progress.h"
 #include "Verb.h"
-#include "phantoms/Phantom.h"
+#include "phantoms/Phantoms.h"
 #include "zrimaging/output/OutputFile.h"
 
 #include <CLI/CLI.hpp>

@@ -2,8 +2,8 @@
 // The dose of a treatment plan on grids of planes: evenly spaced from the feet up, the same from
 // the head down, and closer where the target is.
 #include "Canvas.h"
-#include "Phantom.h"
-#include "PhantomModules.h"
+#include "Modules.h"
+#include "Phantoms.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // MR head, T1-like contrast, with a modality table instead of a rescale line.
 #include "Canvas.h"
-#include "Phantom.h"
+#include "Phantoms.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // From samples to files: the modules every image needs, fixed UIDs and dates, the encoders. The
 // same call gives the same bytes on every day.
-#include "Phantom.h"
-
-#include "PhantomModules.h"
+#include "Modules.h"
+#include "Phantoms.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/files/Condition.h"
 #include "zrimaging/output/DicomWriter.h"

@@ -2,8 +2,8 @@
 // Gray ultrasound clip of a transducer that is swept up the neck: the carotid artery forks, the
 // jugular vein lies beside it. The frames have a time and, the speed being known, a spacing.
 #include "Canvas.h"
-#include "Phantom.h"
-#include "PhantomModules.h"
+#include "Modules.h"
+#include "Phantoms.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"

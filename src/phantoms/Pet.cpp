@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // A tracer's uptake in coronal slices, seen through a colour table.
 #include "Canvas.h"
-#include "Phantom.h"
-#include "PhantomModules.h"
+#include "Modules.h"
+#include "Phantoms.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"

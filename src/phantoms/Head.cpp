@@ -3,8 +3,8 @@
 // down, an enhanced MR image with functional groups, and the uptake of the brain with its slices
 // out of order.
 #include "Canvas.h"
-#include "Phantom.h"
-#include "PhantomModules.h"
+#include "Modules.h"
+#include "Phantoms.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"

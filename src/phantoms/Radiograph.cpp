@@ -2,7 +2,7 @@
 // Radiograph of a hand, MONOCHROME1: the highest value is the blackest. Tissue and bone are drawn
 // as the length of the way that the rays take through them.
 #include "Canvas.h"
-#include "Phantom.h"
+#include "Phantoms.h"
 #include "zrimaging/pictures/Letters.h"
 
 #include "dcmtk/config/osconfig.h"

@@ -2,8 +2,8 @@
 // Gated perfusion of the heart: short-axis slices of a left ventricle that thickens and narrows
 // from time slot to time slot, once for beats of the usual length and once for longer ones.
 #include "Canvas.h"
-#include "Phantom.h"
-#include "PhantomModules.h"
+#include "Modules.h"
+#include "Phantoms.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"

@@ -2,7 +2,7 @@
 // Ultrasound clip of a beating heart: a fan of speckle in gray, flow in colour, a trace of the
 // ECG. Written as RGB and as YBR_FULL.
 #include "Canvas.h"
-#include "Phantom.h"
+#include "Phantoms.h"
 #include "zrimaging/pictures/Letters.h"
 
 #include "dcmtk/config/osconfig.h"

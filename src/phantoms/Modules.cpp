@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The modules that images of several frames bring beside their pixels, nested where the standard
 // wants them nested.
-#include "PhantomModules.h"
+#include "Modules.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"

@@ -2,7 +2,7 @@
 // CT cross-sections drawn in Hounsfield units: a chest, and an abdomen with graphics in the spare
 // bits of its samples.
 #include "Canvas.h"
-#include "Phantom.h"
+#include "Phantoms.h"
 #include "zrimaging/pictures/Letters.h"
 
 #include "dcmtk/config/osconfig.h"

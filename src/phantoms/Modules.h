@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "Phantom.h"
+#include "Phantoms.h"
 
 #include <cstddef>
 #include <string>
