@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Comparison of two images of a series, beside the same criteria with a look-up per attribute.
-#include "Phantoms.h"
+#include "PhantomFile.h"
 
 #include <zrdcmexport/ExDCM.h>
 
@@ -14,7 +14,7 @@ namespace {
 
 /// A CT image with vendors' blocks before and behind the image attributes, as scanners write them.
 std::unique_ptr<DcmFileFormat> imageOfSeries(int number) {
-  auto file = bench::makePhantom({16, 16, 1, false}, number);
+  auto file = bench::makeHead({16, 16, 1, false}, number);
   DcmDataset& dataset = *file->getDataset();
   const auto block = [&dataset](Uint16 group, const char* creator, Uint16 elements) {
     bench::check(dataset.putAndInsertString(DcmTag(group, 0x0010, EVR_LO), creator));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // From the file to unsigned samples, beside what DCMTK alone takes to hand out the same element:
 // all frames, native and compressed, a range of frames, and one frame out of a thousand.
-#include "Phantoms.h"
+#include "PhantomFile.h"
 
 #include <zrdcmexport/ZrSliceImage.h>
 
@@ -19,10 +19,10 @@
 namespace {
 
 using bench::PhantomFile;
-using bench::PhantomForm;
+using phantoms::HeadForm;
 
-constexpr PhantomForm kVolume{512, 512, 300, false};
-constexpr PhantomForm kThousand{256, 256, 1000, false};
+constexpr HeadForm kVolume{512, 512, 300, false};
+constexpr HeadForm kThousand{256, 256, 1000, false};
 constexpr std::size_t kFrameBytes = std::size_t{512} * 512 * 2;
 constexpr int kRangeFirst = 100;
 constexpr int kRangeFrames = 100;
@@ -92,7 +92,7 @@ const PhantomFile& compressedFile(E_TransferSyntax syntax) {
   std::unique_ptr<PhantomFile>& file = files[syntax];
   if (file == nullptr) {
     const bool eightBit = syntax == EXS_JPEGProcess1;
-    file = std::make_unique<PhantomFile>(PhantomForm{512, 512, kFrames, eightBit}, syntax);
+    file = std::make_unique<PhantomFile>(HeadForm{512, 512, kFrames, eightBit}, syntax);
   }
   return *file;
 }

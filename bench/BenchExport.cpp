@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // New files of 512 x 512 samples of 16 bits in memory (/dev/shm where there is one), beside DCMTK's
 // saveFile of the same attributes and beside a writev of the same bytes.
-#include "Phantoms.h"
+#include "PhantomFile.h"
 
 #include <zrdcmexport/ZrDcmExport.h>
 

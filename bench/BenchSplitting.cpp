@@ -2,7 +2,7 @@
 // Splitting of gated datasets with tiny frames, so that reading the three vectors and filing the
 // slices is what is measured; beside DCMTK handing out the vectors and the samples. The counter
 // bytes_per_slice is the heap that a split container holds.
-#include "Phantoms.h"
+#include "PhantomFile.h"
 
 #include <zrdcmexport/ZrSliceImage.h>
 
@@ -29,7 +29,7 @@ int framesOf(const Gates& gates) {
 
 std::unique_ptr<DcmFileFormat> gatedFile(const Gates& gates) {
   const int frames = framesOf(gates);
-  auto file = bench::makePhantom({2, 2, frames, true});
+  auto file = bench::makeHead({2, 2, static_cast<std::size_t>(frames), true});
   DcmDataset& dataset = *file->getDataset();
   std::vector<Uint16> slice;
   std::vector<Uint16> slot;

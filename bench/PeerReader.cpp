@@ -9,7 +9,7 @@
 //   dicomimage FILE              all frames through DCMTK's DicomImage, as stored values
 //   gdcm FILE                    all frames through GDCM
 //   headers FOLDER               loads all files of a folder with DCMTK
-#include "Phantoms.h"
+#include "PhantomFile.h"
 
 #include <zrdcmexport/ZrSliceImage.h>
 
@@ -104,15 +104,15 @@ void writePhantom(const char* path, const std::string& syntax, int frames) {
       {"rle", EXS_RLELossless},
       {"jpeg_lossless", EXS_JPEGProcess14SV1},
       {"jpeg_ls", EXS_JPEGLSLossless}};
-  bench::savePhantom(*bench::makePhantom({512, 512, frames, false}), path, kSyntaxes.at(syntax));
+  bench::save(*bench::makeHead({512, 512, static_cast<std::size_t>(frames), false}), path,
+              kSyntaxes.at(syntax));
 }
 
 void writeSeries(const char* folder, int count) {
   for (int i = 0; i < count; ++i) {
     const int number = i * 1237 % count + 1;  // out of order
-    const auto file = bench::makePhantom({16, 16, 1, false}, number);
-    bench::savePhantom(*file, fs::path(folder) / (std::to_string(i) + ".dcm"),
-                       EXS_LittleEndianExplicit);
+    const auto file = bench::makeHead({16, 16, 1, false}, number);
+    bench::save(*file, fs::path(folder) / (std::to_string(i) + ".dcm"), EXS_LittleEndianExplicit);
   }
 }
 

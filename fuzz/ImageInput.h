@@ -12,7 +12,8 @@
 namespace fuzz {
 
 /// An image as the fuzzer's bytes describe it: a head of fixed places, then the parts that the head
-/// asks for, then the pixels or the compressed stream up to the end.
+/// asks for, then the pixels or the compressed stream up to the end. Not a builder of the tests or the
+/// phantoms: those throw where an image makes no sense, and this one has to make it.
 ///
 ///     0  road: what the target does with the image
 ///     1  transfer syntax      2  photometric interpretation     3  parts, see Part

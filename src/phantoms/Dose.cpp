@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The dose of a treatment plan on grids of planes: evenly spaced from the feet up, the same from
 // the head down, and closer where the target is.
+#include "Builder.h"
 #include "Canvas.h"
 #include "Modules.h"
 #include "Phantoms.h"
@@ -53,14 +54,13 @@ std::vector<std::uint16_t> planesAt(const std::vector<double>& heights) {
   return samples;
 }
 
-PhantomBuilder doseGrid(const char* description, unsigned number,
-                        const std::vector<double>& heights) {
-  PhantomBuilder builder(UID_RTDoseStorage, "RTDOSE", description, number);
+Builder doseGrid(const char* description, unsigned number, const std::vector<double>& heights) {
+  Builder builder(UID_RTDoseStorage, "RTDOSE", description, number);
   builder.withAxialPlane(3, kSpacingMm, kSize);
   builder.with(DCM_OperatorsName, "");
   DcmItem& plan = builder.item(DCM_ReferencedRTPlanSequence);
   put(plan, DCM_ReferencedSOPClassUID, UID_RTPlanStorage);
-  put(plan, DCM_ReferencedSOPInstanceUID, PhantomBuilder::uidOfOwn("6"));
+  put(plan, DCM_ReferencedSOPInstanceUID, uidOf("6"));
   builder.with(DCM_DoseUnits, "GY").with(DCM_DoseType, "PHYSICAL");
   builder.with(DCM_DoseSummationType, "PLAN").with(DCM_DoseGridScaling, "0.001");
   builder.with(DCM_FrameIncrementPointer, "(3004,000c)");

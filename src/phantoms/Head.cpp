@@ -2,6 +2,7 @@
 // One head in three dimensions, as three machines store it in one file: CT slices from the top
 // down, an enhanced MR image with functional groups, and the uptake of the brain with its slices
 // out of order.
+#include "Builder.h"
 #include "Canvas.h"
 #include "Modules.h"
 #include "Phantoms.h"
@@ -242,8 +243,8 @@ std::vector<std::uint16_t> nmFrames(const std::vector<std::uint16_t>& slices) {
 }  // namespace
 
 Phantom headCt(unsigned number) {
-  PhantomBuilder builder(UID_MultiframeGrayscaleWordSecondaryCaptureImageStorage, "CT",
-                         "Head, from the top down", number);
+  Builder builder(UID_MultiframeGrayscaleWordSecondaryCaptureImageStorage, "CT",
+                  "Head, from the top down", number);
   builder.with(DCM_ConversionType, "WSD").with(DCM_BurnedInAnnotation, "NO");
   builder.with(DCM_PresentationLUTShape, "IDENTITY").with(DCM_ImageType, "DERIVED\\PRIMARY");
   builder.withAxialPlane(kCtCut.pixelMm, kCtCut.thicknessMm, kCtCut.size);
@@ -262,7 +263,7 @@ Phantom headCt(unsigned number) {
 }
 
 Phantom headEnhancedMr(unsigned number) {
-  PhantomBuilder builder(UID_EnhancedMRImageStorage, "MR", "Head, enhanced", number);
+  Builder builder(UID_EnhancedMRImageStorage, "MR", "Head, enhanced", number);
   describeEnhancedMr(builder,
                      {kMrCut.size, kMrSlices, kMrCut.pixelMm, kMrCut.thicknessMm, kMrBottom});
   builder.withPixels({kMrCut.size, kMrCut.size, kMrSlices, 1, 16, 16, false, "MONOCHROME2"},
@@ -274,8 +275,7 @@ Phantom headEnhancedMr(unsigned number) {
 }
 
 Phantom brainUptake(unsigned number) {
-  PhantomBuilder builder(UID_NuclearMedicineImageStorage, "NM", "Brain, slices interleaved",
-                         number);
+  Builder builder(UID_NuclearMedicineImageStorage, "NM", "Brain, slices interleaved", number);
   describeEmission(builder, "DERIVED\\PRIMARY\\RECON TOMO\\EMISSION");
   describeReconstruction(builder,
                          {kNmCut.size, kNmSlices, kNmCut.pixelMm, kNmCut.thicknessMm, kNmBottom});

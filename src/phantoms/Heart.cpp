@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Gated perfusion of the heart: short-axis slices of a left ventricle that thickens and narrows
 // from time slot to time slot, once for beats of the usual length and once for longer ones.
+#include "Builder.h"
 #include "Canvas.h"
 #include "Modules.h"
 #include "Phantoms.h"
@@ -171,7 +172,7 @@ GatedFrames gatedFrames() {
   return frames;
 }
 
-void describeGates(PhantomBuilder& builder) {
+void describeGates(Builder& builder) {
   DcmItem& gating = builder.item(DCM_GatedInformationSequence);
   for (std::size_t i = 0; i < kIntervals.size(); ++i) {
     const int nominal = kIntervals[i].nominalMs;
@@ -189,7 +190,7 @@ void describeGates(PhantomBuilder& builder) {
 }  // namespace
 
 Phantom gatedHeart(unsigned number) {
-  PhantomBuilder builder(UID_NuclearMedicineImageStorage, "NM", "Heart, gated", number);
+  Builder builder(UID_NuclearMedicineImageStorage, "NM", "Heart, gated", number);
   describeEmission(builder, "DERIVED\\PRIMARY\\RECON GATED TOMO\\EMISSION");
   describeReconstruction(builder, {kSize, kSlices, kPixelMm, kSliceMm, 0});
   const GatedFrames frames = gatedFrames();

@@ -6,7 +6,6 @@
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
-#include <charconv>
 #include <utility>
 
 namespace phantoms {
@@ -33,9 +32,9 @@ void putCode(DcmItem& item, const char* value, const char* scheme, const char* m
   put(item, DCM_CodeMeaning, meaning);
 }
 
-void describeDimensions(PhantomBuilder& builder) {
+void describeDimensions(Builder& builder) {
   DcmItem& organization = builder.item(DCM_DimensionOrganizationSequence);
-  const std::string uid = PhantomBuilder::uidOfOwn("5");
+  const std::string uid = uidOf("5");
   put(organization, DCM_DimensionOrganizationUID, uid);
   DcmItem& index = builder.item(DCM_DimensionIndexSequence);
   put(index, DCM_DimensionIndexPointer, "(0020,9057)");   // In-Stack Position Number
@@ -111,7 +110,7 @@ void describeSharedCoils(DcmItem& groups) {
   put(transmitter, DCM_TransmitCoilType, "BODY");
 }
 
-void describeSharedGroups(PhantomBuilder& builder, const SliceStack& stack) {
+void describeSharedGroups(Builder& builder, const SliceStack& stack) {
   DcmItem& groups = builder.item(DCM_SharedFunctionalGroupsSequence);
   DcmItem& measures = itemOf(groups, DCM_PixelMeasuresSequence);
   put(measures, DCM_PixelSpacing, twice(stack.pixelMm));
@@ -135,7 +134,7 @@ void describeSharedGroups(PhantomBuilder& builder, const SliceStack& stack) {
   put(window, DCM_WindowWidth, "2500");
 }
 
-void describeFrames(PhantomBuilder& builder, const SliceStack& stack) {
+void describeFrames(Builder& builder, const SliceStack& stack) {
   for (std::size_t i = 0; i < stack.slices; ++i) {
     DcmItem& groups = builder.item(DCM_PerFrameFunctionalGroupsSequence, i);
     const std::string number = std::to_string(i + 1);
@@ -151,7 +150,7 @@ void describeFrames(PhantomBuilder& builder, const SliceStack& stack) {
   }
 }
 
-void describePulses(PhantomBuilder& builder) {
+void describePulses(Builder& builder) {
   builder.with(DCM_PulseSequenceName, "tse2d").with(DCM_MRAcquisitionType, "2D");
   builder.with(DCM_EchoPulseSequence, "SPIN").with(DCM_MultipleSpinEcho, "YES");
   builder.with(DCM_MultiPlanarExcitation, "YES").with(DCM_PhaseContrast, "NO");
@@ -166,26 +165,7 @@ void describePulses(PhantomBuilder& builder) {
 
 }  // namespace
 
-DcmItem& itemOf(DcmItem& parent, const DcmTagKey& sequence, std::size_t index) {
-  DcmItem* item = nullptr;
-  require(parent.findOrCreateSequenceItem(sequence, item, static_cast<long>(index)), "a sequence");
-  return *item;
-}
-
-void put(DcmItem& item, const DcmTagKey& tag, const std::string& value) {
-  require(item.putAndInsertString(DcmTag(tag), value.c_str()), DcmTag(tag).getTagName());
-}
-
-std::string decimal(double value) {
-  constexpr int kDigits = 10;
-  char text[32];
-  const auto [end, error] =
-      std::to_chars(text, text + sizeof text, value, std::chars_format::general, kDigits);
-  (void)error;  // always fits
-  return {text, end};
-}
-
-void describeEmission(PhantomBuilder& builder, const char* imageType) {
+void describeEmission(Builder& builder, const char* imageType) {
   builder.with(DCM_ImageType, imageType).with(DCM_CountsAccumulated, "");
   builder.withEmpty(DCM_EnergyWindowInformationSequence);
   builder.withEmpty(DCM_RadiopharmaceuticalInformationSequence);
@@ -196,7 +176,7 @@ void describeEmission(PhantomBuilder& builder, const char* imageType) {
   builder.with(DCM_NumberOfRotations, "1").withEmpty(DCM_RotationInformationSequence);
 }
 
-void describeReconstruction(PhantomBuilder& builder, const SliceStack& stack) {
+void describeReconstruction(Builder& builder, const SliceStack& stack) {
   builder.with(DCM_PixelSpacing, twice(stack.pixelMm));
   builder.with(DCM_SliceThickness, decimal(stack.spacingMm));
   builder.with(DCM_SpacingBetweenSlices, decimal(stack.spacingMm));
@@ -208,7 +188,7 @@ void describeReconstruction(PhantomBuilder& builder, const SliceStack& stack) {
   put(detector, DCM_ImageOrientationPatient, kAxial);
 }
 
-void describeEnhancedMr(PhantomBuilder& builder, const SliceStack& stack) {
+void describeEnhancedMr(Builder& builder, const SliceStack& stack) {
   builder.with(DCM_ImageType, "ORIGINAL\\PRIMARY\\M\\NONE");
   builder.with(DCM_ContentQualification, "RESEARCH").with(DCM_BodyPartExamined, "HEAD");
   builder.with(DCM_DeviceSerialNumber, "1").with(DCM_SoftwareVersions, "1");
@@ -219,7 +199,7 @@ void describeEnhancedMr(PhantomBuilder& builder, const SliceStack& stack) {
   builder.with(DCM_AcquisitionDuration, "176.4").with(DCM_MagneticFieldStrength, "1.5");
   builder.with(DCM_ResonantNucleus, "1H").with(DCM_KSpaceFiltering, "NONE");
   builder.with(DCM_ApplicableSafetyStandardAgency, "IEC").with(DCM_PatientPosition, "HFS");
-  builder.with(DCM_FrameOfReferenceUID, PhantomBuilder::uidOfOwn("4"));
+  builder.with(DCM_FrameOfReferenceUID, uidOf("4"));
   builder.withEmpty(DCM_PositionReferenceIndicator).withEmpty(DCM_AcquisitionContextSequence);
   builder.with(DCM_BurnedInAnnotation, "NO").with(DCM_LossyImageCompression, "00");
   builder.with(DCM_PresentationLUTShape, "IDENTITY");

@@ -1,21 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "Phantoms.h"
+#include "Builder.h"
 
 #include <cstddef>
-#include <string>
 
 namespace phantoms {
-
-/// Item `index` of a sequence within an item; the items are made in order, each when it is first
-/// asked for.
-DcmItem& itemOf(DcmItem& parent, const DcmTagKey& sequence, std::size_t index = 0);
-/// Sets an attribute of an item, of any VR that has a text form.
-void put(DcmItem& item, const DcmTagKey& tag, const std::string& value);
-
-/// The number as a decimal string (VR DS).
-std::string decimal(double value);
 
 /// Axial slices, one behind the other, in one file.
 struct SliceStack {
@@ -28,11 +18,11 @@ struct SliceStack {
 
 /// What every nuclear-medicine image says of its source, its detectors and its patient.
 /// @see PS3.3 C.8.4
-void describeEmission(PhantomBuilder& builder, const char* imageType);
+void describeEmission(Builder& builder, const char* imageType);
 /// How the slices of a reconstructed nuclear-medicine image lie. @see PS3.3 C.8.4.15
-void describeReconstruction(PhantomBuilder& builder, const SliceStack& stack);
+void describeReconstruction(Builder& builder, const SliceStack& stack);
 /// All of an enhanced MR image but its pixels: the acquisition, the dimensions, the functional
 /// groups that all frames share and those that each has. @see PS3.3 C.7.6.16, C.8.13
-void describeEnhancedMr(PhantomBuilder& builder, const SliceStack& stack);
+void describeEnhancedMr(Builder& builder, const SliceStack& stack);
 
 }  // namespace phantoms

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // MR head, T1-like contrast, with a modality table instead of a rescale line.
+#include "Builder.h"
 #include "Canvas.h"
 #include "Phantoms.h"
 
@@ -151,7 +152,7 @@ std::vector<std::uint16_t> responseTable() {
   return entries;
 }
 
-void addModalityTable(PhantomBuilder& builder) {
+void addModalityTable(Builder& builder) {
   DcmItem& item = builder.item(DCM_ModalityLUTSequence);
   const std::vector<std::uint16_t> entries = responseTable();
   const Uint16 descriptor[3] = {static_cast<Uint16>(kTableEntries), 0, 16};
@@ -175,7 +176,7 @@ void addModalityTable(PhantomBuilder& builder) {
 }  // namespace
 
 Phantom mrBrainWithLut(unsigned number) {
-  PhantomBuilder builder(UID_MRImageStorage, "MR", "Head, modality table", number);
+  Builder builder(UID_MRImageStorage, "MR", "Head, modality table", number);
   builder.with(DCM_BodyPartExamined, "HEAD");
   builder.with(DCM_ImageType, "ORIGINAL\\PRIMARY\\M_SE\\M\\SE").with(DCM_AcquisitionNumber, "1");
   builder.with(DCM_ScanningSequence, "SE").with(DCM_SequenceVariant, "NONE");

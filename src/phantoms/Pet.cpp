@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // A tracer's uptake in coronal slices, seen through a colour table.
+#include "Builder.h"
 #include "Canvas.h"
 #include "Modules.h"
 #include "Phantoms.h"
@@ -112,7 +113,7 @@ std::vector<std::uint16_t> hotMetal(double from, double to) {
   return entries;
 }
 
-void addPalette(PhantomBuilder& builder) {
+void addPalette(Builder& builder) {
   const DcmTagKey descriptors[] = {DCM_RedPaletteColorLookupTableDescriptor,
                                    DCM_GreenPaletteColorLookupTableDescriptor,
                                    DCM_BluePaletteColorLookupTableDescriptor};
@@ -138,7 +139,7 @@ std::string countingTo(std::size_t count) {
 }  // namespace
 
 Phantom petPalette(unsigned number) {
-  PhantomBuilder builder(UID_NuclearMedicineImageStorage, "NM", "Uptake, colour table", number);
+  Builder builder(UID_NuclearMedicineImageStorage, "NM", "Uptake, colour table", number);
   describeEmission(builder, "DERIVED\\PRIMARY\\RECON TOMO\\EMISSION");
   builder.with(DCM_PixelSpacing, "6\\6").with(DCM_SliceThickness, "15");
   builder.with(DCM_SpacingBetweenSlices, "15");

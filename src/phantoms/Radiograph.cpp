@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Radiograph of a hand, MONOCHROME1: the highest value is the blackest. Tissue and bone are drawn
 // as the length of the way that the rays take through them.
+#include "Builder.h"
 #include "Canvas.h"
 #include "Phantoms.h"
 #include "zrimaging/pictures/Letters.h"
@@ -201,7 +202,7 @@ void addSideMarker(std::vector<std::uint16_t>& samples) {
 }  // namespace
 
 Phantom radiographInverse(unsigned number) {
-  PhantomBuilder builder(UID_ComputedRadiographyImageStorage, "CR", "Hand, high is dark", number);
+  Builder builder(UID_ComputedRadiographyImageStorage, "CR", "Hand, high is dark", number);
   builder.with(DCM_ImageType, "ORIGINAL\\PRIMARY").with(DCM_BodyPartExamined, "HAND");
   builder.with(DCM_ViewPosition, "PA").with(DCM_ImagerPixelSpacing, "0.4\\0.4");
   builder.with(DCM_PixelSpacing, "0.4\\0.4").with(DCM_Laterality, "L");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Gray ultrasound clip of a transducer that is swept up the neck: the carotid artery forks, the
 // jugular vein lies beside it. The frames have a time and, the speed being known, a spacing.
+#include "Builder.h"
 #include "Canvas.h"
 #include "Modules.h"
 #include "Phantoms.h"
@@ -106,7 +107,7 @@ std::vector<std::uint8_t> sweep() {
 }  // namespace
 
 Phantom ultrasoundSweep(unsigned number) {
-  PhantomBuilder builder(UID_UltrasoundMultiframeImageStorage, "US", "Neck, swept", number);
+  Builder builder(UID_UltrasoundMultiframeImageStorage, "US", "Neck, swept", number);
   builder.with(DCM_ImageType, "ORIGINAL\\PRIMARY\\VASCULAR\\0001").with(DCM_FrameTime, "50");
   builder.with(DCM_BodyPartExamined, "NECK");
   builder.with(DCM_FrameIncrementPointer, "(0018,1063)");

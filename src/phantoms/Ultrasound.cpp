@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Ultrasound clip of a beating heart: a fan of speckle in gray, flow in colour, a trace of the
 // ECG. Written as RGB and as YBR_FULL.
+#include "Builder.h"
 #include "Canvas.h"
 #include "Phantoms.h"
 #include "zrimaging/pictures/Letters.h"
@@ -234,8 +235,8 @@ std::vector<std::uint8_t> inYbrFull(std::vector<std::uint8_t> samples) {
   return samples;
 }
 
-PhantomBuilder clipBuilder(const char* description, unsigned number) {
-  PhantomBuilder builder(UID_UltrasoundMultiframeImageStorage, "US", description, number);
+Builder clipBuilder(const char* description, unsigned number) {
+  Builder builder(UID_UltrasoundMultiframeImageStorage, "US", description, number);
   builder.with(DCM_ImageType, "ORIGINAL\\PRIMARY\\TTE\\0001").with(DCM_FrameTime, "66.67");
   builder.with(DCM_FrameIncrementPointer, "(0018,1063)").with(DCM_BodyPartExamined, "HEART");
   return builder;
@@ -244,7 +245,7 @@ PhantomBuilder clipBuilder(const char* description, unsigned number) {
 }  // namespace
 
 Phantom ultrasoundRgb(unsigned number) {
-  PhantomBuilder builder = clipBuilder("Heart, RGB", number);
+  Builder builder = clipBuilder("Heart, RGB", number);
   builder.withPixels({kColumns, kRows, kFrames, 3, 8, 8, false, "RGB"}, clip());
   builder.with(DCM_LossyImageCompression, "00");
   return {"us-heart-rgb",
@@ -254,7 +255,7 @@ Phantom ultrasoundRgb(unsigned number) {
 }
 
 Phantom ultrasoundYbr(unsigned number) {
-  PhantomBuilder builder = clipBuilder("Heart, YBR_FULL", number);
+  Builder builder = clipBuilder("Heart, YBR_FULL", number);
   builder.withPixels({kColumns, kRows, kFrames, 3, 8, 8, false, "YBR_FULL"}, inYbrFull(clip()));
   builder.with(DCM_LossyImageCompression, "00");
   return {"us-heart-ybr",

@@ -2,7 +2,6 @@
 // Parts of the command line in situations that no file and no option brings about: somebody else
 // changes the folder meanwhile, descriptors run out, a caller asks for what no verb asks for.
 #include "CommandTree.h"
-#include "phantoms/Phantoms.h"
 #include "support/ChildProcess.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
@@ -261,15 +260,6 @@ TEST(Condition, SaysWhatCouldNotBeDoneAndWhy) {
   EXPECT_EQ(failureOf([] { zr::require(EC_Normal, "set Rows"); }), "");
   EXPECT_EQ(failureOf([] { zr::require(EC_TagNotFound, "set Rows"); }),
             std::string("cannot set Rows: ") + OFCondition(EC_TagNotFound).text());
-}
-
-TEST(Phantom, IsNotWrittenInASyntaxWithoutANameOfItsOwn) {
-  const support::TempDir folder;
-  phantoms::Phantom phantom;
-  phantom.dataset = support::monochromeImage(2, 2).with(DCM_SOPInstanceUID, "1.2.3").build();
-  phantom.compressed = {EXS_BigEndianExplicit};
-
-  EXPECT_EQ(failureOf([&] { phantoms::writePhantom(phantom, folder.path()); }), "no such coding");
 }
 
 // In the shell's single quotes only another pair of quotes can bring one.

@@ -4,8 +4,15 @@
 #include "Messages.h"
 #include "Progress.h"
 #include "Verb.h"
+#include "phantoms/Coding.h"
 #include "phantoms/Phantoms.h"
+#include "zrimaging/output/DicomWriter.h"
 #include "zrimaging/output/OutputFile.h"
+#include "zrimaging/output/ProtectedInputs.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcfilefo.h"
+#include "dcmtk/dcmdata/dcxfer.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -34,27 +41,28 @@ struct SamplesOptions {
   bool json = false;
 };
 
-using DrawPhantom = phantoms::Phantom (*)(unsigned number);
-
-// The place in this table is part of the UIDs: new phantoms go to its end.
-constexpr DrawPhantom kPhantoms[] = {phantoms::ctThorax,        phantoms::ctAbdomenWithOverlays,
-                                     phantoms::mrBrainWithLut,  phantoms::radiographInverse,
-                                     phantoms::petPalette,      phantoms::ultrasoundRgb,
-                                     phantoms::ultrasoundYbr,   phantoms::doseVolume,
-                                     phantoms::gatedHeart,      phantoms::brainUptake,
-                                     phantoms::doseFalling,     phantoms::doseIrregular,
-                                     phantoms::ultrasoundSweep, phantoms::headCt,
-                                     phantoms::headEnhancedMr};
+/// Writes a phantom in plain little endian, then in every further syntax that it names.
+std::vector<fs::path> writePhantom(const phantoms::Phantom& phantom, const fs::path& folder) {
+  std::vector<E_TransferSyntax> syntaxes = {EXS_LittleEndianExplicit};
+  syntaxes.insert(syntaxes.end(), phantom.compressed.begin(), phantom.compressed.end());
+  std::vector<fs::path> files;
+  for (const E_TransferSyntax syntax : syntaxes) {
+    const phantoms::CodedPhantom coded = phantoms::codedAs(phantom, syntax);
+    files.push_back(folder / coded.fileName);
+    zr::writeDicomFile(*coded.file, syntax, files.back(), zr::ProtectedInputs());
+  }
+  return files;
+}
 
 int writeSamples(const SamplesOptions& options) {
   zr::createFolder(options.folder);
   const phantoms::Encoders encoders;
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
-  Progress progress("drawing", std::size(kPhantoms));
+  Progress progress("drawing", std::size(phantoms::kPhantoms));
   std::vector<std::string> names;
-  for (unsigned i = 0; i < std::size(kPhantoms); ++i) {
-    const phantoms::Phantom phantom = kPhantoms[i](i + 1);
-    for (const fs::path& file : phantoms::writePhantom(phantom, options.folder)) {
+  for (unsigned i = 0; i < std::size(phantoms::kPhantoms); ++i) {
+    const phantoms::Phantom phantom = phantoms::kPhantoms[i](i + 1);
+    for (const fs::path& file : writePhantom(phantom, options.folder)) {
       names.push_back(file.string());
       list.push_back({{"file", file.string()}, {"shows", phantom.shows}});
     }
