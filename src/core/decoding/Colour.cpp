@@ -2,9 +2,9 @@
 // Colour, palettes included: always delivered as interleaved RGB with 8 bits a sample. Frames that
 // the decoders deliver in that form are taken from them directly; everything else is rendered by
 // DCMTK's image classes.
-#include "decoding/FrameBytes.h"
 #include "decoding/FrameDecoder.h"
 #include "decoding/SliceDecoding.h"
+#include "dicom/ItemValues.h"
 #include "streams/CodecGuard.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -62,11 +62,11 @@ std::string frameRefused() {
 /// together from words, and does not find the end when the last one lacks some of its words.
 bool hasWholeSamples(const Task& task) {
   const bool isNative = !DcmXfer(task.attributes.storedSyntax).isEncapsulated();
-  return !isNative || task.pixelData.getLength() % task.attributes.bytesPerSample == 0;
+  return !isNative || task.pixelData.getLength() % task.attributes.size.bytesPerSample() == 0;
 }
 
 bool mayOpenImage(const Task& task, std::string& errorText) {
-  if (task.attributes.bytesPerSample > 2 && !hasWholeSamples(task)) {
+  if (task.attributes.size.bytesPerSample() > 2 && !hasWholeSamples(task)) {
     errorText = kNoUncompressedData;
     return false;
   }
@@ -89,7 +89,7 @@ bool mayOpenImage(const Task& task, std::string& errorText) {
 
 /// Bytes of a frame of interleaved RGB, which is what a colour slice says that it holds.
 unsigned long long rgbFrameSize(const Task& task) {
-  return FrameSize{task.attributes.columns, task.attributes.rows}.rgbBytes();
+  return task.attributes.size.rgbBytes();
 }
 
 /// Whether the frames would take more bytes than their positions are counted in, 32 bits. A single
@@ -167,8 +167,9 @@ bool hasWholePairs(const Task& task, const DicomImage& image) {
     return true;
   }
   constexpr unsigned long long kSamplesPerPixel = 2;  // two luminances and both differences a pair
-  const unsigned long long pixels = 1ULL * task.attributes.columns * task.attributes.rows;
-  const unsigned long long frameSize = kSamplesPerPixel * task.attributes.bytesPerSample * pixels;
+  const unsigned long long pixels = task.attributes.size.pixels();
+  const unsigned long long frameSize =
+      kSamplesPerPixel * task.attributes.size.bytesPerSample() * pixels;
   // Decoders fill the frames of a range; native samples must reach to the end of its last one.
   const bool hasLength = task.frames.all || !DcmXfer(task.attributes.storedSyntax).isEncapsulated();
   const auto frames =
@@ -184,8 +185,7 @@ bool openImage(const Task& task, Rendering& rendering, std::string& errorText) {
   E_TransferSyntax syntax = task.attributes.storedSyntax;
   if (rendering.document != nullptr) {
     // The document may have decompressed the pixel data in place; what was compressed is gone then.
-    const DcmRepresentationParameter* parameter = nullptr;
-    task.pixelData.getOriginalRepresentationKey(syntax, parameter);
+    syntax = storedSyntaxOf(task.pixelData);
   }
   try {
     rendering.image = std::make_unique<DicomImage>(&task.item, syntax, rendering.flags,
@@ -260,7 +260,8 @@ bool renderFrame(const Rendering& rendering, unsigned long frame, char* destinat
 bool decodeDirectly(const Rendering& rendering, Uint32 frame, char* destination,
                     std::string& errorText) {
   const auto frameSize = static_cast<Uint32>(rendering.frameSize);
-  FrameDecoder decoder(*rendering.decoderItem, *rendering.decoder);
+  FrameDecoder decoder(*rendering.decoderItem, *rendering.decoder,
+                       readImageAttributes(*rendering.decoderItem, rendering.decoder));
   const OFCondition status = decoder.decode(frame, frameSize, destination, frameSize);
   if (status.bad()) {
     errorText = frameNotDecompressed(status);
@@ -302,13 +303,13 @@ bool deliverFrames(SliceImage& slice, const Task& task, const Rendering& renderi
 }  // namespace
 
 bool completePlanarConfiguration(DcmItem& item) {
-  Uint16 configuration = 0;
-  if (item.findAndGetUint16(DCM_PlanarConfiguration, configuration).bad()) {
+  const std::optional<Uint16> configuration = readUint16(item, DCM_PlanarConfiguration);
+  if (!configuration) {
     // Nothing depends on this at once; what cannot be decoded without it says so itself.
     (void)item.putAndInsertUint16(DCM_PlanarConfiguration, 0);
     return false;
   }
-  return configuration != 0;
+  return *configuration != 0;
 }
 
 bool decodeColour(SliceImage& slice, const Task& task, std::string& errorText) {

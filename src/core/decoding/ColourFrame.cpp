@@ -3,6 +3,8 @@
 // succeeded, which DCMTK's image classes do not when they decode.
 #include "decoding/ColourFrame.h"
 
+#include "dicom/ItemValues.h"
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 #include "dcmtk/dcmimgle/dcmimage.h"
@@ -22,13 +24,8 @@ constexpr Uint16 kImageGroup = 0x0028;
 constexpr int kBitsPerSample = 8;
 constexpr int kInterleaved = 0;
 
-Uint16 numberOf(DcmItem& item, const DcmTagKey& key) {
-  Uint16 value = 0;
-  return item.findAndGetUint16(key, value).good() ? value : Uint16{0};
-}
-
 /// The attributes of an image, palettes among them, as those of an image of one frame.
-std::unique_ptr<DcmItem> imageAttributes(DcmItem& item) {
+std::unique_ptr<DcmItem> imageModule(DcmItem& item) {
   auto image = std::make_unique<DcmItem>();
   for (unsigned long i = 0; i < item.card(); ++i) {
     const DcmElement& element = *item.getElement(i);
@@ -42,14 +39,13 @@ std::unique_ptr<DcmItem> imageAttributes(DcmItem& item) {
   return image;
 }
 
-unsigned long long pixelsOf(DcmItem& item) {
-  return 1ULL * numberOf(item, DCM_Columns) * numberOf(item, DCM_Rows);
-}
-
 }  // namespace
 
-ColourFrame::ColourFrame(DcmItem& item, std::size_t frameBytes, unsigned int bytesPerSample)
-    : item_(imageAttributes(item)), cellsSize_(static_cast<Uint32>(frameBytes + frameBytes % 2)) {
+ColourFrame::ColourFrame(DcmItem& item, const FrameSize& size)
+    : item_(imageModule(item)),
+      size_(size),
+      cellsSize_(static_cast<Uint32>(size.allocatedBytes() + size.allocatedBytes() % 2)) {
+  const unsigned int bytesPerSample = size.bytesPerSample();
   auto element =
       std::make_unique<DcmPixelData>(DcmTag(DCM_PixelData, bytesPerSample == 1 ? EVR_OB : EVR_OW));
   OFCondition status;
@@ -71,19 +67,18 @@ ColourFrame::ColourFrame(DcmItem& item, std::size_t frameBytes, unsigned int byt
 ColourFrame::~ColourFrame() = default;
 
 bool ColourFrame::isInterleavedRgb(const std::string& colourModel) const {
-  return colourModel == "RGB" && numberOf(*item_, DCM_SamplesPerPixel) == 3 &&
-         numberOf(*item_, DCM_BitsAllocated) == kBitsPerSample &&
-         numberOf(*item_, DCM_BitsStored) == kBitsPerSample &&
-         numberOf(*item_, DCM_PlanarConfiguration) == kInterleaved;
+  return colourModel == "RGB" && size_.samplesPerPixel == 3 &&
+         size_.bitsAllocated == kBitsPerSample && size_.bitsStored == kBitsPerSample &&
+         readUint16(*item_, DCM_PlanarConfiguration).value_or(kInterleaved) == kInterleaved;
 }
 
 bool ColourFrame::render(const std::string& colourModel, char* target, std::string& errorText) {
   if (isInterleavedRgb(colourModel)) {
-    std::memcpy(target, cells_, 3 * pixelsOf(*item_));
+    std::memcpy(target, cells_, size_.rgbBytes());
     return true;
   }
   // DCMTK leaves a pixel without its partner as it comes from the heap.
-  if (colourModel.find("_422") != std::string::npos && pixelsOf(*item_) % 2 != 0) {
+  if (colourModel.find("_422") != std::string::npos && size_.pixels() % 2 != 0) {
     errorText = std::string(kNotRendered) + kOddPair;
     return false;
   }
@@ -97,7 +92,7 @@ bool ColourFrame::renderImage(char* target, std::string& errorText) {
   DicomImage image(item_.get(), EXS_LittleEndianExplicit);
   (void)image.hideAllOverlays(0);  // 0 says that there are none
   const unsigned long size = image.getOutputDataSize(kBitsPerSample);
-  if (image.getStatus() != EIS_Normal || size != 3 * pixelsOf(*item_) ||
+  if (image.getStatus() != EIS_Normal || size != size_.rgbBytes() ||
       image.getOutputData(target, size, kBitsPerSample, 0, kInterleaved) == 0) {
     errorText = kNotRendered + std::string(DicomImage::getString(image.getStatus()));
     return false;

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "dicom/FrameSize.h"
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctypes.h"
 
-#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -17,7 +18,7 @@ class ColourFrame {
 public:
   /// Takes over the Image Pixel attributes and palettes of an item, and room for the cells.
   /// @throws std::bad_alloc
-  ColourFrame(DcmItem& item, std::size_t frameBytes, unsigned int bytesPerSample);
+  ColourFrame(DcmItem& item, const FrameSize& size);
   ~ColourFrame();
   ColourFrame(const ColourFrame&) = delete;
   ColourFrame& operator=(const ColourFrame&) = delete;
@@ -39,6 +40,7 @@ private:
   [[nodiscard]] bool renderImage(char* target, std::string& errorText);
 
   std::unique_ptr<DcmItem> item_;
+  FrameSize size_;
   void* cells_ = nullptr;
   Uint32 cellsSize_ = 0;
 };

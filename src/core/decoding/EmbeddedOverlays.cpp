@@ -9,7 +9,8 @@
 //   word 0            word 1            ...  word P/32 - 1     | word P/32 ...
 //   row 0, 0 .. 31    row 0, 32 .. 63   ...  row 0, .. w - 1   | row 1, 0 .. 31
 //   bit 0 = leftmost pixel of its word; the bits beyond w - 1 are clear
-#include <zrdcmexport/ZrNumbers.h>
+#include "dicom/ItemValues.h"
+
 #include <zrdcmexport/ZrSliceImage.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -42,45 +43,34 @@ struct EmbeddedPlane {
 };
 
 int countOfFrames(DcmItem& item, Uint16 group) {
-  OFString text;
-  const bool found = item.findAndGetOFString(DcmTagKey(group, 0x0015), text).good();
-  const int frames = found ? intOf(text).value_or(0) : 0;
-  return std::max(frames, 1);
+  return std::max(readInt(item, DcmTagKey(group, 0x0015)).value_or(1), 1);
 }
 
 int frameOrigin(DcmItem& item, Uint16 group) {
-  Uint16 number = 0;
-  const bool found = item.findAndGetUint16(DcmTagKey(group, 0x0051), number).good();
-  return found && number >= 2 ? number - 1 : 0;
+  return std::max<int>(readUint16(item, DcmTagKey(group, 0x0051)).value_or(1), 1) - 1;
 }
 
 KtVec2i planeOrigin(DcmItem& item, Uint16 group) {
   const DcmTagKey overlayOrigin(group, 0x0050);
-  Sint16 row = 1;
-  Sint16 column = 1;
-  if (item.findAndGetSint16(overlayOrigin, row, 0).bad()) {
-    return {0, 0};
-  }
-  if (item.findAndGetSint16(overlayOrigin, column, 1).bad()) {
-    column = 1;
-  }
-  return {column - 1, row - 1};
+  const std::optional<Sint16> row = readSint16(item, overlayOrigin, 0);
+  const std::optional<Sint16> column = readSint16(item, overlayOrigin, 1);
+  return row ? KtVec2i(column.value_or(1) - 1, *row - 1) : KtVec2i(0, 0);
 }
 
 std::optional<EmbeddedPlane> readPlane(DcmItem& item, Uint16 group) {
-  Uint16 rows = 0;
-  Uint16 columns = 0;
-  Uint16 bitPosition = 0;
-  if (item.findAndGetUint16(DcmTagKey(group, 0x0010), rows).bad() ||
-      item.tagExists(DcmTagKey(group, 0x3000)) ||
-      item.findAndGetUint16(DcmTagKey(group, 0x0011), columns).bad() ||
-      item.findAndGetUint16(DcmTagKey(group, 0x0102), bitPosition).bad()) {
+  const std::optional<Uint16> rows = readUint16(item, DcmTagKey(group, 0x0010));
+  if (!rows || item.tagExists(DcmTagKey(group, 0x3000))) {
+    return std::nullopt;
+  }
+  const std::optional<Uint16> columns = readUint16(item, DcmTagKey(group, 0x0011));
+  const std::optional<Uint16> bitPosition = readUint16(item, DcmTagKey(group, 0x0102));
+  if (!columns || !bitPosition) {
     return std::nullopt;
   }
   const long long firstFrame = frameOrigin(item, group);
   return EmbeddedPlane{planeOrigin(item, group),
-                       {columns, rows},
-                       bitPosition,
+                       {*columns, *rows},
+                       *bitPosition,
                        firstFrame,
                        firstFrame + countOfFrames(item, group) - 1};
 }

@@ -6,8 +6,9 @@
 
 namespace Zrg::Decoding {
 
-FrameDecoder::FrameDecoder(DcmItem& item, DcmPixelData& pixelData)
-    : item_(item), pixelData_(pixelData), guard_(item, pixelData) {}
+FrameDecoder::FrameDecoder(DcmItem& item, DcmPixelData& pixelData,
+                           const ImageAttributes& attributes)
+    : item_(item), pixelData_(pixelData), guard_(attributes, pixelData) {}
 
 void FrameDecoder::beginAt(Uint32 frame, Uint32 fragment) {
   next_ = frame;

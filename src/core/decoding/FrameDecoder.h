@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "dicom/ImageAttributes.h"
 #include "streams/CodecGuard.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -18,8 +19,9 @@ namespace Zrg::Decoding {
 /// file. Frames asked for one after the other are found without searching.
 class FrameDecoder {
 public:
-  /// Item and pixel data must outlive the decoder; the item's attributes are read now.
-  FrameDecoder(DcmItem& item, DcmPixelData& pixelData);
+  /// @param item,pixelData must outlive the decoder.
+  /// @param attributes     those of the item.
+  FrameDecoder(DcmItem& item, DcmPixelData& pixelData, const ImageAttributes& attributes);
 
   /// Says in which fragment a frame begins, for frames that DCMTK does not find.
   void beginAt(Uint32 frame, Uint32 fragment);

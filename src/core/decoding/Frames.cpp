@@ -6,7 +6,6 @@
 //   colour, compressed its cells from the decoder; then rendered as an image of their own, unless
 //                      they are interleaved RGB already
 #include "decoding/ColourFrame.h"
-#include "decoding/FrameBytes.h"
 #include "decoding/FrameDecoder.h"
 #include "decoding/FrameFragments.h"
 #include "decoding/SliceDecoding.h"
@@ -17,10 +16,8 @@
 #include "dcmtk/dcmdata/dccodec.h"
 #include "dcmtk/dcmdata/dctk.h"
 
-#include <charconv>
 #include <cstring>
 #include <new>
-#include <string_view>
 
 namespace Zrg {
 
@@ -51,25 +48,11 @@ constexpr unsigned long long kMostFrameBytes = (1ULL << 32) - 2;  // DCMTK makes
 struct Image {
   DcmPixelData* pixelData = nullptr;
   ImageAttributes attributes;
-  FrameSize size;
   FrameFormat format;
 };
 
-/// The image attributes as far as they tell sizes; nothing when one of them is missing.
-std::optional<FrameSize> readFrameSize(DcmItem& item) {
-  FrameSize size;
-  if (item.findAndGetUint16(DCM_Columns, size.columns).bad() ||
-      item.findAndGetUint16(DCM_Rows, size.rows).bad() ||
-      item.findAndGetUint16(DCM_SamplesPerPixel, size.samplesPerPixel).bad() ||
-      item.findAndGetUint16(DCM_BitsAllocated, size.bitsAllocated).bad()) {
-    return std::nullopt;
-  }
-  (void)item.findAndGetUint16(DCM_BitsStored, size.bitsStored);  // 0 when it is missing
-  return size;
-}
-
 bool hasDecodableCells(const Image& image, std::string& errorText) {
-  const unsigned int bits = image.size.bitsAllocated;
+  const unsigned int bits = image.attributes.size.bitsAllocated;
   if (bits == 1) {
     errorText = kPackedBits;
     return false;
@@ -78,8 +61,9 @@ bool hasDecodableCells(const Image& image, std::string& errorText) {
     errorText = KtString::printf(kNoWholeCells, bits).str();
     return false;
   }
-  if (image.format.monochrome && image.size.samplesPerPixel != 1) {
-    errorText = KtString::printf(kNotOneSample, unsigned{image.size.samplesPerPixel}).str();
+  if (image.format.monochrome && image.attributes.size.samplesPerPixel != 1) {
+    errorText =
+        KtString::printf(kNotOneSample, unsigned{image.attributes.size.samplesPerPixel}).str();
     return false;
   }
   return true;
@@ -89,23 +73,24 @@ bool hasDecodableCells(const Image& image, std::string& errorText) {
 /// cannot be decoded.
 std::optional<Image> readImage(DcmItem& item, std::string& errorText) {
   Image image;
-  image.pixelData = findPixelData(item, errorText);
-  if (image.pixelData == nullptr) {
+  const Result<DcmPixelData*> pixelData = findPixelData(item);
+  if (!pixelData) {
+    errorText = pixelData.reason().text;
     return std::nullopt;
   }
-  const std::optional<ImageAttributes> attributes =
-      readImageAttributes(item, *image.pixelData, errorText);
-  if (!attributes) {
+  image.pixelData = *pixelData;
+  image.attributes = readImageAttributes(item, *pixelData);
+  const ImageAttributes& attributes = image.attributes;
+  if (attributes.missing) {
+    errorText = attributes.missing->text;
     return std::nullopt;
   }
-  image.attributes = *attributes;
-  image.size = readFrameSize(item).value_or(FrameSize{});  // what is needed was just found
-  image.format.frames = numberOfFrames(item);
-  image.format.columns = attributes->columns;
-  image.format.rows = attributes->rows;
-  image.format.monochrome = attributes->monochrome;
-  image.format.samplesPerPixel = attributes->monochrome ? 1 : 3;
-  image.format.bytesPerSample = attributes->monochrome ? attributes->bytesPerSample : 1;
+  image.format.frames = attributes.frames.inFull;
+  image.format.columns = attributes.size.columns;
+  image.format.rows = attributes.size.rows;
+  image.format.monochrome = attributes.monochrome;
+  image.format.samplesPerPixel = attributes.monochrome ? 1 : 3;
+  image.format.bytesPerSample = attributes.monochrome ? attributes.size.bytesPerSample() : 1;
   if (!hasDecodableCells(image, errorText)) {
     return std::nullopt;
   }
@@ -121,7 +106,7 @@ public:
         frame_(frame),
         target_(target),
         fragments_(*image.pixelData, image.format.frames),
-        decoder_(item, *image.pixelData) {}
+        decoder_(item, *image.pixelData, image.attributes) {}
 
   bool decode(std::string& errorText) {
     const bool isNative = !DcmXfer(image_.attributes.storedSyntax).isEncapsulated();
@@ -153,7 +138,7 @@ private:
 
   /// Whether a stream of at most 8 bits stands where cells of 16 bits are allocated.
   bool isNarrow() const {
-    return header_ && header_->precision <= 8 && image_.size.bitsAllocated == 16;
+    return header_ && header_->precision <= 8 && image_.attributes.size.bitsAllocated == 16;
   }
 
   bool decodeCells(std::string& errorText) {
@@ -181,15 +166,13 @@ private:
 
   /// Cells of 16 bits are even in number of bytes: they stand in the target.
   bool decodeNarrowCells(char* cells, Uint32 cellsSize, std::string& errorText) {
-    Uint16 representation = 0;
-    (void)item_.findAndGetUint16(DCM_PixelRepresentation, representation);  // 0 when missing
-    if (representation == 1 && image_.size.bitsStored > header_->precision) {
+    if (image_.attributes.isSigned && image_.attributes.size.bitsStored > header_->precision) {
       errorText = KtString::printf(kUnknownSign, unsigned{header_->precision},
-                                   unsigned{image_.size.bitsStored})
+                                   unsigned{image_.attributes.size.bitsStored})
                       .str();
       return false;
     }
-    const auto pixels = static_cast<Uint32>(image_.size.pixels());
+    const auto pixels = static_cast<Uint32>(image_.attributes.size.pixels());
     if (!take(pixels, cells, cellsSize, errorText)) {
       return false;
     }
@@ -205,19 +188,19 @@ private:
   bool renderNative(std::string& errorText) {
     const auto number = static_cast<int>(frame_);
     const FrameRange range{number, number, 1, false};
-    const Task task{item_, *image_.pixelData, image_.attributes,
-                    range, target_,           static_cast<unsigned long>(image_.size.rgbBytes())};
+    const Task task{
+        item_, *image_.pixelData, image_.attributes,
+        range, target_,           static_cast<unsigned long>(image_.attributes.size.rgbBytes())};
     SliceImage slice;
-    slice.bytesPerSample = image_.attributes.bytesPerSample;
+    slice.bytesPerSample = image_.attributes.size.bytesPerSample();
     return decodeColour(slice, task, errorText);
   }
 
   bool renderDecoded(std::string& errorText) {
     (void)completePlanarConfiguration(
         item_);  // the decoders ask for it; which it is, the frame knows
-    const auto frameBytes =
-        static_cast<Uint32>(image_.size.samples() * image_.attributes.bytesPerSample);
-    ColourFrame colour(item_, frameBytes, image_.attributes.bytesPerSample);
+    const auto frameBytes = static_cast<Uint32>(image_.attributes.size.allocatedBytes());
+    ColourFrame colour(item_, image_.attributes.size);
     if (!take(frameBytes, colour.cells(), colour.cellsSize(), errorText)) {
       return false;
     }
@@ -236,7 +219,7 @@ private:
   }
 
   std::string reasonOfRefusal() const {
-    const FrameSize& size = image_.size;
+    const FrameSize& size = image_.attributes.size;
     const bool agrees =
         !header_ || (header_->columns == size.columns && header_->rows == size.rows &&
                      header_->components == size.samplesPerPixel &&
@@ -269,7 +252,8 @@ bool mayDecode(const Image& image, std::uint64_t frame, std::uint64_t targetSize
                     .str();
     return false;
   }
-  const unsigned long long largest = std::max(image.size.cellsBytes(), image.size.rgbBytes());
+  const unsigned long long largest =
+      std::max(image.attributes.size.cellsBytes(), image.attributes.size.rgbBytes());
   if (largest > kMostFrameBytes) {
     errorText = KtString::printf(kFrameTooLarge, largest).str();
     return false;
@@ -282,15 +266,7 @@ bool mayDecode(const Image& image, std::uint64_t frame, std::uint64_t targetSize
 }  // namespace Decoding
 
 std::uint64_t numberOfFrames(DcmItem& item) {
-  OFString text;
-  if (item.findAndGetOFString(DCM_NumberOfFrames, text).bad()) {
-    return 1;
-  }
-  std::string_view digits(text.data(), text.size());
-  digits.remove_prefix(std::min(digits.find_first_not_of(" +"), digits.size()));
-  std::uint64_t frames = 0;
-  (void)std::from_chars(digits.data(), digits.data() + digits.size(), frames);  // else it stays 0
-  return frames == 0 ? 1 : frames;
+  return readFrameCount(item).inFull;
 }
 
 bool readFrameFormat(DcmItem& item, FrameFormat& format, std::string& errorText) {
@@ -318,22 +294,20 @@ bool describeImage(DcmItem& item, SliceImage& image, std::string& errorText) {
 }
 
 std::optional<std::uint64_t> decodedBytes(DcmItem& item, std::uint64_t first, std::uint64_t last) {
-  using Decoding::plus;
-  using Decoding::times;
-  const std::optional<Decoding::FrameSize> size = Decoding::readFrameSize(item);
-  const std::optional<bool> monochrome = Decoding::isMonochrome(item);
-  if (!size || !monochrome || last < first) {
+  const ImageAttributes attributes = readImageAttributes(item, nullptr);
+  const FrameSize& size = attributes.size;
+  if (attributes.missing || last < first) {
     return std::nullopt;
   }
   const std::uint64_t frames = plus(last - first, 1);
-  if (*monochrome) {
-    return times(size->cellsBytes(), frames);
+  if (attributes.monochrome) {
+    return times(size.cellsBytes(), frames);
   }
   // A palette of 8-bit indices may have entries of 16 bits.
-  const bool palette = size->samplesPerPixel == 1;
-  const unsigned int planeBytes = std::max(size->cellBytes(), palette ? 2U : 1U);
-  const std::uint64_t planes = times(size->rgbBytes(), planeBytes);
-  return plus(times(size->rgbBytes(), frames), plus(times(size->cellsBytes(), 2), planes));
+  const bool palette = size.samplesPerPixel == 1;
+  const unsigned int planeBytes = std::max(size.cellBytes(), palette ? 2U : 1U);
+  const std::uint64_t planes = times(size.rgbBytes(), planeBytes);
+  return plus(times(size.rgbBytes(), frames), plus(times(size.cellsBytes(), 2), planes));
 }
 
 bool decodeFrame(DcmItem& item, std::uint64_t frame, void* target, std::uint64_t targetSize,

@@ -3,9 +3,9 @@
 // the slice points at them; a range of frames is decoded one by one into the caller's target or
 // into memory of the slice. Then both go the same way: modality LUT, overlays out of the spare bits,
 // conversion of the samples in place.
-#include "decoding/FrameBytes.h"
 #include "decoding/FrameDecoder.h"
 #include "decoding/SliceDecoding.h"
+#include "dicom/ItemValues.h"
 #include "samples/InternalCheck.h"
 #include "streams/CodecGuard.h"
 
@@ -48,12 +48,13 @@ struct StoredBits {
 };
 
 bool hasOneSamplePerPixel(DcmItem& item, std::string& errorText) {
-  OFString text;
-  if (item.findAndGetOFString(DCM_SamplesPerPixel, text).bad()) {
+  // Deliberate: read once more, as text. Test: SliceDecodingMonochrome.RefusesSamplesPerPixelThatHaveNoText
+  const std::optional<int> samplesPerPixel = readInt(item, DCM_SamplesPerPixel);
+  if (!samplesPerPixel) {
     errorText = kNoSamplesPerPixel;
     return false;
   }
-  if (intOf(text) != 1) {
+  if (*samplesPerPixel != 1) {
     errorText = kNotOneSamplePerPixel;
     return false;
   }
@@ -62,15 +63,14 @@ bool hasOneSamplePerPixel(DcmItem& item, std::string& errorText) {
 
 /// Bytes of all samples that the slice is to hold.
 std::size_t requiredSize(const ImageAttributes& attributes, int frames) {
-  const FrameSize size{attributes.columns, attributes.rows, 1, attributes.bitsAllocated};
-  return times(size.allocatedBytes(), static_cast<unsigned long long>(frames));
+  return times(attributes.size.allocatedBytes(), static_cast<unsigned long long>(frames));
 }
 
 bool decompressInPlace(const Task& task, std::string& errorText) {
   DcmStack stack;
   stack.push(&task.item);
   stack.push(&task.pixelData);
-  CodecGuard guard(task.item, task.pixelData);
+  CodecGuard guard(task.attributes, task.pixelData);
   if (!guard.allFramesAreSafe() ||
       task.pixelData.chooseRepresentation(EXS_LittleEndianExplicit, nullptr, stack).bad()) {
     errorText = kNotDecompressed;
@@ -127,7 +127,7 @@ bool findDestination(SliceImage& slice, const Task& task, char*& destination,
   }
   const auto first = static_cast<unsigned long>(task.frames.first);
   const auto count = static_cast<unsigned long>(task.frames.count);
-  if (!CodecGuard(task.item, task.pixelData).mayHoldFrames(first, count)) {
+  if (!CodecGuard(task.attributes, task.pixelData).mayHoldFrames(first, count)) {
     errorText = kFrameNotDecompressed;
     return false;
   }
@@ -158,7 +158,7 @@ bool decodeFrames(const Task& task, Uint32 frameSize, char* destination, std::st
   const bool partial = task.pixelData.getUncompressedFrameSize(&task.item, storedSize).good() &&
                        storedSize < frameSize;
 
-  FrameDecoder decoder(task.item, task.pixelData);
+  FrameDecoder decoder(task.item, task.pixelData, task.attributes);
   for (int frame = task.frames.first; frame <= task.frames.last; ++frame) {
     char* const cells = scratch != nullptr ? scratch.get() : destination;
     if (partial) {
@@ -193,22 +193,19 @@ bool decodeFrameRange(SliceImage& slice, const Task& task, char*& samples, std::
 /// Bits Stored and High Bit, made to fit into the samples.
 StoredBits readStoredBits(DcmItem& item, unsigned int bytesPerSample) {
   const int allocated = bytesPerSample == 2 ? 16 : 8;
-  OFString text;
   StoredBits bits;
   bits.allocated = static_cast<unsigned int>(allocated);
-  bits.isSigned = item.findAndGetOFString(DCM_PixelRepresentation, text).good() && intOf(text) == 1;
+  bits.isSigned = readInt(item, DCM_PixelRepresentation) == 1;
 
-  (void)item.findAndGetOFString(DCM_BitsStored, text);  // missing: the text is empty and gives 0
-  const int stored = std::clamp(intOf(text).value_or(0), 0, allocated);
+  const int stored = std::clamp(readInt(item, DCM_BitsStored).value_or(0), 0, allocated);
   bits.stored = static_cast<unsigned int>(stored);
 
   int highBit = allocated - 1;
-  if (item.findAndGetOFString(DCM_HighBit, text).good()) {
-    const int value = intOf(text).value_or(0);
+  if (const std::optional<int> value = readInt(item, DCM_HighBit)) {
     // Deliberate: a high bit is believed only below Bits Stored; stored bits that stand at the top
     // of the sample are taken for the lowest. Without stored bits there is none to point at.
     // Test: Samples/SliceDecodingConversion, HighBitAboveTheStoredBits
-    highBit = std::max(0, value < stored ? value : stored - 1);
+    highBit = std::max(0, *value < stored ? *value : stored - 1);
   }
   bits.highBit = static_cast<unsigned int>(highBit);
   return bits;

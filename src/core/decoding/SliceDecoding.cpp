@@ -105,8 +105,8 @@ void registerDecoders() {
 }
 
 void storeAttributes(SliceImage& slice, DcmItem& item, const ImageAttributes& attributes) {
-  slice.extent = KtVec3l(attributes.columns, attributes.rows, attributes.frames);
-  slice.bytesPerSample = attributes.bytesPerSample;
+  slice.extent = KtVec3l(attributes.size.columns, attributes.size.rows, attributes.frames.in16Bits);
+  slice.bytesPerSample = attributes.size.bytesPerSample();
   slice.sampleOffset = 0.0F;
   slice.rescale = readRescale(item);
   slice.voiWindow = readWindow(item);
@@ -139,25 +139,26 @@ bool SliceImage::process(DcmItem& item, std::string& errorText, int firstFrame, 
   valid = false;
   Decoding::warnWithoutDictionary();
 
-  DcmPixelData* const pixelData = Decoding::findPixelData(item, errorText);
-  if (pixelData == nullptr) {
+  const Result<DcmPixelData*> pixelData = findPixelData(item);
+  if (!pixelData) {
+    errorText = pixelData.reason().text;
     return false;
   }
   lossy = Decoding::isLossy(item);
   Decoding::registerDecoders();
 
-  const std::optional<Decoding::ImageAttributes> attributes =
-      Decoding::readImageAttributes(item, *pixelData, errorText);
-  if (!attributes) {
+  const ImageAttributes attributes = readImageAttributes(item, *pixelData);
+  if (attributes.missing) {
+    errorText = attributes.missing->text;
     return false;
   }
-  Decoding::storeAttributes(*this, item, *attributes);
+  Decoding::storeAttributes(*this, item, attributes);
 
   const Decoding::FrameRange frames =
-      Decoding::clampFrames(firstFrame, lastFrame, attributes->frames);
+      Decoding::clampFrames(firstFrame, lastFrame, attributes.frames.in16Bits);
   extent.z = frames.count;
 
-  const Decoding::Task task{item, *pixelData, *attributes, frames, target, targetSize};
+  const Decoding::Task task{item, **pixelData, attributes, frames, target, targetSize};
   valid = Decoding::decode(*this, task, errorText);
   return valid;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "dicom/ImageAttributes.h"
+
 #include <ktlib/KtString.h>
 #include <ktlib/KtVec2f.h>
 #include <zrdcmexport/ZrSliceImage.h>
@@ -20,18 +22,6 @@ class DcmPixelData;
 /// The steps of SliceImage::process, one subject a source file: attributes, monochrome, colour.
 namespace Zrg::Decoding {
 
-/// What the Image Pixel and Multi-frame modules say of the samples. @see PS3.3 C.7.6.3, C.7.6.6
-struct ImageAttributes {
-  Uint16 columns = 0;
-  Uint16 rows = 0;
-  Uint16 frames = 1;  ///< the low 16 bits of Number of Frames, at least 1
-  Uint16 bitsAllocated = 0;
-  unsigned int bytesPerSample = 0;              ///< Bits Allocated in whole bytes
-  E_TransferSyntax storedSyntax = EXS_Unknown;  ///< how the pixel data element holds its samples
-  KtString photometricInterpretation;
-  bool monochrome = false;
-};
-
 /// The frames to decode, 0-based and inside the image.
 struct FrameRange {
   int first = 0;
@@ -50,20 +40,9 @@ struct Task {
   unsigned long targetSize;  ///< bytes of `target`
 };
 
-/// The item's own pixel data element; null, with the message set, when there is none.
-[[nodiscard]] DcmPixelData* findPixelData(DcmItem& item, std::string& errorText);
-
 /// Whether the image was lossy-compressed at some time: its attribute says so, or else its transfer
 /// syntax is not known to keep every sample. @see PS3.3 C.7.6.1.1.5 (Lossy Image Compression)
 [[nodiscard]] bool isLossy(DcmItem& item);
-
-/// Reads what decoding needs to know; nothing, with the message set, when something is missing.
-[[nodiscard]] std::optional<ImageAttributes> readImageAttributes(DcmItem& item,
-                                                                 DcmPixelData& pixelData,
-                                                                 std::string& errorText);
-
-/// Whether the image is MONOCHROME1 or MONOCHROME2; nothing when it does not say what it is.
-[[nodiscard]] std::optional<bool> isMonochrome(DcmItem& item);
 
 /// (slope, intercept); (1, 0) unless both are there and the slope is not 0.
 [[nodiscard]] KtVec2f readRescale(DcmItem& item);

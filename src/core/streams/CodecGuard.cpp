@@ -18,6 +18,8 @@
 //                         make it read outside its buffers
 #include "streams/CodecGuard.h"
 
+#include "dicom/ImageAttributes.h"
+#include "dicom/ItemValues.h"
 #include "streams/CodecStream.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -34,21 +36,13 @@ constexpr unsigned long long kMostBytes = (1ULL << 32) - 2;
 
 constexpr unsigned long long kBitsPerByte = 8;
 
-Uint16 numberOf(DcmItem& item, const DcmTagKey& key) {
-  Uint16 value = 0;
-  return item.findAndGetUint16(key, value).good() ? value : Uint16{0};
-}
-
 }  // namespace
 
 CodecGuard::CodecGuard(DcmItem& item, DcmPixelData& pixelData)
-    : size_{numberOf(item, DCM_Columns), numberOf(item, DCM_Rows),
-            numberOf(item, DCM_SamplesPerPixel), numberOf(item, DCM_BitsAllocated),
-            numberOf(item, DCM_BitsStored)} {
-  Sint32 frames = 0;
-  if (item.findAndGetSint32(DCM_NumberOfFrames, frames).good() && frames > 0) {
-    numberOfFrames_ = static_cast<unsigned long long>(frames);
-  }
+    : CodecGuard(readImageAttributes(item, &pixelData), pixelData) {}
+
+CodecGuard::CodecGuard(const ImageAttributes& attributes, DcmPixelData& pixelData)
+    : size_(attributes.size), numberOfFrames_(attributes.frames.ofDecoders) {
   if (pixelData.hasRepresentation(EXS_LittleEndianExplicit, nullptr)) {
     return;  // decoded before, or never compressed: no decoder will run
   }
@@ -78,7 +72,7 @@ bool CodecGuard::isCountable(unsigned long long frames) const {
   if (codec_ == Codec::None) {
     return true;
   }
-  return Decoding::times(size_.cellsBytes(), frames) <= kMostBytes;
+  return times(size_.cellsBytes(), frames) <= kMostBytes;
 }
 
 bool CodecGuard::allFramesAreSafe() {
@@ -277,9 +271,7 @@ bool CodecGuard::jpegFramesAgree(unsigned long frame, unsigned long start, unsig
 bool visitImages(DcmItem& item, const std::function<bool(DcmItem&, DcmPixelData&)>& visit) {
   auto* const dataset = dynamic_cast<DcmDataset*>(&item);
   if (dataset == nullptr) {
-    DcmElement* element = nullptr;
-    (void)item.findAndGetElement(DCM_PixelData, element);  // none: the cast says so
-    auto* const pixelData = dynamic_cast<DcmPixelData*>(element);
+    auto* const pixelData = dynamic_cast<DcmPixelData*>(findElement(item, DCM_PixelData));
     return pixelData == nullptr || visit(item, *pixelData);
   }
   DcmStack stack;

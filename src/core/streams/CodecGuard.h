@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "decoding/FrameBytes.h"
+#include "dicom/FrameSize.h"
 #include "streams/Fragments.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -18,6 +18,7 @@ namespace Zrg {
 
 struct JpegFrameHeader;
 struct JpegImage;
+struct ImageAttributes;
 
 /// Asks of encapsulated pixel data whether DCMTK's decoders may be trusted with it.
 ///
@@ -32,6 +33,8 @@ public:
   /// @param item      holds the attributes of the image; only read.
   /// @param pixelData the item's pixel data; must outlive the guard.
   CodecGuard(DcmItem& item, DcmPixelData& pixelData);
+  /// @param attributes those of the image, when they have been read already.
+  CodecGuard(const ImageAttributes& attributes, DcmPixelData& pixelData);
 
   /// Whether the samples of `frames` frames take 4 GiB - 2 at most: decoders that decode them
   /// together count their bytes in 32 bits, after they have made the number even.
@@ -92,7 +95,7 @@ private:
   Codec codec_ = Codec::None;
   bool isBaseline_ = false;             ///< the process of 8-bit JPEG
   std::optional<Fragments> fragments_;  ///< there unless the codec is none
-  Decoding::FrameSize size_;
+  FrameSize size_;
   unsigned long long numberOfFrames_ = 1;
 };
 

@@ -12,6 +12,9 @@
 // A Slice Vector, where there is one, says for each frame which slice it is, whatever the pointer.
 #include "volumes/FrameOrder.h"
 
+#include "dicom/ImageAttributes.h"
+#include "dicom/ItemValues.h"
+
 #include <zrdcmexport/ZrFrameOrder.h>
 #include <zrdcmexport/ZrNumbers.h>
 #include <zrvolren/ExDicomUtilitiesHelpers.h>
@@ -94,15 +97,6 @@ constexpr std::int64_t kMostVolumes = 1 << 20;
 
 constexpr double kGridTolerance = 0.0001;
 
-/// A count that the dataset has to state; nothing when it is missing.
-std::optional<int> readCount(DcmItem& item, const DcmTagKey& tag) {
-  OFString text;
-  if (item.findAndGetOFString(tag, text).bad()) {
-    return std::nullopt;
-  }
-  return intOf(text).value_or(0);
-}
-
 /// Distance of the frames of a dose grid; 0 with the reason where it varies.
 SliceSpacing stepOf(const KtDArray<float>& offsets) {
   const float step = offsets[1] - offsets[0];
@@ -178,7 +172,7 @@ Result<int> readNumberOfSlices(DcmItem& item, PointerKind kind, int frames) {
     }
     return frames;
   }
-  const std::optional<int> slices = readCount(item, DCM_NumberOfSlices);
+  const std::optional<int> slices = readInt(item, DCM_NumberOfSlices);
   if (!slices) {
     return kNoNumberOfSlices;
   }
@@ -191,29 +185,28 @@ Result<int> readNumberOfSlices(DcmItem& item, PointerKind kind, int frames) {
 /// Slices of the frames; an empty vector when frame i is slice i. The indices are not spelled out
 /// then: the number of frames is but a claim yet.
 Result<std::vector<int>> readSlices(DcmItem& item, int slices, unsigned int frames) {
-  OFString text;
-  if (item.findAndGetOFStringArray(DCM_SliceVector, text).bad()) {
+  const std::optional<OFString> text = readTexts(item, DCM_SliceVector);
+  if (!text) {
     if (static_cast<unsigned int>(slices) != frames) {
       return kNoSliceVector;
     }
     return std::vector<int>();
   }
-  return indicesIn(text, frames, slices, {kSliceVectorLength, kSliceVectorNumber});
+  return indicesIn(*text, frames, slices, {kSliceVectorLength, kSliceVectorNumber});
 }
 
 /// All values of a vector; empty, which fits no dataset, when it is missing.
 OFString readVector(DcmItem& item, const DcmTagKey& tag) {
-  OFString text;
-  return item.findAndGetOFStringArray(tag, text).good() ? text : OFString();
+  return readTexts(item, tag).value_or(OFString());
 }
 
 /// Adds the gates to the indices; nothing when all is well, otherwise the reason.
-std::optional<Reason> readGates(DcmItem& item, FrameIndices& indices) {
-  const int timeSlots = readCount(item, DCM_NumberOfTimeSlots).value_or(0);
+Result<void> readGates(DcmItem& item, FrameIndices& indices) {
+  const int timeSlots = readInt(item, DCM_NumberOfTimeSlots).value_or(0);
   if (timeSlots < 1) {
     return kNoTimeSlots;
   }
-  const int rrIntervals = readCount(item, DCM_NumberOfRRIntervals).value_or(0);
+  const int rrIntervals = readInt(item, DCM_NumberOfRRIntervals).value_or(0);
   if (rrIntervals < 1) {
     return kNoRrIntervals;
   }
@@ -234,7 +227,7 @@ std::optional<Reason> readGates(DcmItem& item, FrameIndices& indices) {
   indices.rrIntervals = static_cast<unsigned int>(rrIntervals);
   indices.rrIntervalOfFrame = std::move(*ofRrIntervals);
   indices.timeSlotOfFrame = std::move(*ofTimeSlots);
-  return std::nullopt;
+  return {};
 }
 
 constexpr int kNoFrame = -1;
@@ -316,9 +309,8 @@ Result<FramesOfVolumes> gatedVolumes(const FrameIndices& indices) {
 }
 
 bool isColour(DcmItem& item) {
-  KtString interpretation;
-  return ExDicomUtilities::getAndFixPhotometricInterpretation(&item, EXS_Unknown, interpretation) &&
-         interpretation != "MONOCHROME1" && interpretation != "MONOCHROME2";
+  const ImageAttributes attributes = readImageAttributes(item, nullptr);
+  return !attributes.photometricInterpretation.empty() && !attributes.monochrome;
 }
 
 FrameOrder orderOf(const FrameIndices& indices, const SliceSpacing& spacing,
@@ -371,7 +363,7 @@ Result<FrameOrder> readOrder(DcmItem& item) {
 }  // namespace
 
 Result<int> readNumberOfFrames(DcmItem& item) {
-  const int frames = readCount(item, DCM_NumberOfFrames).value_or(0);
+  const int frames = readInt(item, DCM_NumberOfFrames).value_or(0);
   if (frames == 0) {
     return kNoNumberOfFrames;
   }
@@ -379,29 +371,29 @@ Result<int> readNumberOfFrames(DcmItem& item) {
 }
 
 Result<OFString> readPointer(DcmItem& item) {
-  OFString pointer;
-  if (item.findAndGetOFStringArray(DCM_FrameIncrementPointer, pointer).bad()) {
+  std::optional<OFString> pointer = readTexts(item, DCM_FrameIncrementPointer);
+  if (!pointer) {
     return kNoPointer;
   }
-  return pointer;
+  return std::move(*pointer);
 }
 
 SliceSpacing readSliceSpacing(DcmItem& item, unsigned int frames) {
-  OFString text;
-  if (item.findAndGetOFString(DCM_SpacingBetweenSlices, text).good()) {
+  if (const std::optional<OFString> text = readText(item, DCM_SpacingBetweenSlices)) {
     // A spacing that is no number still keeps the grid from being asked.
-    const std::optional<float> spacing = floatOf(text);
+    const std::optional<float> spacing = floatOf(*text);
     if (!spacing) {
       return {0.0F, std::nullopt, kSpacingUnusable};
     }
     return {*spacing, *spacing < 0, kSpacingUnusable};
   }
-  if (item.findAndGetOFStringArray(DCM_GridFrameOffsetVector, text).bad()) {
+  const std::optional<OFString> text = readTexts(item, DCM_GridFrameOffsetVector);
+  if (!text) {
     return {0.0F, std::nullopt, kNoSpacing};
   }
-  const KtDArray<float> offsets = ExDicomUtilities::stringToFloats(text, frames);
+  const KtDArray<float> offsets = ExDicomUtilities::stringToFloats(*text, frames);
   if (offsets.size() < 2) {
-    const bool noNumbers = offsets.empty() && !text.empty();
+    const bool noNumbers = offsets.empty() && !text->empty();
     return {0.0F, std::nullopt, noNumbers ? kGridNoNumbers : kGridTooShort};
   }
   return frames < 2 ? SliceSpacing{0.0F, std::nullopt, kOneFrame} : stepOf(offsets);
@@ -424,8 +416,8 @@ Result<FrameIndices> readFrameIndices(DcmItem& item, const OFString& pointer, in
   }
   indices.sliceOfFrame = std::move(*sliceOfFrame);
   if (known->kind == PointerKind::GatedNm) {
-    if (const std::optional<Reason> reason = readGates(item, indices)) {
-      return *reason;
+    if (const Result<void> gates = readGates(item, indices); !gates) {
+      return gates.reason();
     }
   }
   return indices;

@@ -4,7 +4,7 @@
 // overlays and multi-frame datasets have files of their own.
 #include "ZrSliceImage.h"
 
-#include <zrdcmexport/ZrNumbers.h>
+#include "dicom/ItemValues.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -107,9 +107,7 @@ bool isMultiFrame(DcmItem& item) {
   if (!item.tagExists(DCM_FrameIncrementPointer, OFTrue)) {
     return false;
   }
-  OFString numberOfFrames;
-  return item.findAndGetOFString(DCM_NumberOfFrames, numberOfFrames).good() &&
-         intOf(numberOfFrames).value_or(0) >= 2;
+  return readInt(item, DCM_NumberOfFrames).value_or(0) >= 2;
 }
 
 bool isMultiFrameVolume(DcmItem& item) {
@@ -123,9 +121,8 @@ bool isMultiFrameVolume(DcmItem& item) {
 }
 
 bool isEnhancedDicom(DcmItem& item) {
-  OFString sopClassUid;
-  return item.findAndGetOFString(DCM_SOPClassUID, sopClassUid).good() &&
-         isEnhancedSopClass(sopClassUid) && item.tagExists(DCM_NumberOfFrames) &&
+  const std::optional<OFString> sopClassUid = readText(item, DCM_SOPClassUID);
+  return sopClassUid && isEnhancedSopClass(*sopClassUid) && item.tagExists(DCM_NumberOfFrames) &&
          item.tagExists(DCM_PerFrameFunctionalGroupsSequence);
 }
 

@@ -22,9 +22,10 @@ TEST(FrameDecoder, TakesFramesInAnyOrder) {
                                             .build(),
                                        EXS_RLELossless);
   Zrg::Decoding::registerDecoders();
-  DcmElement* element = nullptr;
-  ASSERT_TRUE(image->findAndGetElement(DCM_PixelData, element).good());
-  Zrg::Decoding::FrameDecoder decoder(*image, dynamic_cast<DcmPixelData&>(*element));
+  const Zrg::Result<DcmPixelData*> pixelData = Zrg::findPixelData(*image);
+  ASSERT_TRUE(pixelData);
+  Zrg::Decoding::FrameDecoder decoder(*image, **pixelData,
+                                      Zrg::readImageAttributes(*image, *pixelData));
 
   for (const Uint32 frame : {1U, 2U, 0U, 3U, 3U, 0U}) {
     std::array<Uint8, 2> cells{};

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace Zrg::Decoding {
+namespace Zrg {
 
 /// Largest number of bytes, which also stands for everything beyond.
 inline constexpr unsigned long long kBeyondCounting =
@@ -35,9 +35,11 @@ struct FrameSize {
   [[nodiscard]] constexpr unsigned long long samples() const {
     return pixels() * samplesPerPixel;  // below 2^48
   }
-  /// Bytes of a pixel as it is stored: Bits Allocated in whole bytes for each sample.
+  /// Bytes of a sample as it is stored: Bits Allocated in whole bytes.
+  [[nodiscard]] constexpr unsigned int bytesPerSample() const { return (bitsAllocated + 7U) / 8; }
+  /// Bytes of a pixel as it is stored.
   [[nodiscard]] constexpr unsigned int bytesPerPixel() const {
-    return (bitsAllocated + 7U) / 8 * samplesPerPixel;
+    return bytesPerSample() * samplesPerPixel;
   }
   /// Bytes of a frame as it is stored.
   [[nodiscard]] constexpr unsigned long long allocatedBytes() const {
@@ -46,7 +48,7 @@ struct FrameSize {
   /// Bytes of a sample as it is decoded. The JPEG-LS decoder takes two as soon as more than 8 bits are
   /// stored, whatever Bits Allocated says.
   [[nodiscard]] constexpr unsigned int cellBytes() const {
-    return std::max((bitsAllocated + 7U) / 8, bitsStored > 8 ? 2U : 1U);
+    return std::max(bytesPerSample(), bitsStored > 8 ? 2U : 1U);
   }
   /// Bytes of a frame as it is decoded.
   [[nodiscard]] constexpr unsigned long long cellsBytes() const {
@@ -56,4 +58,4 @@ struct FrameSize {
   [[nodiscard]] constexpr unsigned long long rgbBytes() const { return 3 * pixels(); }
 };
 
-}  // namespace Zrg::Decoding
+}  // namespace Zrg
