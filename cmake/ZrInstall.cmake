@@ -3,7 +3,12 @@
 
 include(CMakePackageConfigHelpers)
 
+# zr_install_package(NAME NAMESPACE [COMPONENT])
 function(zr_install_package name)
+  set(component development)
+  if(ARGC GREATER 2)
+    set(component ${ARGV2})
+  endif()
   set(destination "${CMAKE_INSTALL_LIBDIR}/cmake/${name}")
   configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/${name}Config.cmake.in"
     "${PROJECT_BINARY_DIR}/${name}Config.cmake" INSTALL_DESTINATION "${destination}")
@@ -11,13 +16,16 @@ function(zr_install_package name)
     COMPATIBILITY SameMajorVersion)
   install(FILES "${PROJECT_BINARY_DIR}/${name}Config.cmake"
                 "${PROJECT_BINARY_DIR}/${name}ConfigVersion.cmake"
-          DESTINATION "${destination}" COMPONENT development)
+          DESTINATION "${destination}" COMPONENT ${component})
   install(EXPORT ${name}Targets NAMESPACE ${ARGV1} DESTINATION "${destination}"
-          COMPONENT development)
+          COMPONENT ${component})
 endfunction()
 
 if(ZRDCMEXPORT_PLATFORM STREQUAL "bundled")
   zr_install_package(zrplatform zrplatform::)
+endif()
+if(ZRDCMEXPORT_BUILD_CODECS)
+  zr_install_package(zrcodecs zrdcmexport:: codecs_development)
 endif()
 zr_install_package(zrdcmexport zrdcmexport::)
 

@@ -3,6 +3,7 @@
 
 option(ZRDCMEXPORT_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(ZRDCMEXPORT_BUILD_TOOLS "Build the command line zrdcm and the examples" ${PROJECT_IS_TOP_LEVEL})
+option(ZRDCMEXPORT_BUILD_CODECS "Build the codecs for JPEG 2000 and HTJ2K (OpenJPEG)" ${PROJECT_IS_TOP_LEVEL})
 option(ZRDCMEXPORT_BUILD_BENCH "Build the benchmarks" OFF)
 option(ZRDCMEXPORT_BUILD_FUZZ "Build the fuzzers (clang only)" OFF)
 option(ZRDCMEXPORT_BUILD_PYTHON "Build the Python module" OFF)

@@ -5,6 +5,8 @@
 set(packages
   "runtime=${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME}"
   "development=${CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME}"
+  "codecs=${CPACK_DEBIAN_CODECS_PACKAGE_NAME}"
+  "codecs_development=${CPACK_DEBIAN_CODECS_DEVELOPMENT_PACKAGE_NAME}"
   "program=${CPACK_DEBIAN_PROGRAM_PACKAGE_NAME}")
 set(debian "${CPACK_ZR_SOURCE_DIR}/packaging/debian")
 

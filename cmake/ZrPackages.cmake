@@ -34,7 +34,8 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
-  "${PROJECT_BINARY_DIR}/src/core" "${PROJECT_BINARY_DIR}/src/imaging")
+  "${PROJECT_BINARY_DIR}/src/core" "${PROJECT_BINARY_DIR}/src/imaging"
+  "${PROJECT_BINARY_DIR}/src/codecs")
 if(ZRDCMEXPORT_PLATFORM STREQUAL "bundled")
   foreach(library ktlib zrvolren wexlib gx)
     list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
@@ -70,6 +71,31 @@ with rescale, window, spacing and overlays, splits multi-frame datasets into
 volumes, orders series, knows private elements and writes new files.
 
 This package holds headers, CMake packages, the pkg-config file and examples.")
+
+if(ZRDCMEXPORT_BUILD_CODECS)
+  list(APPEND CPACK_COMPONENTS_ALL codecs codecs_development)
+  set(CPACK_DEBIAN_CODECS_PACKAGE_NAME "libzrcodecs${PROJECT_VERSION_MAJOR}")
+  set(CPACK_DEBIAN_CODECS_PACKAGE_SECTION libs)
+  set(CPACK_DEBIAN_CODECS_PACKAGE_CONTROL_EXTRA "${CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA}")
+  set(CPACK_COMPONENT_CODECS_DESCRIPTION
+"JPEG 2000 and HTJ2K for programs on DCMTK (shared library)
+Codecs that a program registers with DCMTK, after which everything that
+decodes through DCMTK decodes JPEG 2000 and HTJ2K too. Hostile streams are
+recognised by their headers, before OpenJPEG sees them.")
+  set(CPACK_DEBIAN_CODECS_DEVELOPMENT_PACKAGE_NAME libzrcodecs-dev)
+  set(CPACK_DEBIAN_CODECS_DEVELOPMENT_PACKAGE_SECTION libdevel)
+  set(CPACK_DEBIAN_CODECS_DEVELOPMENT_PACKAGE_DEPENDS "libdcmtk-dev (>= 3.6.7)")
+  set(CPACK_DEBIAN_CODECS_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+  set(CPACK_COMPONENT_CODECS_DEVELOPMENT_DEPENDS codecs)
+  set(CPACK_COMPONENT_CODECS_DEVELOPMENT_DESCRIPTION
+"JPEG 2000 and HTJ2K for programs on DCMTK (development files)
+Codecs that a program registers with DCMTK, after which everything that
+decodes through DCMTK decodes JPEG 2000 and HTJ2K too.
+
+This package holds the header and the CMake package.")
+  set(CPACK_COMPONENT_RUNTIME_DEPENDS codecs)
+  list(APPEND CPACK_COMPONENT_DEVELOPMENT_DEPENDS codecs_development)
+endif()
 
 if(ZRDCMEXPORT_BUILD_TOOLS)
   list(APPEND CPACK_COMPONENTS_ALL program)

@@ -23,13 +23,19 @@ function(zr_configure_target target)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:zr_developer_flags>)
 endfunction()
 
-# zr_install_library(NAME EXPORT): the library itself for those who run programs; its headers and the
-# link without a version for those who build them.
+# zr_install_library(NAME EXPORT [COMPONENT DEVELOPMENT_COMPONENT]): the library itself for those who run
+# programs; its headers and the link without a version for those who build them.
 function(zr_install_library name export)
+  set(runtime runtime)
+  set(development development)
+  if(ARGC GREATER 3)
+    set(runtime ${ARGV2})
+    set(development ${ARGV3})
+  endif()
   install(TARGETS ${name} EXPORT ${export}
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-      COMPONENT runtime NAMELINK_COMPONENT development
-    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+      COMPONENT ${runtime} NAMELINK_COMPONENT ${development}
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ${development})
 endfunction()
 
 # zr_platform_library(NAME HEADERS ... SOURCES ...): a shared platform library, zrplatform::NAME.

@@ -14,6 +14,7 @@ echo "find_package"
 cmake -S packaging/consumer -B "$work/found" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" --log-level=WARNING
 cmake --build "$work/found"
 "$work/found/consumer"
+"$work/found/codecs_consumer"
 
 echo "pkg-config"
 export PKG_CONFIG_PATH

@@ -12,7 +12,7 @@ if [ ! -f "$build/build.ninja" ]; then
 fi
 # Debian keeps libraries in a folder of their architecture; that changes the installation only.
 cmake "$build" -DCMAKE_INSTALL_LIBDIR="lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)" --log-level=WARNING
-cmake --build "$build" --target zrdcmexport zrdcm_manual reformat_coronal
+cmake --build "$build" --target zrdcmexport zrcodecs zrdcm_manual reformat_coronal
 build=$(cd "$build" && pwd)
 work=$(mktemp -d)
 installed=""
@@ -32,7 +32,7 @@ fail() {
 
 rm -rf "$build/packages"
 (cd "$build" && umask 022 && cpack -G DEB > "$work/cpack.log" 2>&1) || { cat "$work/cpack.log"; fail "cpack failed"; }
-for package in libzrdcmexport1 libzrdcmexport-dev zrdcm; do
+for package in libzrcodecs1 libzrcodecs-dev libzrdcmexport1 libzrdcmexport-dev zrdcm; do
   set -- "$build/packages/$package"_*.deb
   [ -f "$1" ] || fail "there is no package $package"
   echo "$package: $(dpkg-deb -f "$1" Depends)"
@@ -43,10 +43,10 @@ lintian --fail-on error,warning --tag-display-limit 0 --allow-root "$build"/pack
 
 if [ "$(id -u)" -eq 0 ]; then
   prefix=/usr
-  if dpkg-query -W -f='${Status}\n' libzrdcmexport1 libzrdcmexport-dev zrdcm 2>/dev/null | grep -q ' installed'; then
+  if dpkg-query -W -f='${Status}\n' libzrcodecs1 libzrcodecs-dev libzrdcmexport1 libzrdcmexport-dev zrdcm 2>/dev/null | grep -q ' installed'; then
     fail "one of the packages is installed already"
   fi
-  installed="zrdcm libzrdcmexport-dev libzrdcmexport1"
+  installed="zrdcm libzrdcmexport-dev libzrcodecs-dev libzrdcmexport1 libzrcodecs1"
   dpkg -i "$build"/packages/*.deb > "$work/install.log" || { cat "$work/install.log"; fail "dpkg -i failed"; }
 else
   prefix="$work/unpacked/usr"
@@ -72,6 +72,7 @@ cmake -S packaging/consumer -B "$work/found" -G Ninja -DCMAKE_PREFIX_PATH="$pref
 grep -q "zrdcmexport_DIR:PATH=$prefix/" "$work/found/CMakeCache.txt" || fail "another package was found"
 cmake --build "$work/found"
 "$work/found/consumer"
+"$work/found/codecs_consumer"
 
 echo "pkg-config"
 # The flags must split into words.

@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// JPEG 2000 for DCMTK: which frames there are and where their samples go. Nothing of the dataset changes,
+// and no memory for samples is taken, before the headers of the first frame were found to be harmless.
+#include "zrcodecs/Jpeg2000Codec.h"
+
+#include "streams/Jpeg2000Frames.h"
+#include "zrcodecs/CodecParameter.h"
+#include "zrcodecs/ImageAttributes.h"
+#include "zrcodecs/Jpeg2000Decoder.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+#include <new>
+#include <vector>
+
+namespace zrcodecs {
+
+namespace {
+
+/// DCMTK counts the samples of all frames in 32 bits, and adds a byte to an odd number of them.
+constexpr std::uint64_t kMostBytes = (std::uint64_t{1} << 32U) - 2;
+
+std::uint64_t mostSamples(const DcmCodecParameter* parameter) {
+  const auto* const ours = dynamic_cast<const CodecParameter*>(parameter);
+  return (ours != nullptr ? ours->options() : CodecOptions{}).mostSamplesPerFrame;
+}
+
+/// How the samples are meant once they are decoded.
+OFString decodedColourModel(const OFString& photometric) {
+  return photometric == "YBR_RCT" || photometric == "YBR_ICT" ? OFString("RGB") : photometric;
+}
+
+/// The bytes of one frame: where they stand if it has one fragment, else put together.
+class FrameBytes {
+public:
+  FrameBytes(Zrg::Jpeg2000Frames& frames, const Zrg::FrameSpan& span) {
+    if (span.end == span.first + 1) {
+      bytes_ = frames.bytesOf(span.first);
+      size_ = bytes_ != nullptr ? frames.lengthOf(span.first) : 0;
+    } else {
+      joined_ = frames.bytesOf(span);
+      bytes_ = joined_.data();
+      size_ = joined_.size();
+    }
+  }
+
+  [[nodiscard]] const Uint8* data() const { return bytes_; }
+  [[nodiscard]] std::size_t size() const { return size_; }
+
+private:
+  std::vector<Uint8> joined_;
+  const Uint8* bytes_ = nullptr;
+  std::size_t size_ = 0;
+};
+
+/// The item that owns the pixel data, which is on top of DCMTK's stack.
+DcmItem* ownerOf(const DcmStack& stack) {
+  DcmStack rest(stack);
+  (void)rest.pop();
+  return dynamic_cast<DcmItem*>(rest.pop());
+}
+
+OFCondition checkFirstFrame(Zrg::Jpeg2000Frames& frames, const ImageAttributes& attributes,
+                            std::uint64_t most) {
+  const auto span = frames.spanOf(0);
+  if (!span || attributes.frameBytes() > kMostBytes / attributes.numberOfFrames) {
+    return EC_CannotChangeRepresentation;
+  }
+  const FrameBytes bytes(frames, *span);
+  return checkJpeg2000(bytes.data(), bytes.size(), attributes, most);
+}
+
+OFCondition decodeAll(Zrg::Jpeg2000Frames& frames, const ImageAttributes& attributes,
+                      std::uint64_t most, Uint8* target) {
+  unsigned long start = 0;
+  for (unsigned long frame = 0; frame < attributes.numberOfFrames; ++frame) {
+    const auto span = frames.spanOf(frame, start);
+    if (!span) {
+      return EC_CannotChangeRepresentation;
+    }
+    const FrameBytes bytes(frames, *span);
+    const OFCondition status = decodeJpeg2000(bytes.data(), bytes.size(), attributes, most,
+                                              target + frame * attributes.frameBytes());
+    if (status.bad()) {
+      return status;
+    }
+    start = span->end;
+  }
+  return EC_Normal;
+}
+
+OFCondition decodeInto(DcmItem& item, DcmPixelSequence& sequence, DcmPolymorphOBOW& pixelData,
+                       std::uint64_t most, OFBool& removeOldRepresentation) {
+  ImageAttributes attributes;
+  OFCondition status = readImageAttributes(item, attributes);
+  if (status.bad()) {
+    return status;
+  }
+  Zrg::Jpeg2000Frames frames(sequence, attributes.numberOfFrames);
+  status = checkFirstFrame(frames, attributes, most);
+  if (status.bad()) {
+    return status;
+  }
+  const std::uint64_t bytes = attributes.frameBytes() * attributes.numberOfFrames;
+  Uint16* words = nullptr;
+  status = pixelData.createUint16Array(static_cast<Uint32>((bytes + 1) / 2), words);
+  if (status.bad()) {
+    return status;
+  }
+  if (bytes % 2 != 0) {
+    words[bytes / 2] = 0;
+  }
+  status = decodeAll(frames, attributes, most, static_cast<Uint8*>(static_cast<void*>(words)));
+  const OFString model = decodedColourModel(attributes.photometricInterpretation);
+  if (status.good() && model != attributes.photometricInterpretation) {
+    // The compressed frames would not agree with the attribute any more.
+    removeOldRepresentation = OFTrue;
+    status = item.putAndInsertOFStringArray(DCM_PhotometricInterpretation, model);
+  }
+  return status;
+}
+
+}  // namespace
+
+OFCondition Jpeg2000Codec::decode(const DcmRepresentationParameter* /*from*/,
+                                  DcmPixelSequence* sequence, DcmPolymorphOBOW& pixelData,
+                                  const DcmCodecParameter* parameter, const DcmStack& stack,
+                                  OFBool& removeOldRepresentation) const {
+  DcmItem* const item = ownerOf(stack);
+  if (item == nullptr || sequence == nullptr) {
+    return EC_InvalidTag;
+  }
+  try {
+    return decodeInto(*item, *sequence, pixelData, mostSamples(parameter), removeOldRepresentation);
+  } catch (const std::bad_alloc&) {
+    return EC_MemoryExhausted;
+  }
+}
+
+OFCondition Jpeg2000Codec::decodeFrame(const DcmRepresentationParameter* /*from*/,
+                                       DcmPixelSequence* sequence,
+                                       const DcmCodecParameter* parameter, DcmItem* item,
+                                       Uint32 frame, Uint32& startFragment, void* buffer,
+                                       Uint32 bufferSize, OFString& colourModel) const {
+  if (item == nullptr || sequence == nullptr || buffer == nullptr) {
+    return EC_IllegalCall;
+  }
+  ImageAttributes attributes;
+  const OFCondition status = readImageAttributes(*item, attributes);
+  if (status.bad()) {
+    return status;
+  }
+  if (frame >= attributes.numberOfFrames || attributes.frameBytes() > bufferSize) {
+    return EC_IllegalCall;
+  }
+  try {
+    Zrg::Jpeg2000Frames frames(*sequence, attributes.numberOfFrames);
+    const auto span = frames.spanOf(frame, startFragment);
+    if (!span) {
+      return EC_CannotChangeRepresentation;
+    }
+    const FrameBytes bytes(frames, *span);
+    const OFCondition decoded =
+        decodeJpeg2000(bytes.data(), bytes.size(), attributes, mostSamples(parameter), buffer);
+    if (decoded.good()) {
+      startFragment = static_cast<Uint32>(span->end);
+      colourModel = decodedColourModel(attributes.photometricInterpretation);
+    }
+    return decoded;
+  } catch (const std::bad_alloc&) {
+    return EC_MemoryExhausted;
+  }
+}
+
+OFCondition Jpeg2000Codec::encode(const Uint16* /*pixelData*/, Uint32 /*length*/,
+                                  const DcmRepresentationParameter* /*to*/,
+                                  DcmPixelSequence*& /*sequence*/,
+                                  const DcmCodecParameter* /*parameter*/, DcmStack& /*stack*/,
+                                  OFBool& /*removeOldRepresentation*/) const {
+  return EC_CannotChangeRepresentation;
+}
+
+OFCondition Jpeg2000Codec::encode(E_TransferSyntax /*from*/,
+                                  const DcmRepresentationParameter* /*fromParameter*/,
+                                  DcmPixelSequence* /*fromSequence*/,
+                                  const DcmRepresentationParameter* /*to*/,
+                                  DcmPixelSequence*& /*toSequence*/,
+                                  const DcmCodecParameter* /*parameter*/, DcmStack& /*stack*/,
+                                  OFBool& /*removeOldRepresentation*/) const {
+  return EC_CannotChangeRepresentation;
+}
+
+OFBool Jpeg2000Codec::canChangeCoding(E_TransferSyntax from, E_TransferSyntax to) const {
+  return from == syntax_ && DcmXfer(to).isNotEncapsulated();
+}
+
+OFCondition Jpeg2000Codec::determineDecompressedColorModel(
+    const DcmRepresentationParameter* /*from*/, DcmPixelSequence* /*sequence*/,
+    const DcmCodecParameter* /*parameter*/, DcmItem* item, OFString& colourModel) const {
+  OFString photometric;
+  const OFCondition status =
+      item != nullptr ? item->findAndGetOFString(DCM_PhotometricInterpretation, photometric)
+                      : EC_IllegalCall;
+  if (status.good()) {
+    colourModel = decodedColourModel(photometric);
+  }
+  return status;
+}
+
+}  // namespace zrcodecs

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "zrcodecs/ImageAttributes.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctypes.h"
+#include "dcmtk/ofstd/ofcond.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zrcodecs {
+
+/// Decodes one JPEG 2000 or HTJ2K image through OpenJPEG, after its headers were found to be harmless.
+///
+/// Samples become native samples of the image: 8 or 16 bits, in the planar configuration of the attributes,
+/// subsampled components in full size. Their sign is that of the stream; where Pixel Representation says
+/// signed and the stream does not, the highest coded bit is the sign.
+///
+/// @param bytes       all fragments of a frame
+/// @param mostSamples a frame of more samples is refused
+/// @param target      receives attributes.frameBytes() bytes; after a failure some may be written
+/// @return why there is no frame
+[[nodiscard]] OFCondition decodeJpeg2000(const Uint8* bytes, std::size_t size,
+                                         const ImageAttributes& attributes,
+                                         std::uint64_t mostSamples, void* target);
+
+/// Whether decodeJpeg2000() would hand these bytes to OpenJPEG.
+[[nodiscard]] OFCondition checkJpeg2000(const Uint8* bytes, std::size_t size,
+                                        const ImageAttributes& attributes,
+                                        std::uint64_t mostSamples);
+
+}  // namespace zrcodecs

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// The codecs in DCMTK's list: when they are there, and with which options.
+#include "codecs/Jpeg2000Encoding.h"
+#include "support/Compression.h"
+#include "support/ImageBuilder.h"
+
+#include <zrcodecs/ZrCodecs.h>
+
+#include "dcmtk/dcmdata/dccodec.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+const bool kSilent = support::silenceDcmtk();
+
+bool decodesJpeg2000() {
+  return DcmCodecList::canChangeCoding(EXS_JPEG2000LosslessOnly, EXS_LittleEndianExplicit) &&
+         DcmCodecList::canChangeCoding(EXS_JPEG2000, EXS_LittleEndianImplicit);
+}
+
+TEST(Registration, LetsDcmtkDecodeJpeg2000UntilItIsUndone) {
+  ASSERT_FALSE(decodesJpeg2000());
+
+  EXPECT_TRUE(zrcodecs::registerCodecs());
+  EXPECT_TRUE(decodesJpeg2000());
+
+  zrcodecs::deregisterCodecs();
+  EXPECT_FALSE(decodesJpeg2000());
+}
+
+TEST(Registration, MayBeRepeated) {
+  EXPECT_TRUE(zrcodecs::registerCodecs());
+  EXPECT_TRUE(zrcodecs::registerCodecs());
+  EXPECT_TRUE(decodesJpeg2000());
+
+  zrcodecs::deregisterCodecs();
+  EXPECT_FALSE(decodesJpeg2000());
+  zrcodecs::deregisterCodecs();
+}
+
+TEST(Registration, DoesNotEncode) {
+  ASSERT_TRUE(zrcodecs::registerCodecs());
+
+  EXPECT_FALSE(DcmCodecList::canChangeCoding(EXS_LittleEndianExplicit, EXS_JPEG2000));
+  EXPECT_FALSE(DcmCodecList::canChangeCoding(EXS_JPEG2000, EXS_RLELossless));
+  zrcodecs::deregisterCodecs();
+}
+
+TEST(Registration, MayComeFromManyThreadsAtOnce) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([] { EXPECT_TRUE(zrcodecs::registerCodecs()); });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+
+  EXPECT_TRUE(decodesJpeg2000());
+  zrcodecs::deregisterCodecs();
+  EXPECT_FALSE(decodesJpeg2000());
+}
+
+/// Decodes an image of 16 x 16 samples and gives the condition's text.
+std::string decoded() {
+  const auto dataset = jpeg2000::twinOf(*support::monochromeImage(16, 16).build(), {.bits = 16});
+  return dataset->chooseRepresentation(EXS_LittleEndianExplicit, nullptr).text();
+}
+
+TEST(CodecOptions, SayHowLargeAFrameMayBe) {
+  ASSERT_TRUE(zrcodecs::registerCodecs({.mostSamplesPerFrame = 255}));
+  EXPECT_EQ(decoded(), "JPEG 2000 stream has more samples than allowed");
+  zrcodecs::deregisterCodecs();
+
+  ASSERT_TRUE(zrcodecs::registerCodecs({.mostSamplesPerFrame = 256}));
+  EXPECT_EQ(decoded(), "Normal");
+  zrcodecs::deregisterCodecs();
+}
+
+TEST(CodecOptions, AreThoseOfTheFirstRegistration) {
+  ASSERT_TRUE(zrcodecs::registerCodecs({.mostSamplesPerFrame = 256}));
+  ASSERT_TRUE(zrcodecs::registerCodecs({.mostSamplesPerFrame = 255}));
+
+  EXPECT_EQ(decoded(), "Normal");
+  zrcodecs::deregisterCodecs();
+}
+
+TEST(CodecLibraries, AreNamed) {
+  EXPECT_EQ(std::string(zrcodecs::codecLibraries()).find("JPEG 2000 and HTJ2K: OpenJPEG 2."), 0U);
+}
+
+}  // namespace
