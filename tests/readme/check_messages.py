@@ -24,7 +24,7 @@ NO_MESSAGES = {
     ": ": "what stands between a message and its reason",
     r" \\": "characters between values",
 }
-WITHOUT_MESSAGES = {"Table.cpp"}  # names of attributes
+WITHOUT_MESSAGES = {"Table.cpp", "TransferSyntaxes.cpp"}  # names of attributes, of transfer syntaxes
 
 
 def literals(text):

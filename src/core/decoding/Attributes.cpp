@@ -2,6 +2,7 @@
 // What a slice says besides its samples. Values are read as text, because files are careless with VRs.
 #include "decoding/SliceDecoding.h"
 #include "dicom/ItemValues.h"
+#include "streams/TransferSyntaxes.h"
 
 #include <wexlib/WexItemOF.h>
 
@@ -9,19 +10,11 @@
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace Zrg::Decoding {
 
 namespace {
-
-// Deliberate: deflated data counts as lossy, like every syntax that is not listed here, although no
-// sample is lost. Test: SliceDecodingLossyFlag
-constexpr std::array<E_TransferSyntax, 9> kLosslessTransferSyntaxes = {
-    EXS_LittleEndianExplicit, EXS_BigEndianExplicit, EXS_LittleEndianImplicit,
-    EXS_BigEndianImplicit,    EXS_RLELossless,       EXS_JPEGLSLossless,
-    EXS_JPEGProcess14SV1,     EXS_JPEGProcess14,     EXS_JPEG2000LosslessOnly};
 
 /// Two numbers, the first one first; nothing when one of them is missing or not a number.
 std::optional<KtVec2f> readPair(DcmItem& item, const DcmTagKey& firstKey,
@@ -48,9 +41,7 @@ bool isLossy(DcmItem& item) {
   if (readInt(wrapped, DCM_LossyImageCompression).value_or(0) > 0) {
     return true;
   }
-  const E_TransferSyntax syntax = wrapped.transferSyntax();
-  return std::find(kLosslessTransferSyntaxes.begin(), kLosslessTransferSyntaxes.end(), syntax) ==
-         kLosslessTransferSyntaxes.end();
+  return countsAsLossy(wrapped.transferSyntax());
 }
 
 KtVec2f readRescale(DcmItem& item) {

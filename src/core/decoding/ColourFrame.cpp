@@ -4,6 +4,7 @@
 #include "decoding/ColourFrame.h"
 
 #include "dicom/ItemValues.h"
+#include "streams/TransferSyntaxes.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -89,7 +90,7 @@ bool ColourFrame::render(const std::string& colourModel, char* target, std::stri
 }
 
 bool ColourFrame::renderImage(char* target, std::string& errorText) {
-  DicomImage image(item_.get(), EXS_LittleEndianExplicit);
+  DicomImage image(item_.get(), kExplicitLittleEndian);
   (void)image.hideAllOverlays(0);  // 0 says that there are none
   const unsigned long size = image.getOutputDataSize(kBitsPerSample);
   if (image.getStatus() != EIS_Normal || size != size_.rgbBytes() ||

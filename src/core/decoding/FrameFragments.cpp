@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "decoding/FrameFragments.h"
 
+#include "streams/FragmentStream.h"
+#include "streams/Inspector.h"
+#include "streams/TransferSyntaxes.h"
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcpxitem.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -9,20 +13,8 @@
 
 namespace Zrg::Decoding {
 
-namespace {
-
-/// Whether a fragment begins with a JPEG start of image. Its bytes stay in the file.
-bool startsImage(DcmPixelItem* fragment) {
-  std::array<Uint8, 2> bytes{};
-  return fragment != nullptr && fragment->getLength() >= bytes.size() &&
-         fragment->getPartialValue(bytes.data(), 0, bytes.size()).good() && bytes[0] == 0xFF &&
-         bytes[1] == 0xD8;
-}
-
-}  // namespace
-
 FrameFragments::FrameFragments(DcmPixelData& pixelData, std::uint64_t frames) : frames_(frames) {
-  if (pixelData.hasRepresentation(EXS_LittleEndianExplicit, nullptr)) {
+  if (pixelData.hasRepresentation(kExplicitLittleEndian, nullptr)) {
     return;  // decoded before, or never compressed
   }
   const DcmRepresentationParameter* parameter = nullptr;
@@ -31,48 +23,49 @@ FrameFragments::FrameFragments(DcmPixelData& pixelData, std::uint64_t frames) : 
   if (pixelData.getEncapsulatedRepresentation(syntax_, parameter, sequence).good() &&
       sequence != nullptr) {
     fragments_.emplace(*sequence);
+    inspector_ = inspectorOf(syntax_);
   }
-}
-
-bool FrameFragments::isJpeg() const {
-  return (syntax_ >= EXS_JPEGProcess1 && syntax_ <= EXS_JPEGProcess14SV1) ||
-         syntax_ == EXS_JPEGLSLossless || syntax_ == EXS_JPEGLSLossy;
 }
 
 std::optional<Uint32> FrameFragments::startOf(Uint32 frame) {
   const std::optional<unsigned long> start = fragments_->startOfFrame(frame, frames_);
-  if (start) {
-    return static_cast<Uint32>(*start);
-  }
-  return isJpeg() ? startOfImage(frame) : std::nullopt;
+  return start ? std::optional(static_cast<Uint32>(*start)) : startByContent(frame);
 }
 
-/// The fragment with the start of the image of this number. It is an answer only when there are as many
-/// images as frames: else one of them is missing, or what looks like a start is none.
-std::optional<Uint32> FrameFragments::startOfImage(Uint32 frame) {
+/// Whether a fragment begins with what only a frame begins with. Its bytes stay in the file.
+bool FrameFragments::beginsFrame(Uint32 fragment) {
+  std::array<Uint8, 2> bytes{};
+  DcmPixelItem* const item = fragments_->item(fragment);
+  return item != nullptr && item->getLength() >= bytes.size() &&
+         item->getPartialValue(bytes.data(), 0, bytes.size()).good() &&
+         inspector_->beginsFrame(bytes[0], bytes[1]);
+}
+
+/// The fragment that begins the frame of this number by what is in it. It is an answer only when there
+/// are as many beginnings as frames: else one of them is missing, or what looks like one is none.
+std::optional<Uint32> FrameFragments::startByContent(Uint32 frame) {
+  if (inspector_ == nullptr) {
+    return std::nullopt;
+  }
   std::optional<Uint32> found;
-  std::uint64_t images = 0;
+  std::uint64_t begun = 0;
   for (Uint32 index = 1; index < fragments_->count(); ++index) {  // 0 is the offset table
-    if (startsImage(fragments_->item(index))) {
-      if (images == frame) {
+    if (beginsFrame(index)) {
+      if (begun == frame) {
         found = index;
       }
-      ++images;
+      ++begun;
     }
   }
-  return images == frames_ ? found : std::nullopt;
+  return begun == frames_ ? found : std::nullopt;
 }
 
-std::optional<JpegFrameHeader> FrameFragments::jpegHeader(Uint32 fragment) {
-  if (!isJpeg()) {
+std::optional<CodedFrame> FrameFragments::header(Uint32 fragment) {
+  if (inspector_ == nullptr) {
     return std::nullopt;
   }
   FragmentStream stream(*fragments_, fragment, fragments_->count());
-  if (syntax_ == EXS_JPEGLSLossless || syntax_ == EXS_JPEGLSLossy) {
-    const std::optional<JpegImage> image = passJpegLsImage(stream);
-    return image ? std::optional(image->header) : std::nullopt;
-  }
-  return readJpegFrameHeader(stream);
+  return inspector_->readHeader(stream);
 }
 
 }  // namespace Zrg::Decoding

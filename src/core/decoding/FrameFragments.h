@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "streams/CodecStream.h"
 #include "streams/Fragments.h"
+
+#include <zrdcmexport/ZrTransferSyntax.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctypes.h"
@@ -12,6 +13,12 @@
 #include <optional>
 
 class DcmPixelData;
+
+namespace Zrg {
+
+class Inspector;
+
+}  // namespace Zrg
 
 namespace Zrg::Decoding {
 
@@ -30,19 +37,20 @@ public:
   [[nodiscard]] E_TransferSyntax syntax() const { return syntax_; }
 
   /// The fragment in which a frame begins: as DCMTK finds it, by the offset table or as the only one
-  /// of its frame; else, in JPEG of all kinds, by the start of image in the fragments. Nothing when
+  /// of its frame; else, where such a start can be told, by what the fragments begin with. Nothing when
   /// neither tells.
   [[nodiscard]] std::optional<Uint32> startOf(Uint32 frame);
 
-  /// The header of the JPEG image that begins in a fragment; nothing in other syntaxes.
-  [[nodiscard]] std::optional<JpegFrameHeader> jpegHeader(Uint32 fragment);
+  /// What the header of the frame says that begins in a fragment; nothing when there is none.
+  [[nodiscard]] std::optional<CodedFrame> header(Uint32 fragment);
 
 private:
-  [[nodiscard]] bool isJpeg() const;
-  [[nodiscard]] std::optional<Uint32> startOfImage(Uint32 frame);
+  [[nodiscard]] bool beginsFrame(Uint32 fragment);
+  [[nodiscard]] std::optional<Uint32> startByContent(Uint32 frame);
 
   std::optional<Fragments> fragments_;
   E_TransferSyntax syntax_ = EXS_Unknown;
+  const Inspector* inspector_ = nullptr;  ///< null where nobody reads such frames
   std::uint64_t frames_;
 };
 

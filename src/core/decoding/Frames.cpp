@@ -9,11 +9,11 @@
 #include "decoding/FrameDecoder.h"
 #include "decoding/FrameFragments.h"
 #include "decoding/SliceDecoding.h"
+#include "streams/TransferSyntaxes.h"
 
 #include <zrdcmexport/ZrFrames.h>
 
 #include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dccodec.h"
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <cstring>
@@ -122,7 +122,7 @@ public:
 private:
   /// Where the frame begins, and what stands there.
   bool findStart(std::string& errorText) {
-    if (!DcmCodecList::canChangeCoding(fragments_.syntax(), EXS_LittleEndianExplicit)) {
+    if (!hasCodec(fragments_.syntax())) {
       errorText = KtString::printf(kNoDecoder, DcmXfer(fragments_.syntax()).getXferName()).str();
       return false;
     }
@@ -132,7 +132,7 @@ private:
       return false;
     }
     decoder_.beginAt(frame_, *start);
-    header_ = fragments_.jpegHeader(*start);
+    header_ = fragments_.header(*start);
     return true;
   }
 
@@ -167,7 +167,7 @@ private:
   /// Cells of 16 bits are even in number of bytes: they stand in the target.
   bool decodeNarrowCells(char* cells, Uint32 cellsSize, std::string& errorText) {
     if (image_.attributes.isSigned && image_.attributes.size.bitsStored > header_->precision) {
-      errorText = KtString::printf(kUnknownSign, unsigned{header_->precision},
+      errorText = KtString::printf(kUnknownSign, header_->precision,
                                    unsigned{image_.attributes.size.bitsStored})
                       .str();
       return false;
@@ -227,9 +227,8 @@ private:
     if (agrees) {
       return kNotWhole;
     }
-    return KtString::printf(kOtherImage, unsigned{header_->columns}, unsigned{header_->rows},
-                            unsigned{header_->components}, unsigned{header_->precision},
-                            unsigned{size.columns}, unsigned{size.rows},
+    return KtString::printf(kOtherImage, header_->columns, header_->rows, header_->components,
+                            header_->precision, unsigned{size.columns}, unsigned{size.rows},
                             unsigned{size.samplesPerPixel}, unsigned{size.bitsAllocated})
         .str();
   }
@@ -240,7 +239,7 @@ private:
   char* target_;
   FrameFragments fragments_;
   FrameDecoder decoder_;
-  std::optional<JpegFrameHeader> header_;  ///< of a JPEG stream
+  std::optional<CodedFrame> header_;  ///< of the compressed frame, where it has one
 };
 
 /// Whether there is such a frame, the target holds it, and DCMTK can count its bytes.

@@ -8,6 +8,7 @@
 #include "dicom/ItemValues.h"
 #include "samples/InternalCheck.h"
 #include "streams/CodecGuard.h"
+#include "streams/TransferSyntaxes.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
 #include <zrdcmexport/ZrNumbers.h>
@@ -72,7 +73,7 @@ bool decompressInPlace(const Task& task, std::string& errorText) {
   stack.push(&task.pixelData);
   CodecGuard guard(task.attributes, task.pixelData);
   if (!guard.allFramesAreSafe() ||
-      task.pixelData.chooseRepresentation(EXS_LittleEndianExplicit, nullptr, stack).bad()) {
+      task.pixelData.chooseRepresentation(kExplicitLittleEndian, nullptr, stack).bad()) {
     errorText = kNotDecompressed;
     return false;
   }

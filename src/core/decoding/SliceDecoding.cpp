@@ -3,7 +3,8 @@
 // reads and stores the attributes, and leaves the samples to the monochrome or the colour path.
 #include "decoding/SliceDecoding.h"
 
-#include "streams/CodecGuard.h"
+#include "streams/NestedImages.h"
+#include "streams/TransferSyntaxes.h"
 
 #include <ktlib/KtLogFile.h>
 
@@ -39,7 +40,7 @@ class UnfinishedSamples {
 public:
   explicit UnfinishedSamples(const Task& task) {
     const auto remember = [this](DcmItem&, DcmPixelData& pixelData) {
-      if (!pixelData.hasRepresentation(EXS_LittleEndianExplicit, nullptr)) {
+      if (!pixelData.hasRepresentation(kExplicitLittleEndian, nullptr)) {
         compressed_.push_back(&pixelData);
       }
       return true;

@@ -3,10 +3,10 @@
 //
 //   4 GiB - 1 and more    sizes wrap at 32 bits and the decoder writes beyond its buffer
 //   all of them           coded data from which no frame of that size can come allocates gigabytes
-//   RLE, whole frame      stripes that yield less than a plane leave heap contents in the samples;
-//                         an empty last stripe is read before its start; a control byte that means
+//   RLE, whole frame      segments that yield less than a plane leave heap contents in the samples;
+//                         an empty last segment is read before its start; a control byte that means
 //                         nothing is unpacked as a run
-//   RLE, frame alone      a short fragment or a stripe outside it is read beyond its end
+//   RLE, frame alone      a short fragment or a segment outside it is read beyond its end
 //   JPEG, frame header    a smaller image than the attributes promise leaves heap contents; a larger
 //                         promise than the stream allocates gigabytes; a marker for temporary use
 //                         makes the search for the header endless; more than 8 bits called baseline
@@ -19,13 +19,11 @@
 #include "streams/CodecGuard.h"
 
 #include "dicom/ImageAttributes.h"
-#include "dicom/ItemValues.h"
-#include "streams/CodecStream.h"
+#include "streams/NestedImages.h"
+#include "streams/TransferSyntaxes.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
-
-#include <algorithm>
 
 namespace Zrg {
 
@@ -43,7 +41,7 @@ CodecGuard::CodecGuard(DcmItem& item, DcmPixelData& pixelData)
 
 CodecGuard::CodecGuard(const ImageAttributes& attributes, DcmPixelData& pixelData)
     : size_(attributes.size), numberOfFrames_(attributes.frames.ofDecoders) {
-  if (pixelData.hasRepresentation(EXS_LittleEndianExplicit, nullptr)) {
+  if (pixelData.hasRepresentation(kExplicitLittleEndian, nullptr)) {
     return;  // decoded before, or never compressed: no decoder will run
   }
   E_TransferSyntax syntax = EXS_Unknown;
@@ -53,97 +51,64 @@ CodecGuard::CodecGuard(const ImageAttributes& attributes, DcmPixelData& pixelDat
   if (pixelData.getEncapsulatedRepresentation(syntax, parameter, sequence).good() &&
       sequence != nullptr) {
     fragments_.emplace(*sequence);
-    codec_ = codecOf(syntax);
-    isBaseline_ = syntax == EXS_JPEGProcess1;
+    inspector_ = inspectorOf(syntax);
   }
-}
-
-CodecGuard::Codec CodecGuard::codecOf(E_TransferSyntax syntax) {
-  if (syntax == EXS_RLELossless) {
-    return Codec::Rle;
-  }
-  if (syntax == EXS_JPEGLSLossless || syntax == EXS_JPEGLSLossy) {
-    return Codec::JpegLs;
-  }
-  return syntax >= EXS_JPEGProcess1 && syntax <= EXS_JPEGProcess14SV1 ? Codec::Jpeg : Codec::None;
 }
 
 bool CodecGuard::isCountable(unsigned long long frames) const {
-  if (codec_ == Codec::None) {
-    return true;
-  }
-  return times(size_.cellsBytes(), frames) <= kMostBytes;
+  return inspector_ == nullptr || times(size_.cellsBytes(), frames) <= kMostBytes;
 }
 
 bool CodecGuard::allFramesAreSafe() {
-  if (codec_ == Codec::None) {
+  if (inspector_ == nullptr) {
     return true;
   }
-  if (!isCountable()) {
+  const unsigned long frames = framesTogether();
+  if (!isCountable(frames) || !hasBitsFor(frames)) {
     return false;
-  }
-  if (codec_ == Codec::Rle) {
-    return rleFramesAreWhole();
   }
   // Decoded together, all frames go through the decoder that the first one asks for, into samples of
   // the size that it says: Bits Allocated follows.
-  const std::optional<JpegYield> first = jpegYield(0, 1);
-  return first && jpegFramesAgree(0, 1, decodedFrames(), [&](const JpegYield& yield) {
-           return yield.bytes == first->bytes && (first->isLong || !yield.isLong);
-         });
+  const FramePlace firstPlace{0, 1, frames, false};
+  std::optional<FrameYield> first;
+  return framesAgree(firstPlace, frames, [&first](const FrameYield& yield) {
+    if (!first) {
+      first = yield;
+    }
+    return yield.bytes == first->bytes && (first->isLong || !yield.isLong);
+  });
 }
 
 bool CodecGuard::colourModelIsSafe() {
-  return codec_ != Codec::Jpeg || frameIsSafe(0, 1, size_.allocatedBytes());
+  return inspector_ == nullptr || !inspector_->isDecodedForColourModel() ||
+         frameIsSafe(0, 1, size_.allocatedBytes());
 }
 
 bool CodecGuard::framesAreSafe(unsigned long first, unsigned long count) {
-  if (codec_ == Codec::None) {
+  if (inspector_ == nullptr) {
     return true;
   }
-  const unsigned long long frameSize = size_.allocatedBytes();
   const std::optional<unsigned long> start = startFragmentOf(first);
   if (!start || !isCountable(count)) {
     return false;
   }
-  if (codec_ != Codec::Rle) {
-    return jpegFramesAgree(first, *start, count,
-                           [&](const JpegYield& yield) { return yield.bytes == frameSize; });
-  }
-  for (unsigned long i = 0; i < count; ++i) {
-    const auto fragment = static_cast<Uint32>(*start + i);
-    if (!frameIsSafe(static_cast<Uint32>(first + i), fragment, frameSize)) {
-      return false;
-    }
-  }
-  return true;
+  const unsigned long long frameSize = size_.allocatedBytes();
+  return framesAgree({first, *start, framesTogether(), true}, count,
+                     [&](const FrameYield& yield) { return yield.bytes == frameSize; });
 }
 
 bool CodecGuard::mayHoldFrames(unsigned long first, unsigned long count) {
-  if (codec_ == Codec::None) {
+  if (inspector_ == nullptr) {
     return true;
   }
   const std::optional<unsigned long> start = startFragmentOf(first);
-  if (!start || count == 0) {
-    return false;
-  }
-  if (codec_ == Codec::Rle) {
-    return fragments_->lengthOf(*start, fragments_->count()) / leastRleFrameBytes() >= count;
-  }
-  const std::optional<JpegYield> yield = jpegYield(first, *start);
-  if (!yield) {
-    return false;
-  }
-  const JpegFrameHeader others = {0, size_.rows, size_.columns, 1, 0, {}};
-  const unsigned long long leastBits = codec_ == Codec::JpegLs
-                                           ? leastJpegLsBits(others, 0)
-                                           : leastJpegBitsOfAnyKind(size_.columns, size_.rows);
-  const unsigned long long left = fragments_->lengthOf(yield->end, fragments_->count());
-  return (count - 1) * leastBits <= left * kBitsPerByte;
+  return start && count > 0 &&
+         inspector_->mayHoldFrames(*fragments_, {first, *start, framesTogether(), true}, count,
+                                   size_);
 }
 
 bool CodecGuard::frameIsSafe(Uint32 frame, Uint32 startFragment, unsigned long long frameSize) {
-  if (codec_ == Codec::None) {
+  if (inspector_ == nullptr) {
     return true;
   }
   const std::optional<unsigned long> start =
@@ -151,137 +116,41 @@ bool CodecGuard::frameIsSafe(Uint32 frame, Uint32 startFragment, unsigned long l
   if (!start || !isCountable(1)) {
     return false;
   }
-  if (codec_ != Codec::Rle) {
-    const std::optional<JpegYield> yield = jpegYield(frame, *start);
-    return yield && yield->bytes == frameSize;
-  }
-  FragmentStream fragment(*fragments_, *start, *start + 1UL);
-  return size_.allocatedBytes() == frameSize &&
-         passRleFrame(fragment, {size_.bytesPerPixel(), size_.pixels()});
+  return framesAgree({frame, *start, framesTogether(), true}, 1,
+                     [&](const FrameYield& yield) { return yield.bytes == frameSize; });
 }
 
-unsigned long CodecGuard::decodedFrames() const {
+unsigned long CodecGuard::fragmentsOfFrames() const {
   const unsigned long fragments = fragments_->count();
-  const unsigned long long frames = std::min<unsigned long long>(
-      numberOfFrames_, fragments > 0 ? fragments - 1 : 0);  // fragment 0 is the offset table
-  return std::max(1UL, static_cast<unsigned long>(frames));
+  return fragments > 0 ? fragments - 1 : 0;  // fragment 0 is the offset table
+}
+
+unsigned long CodecGuard::framesTogether() const {
+  return static_cast<unsigned long>(
+      inspector_->framesTogether(numberOfFrames_, fragmentsOfFrames()));
 }
 
 std::optional<unsigned long> CodecGuard::startFragmentOf(unsigned long frame) {
-  // The JPEG-LS decoder alone believes the fragments more than Number of Frames.
   return fragments_->startOfFrame(frame,
-                                  codec_ == Codec::JpegLs ? decodedFrames() : numberOfFrames_);
+                                  inspector_->framesAlone(numberOfFrames_, fragmentsOfFrames()));
 }
 
-bool CodecGuard::startsJpegImage(unsigned long fragment) {
-  FragmentStream stream(*fragments_, fragment, fragments_->count());
-  Uint8 prefix = 0;
-  Uint8 marker = 0;
-  return stream.read(prefix) && stream.read(marker) && prefix == 0xFF && marker == 0xD8;
+/// Whether the lengths of the fragments leave room for so many frames: what need not be loaded.
+bool CodecGuard::hasBitsFor(unsigned long frames) {
+  const unsigned long long bytes = fragments_->lengthOf(1, fragments_->count());
+  return bytes * kBitsPerByte / frames >= inspector_->leastFrameBits(size_);
 }
 
-/// The fragment behind the frame that begins in a given one; nothing when there is no such frame.
-/// Where a frame ends is known to the JPEG decoder alone; a start of image never stands inside the
-/// coded samples, so that every fragment which begins with one begins a frame.
-std::optional<unsigned long> CodecGuard::endOfJpegFrame(unsigned long frame, unsigned long start) {
-  if (codec_ == Codec::JpegLs) {
-    return fragments_->endOfJpegLsFrame(frame, decodedFrames(), start);
-  }
-  if (start >= fragments_->count()) {
-    return std::nullopt;
-  }
-  unsigned long end = start + 1;
-  while (end < fragments_->count() && !startsJpegImage(end)) {
-    ++end;
-  }
-  return end;
-}
-
-/// Whether a frame header says what the attributes say.
-bool CodecGuard::agrees(const JpegFrameHeader& header) const {
-  // The decoder of the baseline process makes one byte of every sample, whatever the stream says.
-  const bool fits =
-      header.precision <= size_.bitsAllocated && (!isBaseline_ || header.precision <= 8);
-  return fits && header.rows == size_.rows && header.columns == size_.columns &&
-         header.components == size_.samplesPerPixel;
-}
-
-/// Whether there is enough coded data for the size that the frame header says.
-bool CodecGuard::holdsAFrame(const JpegImage& image) const {
-  const std::optional<unsigned long long> least =
-      codec_ == Codec::JpegLs ? leastJpegLsBits(image.header, image.interleaveMode)
-                              : leastJpegBits(image.header);
-  return least && *least <= image.codedBytes * kBitsPerByte;
-}
-
-/// What the JPEG image of a frame yields when its size agrees with the attributes.
-std::optional<CodecGuard::JpegYield> CodecGuard::jpegYield(unsigned long frame,
-                                                           unsigned long start) {
-  const std::optional<unsigned long> end = endOfJpegFrame(frame, start);
-  if (!end) {
-    return std::nullopt;
-  }
-  FragmentStream stream(*fragments_, start, *end);
-  const std::optional<JpegImage> image =
-      codec_ == Codec::JpegLs ? passJpegLsImage(stream) : passJpegImage(stream);
-  if (!image || !agrees(image->header) || !holdsAFrame(*image)) {
-    return std::nullopt;
-  }
-  const Uint8 precision = image->header.precision;
-  return JpegYield{size_.samples() * (precision > 8 ? 2 : 1),
-                   codec_ == Codec::Jpeg && precision > 12, *end};
-}
-
-unsigned long long CodecGuard::leastRleFrameBytes() const {
-  return leastRleBytes(size_.bytesPerPixel(), size_.pixels());
-}
-
-bool CodecGuard::rleFramesAreWhole() {
-  const unsigned long frames = decodedFrames();
-  // Their lengths alone tell what need not be loaded.
-  if (fragments_->lengthOf(1, fragments_->count()) / frames < leastRleFrameBytes()) {
-    return false;
-  }
-  unsigned long fragment = 1;
-  for (unsigned long frame = 0; frame < frames; ++frame) {
-    FragmentStream stream(*fragments_, fragment, fragments_->count());
-    if (!passRleFrame(stream, {size_.bytesPerPixel(), size_.pixels()})) {
-      return false;
-    }
-    fragment = stream.fragment() + 1;
-  }
-  return true;
-}
-
-/// Whether `count` frames from `frame` on, which begins in the given fragment, all yield what is
-/// right.
-bool CodecGuard::jpegFramesAgree(unsigned long frame, unsigned long start, unsigned long count,
-                                 const std::function<bool(const JpegYield&)>& isRight) {
-  unsigned long fragment = start;
+/// Whether `count` frames from a place on all yield what is right.
+bool CodecGuard::framesAgree(FramePlace place, unsigned long count,
+                             const std::function<bool(const FrameYield&)>& isRight) {
   for (unsigned long i = 0; i < count; ++i) {
-    const std::optional<JpegYield> yield = jpegYield(frame + i, fragment);
+    const std::optional<FrameYield> yield = inspector_->inspect(*fragments_, place, size_);
     if (!yield || !isRight(*yield)) {
       return false;
     }
-    fragment = yield->end;
-  }
-  return true;
-}
-
-bool visitImages(DcmItem& item, const std::function<bool(DcmItem&, DcmPixelData&)>& visit) {
-  auto* const dataset = dynamic_cast<DcmDataset*>(&item);
-  if (dataset == nullptr) {
-    auto* const pixelData = dynamic_cast<DcmPixelData*>(findElement(item, DCM_PixelData));
-    return pixelData == nullptr || visit(item, *pixelData);
-  }
-  DcmStack stack;
-  stack.push(dataset);
-  while (dataset->search(DCM_PixelData, stack, ESM_afterStackTop, OFTrue).good()) {
-    auto* const pixelData = dynamic_cast<DcmPixelData*>(stack.top());
-    auto* const owner = dynamic_cast<DcmItem*>(stack.elem(1));
-    if (pixelData != nullptr && owner != nullptr && !visit(*owner, *pixelData)) {
-      return false;
-    }
+    ++place.number;
+    place.start = yield->end;
   }
   return true;
 }

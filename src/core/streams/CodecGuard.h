@@ -3,10 +3,10 @@
 
 #include "dicom/FrameSize.h"
 #include "streams/Fragments.h"
+#include "streams/Inspector.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctypes.h"
-#include "dcmtk/dcmdata/dcxfer.h"
 
 #include <functional>
 #include <optional>
@@ -16,16 +16,19 @@ class DcmPixelData;
 
 namespace Zrg {
 
-struct JpegFrameHeader;
-struct JpegImage;
 struct ImageAttributes;
 
 /// Asks of encapsulated pixel data whether DCMTK's decoders may be trusted with it.
 ///
-/// Those decoders count sizes in 32 bits, take what an RLE header says of its stripes, and leave
-/// whatever a stream does not fill as it comes from the heap. The guard reads the compressed frames
-/// as far as it must to know that none of this can happen. Data that is not compressed, or that is
-/// compressed in a way which DCMTK has no decoder for, is never refused here.
+/// Those decoders count sizes in 32 bits, take what an RLE header says of its segments, and leave
+/// whatever a stream does not fill as it comes from the heap. The guard has the compressed frames
+/// read by the inspector of their transfer syntax, as far as it must to know that none of this can
+/// happen. Data that is not compressed, or that is compressed in a way for which no decoder is
+/// registered, is never refused here.
+///
+/// A codec of the application, for a syntax whose streams no inspector reads, is trusted to stay
+/// within a stream and within the memory it is given. It is not trusted to bound what a file
+/// promises: sizes must be countable, and each frame must have a fragment with something in it.
 ///
 /// A guard reads the item's attributes once, when it is made, and is used for one call.
 class CodecGuard {
@@ -39,10 +42,9 @@ public:
   /// Whether the samples of `frames` frames take 4 GiB - 2 at most: decoders that decode them
   /// together count their bytes in 32 bits, after they have made the number even.
   [[nodiscard]] bool isCountable(unsigned long long frames) const;
-  /// The same for all frames: as many as Number of Frames promises, but no more than there are
-  /// fragments, which is what the decoders believe.
+  /// The same for all frames: as many as the decoder believes in.
   [[nodiscard]] bool isCountable() const {
-    return codec_ == Codec::None || isCountable(decodedFrames());
+    return inspector_ == nullptr || isCountable(framesTogether());
   }
 
   /// Whether all frames may be decoded together.
@@ -69,42 +71,20 @@ public:
   [[nodiscard]] bool frameIsSafe(Uint32 frame, Uint32 startFragment, unsigned long long frameSize);
 
 private:
-  enum class Codec { None, Rle, Jpeg, JpegLs };
-
-  /// What decoding a JPEG image gives. DCMTK has a decoder of its own for more than 12 bits.
-  struct JpegYield {
-    unsigned long long bytes;
-    bool isLong;        ///< of more than 12 bits
-    unsigned long end;  ///< the fragment behind its last one
-  };
-
-  [[nodiscard]] static Codec codecOf(E_TransferSyntax syntax);
-  [[nodiscard]] unsigned long decodedFrames() const;
+  [[nodiscard]] unsigned long fragmentsOfFrames() const;
+  [[nodiscard]] unsigned long framesTogether() const;
   [[nodiscard]] std::optional<unsigned long> startFragmentOf(unsigned long frame);
-  [[nodiscard]] bool startsJpegImage(unsigned long fragment);
-  [[nodiscard]] std::optional<unsigned long> endOfJpegFrame(unsigned long frame,
-                                                            unsigned long start);
-  [[nodiscard]] bool agrees(const JpegFrameHeader& header) const;
-  [[nodiscard]] bool holdsAFrame(const JpegImage& image) const;
-  [[nodiscard]] std::optional<JpegYield> jpegYield(unsigned long frame, unsigned long start);
-  [[nodiscard]] bool rleFramesAreWhole();
-  [[nodiscard]] unsigned long long leastRleFrameBytes() const;
-  [[nodiscard]] bool jpegFramesAgree(unsigned long frame, unsigned long start, unsigned long count,
-                                     const std::function<bool(const JpegYield&)>& isRight);
+  [[nodiscard]] bool hasBitsFor(unsigned long frames);
+  [[nodiscard]] bool framesAgree(FramePlace place, unsigned long count,
+                                 const std::function<bool(const FrameYield&)>& isRight);
 
-  Codec codec_ = Codec::None;
-  bool isBaseline_ = false;             ///< the process of 8-bit JPEG
-  std::optional<Fragments> fragments_;  ///< there unless the codec is none
+  const Inspector* inspector_ = nullptr;  ///< null where no decoder will run
+  std::optional<Fragments> fragments_;    ///< there when the inspector is
   FrameSize size_;
   unsigned long long numberOfFrames_ = 1;
 };
 
-/// Visits everything that DCMTK decodes together with an item's own pixel data, each with the item
-/// that owns it: for a dataset the images of all nested items (icons), for an item its own image
-/// alone. Ends with the first visit that answers false; says whether all answered true.
-bool visitImages(DcmItem& item, const std::function<bool(DcmItem&, DcmPixelData&)>& visit);
-
-/// Whether all of that may be decoded.
+/// Whether the image of an item and everything that DCMTK decodes together with it may be decoded.
 [[nodiscard]] bool allImagesAreSafe(DcmItem& item);
 
 }  // namespace Zrg

@@ -28,6 +28,7 @@
 #include "streams/CodedBounds.h"
 
 #include <algorithm>
+#include <array>
 
 namespace Zrg {
 

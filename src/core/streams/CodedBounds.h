@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "streams/JpegMarkers.h"
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctypes.h"
 
-#include <array>
 #include <optional>
 
 namespace Zrg {
@@ -12,22 +13,6 @@ namespace Zrg {
 /// The fewest coded bits from which a decoder can make a frame. A stream that holds fewer is not
 /// whole, whatever its header promises, and no memory is taken for it. What a frame of one value
 /// takes in the best of cases is never more than this: no whole stream is below.
-
-/// What the frame header of a JPEG or JPEG-LS stream says.
-struct JpegFrameHeader {
-  /// Components of a frame that DCMTK's decoders can handle.
-  static constexpr unsigned int kMostComponents = 10;
-
-  Uint8 precision;   ///< bits of a sample
-  Uint16 rows;       ///< lines of the image
-  Uint16 columns;    ///< samples of a line
-  Uint8 components;  ///< samples of a pixel
-  Uint8 marker;      ///< second byte of the marker: the process that coded the frame
-
-  /// How often each component is sampled, along a line in the high and down a column in the low
-  /// four bits; 0 where the header does not say it.
-  std::array<Uint8, kMostComponents> sampling;
-};
 
 /// Bits of a Huffman-coded JPEG frame, all its scans together.
 ///

@@ -3,6 +3,8 @@
 // what the closing of the stream would not, and it empties the file when writing broke off.
 #include "writing/OutputFile.h"
 
+#include "streams/TransferSyntaxes.h"
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
@@ -51,7 +53,7 @@ bool ZrDcmOutputFile::write(DcmObject& part) {
   }
   part.transferInit();
   const OFCondition written =
-      part.write(*stream_, EXS_LittleEndianExplicit, EET_ExplicitLength, nullptr);
+      part.write(*stream_, Zrg::kExplicitLittleEndian, EET_ExplicitLength, nullptr);
   if (written != EC_Normal || !allBytesTaken()) {
     return false;
   }

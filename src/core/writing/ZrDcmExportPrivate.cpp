@@ -4,6 +4,7 @@
 // way of the bytes to the disk ZrDcmOutputFile's.
 #include "writing/ZrDcmExportPrivate.h"
 
+#include "streams/TransferSyntaxes.h"
 #include "writing/CallersSamples.h"
 #include "writing/OutputFile.h"
 
@@ -138,7 +139,7 @@ OFCondition putPixelData(DcmItem& dataset, const void* pixels, int count, KtPrim
 /// Group lengths and lengths of sequences for the form in which the file is written.
 void computeLengths(DcmItem& part) {
   // What cannot be computed shows when the part is written.
-  (void)part.computeGroupLengthAndPadding(EGL_recalcGL, EPD_noChange, EXS_LittleEndianExplicit,
+  (void)part.computeGroupLengthAndPadding(EGL_recalcGL, EPD_noChange, Zrg::kExplicitLittleEndian,
                                           EET_ExplicitLength, 0, 0, 0);
 }
 
@@ -304,7 +305,7 @@ bool ZrDcmExportPrivate::fail(const KtString& message) {
 
 bool ZrDcmExportPrivate::fillMetaInfo(DcmFileFormat& file) const {
   // Makes the fixed attributes of the still empty file; `isWhole` sees what has failed.
-  (void)file.validateMetaInfo(EXS_LittleEndianExplicit, EWM_fileformat);
+  (void)file.validateMetaInfo(Zrg::kExplicitLittleEndian, EWM_fileformat);
 
   DcmMetaInfo& meta = *file.getMetaInfo();
   const auto put = [&meta](const DcmTagKey& key, const char* value) {

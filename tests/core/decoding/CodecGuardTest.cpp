@@ -3,7 +3,10 @@
 // header of a JPEG stream. What becomes of images that it refuses: SliceDecodingGuardTest.cpp.
 #include "SliceDecodingFixtures.h"
 #include "streams/CodecGuard.h"
-#include "streams/CodecStream.h"
+#include "streams/FragmentStream.h"
+#include "streams/Jpeg.h"
+#include "streams/JpegLs.h"
+#include "streams/Rle.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
 #include "support/RowName.h"
@@ -83,7 +86,7 @@ std::optional<Zrg::JpegFrameHeader> readHeader(Zrg::FragmentStream& stream,
   if (syntax != EXS_JPEGLSLossless) {
     return Zrg::readJpegFrameHeader(stream);
   }
-  const std::optional<Zrg::JpegImage> image = Zrg::passJpegLsImage(stream);
+  const std::optional<Zrg::JpegLsImage> image = Zrg::passJpegLsImage(stream);
   return image ? std::optional(image->header) : std::nullopt;
 }
 

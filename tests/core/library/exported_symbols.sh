@@ -21,7 +21,8 @@ for wanted in 'Zrg::decodeFrame(DcmItem&' 'Zrg::decodedBytes(' 'Zrg::describeIma
   'ExDicomUtilities::LUT::dcmDatasetRead(' 'ExDicomUtilities::extractSample_applyLUT_makeUnsigned(' \
   'Zrg::SliceImage::extractEmbeddedOverlay<unsigned short>(' \
   'Zrg::SliceImage::extractEmbeddedOverlay<unsigned char>(' 'Zrg::MultiFrameImage::process(' \
-  'Zrg::isEnhancedDicomSOPClassUID(' 'Zrg::readFrameOrder(' 'Zrg::readFrameIncrement(' 'Zrg::floatOf(' 'ExDCM::registerPrivateDicomTags(' 'ExDCM::PrivateTag::QAHistory' \
+  'Zrg::isEnhancedDicomSOPClassUID(' 'Zrg::readFrameOrder(' 'Zrg::readFrameIncrement(' 'Zrg::floatOf(' 'Zrg::findTransferSyntax(' 'Zrg::isDecodable(' \
+  'Zrg::readCodedFrame(DcmItem&' 'ExDCM::registerPrivateDicomTags(' 'ExDCM::PrivateTag::QAHistory' \
   'ZrDcmExport::writeImageAsIs(' 'ZrDcmExport::refusedAttribute' 'ZrDcmExport::reasonNotWritable(' 'operator<<(ZrMsg&, ExDicomUtilities::LUT const&)' \
   'typeinfo for Zrg::SliceImage' 'vtable for Zrg::MultiFrameImage'; do
   if ! printf '%s\n' "$symbols" | grep -qF "$wanted"; then

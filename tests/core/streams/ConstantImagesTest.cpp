@@ -4,9 +4,11 @@
 //
 // ZRDCMEXPORT_LARGEST_CONSTANT_IMAGE=16384 tries squares up to that size, too (minutes, gigabytes).
 #include "streams/CodecGuard.h"
-#include "streams/CodecStream.h"
 #include "streams/CodedBounds.h"
+#include "streams/FragmentStream.h"
 #include "streams/Fragments.h"
+#include "streams/Jpeg.h"
+#include "streams/JpegLs.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
 #include "support/RowName.h"
