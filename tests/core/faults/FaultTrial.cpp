@@ -2,6 +2,9 @@
 #include "core/faults/FaultTrial.h"
 
 #include "core/faults/FailingAllocator.h"
+#include "support/Compression.h"
+
+#include <ktlib/KtLogFile.h>
 
 #include <gtest/gtest.h>
 
@@ -125,6 +128,11 @@ long expectToSurviveShortages(const Entry& entry) {
     }
   }
   return failures;
+}
+
+WithoutMemory::WithoutMemory() {
+  (void)support::silenceDcmtk();
+  getTheLogInstance().setSink([](KtLogFile::Level, const std::string&) {});
 }
 
 }  // namespace faults

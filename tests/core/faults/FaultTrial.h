@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <memory>
 #include <set>
@@ -64,6 +66,23 @@ struct Contract {
   bool allocates = true;  ///< false: there is nothing that could fail
 };
 
+/// The entry may throw, and nothing else.
+inline Contract throws() {
+  return {{}, true};
+}
+/// It may throw or answer false without a message.
+inline Contract throwsOrIsFalse() {
+  return {{""}, true};
+}
+/// It may throw, or answer true and have made one of these.
+inline Contract throwsOrMakes(std::set<std::string> lesserResults) {
+  return {{}, true, std::move(lesserResults)};
+}
+/// There is nothing that could fail.
+inline Contract allocatesNothing() {
+  return {{}, false, {}, {}, false, false};
+}
+
 struct Entry {
   const char* name;
   std::function<std::unique_ptr<Trial>()> make;
@@ -74,5 +93,23 @@ struct Entry {
 /// passes. After each the answer must be within the contract, the same call once more must give the
 /// right result, and no block may be left. Returns how many allocations have failed.
 long expectToSurviveShortages(const Entry& entry);
+
+/// Tests of one entry each. DCMTK is silent and the log goes nowhere.
+class WithoutMemory : public testing::Test {
+protected:
+  WithoutMemory();
+
+  /// The entry `call` keeps the contract at whatever allocation memory runs out. It works on a State of
+  /// its own each time; `made` says what a good call has made of that.
+  template <class State>
+  static void expectKept(const Contract& contract, bool (*call)(State&),
+                         std::string (*made)(const State&)) {
+    const Entry entry = {"", [call, made] { return std::make_unique<TrialOf<State>>(call, made); },
+                         contract};
+    const long failures = expectToSurviveShortages(entry);
+    RecordProperty("allocations", std::to_string(failures));
+    EXPECT_EQ(failures > 0, contract.allocates);
+  }
+};
 
 }  // namespace faults
