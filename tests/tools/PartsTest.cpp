@@ -8,9 +8,9 @@
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"
 #include "zrimaging/Error.h"
+#include "zrimaging/Formats.h"
 #include "zrimaging/files/Condition.h"
 #include "zrimaging/files/DicomFile.h"
-#include "zrimaging/formats/PngWriter.h"
 #include "zrimaging/output/DicomWriter.h"
 #include "zrimaging/output/Leftovers.h"
 #include "zrimaging/output/LibraryFile.h"
@@ -249,7 +249,7 @@ TEST(PngFile, OfNothingIsAFailure) {
   const support::TempDir folder;
   const std::string target = folder.file("out.png").string();
 
-  EXPECT_THAT(failureOf([&] { zr::writePng(target, {}, {}); }),
+  EXPECT_THAT(failureOf([&] { zr::writePicture(target, {}, {}); }),
               StartsWith("cannot make " + target + ": "));
   EXPECT_THAT(tools::namesIn(folder.path()), IsEmpty());
 }

@@ -2,6 +2,7 @@
 // zrdcm decode: samples of one image into a file that scripts, viewers or eyes can read.
 #include "ExitStatus.h"
 #include "FileNamed.h"
+#include "FormatOption.h"
 #include "FrameValues.h"
 #include "Messages.h"
 #include "Progress.h"
@@ -10,8 +11,6 @@
 #include "WindowOption.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/FrameAttributes.h"
-#include "zrimaging/formats/ArrayWriters.h"
-#include "zrimaging/formats/PngWriter.h"
 #include "zrimaging/formats/VolumeHeader.h"
 #include "zrimaging/images/DecodedImage.h"
 #include "zrimaging/images/FrameRange.h"
@@ -23,7 +22,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -39,13 +37,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kFooter = R"(The ending of OUT decides what is written:
-  .npy   NumPy array (frames, rows, columns), for colour (frames, rows, columns, 3)
-  .nrrd  NRRD volume with spacings and the line that maps samples to modality values, each frame's
-         own where they differ; what the file does not say is called unknown
-  .raw   the samples alone: frames in order, row by row, little endian, colour interleaved
-  .png   a picture of 8 bits; several frames go to OUT-000.png, OUT-001.png, ... by frame number
-Monochrome samples are unsigned (signed ones are shifted by 128 or 32768) and have the modality LUT
+constexpr const char* kFooterAboutSamples =
+    R"(Monochrome samples are unsigned (signed ones are shifted by 128 or 32768) and have the modality LUT
 applied; bits stored at the top of the sample are moved down. With --stored they stay as they are
 in the file, 16 bits going to 16-bit PNG. Colour is 8-bit RGB always. Pictures are shown through --window, else through the window of the file (of each
 frame, where frames have their own), else over the range of the values that occur; a window of the
@@ -66,25 +59,12 @@ struct DecodeOptions {
   bool json = false;
 };
 
-enum class Format { kNpy, kNrrd, kRaw, kPng };
-
-Format formatOf(const fs::path& output) {
-  std::string ending = output.extension().string();
-  std::transform(ending.begin(), ending.end(), ending.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  if (ending == ".npy") {
-    return Format::kNpy;
+const zr::OutputFormat& formatOf(const fs::path& output) {
+  if (const zr::OutputFormat* const format = zr::formatOf(output)) {
+    return *format;
   }
-  if (ending == ".nrrd") {
-    return Format::kNrrd;
-  }
-  if (ending == ".raw") {
-    return Format::kRaw;
-  }
-  if (ending == ".png") {
-    return Format::kPng;
-  }
-  throw UsageError("--output must end in .npy, .nrrd, .raw or .png: " + output.string());
+  throw UsageError("--output must end in " + endingsInWords(zr::formats()) + ": " +
+                   output.string());
 }
 
 std::optional<zr::FrameRange> framesWanted(const DecodeOptions& options) {
@@ -98,14 +78,15 @@ std::optional<zr::FrameRange> framesWanted(const DecodeOptions& options) {
   return frames;
 }
 
-void refuseWhatOnlyPicturesHave(const DecodeOptions& options, Format format) {
-  if (format != Format::kPng && (!options.window.empty() || options.overlays)) {
-    throw UsageError("--window and --overlays shape pictures: they go with .png only");
+void refuseWhatOnlyPicturesHave(const DecodeOptions& options, const zr::OutputFormat& format) {
+  if (!format.holds(zr::kForEyes) && (!options.window.empty() || options.overlays)) {
+    throw UsageError("--window and --overlays shape pictures: they go with " +
+                     endingsInWords(pictureFormats()) + " only");
   }
 }
 
 // One frame keeps the name that was asked for; several are told apart by their frame number.
-fs::path pictureName(const fs::path& output, const zr::DecodedImage& image, std::size_t index) {
+fs::path nameOfFrame(const fs::path& output, const zr::DecodedImage& image, std::size_t index) {
   if (image.frames.count() == 1) {
     return output;
   }
@@ -125,11 +106,14 @@ struct Decoded {
     std::iota(numbers.begin(), numbers.end(), image.frames.first);
     return numbers;
   }
+  zr::ArrayDescription description(const std::vector<std::size_t>& frames) const {
+    return zr::describeArray(image, attributes, frames);
+  }
 };
 
 Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memory) {
   const zr::DecodeRequest request{framesWanted(options), options.stored, options.overlays};
-  const bool shown = formatOf(options.output) == Format::kPng && !options.stored;
+  const bool shown = formatOf(options.output).holds(zr::kForEyes) && !options.stored;
   auto file =
       shown ? zr::openForDisplay(options.file) : std::make_unique<zr::DicomFile>(options.file);
   Decoded decoded;
@@ -145,22 +129,25 @@ Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memo
   return decoded;
 }
 
-std::vector<fs::path> writePictures(const Decoded& decoded, const DecodeOptions& options,
-                                    const zr::ProtectedInputs& inputs) {
+std::vector<fs::path> writeFrameByFrame(const Decoded& decoded, const DecodeOptions& options,
+                                        const zr::ProtectedInputs& inputs) {
+  const zr::OutputFormat& format = formatOf(options.output);
   const zr::DecodedImage& image = decoded.image;
   for (std::size_t i = 0; i < image.frames.count(); ++i) {
-    inputs.refuseToReplace(pictureName(options.output, image, i));
+    inputs.refuseToReplace(nameOfFrame(options.output, image, i));
   }
   std::vector<fs::path> written;
   Progress progress("writing", image.frames.count());
   for (std::size_t i = 0; i < image.frames.count(); ++i) {
-    written.push_back(pictureName(options.output, image, i));
+    written.push_back(nameOfFrame(options.output, image, i));
     if (!decoded.display) {
-      zr::writePng(written.back(), inputs, image.samples.frame(i));
+      zr::writeArray(
+          format, written.back(), inputs,
+          zr::arrayOf(image.samples.frame(i), decoded.description({image.frames.first + i})));
     } else {
-      const zr::Picture picture = zr::renderFrame(image, i, decoded.display->frame(i));
-      zr::writePng(written.back(), inputs,
-                   (options.overlays ? zr::burnOverlays(picture, image, i) : picture).view());
+      const zr::Picture grey = zr::renderFrame(image, i, decoded.display->frame(i));
+      const zr::Picture picture = options.overlays ? zr::burnOverlays(grey, image, i) : grey;
+      zr::writeArray(format, written.back(), inputs, zr::arrayOf(picture.view()));
     }
     progress.advance();
   }
@@ -169,21 +156,12 @@ std::vector<fs::path> writePictures(const Decoded& decoded, const DecodeOptions&
 
 std::vector<fs::path> writeOutput(const Decoded& decoded, const DecodeOptions& options,
                                   const zr::ProtectedInputs& inputs) {
-  const zr::SampleArray& samples = decoded.image.samples;
-  switch (formatOf(options.output)) {
-    case Format::kNpy:
-      zr::writeNpy(options.output, inputs, samples);
-      break;
-    case Format::kNrrd:
-      zr::writeNrrd(options.output, inputs, samples,
-                    zr::nrrdHeaderOf(decoded.image, decoded.attributes, decoded.numbers()));
-      break;
-    case Format::kRaw:
-      zr::writeRaw(options.output, inputs, samples);
-      break;
-    case Format::kPng:
-      return writePictures(decoded, options, inputs);
+  const zr::OutputFormat& format = formatOf(options.output);
+  if (!format.holds(zr::kSeveralFrames)) {
+    return writeFrameByFrame(decoded, options, inputs);
   }
+  zr::writeArray(format, options.output, inputs,
+                 zr::arrayOf(decoded.image.samples, decoded.description(decoded.numbers())));
   return {options.output};
 }
 
@@ -230,7 +208,7 @@ int decode(const DecodeOptions& options, const zr::MemoryBudget& memory) {
   refuseWhatOnlyPicturesHave(options, formatOf(options.output));
   (void)windowFromOption(options.window);  // wrong usage shows before any work is done
   const zr::ProtectedInputs inputs({options.file});
-  if (formatOf(options.output) != Format::kPng) {  // the frames decide what pictures are called
+  if (formatOf(options.output).holds(zr::kSeveralFrames)) {  // else frames decide the names
     inputs.refuseToReplace(options.output);
   }
   (void)framesWanted(options);
@@ -251,8 +229,11 @@ int decode(const DecodeOptions& options, const zr::MemoryBudget& memory) {
 
 VerbAction configureDecode(CLI::App& command) {
   auto options = std::make_shared<DecodeOptions>();
+  command.description(command.get_description() + " into " + endingsInWords(zr::formats()));
   command.add_option("file", options->file, "The DICOM file")->type_name("FILE")->required();
-  command.add_option("-o,--output", options->output, "Where to write: .npy, .nrrd, .raw or .png")
+  command
+      .add_option("-o,--output", options->output,
+                  "Where to write: " + endingsInWords(zr::formats()))
       ->type_name("OUT")
       ->required();
   command.add_option("--frames", options->frames, "Frame A, or frames A to B, 0-based")
@@ -267,7 +248,8 @@ VerbAction configureDecode(CLI::App& command) {
                 "Draw the overlays that are embedded in the samples into the picture")
       ->excludes(stored);
   command.add_flag("--json", options->json, "Describe on stdout what was written");
-  command.footer(kFooter);
+  command.footer("The ending of OUT decides what is written:\n" + formatTable(zr::formats()) +
+                 kFooterAboutSamples);
   return [options](const zr::MemoryBudget& memory) { return decode(*options, memory); };
 }
 

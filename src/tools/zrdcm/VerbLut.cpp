@@ -2,12 +2,13 @@
 // zrdcm lut: the lookup tables of a file, as text, as JSON or as a plot.
 #include "ExitStatus.h"
 #include "FileNamed.h"
+#include "FormatOption.h"
 #include "Messages.h"
 #include "Verb.h"
 #include "zrimaging/Error.h"
+#include "zrimaging/Formats.h"
+#include "zrimaging/Samples.h"
 #include "zrimaging/files/DicomFile.h"
-#include "zrimaging/formats/PngWriter.h"
-#include "zrimaging/images/SampleArray.h"
 #include "zrimaging/output/ProtectedInputs.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
@@ -215,7 +216,7 @@ void writePlot(const LutOptions& options, const std::vector<Table>& tables) {
     draw(picture, Plot{top, table});
     top += kPlotRows;
   }
-  zr::writePng(options.output, zr::ProtectedInputs({options.file}), picture.view());
+  zr::writePicture(options.output, zr::ProtectedInputs({options.file}), picture.view());
 }
 
 struct Tables {
@@ -255,8 +256,8 @@ VerbAction configureLut(CLI::App& command) {
   auto options = std::make_shared<LutOptions>();
   command.add_option("file", options->file, "The DICOM file")->type_name("FILE")->required();
   command.add_option("-o,--output", options->output, "Plot the tables into this picture")
-      ->type_name("PNG")
-      ->check(zr::checkPngName);
+      ->type_name(pictureTypeName())
+      ->check(checkPictureName);
   command.add_flag("--json", options->json, "Print the tables as JSON");
   command.footer(kFooter);
   return [options](const zr::MemoryBudget&) { return showTables(*options); };

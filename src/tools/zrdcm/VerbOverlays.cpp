@@ -2,11 +2,12 @@
 // zrdcm overlays: the overlays that are embedded in the samples, each as a mask of its own.
 #include "ExitStatus.h"
 #include "FileNamed.h"
+#include "FormatOption.h"
 #include "Messages.h"
 #include "Progress.h"
 #include "Verb.h"
 #include "zrimaging/Error.h"
-#include "zrimaging/formats/PngWriter.h"
+#include "zrimaging/Formats.h"
 #include "zrimaging/images/DecodedImage.h"
 #include "zrimaging/output/OutputFile.h"
 #include "zrimaging/output/ProtectedInputs.h"
@@ -60,10 +61,10 @@ zr::Picture maskOf(const zr::DecodedImage& image, int index) {
 
 std::string nameOf(const ZrOverlayData& overlays, int index) {
   char name[40];
-  (void)std::snprintf(name, sizeof name, "overlay-%04X-%05d.png",
+  (void)std::snprintf(name, sizeof name, "overlay-%04X-%05d",
                       static_cast<unsigned>(overlays.group(index)),
                       overlays.frame(index));  // always fits
-  return name;
+  return name + pictureEnding();
 }
 
 Json describe(const ZrOverlayData& overlays, int index, const fs::path& file) {
@@ -98,7 +99,7 @@ int writeOverlays(const OverlaysOptions& options, const zr::MemoryBudget& memory
   Progress progress("writing", static_cast<std::size_t>(overlays.count()));
   for (int index = 0; index < overlays.count(); ++index) {
     const fs::path target = fs::path(options.folder) / nameOf(overlays, index);
-    zr::writePng(target, inputs, maskOf(image, index).view());
+    zr::writePicture(target, inputs, maskOf(image, index).view());
     list.push_back(describe(overlays, index, target));
     progress.advance();
   }

@@ -2,14 +2,15 @@
 // zrdcm sheet: all frames of a file, or the images of a series, in one picture.
 #include "ExitStatus.h"
 #include "FileNamed.h"
+#include "FormatOption.h"
 #include "FrameValues.h"
 #include "Messages.h"
 #include "Progress.h"
 #include "Verb.h"
 #include "WindowOption.h"
 #include "zrimaging/Error.h"
+#include "zrimaging/Formats.h"
 #include "zrimaging/FrameAttributes.h"
-#include "zrimaging/formats/PngWriter.h"
 #include "zrimaging/images/FrameSource.h"
 #include "zrimaging/output/ProtectedInputs.h"
 #include "zrimaging/pictures/ContactSheet.h"
@@ -197,7 +198,7 @@ int writeSheet(const SheetOptions& options, const zr::MemoryBudget& memory) {
                                     return zr::drawContactSheet(*source, content, layout);
                                   });
   progress.reset();
-  zr::writePng(options.output, inputs, sheet.view());
+  zr::writePicture(options.output, inputs, sheet.view());
   complainOfAll(options.files.front(), source->takeRemarks());
   if (content.display && !content.display->remark().empty()) {
     complain(options.files.front() + ": " + content.display->remark());
@@ -216,8 +217,8 @@ VerbAction configureSheet(CLI::App& command) {
       ->type_name("FILE")
       ->required();
   command.add_option("-o,--output", options->output, "The picture to write")
-      ->type_name("PNG")
-      ->check(zr::checkPngName)
+      ->type_name(pictureTypeName())
+      ->check(checkPictureName)
       ->required();
   command.add_option("--window", options->window, "Show these modality values")->type_name("C,W");
   command.add_option("--columns", options->columns, "Draw so many frames side by side")

@@ -3,6 +3,7 @@
 // older one goes away before the first volume is written and the new one comes last.
 #include "ExitStatus.h"
 #include "FileNamed.h"
+#include "FormatOption.h"
 #include "FrameValues.h"
 #include "Messages.h"
 #include "Numbers.h"
@@ -11,8 +12,6 @@
 #include "WindowOption.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/FrameAttributes.h"
-#include "zrimaging/formats/ArrayWriters.h"
-#include "zrimaging/formats/PngWriter.h"
 #include "zrimaging/formats/VolumeHeader.h"
 #include "zrimaging/images/FrameSource.h"
 #include "zrimaging/output/OutputFile.h"
@@ -27,6 +26,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -44,7 +44,7 @@ namespace {
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
 
-constexpr const char* kFooter = R"(Writes into DIR, for each volume, volume-NNN.nrrd (or .npy) with
+constexpr const char* kFooter = R"( with
 its slices in order and volume-NNN.png with all of them side by side, and then manifest.json: which
 frame (0-based) each slice is and at which byte it starts in the samples of the whole file, as
 zrdcm decode FILE -o OUT.raw writes them. Gated data gives a volume for every time slot and R-R
@@ -64,6 +64,14 @@ struct SplitOptions {
   std::string window;
   bool json = false;
 };
+
+/// The formats that hold a volume which can be read alone, the default first.
+FormatList volumeFormats(const std::string& first) {
+  FormatList formats = zr::formatsWith(zr::kSeveralFrames | zr::kShape);
+  std::stable_partition(formats.begin(), formats.end(),
+                        [&first](const zr::OutputFormat* format) { return format->name == first; });
+  return formats;
+}
 
 /// A file whose frames are ready to be written as volumes.
 struct SplitImage {
@@ -143,14 +151,10 @@ void writeVolume(const SplitOptions& options, SplitImage& split, std::size_t vol
   const zr::FrameAt frameAt = [&](std::size_t index) {
     return withFileNamed(options.file, [&] { return split.source.frame(frames[index]); });
   };
-  if (options.format == "npy") {
-    zr::writeNpy(target, inputs, layout, frameAt);
-  } else {
-    zr::writeNrrd(
-        target, inputs, layout,
-        zr::nrrdHeaderOf(split.source.image(), split.attributes, numbersOf(split, volume)),
-        frameAt);
-  }
+  zr::writeArray(
+      *zr::formatNamed(options.format), target, inputs,
+      {layout, frameAt,
+       zr::describeArray(split.source.image(), split.attributes, numbersOf(split, volume))});
 }
 
 void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_t volume,
@@ -168,7 +172,7 @@ void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_
   zr::SheetLayout layout;
   const zr::Picture sheet = withFileNamed(
       options.file, [&] { return zr::drawContactSheet(split.shown(), content, layout); });
-  zr::writePng(target, inputs, sheet.view());
+  zr::writePicture(target, inputs, sheet.view());
 }
 
 Json slicesOf(const SplitImage& split, std::size_t volume) {
@@ -191,8 +195,9 @@ Json volumeEntry(const SplitOptions& options, const SplitImage& split, std::size
   }
   // Gaps among the slices of gated data can leave a volume without any: there is nothing to write.
   const bool empty = split.order.volumes[volume].empty();
-  return {{"file", empty ? Json(nullptr) : Json(stemOf(volume) + "." + options.format)},
-          {"sheet", empty ? Json(nullptr) : Json(stemOf(volume) + ".png")},
+  return {{"file",
+           empty ? Json(nullptr) : Json(stemOf(volume) + zr::formatNamed(options.format)->ending)},
+          {"sheet", empty ? Json(nullptr) : Json(stemOf(volume) + pictureEnding())},
           {"timeSlot", timeSlot},
           {"rrInterval", rrInterval},
           {"slices", slicesOf(split, volume)}};
@@ -340,18 +345,22 @@ int writeSplit(const SplitOptions& options, const zr::MemoryBudget& memory) {
 
 VerbAction configureSplit(CLI::App& command) {
   auto options = std::make_shared<SplitOptions>();
+  const FormatList formats = volumeFormats(options->format);
   command.add_option("file", options->file, "The DICOM file")->type_name("FILE")->required();
   command.add_option("-o,--output", options->folder, "Where to write; made when it is not there")
       ->type_name("DIR")
       ->required();
   command
-      .add_option("--format", options->format, "What volumes are written as, nrrd when not said")
-      ->type_name("nrrd|npy")
-      ->check(CLI::IsMember({"nrrd", "npy"}).description(""));
+      .add_option("--format", options->format,
+                  "What volumes are written as, " + options->format + " when not said")
+      ->type_name(namesJoined(formats, "|"))
+      ->check(CLI::IsMember(namesOf(formats)).description(""));
   command.add_option("--window", options->window, "Show these modality values in the sheets")
       ->type_name("C,W");
   command.add_flag("--json", options->json, "Print the manifest on stdout");
-  command.footer(kFooter);
+  command.footer("Writes into DIR, for each volume, volume-NNN" +
+                 std::string(formats.front()->ending) + " (or " +
+                 endingsInWords({formats.begin() + 1, formats.end()}) + ")" + kFooter);
   return [options](const zr::MemoryBudget& memory) { return writeSplit(*options, memory); };
 }
 

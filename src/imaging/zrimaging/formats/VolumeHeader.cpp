@@ -30,7 +30,7 @@ using TextOfFrame = std::function<std::string(std::size_t number)>;
 
 class Attributes {
 public:
-  Attributes(NrrdHeader& header, const std::vector<std::size_t>& numbers)
+  Attributes(ArrayDescription& header, const std::vector<std::size_t>& numbers)
       : header_(header), numbers_(numbers) {}
 
   // `whenUnknown` stands for a value that no frame has; an empty one leaves the key out.
@@ -57,7 +57,7 @@ public:
   }
 
 private:
-  NrrdHeader& header_;
+  ArrayDescription& header_;
   const std::vector<std::size_t>& numbers_;
 };
 
@@ -102,9 +102,9 @@ std::optional<std::array<double, 2>> pixelSpacingOf(const PerFrameAttributes& at
 
 }  // namespace
 
-NrrdHeader nrrdHeaderOf(const DecodedImage& image, const PerFrameAttributes& attributes,
-                        const std::vector<std::size_t>& numbers) {
-  NrrdHeader header;
+ArrayDescription describeArray(const DecodedImage& image, const PerFrameAttributes& attributes,
+                               const std::vector<std::size_t>& numbers) {
+  ArrayDescription header;
   header.content = image.file->path().filename().string();
   if (numbers.empty()) {
     return header;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "zrimaging/Formats.h"
 #include "zrimaging/FrameAttributes.h"
-#include "zrimaging/formats/ArrayWriters.h"
 #include "zrimaging/images/DecodedImage.h"
 
 #include <cstddef>
@@ -15,7 +15,7 @@ namespace zr {
 /// between the frames are lists under names of their own, so that nobody takes the first for all.
 ///
 /// @param numbers the frames of the file that it holds (0-based), in the order of the slices
-NrrdHeader nrrdHeaderOf(const DecodedImage& image, const PerFrameAttributes& attributes,
-                        const std::vector<std::size_t>& numbers);
+ArrayDescription describeArray(const DecodedImage& image, const PerFrameAttributes& attributes,
+                               const std::vector<std::size_t>& numbers);
 
 }  // namespace zr

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "zrimaging/Samples.h"
 #include "zrimaging/files/DicomFile.h"
 #include "zrimaging/files/MemoryBudget.h"
 #include "zrimaging/images/FrameRange.h"
-#include "zrimaging/images/SampleArray.h"
 
 #include <ktlib/KtHandle.h>
 #include <zrdcmexport/ZrFrames.h>

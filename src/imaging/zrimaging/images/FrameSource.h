@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "zrimaging/Samples.h"
 #include "zrimaging/images/DecodedImage.h"
-#include "zrimaging/images/SampleArray.h"
 
 #include <cstddef>
 #include <filesystem>

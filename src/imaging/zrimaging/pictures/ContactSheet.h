@@ -2,8 +2,8 @@
 #pragma once
 
 #include "zrimaging/FrameAttributes.h"
+#include "zrimaging/Samples.h"
 #include "zrimaging/images/FrameSource.h"
-#include "zrimaging/images/SampleArray.h"
 #include "zrimaging/pictures/Rendering.h"
 #include "zrimaging/pictures/SheetLayout.h"
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "zrimaging/FrameAttributes.h"
+#include "zrimaging/Samples.h"
 #include "zrimaging/images/DecodedImage.h"
-#include "zrimaging/images/SampleArray.h"
 
 #include <array>
 #include <cstddef>

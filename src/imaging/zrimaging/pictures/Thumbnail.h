@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrimaging/images/SampleArray.h"
+#include "zrimaging/Samples.h"
 #include "zrimaging/pictures/Rendering.h"
 
 #include <zrvolren/ZrOverlayData.h>

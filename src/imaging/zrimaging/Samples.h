@@ -9,7 +9,7 @@
 
 namespace zr {
 
-/// Type of one sample in a file that we write.
+/// Type of one sample: integers with and without a sign, of 8 and 16 bits.
 enum class SampleType : std::uint8_t { kU8, kS8, kU16, kS16 };
 
 inline std::size_t bytesOf(SampleType type) {
@@ -18,6 +18,21 @@ inline std::size_t bytesOf(SampleType type) {
 
 inline bool isSigned(SampleType type) {
   return type == SampleType::kS8 || type == SampleType::kS16;
+}
+
+/// The type as NumPy and NRRD call it: "uint8", "int16".
+inline const char* typeName(SampleType type) {
+  switch (type) {
+    case SampleType::kU8:
+      return "uint8";
+    case SampleType::kS8:
+      return "int8";
+    case SampleType::kU16:
+      return "uint16";
+    case SampleType::kS16:
+      break;
+  }
+  return "int16";
 }
 
 /// Samples that somebody else owns: frames x rows x columns x channels, contiguous, in the byte

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // PNG through libpng. The picture is encoded into memory first, so that libpng's error handling
 // (longjmp) never crosses a C++ object.
-#include "zrimaging/formats/PngWriter.h"
-
 #include "zrimaging/Error.h"
+#include "zrimaging/formats/Writers.h"
 #include "zrimaging/output/OutputFile.h"
 
 #include <png.h>
@@ -73,8 +72,9 @@ std::vector<png_bytep> rowPointers(const SampleArray& frame) {
 }  // namespace
 
 void writePng(const std::filesystem::path& target, const ProtectedInputs& inputs,
-              const SampleArray& frame) {
+              const ArrayToWrite& array) {
   OutputFile file(target, inputs);
+  const SampleArray frame = array.frameAt(0);
   Encoder encoder;
   std::vector<png_bytep> rows = rowPointers(frame);
   png_structp png =
@@ -92,11 +92,6 @@ void writePng(const std::filesystem::path& target, const ProtectedInputs& inputs
   }
   file.write(encoder.bytes.data(), encoder.bytes.size());
   file.commit();
-}
-
-std::string checkPngName(const std::string& name) {
-  const std::string ending = std::filesystem::path(name).extension().string();
-  return ending == ".png" || ending == ".PNG" ? "" : name + " does not end in .png";
 }
 
 }  // namespace zr

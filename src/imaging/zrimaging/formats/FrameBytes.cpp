@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "zrimaging/formats/FrameBytes.h"
+
+#include "zrimaging/output/OutputFile.h"
+
+#include <bit>
+#include <cstddef>
+#include <vector>
+
+namespace zr {
+
+namespace {
+
+void writeSamples(OutputFile& file, const SampleArray& array) {
+  if (bytesOf(array.type) == 1 || std::endian::native == std::endian::little) {
+    file.write(array.bytes, array.byteCount());
+    return;
+  }
+  std::vector<unsigned char> row(array.columns * array.channels * 2);
+  for (std::size_t at = 0; at < array.byteCount(); at += row.size()) {
+    for (std::size_t i = 0; i < row.size(); i += 2) {
+      row[i] = array.bytes[at + i + 1];
+      row[i + 1] = array.bytes[at + i];
+    }
+    file.write(row.data(), row.size());
+  }
+}
+
+}  // namespace
+
+void writeFrames(OutputFile& file, const ArrayToWrite& array) {
+  for (std::size_t index = 0; index < array.layout.frames; ++index) {
+    writeSamples(file, array.frameAt(index));
+  }
+}
+
+}  // namespace zr

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// NRRD with an attached header (NRRD0004, encoding raw): axes columns, rows, frames, and in front of them
+// the three channels of colour. See https://teem.sourceforge.net/nrrd/format.html
+#include "zrimaging/formats/FrameBytes.h"
+#include "zrimaging/formats/Writers.h"
+#include "zrimaging/output/OutputFile.h"
+#include "zrimaging/texts/NumberText.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+namespace zr {
+
+namespace {
+
+// The format spells what is not known, or has no distance like the channels of colour, "nan"; it
+// takes no other word. Where nothing is known there is nothing to spell.
+std::string spacingField(const ArrayDescription& description, bool colour) {
+  std::string text = colour ? " nan" : "";
+  bool known = false;
+  for (const double spacing : description.spacingMm) {
+    known = known || !std::isnan(spacing);
+    text += " " + (std::isnan(spacing) ? "nan" : shortest(spacing));
+  }
+  return known ? "spacings:" + text + "\n" : "";
+}
+
+// Header fields are one line each, so line breaks in values from a file become blanks.
+std::string oneLine(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < 0x20; }, ' ');
+  return text;
+}
+
+std::string nrrdHeader(const SampleArray& array, const ArrayDescription& description) {
+  const bool colour = array.channels != 1;
+  const std::string channelSize = colour ? std::to_string(array.channels) + " " : "";
+  std::string text = "NRRD0004\n";
+  if (!description.content.empty()) {
+    text += "content: " + oneLine(description.content) + "\n";
+  }
+  text += std::string("type: ") + typeName(array.type) + "\n";
+  text += std::string("dimension: ") + (colour ? "4" : "3") + "\n";
+  text += "sizes: " + channelSize + std::to_string(array.columns) + " " +
+          std::to_string(array.rows) + " " + std::to_string(array.frames) + "\n";
+  text += spacingField(description, colour);
+  text += std::string("kinds: ") + (colour ? "RGB-color " : "") + "domain domain domain\n";
+  text += "endian: little\nencoding: raw\n";
+  for (const auto& [key, value] : description.attributes) {
+    text += key + ":=" + oneLine(value) + "\n";
+  }
+  return text + "\n";
+}
+
+}  // namespace
+
+void writeNrrd(const std::filesystem::path& target, const ProtectedInputs& inputs,
+               const ArrayToWrite& array) {
+  OutputFile file(target, inputs);
+  file.write(nrrdHeader(array.layout, array.description));
+  writeFrames(file, array);
+  file.commit();
+}
+
+}  // namespace zr

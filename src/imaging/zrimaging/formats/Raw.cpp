@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// The samples alone: nothing in the file says what they are.
+#include "zrimaging/formats/FrameBytes.h"
+#include "zrimaging/formats/Writers.h"
+#include "zrimaging/output/OutputFile.h"
+
+namespace zr {
+
+void writeRaw(const std::filesystem::path& target, const ProtectedInputs& inputs,
+              const ArrayToWrite& array) {
+  OutputFile file(target, inputs);
+  writeFrames(file, array);
+  file.commit();
+}
+
+}  // namespace zr
