@@ -44,6 +44,9 @@ public:
   /// What the header of the frame says that begins in a fragment; nothing when there is none.
   [[nodiscard]] std::optional<CodedFrame> header(Uint32 fragment);
 
+  /// Gives the memory of a fragment back, see Fragments::release.
+  void release(Uint32 fragment) { fragments_->release(fragment); }
+
 private:
   [[nodiscard]] bool beginsFrame(Uint32 fragment);
   [[nodiscard]] std::optional<Uint32> startByContent(Uint32 frame);

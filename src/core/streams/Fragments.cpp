@@ -70,6 +70,12 @@ const Uint8* Fragments::bytes(unsigned long index) {
   return found != nullptr && found->getUint8Array(bytes).good() ? bytes : nullptr;
 }
 
+void Fragments::release(unsigned long index) {
+  if (DcmPixelItem* const found = item(index)) {
+    found->compact();
+  }
+}
+
 /// The entry of a frame in an offset table that has one for each; nothing in any other table.
 std::optional<Uint32> Fragments::frameOffset(unsigned long frame, unsigned long long frames) {
   if (length(0) != kOffsetSize * frames || frame >= frames) {

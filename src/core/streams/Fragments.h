@@ -40,6 +40,9 @@ public:
   /// Bytes of a fragment, which is loaded; null when it has none or cannot be loaded.
   [[nodiscard]] const Uint8* bytes(unsigned long index);
 
+  /// Gives the memory of a fragment back if its bytes are still in the file that they came from.
+  void release(unsigned long index);
+
   /// The first fragment of a frame of an image of `frames` frames; nothing when a decoder that is
   /// asked for this frame alone does not find it.
   [[nodiscard]] std::optional<unsigned long> startOfFrame(unsigned long frame,

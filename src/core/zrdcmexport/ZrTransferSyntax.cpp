@@ -37,7 +37,12 @@ std::optional<CodedFrame> readCodedFrame(DcmItem& item, std::uint64_t frame) {
     return std::nullopt;
   }
   const std::optional<Uint32> start = fragments.startOf(static_cast<Uint32>(frame));
-  return start ? fragments.header(*start) : std::nullopt;
+  if (!start) {
+    return std::nullopt;
+  }
+  const std::optional<CodedFrame> header = fragments.header(*start);
+  fragments.release(*start);  // who looks at the headers of all frames need not hold all frames
+  return header;
 }
 
 }  // namespace Zrg

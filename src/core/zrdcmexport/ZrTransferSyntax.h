@@ -42,8 +42,8 @@ struct CodedFrame {
   std::uint32_t process = 0;
 };
 
-/// Reads the header of a compressed frame; no sample is decoded. The frame's fragments are loaded as
-/// far as its header goes.
+/// Reads the header of a compressed frame; no sample is decoded. The fragment that begins the frame
+/// is loaded, and given back where it can be read from the file again.
 ///
 /// @param item  holds the image; only read.
 /// @param frame 0-based number of the frame.

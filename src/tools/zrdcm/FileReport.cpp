@@ -11,6 +11,7 @@
 #include "zrimaging/files/DicomFile.h"
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/FrameSource.h"
+#include "zrimaging/images/ObjectKind.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
 #include <zrdcmexport/ZrFrameOrder.h>

@@ -4,10 +4,12 @@
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
 #include "support/RowName.h"
+#include "support/TempDir.h"
 
 #include <zrdcmexport/ZrTransferSyntax.h>
 
 #include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcpxitem.h"
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <gtest/gtest.h>
@@ -80,6 +82,28 @@ TEST(CodedFrameOf, IsFoundByTheStartOfItsImage) {
   ASSERT_TRUE(second);
   EXPECT_EQ(second->columns, 8U);
   EXPECT_EQ(second->rows, 16U);
+}
+
+TEST(CodedFrameOf, LeavesItsFragmentInTheFile) {
+  const support::TempDir folder;
+  const auto noise = support::compress(*monochromeImage(256, 256).build(), EXS_JPEGProcess14SV1);
+  support::saveFile(*noise, folder.file("in.dcm"), EXS_JPEGProcess14SV1);
+  DcmFileFormat file;
+  ASSERT_TRUE(file.loadFile(OFFilename(folder.file("in.dcm").c_str())).good());
+  DcmElement* element = nullptr;
+  ASSERT_TRUE(file.getDataset()->findAndGetElement(DCM_PixelData, element).good());
+  DcmPixelSequence* sequence = nullptr;
+  ASSERT_TRUE(dynamic_cast<DcmPixelData&>(*element)
+                  .getEncapsulatedRepresentation(EXS_JPEGProcess14SV1, nullptr, sequence)
+                  .good());
+  DcmPixelItem* fragment = nullptr;
+  ASSERT_TRUE(sequence->getItem(fragment, 1).good());
+  ASSERT_GT(fragment->getLength(), 4096U);  // what is shorter is loaded with the file
+
+  EXPECT_TRUE(Zrg::readCodedFrame(*file.getDataset(), 0));
+
+  EXPECT_FALSE(fragment->valueLoaded());
+  EXPECT_TRUE(Zrg::readCodedFrame(*file.getDataset(), 0));
 }
 
 // Its scans are another matter.

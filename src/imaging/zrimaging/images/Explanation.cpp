@@ -7,146 +7,25 @@
 
 #include "zrimaging/Error.h"
 #include "zrimaging/files/DicomFile.h"
+#include "zrimaging/images/ObjectKind.h"
 
 #include <zrdcmexport/ZrFrames.h>
+#include <zrdcmexport/ZrTransferSyntax.h>
 
 #include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dcpxitem.h"
 #include "dcmtk/dcmdata/dctk.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <vector>
 
 namespace zr {
 
 namespace {
 
-struct Named {
-  const char* uid;
-  const char* name;
-};
-
-// PS3.6 annex A, what DCMTK 3.6.7 has not. None of them has a decoder here.
-constexpr std::array kLaterSyntaxes = {
-    Named{"1.2.840.10008.1.2.1.98", "Encapsulated Uncompressed Explicit VR Little Endian"},
-    Named{"1.2.840.10008.1.2.4.110", "JPEG XL Lossless"},
-    Named{"1.2.840.10008.1.2.4.111", "JPEG XL JPEG Recompression"},
-    Named{"1.2.840.10008.1.2.4.112", "JPEG XL"},
-    Named{"1.2.840.10008.1.2.4.201", "High-Throughput JPEG 2000 (Lossless Only)"},
-    Named{"1.2.840.10008.1.2.4.202", "High-Throughput JPEG 2000 with RPCL Options (Lossless Only)"},
-    Named{"1.2.840.10008.1.2.4.203", "High-Throughput JPEG 2000"},
-    Named{"1.2.840.10008.1.2.4.204", "JPIP HTJ2K Referenced"},
-    Named{"1.2.840.10008.1.2.4.205", "JPIP HTJ2K Referenced Deflate"},
-    Named{"1.2.840.10008.1.2.8.1", "Deflated Image Frame Compression"},
-};
-
-// PS3.4 B.5: objects without pixels, by the UID of their class or of a family of classes.
-constexpr std::array kWithoutPixels = {
-    Named{"1.2.840.10008.1.3.10", "a directory of files (DICOMDIR)"},
-    Named{"1.2.840.10008.5.1.4.1.1.4.2", "spectra of magnetic resonance"},
-    Named{"1.2.840.10008.5.1.4.1.1.9", "waveforms"},
-    Named{"1.2.840.10008.5.1.4.1.1.11", "a presentation state, how to show other objects"},
-    Named{"1.2.840.10008.5.1.4.1.1.66", "raw data"},
-    Named{"1.2.840.10008.5.1.4.1.1.66.1", "a spatial registration"},
-    Named{"1.2.840.10008.5.1.4.1.1.66.2", "spatial fiducials"},
-    Named{"1.2.840.10008.5.1.4.1.1.66.3", "a deformable spatial registration"},
-    Named{"1.2.840.10008.5.1.4.1.1.66.5", "surfaces of segments"},
-    Named{"1.2.840.10008.5.1.4.1.1.66.6", "tracts (tractography)"},
-    Named{"1.2.840.10008.5.1.4.1.1.67", "a mapping to real world values"},
-    Named{"1.2.840.10008.5.1.4.1.1.68", "a scanned surface"},
-    Named{"1.2.840.10008.5.1.4.1.1.78", "measurements of an eye"},
-    Named{"1.2.840.10008.5.1.4.1.1.79", "a macular grid report"},
-    Named{"1.2.840.10008.5.1.4.1.1.80", "a visual field test"},
-    Named{"1.2.840.10008.5.1.4.1.1.88", "a structured report"},
-    Named{"1.2.840.10008.5.1.4.1.1.88.59", "a selection of key objects"},
-    Named{"1.2.840.10008.5.1.4.1.1.104", "an encapsulated document"},
-    Named{"1.2.840.10008.5.1.4.1.1.200", "a protocol of an acquisition"},
-    Named{"1.2.840.10008.5.1.4.1.1.481.3", "a structure set, contours for radiotherapy"},
-    Named{"1.2.840.10008.5.1.4.1.1.481.4", "a record of radiotherapy treatment"},
-    Named{"1.2.840.10008.5.1.4.1.1.481.5", "a radiotherapy plan"},
-    Named{"1.2.840.10008.5.1.4.1.1.481.6", "a record of radiotherapy treatment"},
-    Named{"1.2.840.10008.5.1.4.1.1.481.7", "a record of radiotherapy treatment"},
-    Named{"1.2.840.10008.5.1.4.1.1.481.8", "a radiotherapy plan for ions"},
-    Named{"1.2.840.10008.5.1.4.1.1.481.9", "a record of radiotherapy treatment"},
-    Named{"1.2.840.10008.5.1.4.34", "an instruction for radiotherapy"},
-    Named{"1.2.840.10008.5.1.4.38", "a hanging protocol"},
-    Named{"1.2.840.10008.5.1.4.39", "a colour palette"},
-    Named{"1.2.840.10008.5.1.4.43", "a template of an implant"},
-    Named{"1.2.840.10008.5.1.4.44", "an assembly of implants"},
-    Named{"1.2.840.10008.5.1.4.45", "a group of implant templates"},
-};
-
 // The library's own word for it; there is no better one.
 constexpr const char* kOutOfMemory = "out of memory";
-
-constexpr const char* kUnnamedWithoutPixels = "an object without pixels";
-
-/// The decoders that the library registers with DCMTK.
-constexpr std::array kDecoded = {EXS_JPEGProcess1,     EXS_JPEGProcess2_4, EXS_JPEGProcess6_8,
-                                 EXS_JPEGProcess10_12, EXS_JPEGProcess14,  EXS_JPEGProcess14SV1,
-                                 EXS_RLELossless,      EXS_JPEGLSLossless, EXS_JPEGLSLossy};
-
-bool isOfFamily(std::string_view uid, std::string_view family) {
-  return uid.substr(0, family.size()) == family &&
-         (uid.size() == family.size() || uid[family.size()] == '.');
-}
-
-/// The entry with the longest UID that `uid` is or begins with.
-const char* meaningOf(const std::string& uid) {
-  const Named* best = nullptr;
-  for (const Named& entry : kWithoutPixels) {
-    if (isOfFamily(uid, entry.uid) && (best == nullptr || std::string_view(entry.uid).size() >
-                                                              std::string_view(best->uid).size())) {
-      best = &entry;
-    }
-  }
-  return best == nullptr ? nullptr : best->name;
-}
-
-bool holdsPixels(DcmItem& item) {
-  return item.tagExists(DCM_PixelData) || item.tagExists(DCM_FloatPixelData) ||
-         item.tagExists(DCM_DoubleFloatPixelData) || item.tagExists(DCM_PixelDataProviderURL);
-}
-
-/// SOP Class UID; empty also when it is no UID, as an element of unknown VR is shown in digits.
-std::string classOf(DcmItem& item) {
-  const std::string uid = textOf(item, DCM_SOPClassUID);
-  return uid.find('.') != std::string::npos ? uid : std::string();
-}
-
-std::string nameOfClass(const std::string& uid) {
-  const char* const name = uid.empty() ? nullptr : dcmFindNameOfUID(uid.c_str());
-  return name == nullptr ? uid : name;
-}
-
-/// The start of a compressed frame: what its JPEG or JPEG-LS stream says of it.
-struct StreamHeader {
-  unsigned bits = 0;
-  unsigned rows = 0;
-  unsigned columns = 0;
-  unsigned components = 0;
-};
-
-/// Reads as far as the start of frame: marker FFC0 to FFCF but for tables, FFF7 for JPEG-LS; then length,
-/// precision (1 byte), rows (2), columns (2), components (1). Nothing where it is not among the bytes.
-std::optional<StreamHeader> headerIn(const std::vector<Uint8>& bytes) {
-  const auto number = [&bytes](std::size_t at) { return bytes[at] * 256U + bytes[at + 1]; };
-  std::size_t at = 2;  // behind the start of image
-  while (at + 10 <= bytes.size() && bytes[at] == 0xFF) {
-    const unsigned marker = bytes[at + 1];
-    const bool isTable = marker == 0xC4 || marker == 0xC8 || marker == 0xCC;
-    if ((marker >= 0xC0 && marker <= 0xCF && !isTable) || marker == 0xF7) {
-      return StreamHeader{bytes[at + 4], number(at + 5), number(at + 7), bytes[at + 9]};
-    }
-    at += 2 + number(at + 2);
-  }
-  return std::nullopt;
-}
 
 /// All that tells why an image does not decode.
 struct Facts {
@@ -154,8 +33,8 @@ struct Facts {
 
   DcmItem& dataset;
   TransferSyntaxName syntax;
-  E_TransferSyntax known = EXS_Unknown;  ///< the same as DCMTK knows it
-  std::string object;                    ///< name of the SOP class; empty without one
+  const Zrg::TransferSyntax* known = nullptr;  ///< null where nobody knows it
+  std::string object;                          ///< name of the SOP class; empty without one
   DcmElement* pixelData = nullptr;
   DcmPixelSequence* fragments = nullptr;  ///< compressed frames; item 0 is the offset table
   std::size_t frames = 1;                 ///< as the file names them
@@ -167,6 +46,7 @@ struct Facts {
                                                        : std::nullopt;
   }
   bool says(const DcmTagKey& key, unsigned value) const { return number(key) == value; }
+  bool isCompressed() const { return known != nullptr && known->encapsulated; }
   std::size_t fragmentCount() const { return fragments == nullptr ? 0 : fragments->card() - 1; }
   std::string syntaxText() const {
     return syntax.name.empty() ? syntax.uid : syntax.name + " (" + syntax.uid + ")";
@@ -191,8 +71,8 @@ DcmPixelSequence* fragmentsOf(DcmElement* element) {
 Facts::Facts(const DicomFile& file)
     : dataset(file.dataset()),
       syntax(transferSyntaxOf(file)),
-      known(DcmXfer(syntax.uid.c_str()).getXfer()),
-      object(nameOfClass(classOf(dataset))),
+      known(Zrg::findTransferSyntax(syntax.uid)),
+      object(classNameOf(dataset)),
       frames(file.statedFrameCount()),
       photometricInterpretation(zr::photometricInterpretation(file)) {
   (void)dataset.findAndGetElement(DCM_PixelData, pixelData);  // null tells as much
@@ -237,16 +117,14 @@ std::string noPixelData(const Facts& facts) {
 }
 
 std::string noDecoder(const Facts& facts) {
-  const bool later = facts.known == EXS_Unknown && !facts.syntax.name.empty();
-  if (facts.known == EXS_Unknown && !later) {
+  if (facts.known == nullptr) {
     return "is in transfer syntax " + facts.syntaxText() + ", which is not known here";
   }
-  const bool native = !later && !DcmXfer(facts.known).isEncapsulated();
-  if (native || std::find(kDecoded.begin(), kDecoded.end(), facts.known) != kDecoded.end()) {
-    return "";
-  }
-  return "is compressed as " + facts.syntaxText() +
-         ", for which there is no decoder; convert it to an uncompressed transfer syntax first";
+  return Zrg::isDecodable(facts.syntax.uid)
+             ? ""
+             : "is compressed as " + facts.syntaxText() +
+                   ", for which there is no decoder; convert it to an uncompressed transfer syntax "
+                   "first";
 }
 
 std::string vrOfBytes(const Facts& facts) {
@@ -311,8 +189,7 @@ std::string noPalette(const Facts& facts) {
 }
 
 std::string noBytes(const Facts& facts) {
-  const bool native = !DcmXfer(facts.known).isEncapsulated();
-  if (native && facts.pixelData->getLengthField() == 0) {
+  if (!facts.isCompressed() && facts.pixelData->getLengthField() == 0) {
     return "has empty Pixel Data (7FE0,0010)";
   }
   return "";
@@ -322,24 +199,11 @@ std::string tooFewFrames(const Facts& facts) {
   // A decoder that took what there is has cut Number of Frames, and perhaps dropped the fragments.
   const std::size_t found =
       facts.fragments != nullptr ? facts.fragmentCount() : Zrg::numberOfFrames(facts.dataset);
-  if (!DcmXfer(facts.known).isEncapsulated() || found >= facts.frames) {
+  if (!facts.isCompressed() || found >= facts.frames) {
     return "";
   }
   return "has compressed data of " + std::to_string(found) + (found == 1 ? " frame" : " frames") +
          ", but Number of Frames (0028,0008) is " + std::to_string(facts.frames);
-}
-
-std::optional<StreamHeader> headerOfFragment(const Facts& facts, std::size_t index) {
-  constexpr std::size_t kMostBytes = 65536;  // what an application put before the frame may be long
-  DcmPixelItem* item = nullptr;
-  if (facts.fragments->getItem(item, static_cast<unsigned long>(index + 1)).bad()) {
-    return std::nullopt;
-  }
-  std::vector<Uint8> bytes(std::min<std::size_t>(item->getLength(), kMostBytes));
-  const bool read =
-      !bytes.empty() &&
-      item->getPartialValue(bytes.data(), 0, static_cast<Uint32>(bytes.size())).good();
-  return read ? headerIn(bytes) : std::nullopt;
 }
 
 /// Streams of at most 8 bits are widened to cells of 16, where no more bits are said to be stored.
@@ -350,11 +214,11 @@ bool cellsMayBeWider(const Facts& facts) {
 
 /// What a stream has otherwise than the dataset says, as "of 16 rows, where Rows says 17"; empty where
 /// they agree.
-std::string disagreement(const Facts& facts, const StreamHeader& stream) {
+std::string disagreement(const Facts& facts, const Zrg::CodedFrame& stream) {
   const auto differ = [](unsigned is, const char* what, const char* name, unsigned says) {
     return "of " + std::to_string(is) + what + ", where " + name + " says " + std::to_string(says);
   };
-  const unsigned bits = stream.bits <= 8 && !cellsMayBeWider(facts) ? 8 : 16;
+  const unsigned bits = stream.precision <= 8 && !cellsMayBeWider(facts) ? 8 : 16;
   if (!facts.says(DCM_Rows, stream.rows)) {
     return differ(stream.rows, " rows", "Rows", *facts.number(DCM_Rows));
   }
@@ -368,16 +232,16 @@ std::string disagreement(const Facts& facts, const StreamHeader& stream) {
   }
   return facts.says(DCM_BitsAllocated, bits)
              ? ""
-             : differ(stream.bits, " bits a sample", "Bits Allocated",
+             : differ(stream.precision, " bits a sample", "Bits Allocated",
                       *facts.number(DCM_BitsAllocated));
 }
 
 std::string otherStream(const Facts& facts) {
-  if (facts.known == EXS_RLELossless || facts.fragmentCount() != facts.frames) {
+  if (facts.fragmentCount() != facts.frames) {
     return "";
   }
   for (std::size_t frame = 0; frame < facts.frames; ++frame) {
-    const std::optional<StreamHeader> stream = headerOfFragment(facts, frame);
+    const std::optional<Zrg::CodedFrame> stream = Zrg::readCodedFrame(facts.dataset, frame);
     const std::string found = stream ? disagreement(facts, *stream) : "";
     if (!found.empty()) {
       return "has a compressed frame (number " + std::to_string(frame) + ") " + found;
@@ -422,29 +286,9 @@ TransferSyntaxName transferSyntaxOf(const DicomFile& file) {
     const char* const uid = DcmXfer(file.transferSyntax()).getXferID();
     syntax.uid = uid == nullptr ? "" : uid;
   }
-  const DcmXfer known(syntax.uid.c_str());
-  if (known.getXfer() != EXS_Unknown) {
-    syntax.name = known.getXferName();
-  }
-  for (const Named& later : kLaterSyntaxes) {
-    if (syntax.uid == later.uid) {
-      syntax.name = later.name;
-    }
-  }
+  const Zrg::TransferSyntax* const known = Zrg::findTransferSyntax(syntax.uid);
+  syntax.name = known == nullptr ? "" : known->name;
   return syntax;
-}
-
-std::string describeWithoutPixels(DcmItem& dataset) {
-  const std::string uid = classOf(dataset);
-  if (uid.empty() || holdsPixels(dataset)) {
-    return "";
-  }
-  if (const char* const meaning = meaningOf(uid)) {
-    return meaning;
-  }
-  const bool isImage =
-      nameOfClass(uid).find("Image") != std::string::npos || dataset.tagExists(DCM_Rows);
-  return isImage ? "" : kUnnamedWithoutPixels;
 }
 
 Error whyNotDecoded(const DicomFile& file, const Error& found) {

@@ -5,8 +5,6 @@
 
 #include <string>
 
-class DcmItem;
-
 namespace zr {
 
 class DicomFile;
@@ -20,10 +18,6 @@ struct TransferSyntaxName {
 /// The syntax that a file is stored in by its own UID, also where DCMTK does not know it and takes
 /// the file for another one.
 TransferSyntaxName transferSyntaxOf(const DicomFile& file);
-
-/// What an object is that has no pixels and needs none: "a radiotherapy plan", "a structured report".
-/// Empty for an object with pixels, for an image that lacks them, and where no SOP Class UID tells.
-std::string describeWithoutPixels(DcmItem& dataset);
 
 /// Why the image of a file does not decode, in one line: what the object is, what is not there or not
 /// known, and what would help. `found` is what decoding said of it, which comes back where nothing
