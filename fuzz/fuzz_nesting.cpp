@@ -95,7 +95,7 @@ void compareDataset(const std::string& bytes, E_TransferSyntax syntax) {
 
 void compareFile(const std::string& bytes) {
   const std::span span(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
-  const HeaderScan scan = zr::scanHeaders(span, kDeepestForDcmtk);
+  const HeaderScan scan = zr::scanHeaders(span, {kDeepestForDcmtk});
   const HeaderScan asUsed = zr::scanHeaders(span);
   require(asUsed.tooDeep.has_value() == (scan.deepest > zrdcm::kDeepestNesting));
   if (scan.tooDeep || scan.isDamagedMeta) {

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Every kind of bad input has its reason, so that callers need not look into the text.
 #include "support/Compression.h"
+#include "support/Files.h"
 #include "support/ImageBuilder.h"
 #include "support/RowName.h"
 #include "support/TempDir.h"
-#include "zrimaging/Error.h"
-#include "zrimaging/files/DicomFile.h"
-#include "zrimaging/files/MemoryBudget.h"
 #include "zrimaging/images/DecodedImage.h"
 #include "zrimaging/output/OutputFile.h"
 #include "zrimaging/output/ProtectedInputs.h"
@@ -15,12 +13,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <zrimaging/Error.h>
+#include <zrimaging/MemoryBudget.h>
 
 namespace {
 
@@ -50,15 +49,6 @@ void PrintTo(const BadFile& file, std::ostream* stream) {
   *stream << file.name;
 }
 
-void write(const fs::path& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
-
-std::string bytesOf(const fs::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
 /// A file of Explicit VR Little Endian behind its preamble, without meta information.
 std::string explicitFile(const std::string& elements) {
   return std::string(128, '\0') + "DICM" + elements;
@@ -70,8 +60,8 @@ void save(ImageBuilder image, const fs::path& path) {
 
 void saveTruncated(const fs::path& path) {
   save(support::ctSlice(64, 64), path);
-  const std::string whole = bytesOf(path);
-  write(path, whole.substr(0, whole.size() - 100));
+  const std::string whole = support::readFile(path);
+  support::writeFile(path, whole.substr(0, whole.size() - 100));
 }
 
 void saveNested(const fs::path& path) {
@@ -80,9 +70,9 @@ void saveNested(const fs::path& path) {
     bytes += std::string("\x40\x00\x30\xA7SQ\0\0\xFF\xFF\xFF\xFF", 12) +
              std::string("\xFE\xFF\x00\xE0\xFF\xFF\xFF\xFF", 8);
   }
-  write(path, std::string("\x02\x00\x10\x00UI\x14\0001.2.840.10008.1.2.1\0", 28)
-                      .insert(0, explicitFile("")) +
-                  bytes);
+  support::writeFile(path, std::string("\x02\x00\x10\x00UI\x14\0001.2.840.10008.1.2.1\0", 28)
+                                   .insert(0, explicitFile("")) +
+                               bytes);
 }
 
 void saveFloats(const fs::path& path) {
@@ -102,23 +92,23 @@ void saveWithoutPixels(const fs::path& path) {
 void saveBrokenRle(const fs::path& path) {
   support::saveFile(*support::compress(*support::ctSlice(64, 64).build(), EXS_RLELossless), path,
                     EXS_RLELossless);
-  std::string bytes = bytesOf(path);
+  std::string bytes = support::readFile(path);
   const std::size_t header = bytes.find(std::string("\x02\0\0\0\x40\0\0\0", 8));
   ASSERT_NE(header, std::string::npos);
   bytes[header] = 99;
-  write(path, bytes);
+  support::writeFile(path, bytes);
 }
 
 /// The transfer syntax of a file without compression, called JPEG 2000.
 void saveUnknownCompression(const fs::path& path) {
   support::saveFile(*support::compress(*support::ctSlice(2, 2).build(), EXS_RLELossless), path,
                     EXS_RLELossless);
-  std::string bytes = bytesOf(path);
+  std::string bytes = support::readFile(path);
   const std::string rle = "1.2.840.10008.1.2.5";
   const std::size_t uid = bytes.find(rle);
   ASSERT_NE(uid, std::string::npos);
   bytes.replace(uid, rle.size(), "1.2.840.10008.1.2.9");
-  write(path, bytes);
+  support::writeFile(path, bytes);
 }
 
 class BadInput : public testing::TestWithParam<BadFile> {
@@ -139,30 +129,31 @@ TEST_P(BadInput, HasItsReason) {
 
 INSTANTIATE_TEST_SUITE_P(
     Files, BadInput,
-    testing::Values(BadFile{"Missing", [](const fs::path&) {}, Reason::NotDicom},
-                    BadFile{"Folder", [](const fs::path& path) { fs::create_directory(path); },
-                            Reason::NotDicom},
-                    BadFile{"Empty", [](const fs::path& path) { write(path, ""); },
-                            Reason::NotDicom},
-                    BadFile{"Text", [](const fs::path& path) { write(path, "no DICOM at all"); },
-                            Reason::NotDicom},
-                    BadFile{"Truncated", saveTruncated, Reason::Damaged},
-                    BadFile{"DamagedMeta",
-                            [](const fs::path& path) {
-                              write(path,
-                                    explicitFile(std::string("\x02\x00\x00\x00ZZ\xFF\xFF", 8) +
-                                                 std::string(64, '\xFF')));
-                            },
-                            Reason::Damaged},
-                    BadFile{"NestedTooDeeply", saveNested, Reason::TooLarge},
-                    BadFile{"LargerThanTheBudget",
-                            [](const fs::path& path) {
-                              save(support::ctSlice(2, 2)
-                                       .with(DCM_NumberOfFrames, "60000")
-                                       .withUint16(DCM_Rows, 4000),
-                                   path);
-                            },
-                            Reason::TooLarge}),
+    testing::Values(
+        BadFile{"Missing", [](const fs::path&) {}, Reason::NotDicom},
+        BadFile{"Folder", [](const fs::path& path) { fs::create_directory(path); },
+                Reason::NotDicom},
+        BadFile{"Empty", [](const fs::path& path) { support::writeFile(path, ""); },
+                Reason::NotDicom},
+        BadFile{"Text", [](const fs::path& path) { support::writeFile(path, "no DICOM at all"); },
+                Reason::NotDicom},
+        BadFile{"Truncated", saveTruncated, Reason::Damaged},
+        BadFile{"DamagedMeta",
+                [](const fs::path& path) {
+                  support::writeFile(path,
+                                     explicitFile(std::string("\x02\x00\x00\x00ZZ\xFF\xFF", 8) +
+                                                  std::string(64, '\xFF')));
+                },
+                Reason::Damaged},
+        BadFile{"NestedTooDeeply", saveNested, Reason::TooLarge},
+        BadFile{"LargerThanTheBudget",
+                [](const fs::path& path) {
+                  save(support::ctSlice(2, 2)
+                           .with(DCM_NumberOfFrames, "60000")
+                           .withUint16(DCM_Rows, 4000),
+                       path);
+                },
+                Reason::TooLarge}),
     support::nameOf<BadFile>);
 
 INSTANTIATE_TEST_SUITE_P(

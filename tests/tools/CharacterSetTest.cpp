@@ -3,7 +3,7 @@
 // looked up in the code tables of the sets; the letters expected were written down by hand.
 #include "support/DatasetBuilder.h"
 #include "support/RowName.h"
-#include "zrimaging/files/DicomFile.h"
+#include "zrimaging/File.h"
 #include "zrimaging/texts/CharacterSet.h"
 #include "zrimaging/texts/Utf8.h"
 

@@ -139,7 +139,7 @@ TEST(HeaderScan, TellsWhatIsTooDeepWhere) {
                            characterSet(kExplicit) + kExplicit.nested(3);
 
   const zr::HeaderScan scan = zr::scanHeaders(
-      std::span(reinterpret_cast<const unsigned char*>(file.data()), file.size()), 2);
+      std::span(reinterpret_cast<const unsigned char*>(file.data()), file.size()), {2});
 
   ASSERT_TRUE(scan.tooDeep);
   EXPECT_EQ(scan.tooDeep->tag, DcmTagKey(0x0040, 0xA730));

@@ -8,9 +8,9 @@
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"
 #include "zrimaging/Error.h"
+#include "zrimaging/File.h"
 #include "zrimaging/Formats.h"
 #include "zrimaging/files/Condition.h"
-#include "zrimaging/files/DicomFile.h"
 #include "zrimaging/output/DicomWriter.h"
 #include "zrimaging/output/Leftovers.h"
 #include "zrimaging/output/LibraryFile.h"
@@ -204,7 +204,7 @@ TEST(Signal, WaitsWhileAFileIsMade) {
   EXPECT_THAT(tools::namesIn(folder.path()), ElementsAre("reached"));
 }
 
-TEST(DicomFile, SaysWhyItCannotBeOpened) {
+TEST(File, SaysWhyItCannotBeOpened) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "sanitizers need descriptors for themselves";
 #endif
@@ -212,7 +212,7 @@ TEST(DicomFile, SaysWhyItCannotBeOpened) {
   support::saveFile(*support::monochromeImage(2, 2).build(), folder.file("in.dcm"));
   const FewDescriptors none(0);
 
-  EXPECT_EQ(failureOf([&] { const zr::DicomFile file(folder.file("in.dcm")); }),
+  EXPECT_EQ(failureOf([&] { const zr::File file(folder.file("in.dcm")); }),
             "cannot be opened: Too many open files");
 }
 

@@ -98,6 +98,20 @@ TEST_F(ZrdcmText, FindsElementsByNumberAndKeyword) {
   expectText({"PatientID"}, "ID 7");
 }
 
+TEST_F(ZrdcmText, FindsElementsWithinSequences) {
+  save(*DatasetBuilder()
+            .withItem(DCM_SourceImageSequence,
+                      DatasetBuilder().with(DCM_ReferencedSOPInstanceUID, "1.2.1"))
+            .withItem(DCM_SourceImageSequence,
+                      DatasetBuilder().with(DCM_ReferencedSOPInstanceUID, "1.2.2"))
+            .build());
+
+  expectText({"SourceImageSequence/ReferencedSOPInstanceUID"}, "1.2.1");
+  expectText({"0008,2112[1]/0008,1155"}, "1.2.2");
+  expectRefused({"0008,2112[2]/0008,1155"}, 1, file() + ": has no element 0008,2112[2]/0008,1155");
+  expectRefused({"0008,2112[x]/0008,1155"}, 2, "'0008,2112[x]/0008,1155' is neither the number");
+}
+
 TEST_F(ZrdcmText, PrintsAllValues) {
   expectText({"ImageType"}, "ORIGINAL\\PRIMARY");
   expectText({"Rows"}, "512");

@@ -14,8 +14,6 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <spawn.h>
 #include <stdexcept>
@@ -95,25 +93,6 @@ Outcome runZrdcm(std::vector<std::string> arguments) {
   return runProgram(arguments);
 }
 
-std::string readFile(const std::filesystem::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-void writeFile(const std::filesystem::path& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
-
-std::string hex(const std::string& bytes) {
-  std::string text;
-  for (const unsigned char byte : bytes) {
-    char digits[4];
-    (void)std::snprintf(digits, sizeof digits, "%02x ", byte);  // always fits
-    text += digits;
-  }
-  return text.empty() ? text : text.substr(0, text.size() - 1);
-}
-
 Png readPng(const std::filesystem::path& path) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                              &std::fclose);
@@ -140,15 +119,6 @@ Png readPng(const std::filesystem::path& path) {
     }
   }
   return image;
-}
-
-std::vector<std::string> namesIn(const std::filesystem::path& folder) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    names.push_back(entry.path().filename().string());
-  }
-  std::sort(names.begin(), names.end());
-  return names;
 }
 
 }  // namespace tools

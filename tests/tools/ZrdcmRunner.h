@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "support/Files.h"
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
@@ -27,11 +29,10 @@ Outcome runProgram(const std::vector<std::string>& command);
 /// Runs the zrdcm that was built together with the tests.
 Outcome runZrdcm(std::vector<std::string> arguments);
 
-std::string readFile(const std::filesystem::path& path);
-void writeFile(const std::filesystem::path& path, const std::string& bytes);
-
-/// The bytes as text to compare with and to print: "01 ff".
-std::string hex(const std::string& bytes);
+using support::hex;
+using support::namesIn;
+using support::readFile;
+using support::writeFile;
 
 /// A PNG as it stands in the file; samples of 16 bits in the byte order of the machine.
 struct Png {
@@ -44,8 +45,5 @@ struct Png {
 
 /// Throws std::runtime_error when the file is no PNG.
 Png readPng(const std::filesystem::path& path);
-
-/// Names of the files in a folder, hidden ones too, sorted.
-std::vector<std::string> namesIn(const std::filesystem::path& folder);
 
 }  // namespace tools

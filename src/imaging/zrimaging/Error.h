@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <zrimaging/ZrimagingApi.h>
 
 namespace zr {
 
@@ -23,12 +24,12 @@ enum class Reason {
 };
 
 /// The name of a reason as it is written in C++: "NotDicom".
-const char* nameOf(Reason reason) noexcept;
+[[nodiscard]] ZRIMAGING_API const char* nameOf(Reason reason) noexcept;
 
 /// What public functions of this library throw when something cannot be done, and nothing else.
 /// `what()` is one line in English: what is wrong, with which file, attribute or transfer syntax, and
 /// what would help where that is known.
-class Error : public std::runtime_error {
+class ZRIMAGING_API Error : public std::runtime_error {
 public:
   Error(Reason reason, const std::string& text) : std::runtime_error(text), reason_(reason) {}
   Error(const Error&) = default;

@@ -2,12 +2,13 @@
 // The command line: finds the verb, runs it, turns every failure into one line and an exit status.
 #include "CommandLine.h"
 
+#include "AddressSpace.h"
 #include "ExitStatus.h"
 #include "Messages.h"
 #include "UsageError.h"
 #include "Verb.h"
 #include "zrimaging/Error.h"
-#include "zrimaging/files/MemoryBudget.h"
+#include "zrimaging/MemoryBudget.h"
 #include "zrimaging/images/DecoderWarnings.h"
 #include "zrimaging/output/StandardOutput.h"
 
@@ -72,7 +73,7 @@ zr::MemoryBudget memoryWanted(const GlobalOptions& options) {
   if (!bytes || *bytes == 0) {
     throw UsageError("--max-memory wants a size such as 512M or 16G: " + options.maxMemory);
   }
-  return zr::MemoryBudget{*bytes};
+  return zr::MemoryBudget{*bytes, "--max-memory"};
 }
 
 std::vector<ConfiguredVerb> configureVerbs(CLI::App& app) {
@@ -155,7 +156,7 @@ int run(int argc, const char* const* argv) {
   }
   complainWithoutDictionary();
   const zr::MemoryBudget memory = memoryWanted(options);
-  zr::limitAddressSpace(memory);
+  limitAddressSpace(memory);
   return withFlushedOutput(runChosen(verbs, memory));
 }
 

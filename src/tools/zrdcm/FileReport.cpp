@@ -7,8 +7,8 @@
 #include "FrameValues.h"
 #include "Messages.h"
 #include "Numbers.h"
+#include "zrimaging/File.h"
 #include "zrimaging/FrameAttributes.h"
-#include "zrimaging/files/DicomFile.h"
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/FrameSource.h"
 #include "zrimaging/images/ObjectKind.h"
@@ -53,16 +53,16 @@ Json sopClass(DcmItem& item) {
   return {{"uid", uid}, {"name", name == nullptr ? Json(nullptr) : Json(name)}};
 }
 
-Json transferSyntax(const zr::DicomFile& file) {
+Json transferSyntax(const zr::File& file) {
   const zr::TransferSyntaxName syntax = zr::transferSyntaxOf(file);
   return {{"uid", textOrNull(syntax.uid)}, {"name", textOrNull(syntax.name)}};
 }
 
-Json pixelFormat(const zr::DicomFile& file) {
+Json pixelFormat(const zr::File& file) {
   DcmItem& item = file.dataset();
   Uint16 representation = 0;
   const bool known = item.findAndGetUint16(DCM_PixelRepresentation, representation).good();
-  return {{"photometricInterpretation", textOrNull(zr::photometricInterpretation(file))},
+  return {{"photometricInterpretation", textOrNull(file.photometricInterpretation())},
           {"bitsAllocated", numberOrNull(item, DCM_BitsAllocated)},
           {"bitsStored", numberOrNull(item, DCM_BitsStored)},
           {"highBit", numberOrNull(item, DCM_HighBit)},
@@ -122,7 +122,7 @@ Json overlayList(const Zrg::SliceImage& slice) {
 // Monochrome images are decoded whole, so that overlays of every frame are found. Colour has no
 // overlays, and its frames are all alike: one of them tells whether the file decodes, and spares
 // the memory that a long clip takes once it is decoded.
-void addImage(Json& report, std::unique_ptr<zr::DicomFile> file, const zr::MemoryBudget& memory) {
+void addImage(Json& report, std::unique_ptr<zr::File> file, const zr::MemoryBudget& memory) {
   zr::FrameSource source(std::move(file), memory);
   const zr::DecodedImage& image = source.image();
   report["image"] =
@@ -157,7 +157,7 @@ Json emptyReport(const std::filesystem::path& path) {
 }
 
 void fillReport(Json& report, const std::filesystem::path& path, const zr::MemoryBudget& memory) {
-  auto file = std::make_unique<zr::DicomFile>(path);
+  auto file = std::make_unique<zr::File>(path);
   DcmDataset& dataset = file->dataset();
   report["sopClass"] = sopClass(dataset);
   report["modality"] = textOrNull(zr::textOf(dataset, DCM_Modality));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrimaging/files/MemoryBudget.h"
+#include "zrimaging/MemoryBudget.h"
 
 #include <nlohmann/json_fwd.hpp>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "UsageError.h"
-#include "zrimaging/files/MemoryBudget.h"
+#include "zrimaging/MemoryBudget.h"
 
 #include <functional>
 

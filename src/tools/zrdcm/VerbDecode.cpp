@@ -18,6 +18,9 @@
 #include "zrimaging/output/ProtectedInputs.h"
 #include "zrimaging/pictures/Rendering.h"
 
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcdatset.h"
+
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
@@ -114,8 +117,7 @@ struct Decoded {
 Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memory) {
   const zr::DecodeRequest request{framesWanted(options), options.stored, options.overlays};
   const bool shown = formatOf(options.output).holds(zr::kForEyes) && !options.stored;
-  auto file =
-      shown ? zr::openForDisplay(options.file) : std::make_unique<zr::DicomFile>(options.file);
+  auto file = shown ? zr::openForDisplay(options.file) : std::make_unique<zr::File>(options.file);
   Decoded decoded;
   decoded.image = zr::decodeImage(std::move(file), request, memory);
   DcmDataset& dataset = decoded.image.file->dataset();

@@ -6,12 +6,15 @@
 #include "UsageError.h"
 #include "Verb.h"
 #include "zrimaging/Error.h"
+#include "zrimaging/File.h"
 #include "zrimaging/export/ExportAttributes.h"
-#include "zrimaging/files/DicomFile.h"
 #include "zrimaging/output/LibraryFile.h"
 #include "zrimaging/output/ProtectedInputs.h"
 
 #include <zrdcmexport/ZrDcmExport.h>
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcdatset.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -161,7 +164,7 @@ zr::AttributeSet gatherAttributes(const ExportOptions& options) {
   zr::AttributeSet attributes;
   if (!options.from.empty()) {
     attributes = withFileNamed(options.from, [&] {
-      return zr::attributesOf(zr::DicomFile(options.from).dataset(), options.type);
+      return zr::attributesOf(zr::File(options.from).dataset(), options.type);
     });
     deriveFrom(attributes);
   }

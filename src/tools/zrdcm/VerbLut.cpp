@@ -6,12 +6,15 @@
 #include "Messages.h"
 #include "Verb.h"
 #include "zrimaging/Error.h"
+#include "zrimaging/File.h"
 #include "zrimaging/Formats.h"
 #include "zrimaging/Samples.h"
-#include "zrimaging/files/DicomFile.h"
 #include "zrimaging/output/ProtectedInputs.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcdatset.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -225,7 +228,7 @@ struct Tables {
 };
 
 Tables readTables(const std::string& path) {
-  const zr::DicomFile file(path);
+  const zr::File file(path);
   return {readTable(file.dataset(), false), readTable(file.dataset(), true)};
 }
 

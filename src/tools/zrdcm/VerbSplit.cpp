@@ -84,7 +84,7 @@ struct SplitImage {
   zr::PerFrameAttributes attributes;
   zr::SheetContent allFrames;  ///< how the frames are shown
 
-  SplitImage(std::unique_ptr<zr::DicomFile> file, const zr::MemoryBudget& memory)
+  SplitImage(std::unique_ptr<zr::File> file, const zr::MemoryBudget& memory)
       : source(std::move(file), memory) {}
   zr::FrameSource& shown() { return withoutTable ? *withoutTable : source; }
   bool whole() const { return !reasonToKeepWhole.empty(); }
@@ -108,7 +108,7 @@ void decideHowToShow(SplitImage& split, const SplitOptions& options,
 }
 
 std::unique_ptr<SplitImage> openSplit(const SplitOptions& options, const zr::MemoryBudget& memory) {
-  auto file = std::make_unique<zr::DicomFile>(options.file);
+  auto file = std::make_unique<zr::File>(options.file);
   // Before the samples are decoded, which may rewrite attributes and costs more.
   Zrg::FrameIncrement increment = Zrg::readFrameIncrement(file->dataset());
   Zrg::FrameOrder order;

@@ -9,7 +9,7 @@ const unsigned char* HeaderBytes::peek(std::size_t count) {
   if (end_ - begin_ < count) {
     fill();
   }
-  return end_ - begin_ < count ? nullptr : block_.data() + begin_;
+  return isBeyondLimit() || end_ - begin_ < count ? nullptr : block_.data() + begin_;
 }
 
 void HeaderBytes::fill() {
@@ -28,12 +28,16 @@ void HeaderBytes::fill() {
 }
 
 bool HeaderBytes::skip(std::uint64_t count) {
+  constexpr std::uint64_t kPiece = std::uint64_t{1} << 20U;
   const auto buffered = static_cast<std::size_t>(std::min<std::uint64_t>(count, end_ - begin_));
   begin_ += buffered;
   position_ += buffered;
   count -= buffered;
   while (count > 0) {
-    const offile_off_t skipped = stream_.skip(static_cast<offile_off_t>(count));
+    // In pieces, so that a claimed length is not inflated much further than the limit.
+    const std::uint64_t piece = limit_ == kNoLimit ? count : std::min(count, kPiece);
+    const offile_off_t skipped =
+        isBeyondLimit() ? 0 : stream_.skip(static_cast<offile_off_t>(piece));
     if (skipped <= 0) {
       return false;
     }

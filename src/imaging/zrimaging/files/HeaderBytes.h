@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 namespace zr {
 
@@ -14,8 +15,12 @@ namespace zr {
 /// call of the stream for every one of them costs more than the headers do.
 class HeaderBytes {
 public:
+  static constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
+
   /// @param stream is read from and must outlive this object.
-  explicit HeaderBytes(DcmInputStream& stream) : stream_(stream) {}
+  /// @param limit where the stream ends at the latest: a few deflated bytes may be very many
+  explicit HeaderBytes(DcmInputStream& stream, std::uint64_t limit = kNoLimit)
+      : stream_(stream), limit_(limit) {}
 
   /// The longest piece that `peek` shows.
   static constexpr std::size_t kLongestPeek = 132;
@@ -26,11 +31,14 @@ public:
   bool skip(std::uint64_t count);
   /// Bytes read or skipped since the beginning.
   [[nodiscard]] std::uint64_t position() const { return position_; }
+  /// Whether something was asked for beyond the limit.
+  [[nodiscard]] bool isBeyondLimit() const { return position_ > limit_; }
 
 private:
   void fill();
 
   DcmInputStream& stream_;
+  std::uint64_t limit_;
   std::array<unsigned char, 4096> block_{};
   std::size_t begin_ = 0;
   std::size_t end_ = 0;

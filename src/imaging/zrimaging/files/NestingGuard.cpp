@@ -23,7 +23,7 @@ namespace {
 /// Opens the file at its beginning.
 using Opener = std::function<std::unique_ptr<DcmInputStream>()>;
 
-void scanMetaInformation(DcmInputStream& stream, std::size_t deepestAllowed, HeaderScan& scan) {
+void scanMetaInformation(DcmInputStream& stream, const ScanLimits& limits, HeaderScan& scan) {
   constexpr std::size_t kPreamble = 128;
   constexpr std::size_t kPrefix = 4;
   HeaderBytes bytes(stream);
@@ -32,7 +32,7 @@ void scanMetaInformation(DcmInputStream& stream, std::size_t deepestAllowed, Hea
     (void)bytes.skip(kPreamble + kPrefix);  // they were looked at
   }
   if (const std::optional<Encoding> encoding = Encoding::of(Encoding::guess(bytes))) {
-    HeaderWalk(bytes, deepestAllowed, scan).walkMetaInformation(*encoding);
+    HeaderWalk(bytes, limits.deepest, scan).walkMetaInformation(*encoding);
   }
 }
 
@@ -47,23 +47,24 @@ E_TransferSyntax namedSyntax(DcmMetaInfo& meta) {
   return element->getString(uid).good() && uid != nullptr ? DcmXfer(uid).getXfer() : EXS_Unknown;
 }
 
-void scanDataset(DcmInputStream& stream, E_TransferSyntax syntax, std::size_t deepestAllowed,
+void scanDataset(DcmInputStream& stream, E_TransferSyntax syntax, const ScanLimits& limits,
                  HeaderScan& scan) {
   const E_StreamCompression compression = DcmXfer(syntax).getStreamCompression();
   if (compression != ESC_none && stream.installCompressionFilter(compression).bad()) {
     return;
   }
-  HeaderBytes bytes(stream);
+  HeaderBytes bytes(stream, compression != ESC_none ? limits.mostInflated : HeaderBytes::kNoLimit);
   const std::optional<Encoding> encoding =
       Encoding::of(syntax == EXS_Unknown ? Encoding::guess(bytes) : syntax);
   if (encoding) {
-    HeaderWalk(bytes, deepestAllowed, scan).walkDataset(*encoding);
+    HeaderWalk(bytes, limits.deepest, scan).walkDataset(*encoding);
+    scan.inflatesBeyondLimit = bytes.isBeyondLimit();
   }
 }
 
-HeaderScan scanFile(const Opener& openFile, std::size_t deepestAllowed) {
+HeaderScan scanFile(const Opener& openFile, const ScanLimits& limits) {
   HeaderScan scan;
-  scanMetaInformation(*openFile(), deepestAllowed, scan);
+  scanMetaInformation(*openFile(), limits, scan);
   if (scan.tooDeep || scan.isDamagedMeta) {
     return scan;
   }
@@ -72,20 +73,19 @@ HeaderScan scanFile(const Opener& openFile, std::size_t deepestAllowed) {
   meta.transferInit();
   (void)meta.read(*stream, EXS_Unknown);  // its state tells whether DCMTK would go on
   if (meta.transferState() == ERW_ready) {
-    scanDataset(*stream, namedSyntax(meta), deepestAllowed, scan);
+    scanDataset(*stream, namedSyntax(meta), limits, scan);
   }
   return scan;
 }
 
 }  // namespace
 
-HeaderScan scanHeaders(const std::filesystem::path& file, std::size_t deepestAllowed) {
+HeaderScan scanHeaders(const std::filesystem::path& file, const ScanLimits& limits) {
   return scanFile(
-      [&file] { return std::make_unique<DcmInputFileStream>(OFFilename(file.c_str())); },
-      deepestAllowed);
+      [&file] { return std::make_unique<DcmInputFileStream>(OFFilename(file.c_str())); }, limits);
 }
 
-HeaderScan scanHeaders(std::span<const unsigned char> file, std::size_t deepestAllowed) {
+HeaderScan scanHeaders(std::span<const unsigned char> file, const ScanLimits& limits) {
   return scanFile(
       [file] {
         auto stream = std::make_unique<DcmInputBufferStream>();
@@ -93,7 +93,7 @@ HeaderScan scanHeaders(std::span<const unsigned char> file, std::size_t deepestA
         stream->setEos();
         return stream;
       },
-      deepestAllowed);
+      limits);
 }
 
 }  // namespace zr

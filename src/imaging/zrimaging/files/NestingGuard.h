@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <optional>
 #include <span>
 #include <string>
@@ -35,6 +36,8 @@ struct HeaderScan {
   std::size_t deepest = 0;
   /// Headers that were read: of elements, items and delimiters.
   std::uint64_t headers = 0;
+  /// A deflated dataset inflates to more bytes than were allowed; the rest was not looked at.
+  bool inflatesBeyondLimit = false;
   /// The meta information begins with an element that cannot be read. What DCMTK makes of the rest is not
   /// foreseen; the rest was not looked at.
   bool isDamagedMeta = false;
@@ -43,15 +46,21 @@ struct HeaderScan {
   std::string overlong;
 };
 
+/// How much is looked at.
+struct ScanLimits {
+  std::size_t deepest = kDeepestNesting;
+  /// Bytes of a deflated dataset once it is inflated.
+  std::uint64_t mostInflated = std::numeric_limits<std::uint64_t>::max();
+};
+
 /// Looks at the headers of a DICOM file as `DcmFileFormat::loadFile` reads them when it is told no
 /// transfer syntax and DCMTK's switches for the parser are as they are by default: with or without
 /// preamble and meta information, in any transfer syntax, deflated ones too. Takes constant stack, and
 /// time and memory that grow no faster than the file. Where DCMTK would stop it stops, and leaves the
 /// complaint to the real reader; so it does when the file cannot be opened.
-HeaderScan scanHeaders(const std::filesystem::path& file,
-                       std::size_t deepestAllowed = kDeepestNesting);
-/// The same for a file in memory.
-HeaderScan scanHeaders(std::span<const unsigned char> file,
-                       std::size_t deepestAllowed = kDeepestNesting);
+HeaderScan scanHeaders(const std::filesystem::path& file, const ScanLimits& limits = {});
+
+/// The same for bytes in memory.
+HeaderScan scanHeaders(std::span<const unsigned char> file, const ScanLimits& limits = {});
 
 }  // namespace zr

@@ -2,7 +2,7 @@
 // The conversions that the slice decoder leaves out, done with the library's own transform.
 #include "zrimaging/images/CellConversion.h"
 
-#include "zrimaging/files/DicomFile.h"
+#include "zrimaging/File.h"
 
 #include <zrdcmexport/ExDicomUtilitiesGlobal.h>
 #include <zrdcmexport/ZrNumbers.h>

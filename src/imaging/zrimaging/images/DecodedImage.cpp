@@ -21,6 +21,7 @@
 #include <zrdcmexport/ZrNumbers.h>
 
 #include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcdatset.h"
 #include "dcmtk/dcmdata/dcdeftag.h"
 
 #include <cstdint>
@@ -46,10 +47,10 @@ FrameRange framesWanted(const DecodeRequest& request, std::size_t available) {
   return *request.frames;
 }
 
-bool mayBeNarrowStream(const DicomFile& file) {
+bool mayBeNarrowStream(const File& file) {
   Uint16 allocated = 0;
   Uint16 stored = 0;
-  return DcmXfer(file.transferSyntax()).isEncapsulated() &&
+  return DcmXfer(file.dataset().getOriginalXfer()).isEncapsulated() &&
          file.dataset().findAndGetUint16(DCM_BitsAllocated, allocated).good() && allocated == 16 &&
          file.dataset().findAndGetUint16(DCM_BitsStored, stored).good() && stored <= 8;
 }
@@ -155,6 +156,16 @@ void convertThrough(const CellConversion& conversion, DecodedImage& image) {
 
 }  // namespace
 
+std::size_t frameCount(DcmItem& item) {
+  const int number = Zrg::intOf(textOf(item, DCM_NumberOfFrames)).value_or(0);
+  const auto count = static_cast<std::uint16_t>(number);
+  return count == 0 ? 1 : count;
+}
+
+bool isMonochrome(const std::string& photometricInterpretation) {
+  return photometricInterpretation == "MONOCHROME1" || photometricInterpretation == "MONOCHROME2";
+}
+
 Zrg::FrameFormat describeFrames(DecodedImage& image) {
   std::string error;
   Zrg::FrameFormat format;
@@ -176,15 +187,15 @@ void decodeFrame(DcmItem& item, std::size_t number, FrameTarget target, bool nam
 
 DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest& request,
                          const MemoryBudget& memory) {
-  return decodeImage(std::make_unique<DicomFile>(path), request, memory);
+  return decodeImage(std::make_unique<File>(path), request, memory);
 }
 
-DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& request,
+DecodedImage decodeImage(std::unique_ptr<File> file, const DecodeRequest& request,
                          const MemoryBudget& memory) {
   DecodedImage image;
   image.file = std::move(file);
   // Read before decoding, which may rewrite attributes.
-  const std::string photometric = photometricInterpretation(*image.file);
+  const std::string photometric = image.file->photometricInterpretation();
   image.monochrome = isMonochrome(photometric);
   image.darkIsHigh = photometric == "MONOCHROME1";
   const std::size_t available = Zrg::numberOfFrames(image.file->dataset());

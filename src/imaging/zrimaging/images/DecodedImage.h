@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "zrimaging/File.h"
+#include "zrimaging/MemoryBudget.h"
 #include "zrimaging/Samples.h"
-#include "zrimaging/files/DicomFile.h"
-#include "zrimaging/files/MemoryBudget.h"
 #include "zrimaging/images/FrameRange.h"
 
 #include <ktlib/KtHandle.h>
@@ -29,7 +29,7 @@ struct DecodeRequest {
 
 /// Decoded frames together with everything they point into.
 struct DecodedImage {
-  std::unique_ptr<DicomFile> file;   ///< may own the samples, so it lives as long as they do
+  std::unique_ptr<File> file;        ///< may own the samples, so it lives as long as they do
   Zrg::SliceImage slice;             ///< attributes and pixel memory
   KtHandle<ZrDataAccess> converted;  ///< samples of its own when the slice's could not be used
   SampleArray samples;               ///< the frames asked for, nothing else
@@ -52,7 +52,7 @@ DecodedImage decodeImage(const std::filesystem::path& path, const DecodeRequest&
                          const MemoryBudget& memory);
 
 /// The same for a file that was opened and not decoded yet.
-DecodedImage decodeImage(std::unique_ptr<DicomFile> file, const DecodeRequest& request,
+DecodedImage decodeImage(std::unique_ptr<File> file, const DecodeRequest& request,
                          const MemoryBudget& memory);
 
 /// What decodeFrame() of the library will deliver of the frames of an image that is not decoded yet; the
@@ -70,5 +70,12 @@ struct FrameTarget {
 /// @param named whether the reason of a failure begins with the number of the frame
 /// @throws Error when it does not decode
 void decodeFrame(DcmItem& item, std::size_t number, FrameTarget target, bool named);
+
+/// The number of frames as the library counts them: the low 16 bits of Number of Frames, 1 when
+/// that is 0 or missing.
+std::size_t frameCount(DcmItem& item);
+
+/// Whether the library decodes the image to one sample a pixel (MONOCHROME1 and MONOCHROME2).
+bool isMonochrome(const std::string& photometricInterpretation);
 
 }  // namespace zr

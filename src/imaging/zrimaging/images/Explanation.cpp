@@ -6,7 +6,7 @@
 #include "zrimaging/images/Explanation.h"
 
 #include "zrimaging/Error.h"
-#include "zrimaging/files/DicomFile.h"
+#include "zrimaging/File.h"
 #include "zrimaging/images/ObjectKind.h"
 
 #include <zrdcmexport/ZrFrames.h>
@@ -29,7 +29,7 @@ constexpr const char* kOutOfMemory = "out of memory";
 
 /// All that tells why an image does not decode.
 struct Facts {
-  explicit Facts(const DicomFile& file);
+  explicit Facts(const File& file);
 
   DcmItem& dataset;
   TransferSyntaxName syntax;
@@ -68,13 +68,13 @@ DcmPixelSequence* fragmentsOf(DcmElement* element) {
   return compressed && sequence != nullptr && sequence->card() > 0 ? sequence : nullptr;
 }
 
-Facts::Facts(const DicomFile& file)
+Facts::Facts(const File& file)
     : dataset(file.dataset()),
       syntax(transferSyntaxOf(file)),
       known(Zrg::findTransferSyntax(syntax.uid)),
       object(classNameOf(dataset)),
       frames(file.statedFrameCount()),
-      photometricInterpretation(zr::photometricInterpretation(file)) {
+      photometricInterpretation(file.photometricInterpretation()) {
   (void)dataset.findAndGetElement(DCM_PixelData, pixelData);  // null tells as much
   fragments = fragmentsOf(pixelData);
 }
@@ -280,10 +280,10 @@ constexpr std::array<Cause, 14> kCauses = {{{noPixelsAtAll, Reason::NoPixelData}
 
 }  // namespace
 
-TransferSyntaxName transferSyntaxOf(const DicomFile& file) {
+TransferSyntaxName transferSyntaxOf(const File& file) {
   TransferSyntaxName syntax{file.statedTransferSyntax(), ""};
   if (syntax.uid.empty()) {
-    const char* const uid = DcmXfer(file.transferSyntax()).getXferID();
+    const char* const uid = DcmXfer(file.dataset().getOriginalXfer()).getXferID();
     syntax.uid = uid == nullptr ? "" : uid;
   }
   const Zrg::TransferSyntax* const known = Zrg::findTransferSyntax(syntax.uid);
@@ -291,7 +291,7 @@ TransferSyntaxName transferSyntaxOf(const DicomFile& file) {
   return syntax;
 }
 
-Error whyNotDecoded(const DicomFile& file, const Error& found) {
+Error whyNotDecoded(const File& file, const Error& found) {
   if (found.reason() == Reason::OutOfMemory) {
     return found;
   }
@@ -310,7 +310,7 @@ Error decoderError(const std::string& message) {
   return {noMemory ? Reason::OutOfMemory : Reason::Undecodable, message};
 }
 
-void refusePackedPixels(const DicomFile& file) {
+void refusePackedPixels(const File& file) {
   Uint16 bits = 0;
   if (file.dataset().findAndGetUint16(DCM_BitsAllocated, bits).good() && bits == 1) {
     throw whyNotDecoded(file, Error(Reason::Unsupported, "has samples of 1 bit"));

@@ -7,7 +7,7 @@
 
 namespace zr {
 
-class DicomFile;
+class File;
 
 /// A transfer syntax as the file states it.
 struct TransferSyntaxName {
@@ -17,18 +17,18 @@ struct TransferSyntaxName {
 
 /// The syntax that a file is stored in by its own UID, also where DCMTK does not know it and takes
 /// the file for another one.
-TransferSyntaxName transferSyntaxOf(const DicomFile& file);
+TransferSyntaxName transferSyntaxOf(const File& file);
 
 /// Why the image of a file does not decode, in one line: what the object is, what is not there or not
 /// known, and what would help. `found` is what decoding said of it, which comes back where nothing
 /// better is found, and where memory was short. The file may have been decoded in part.
-Error whyNotDecoded(const DicomFile& file, const Error& found);
+Error whyNotDecoded(const File& file, const Error& found);
 
 /// What a message of the decoder amounts to: OutOfMemory or Undecodable.
 Error decoderError(const std::string& message);
 
 /// Refuses pixels of one bit, which the slice decoder hands out as they are packed.
 /// @throws Error with the reason.
-void refusePackedPixels(const DicomFile& file);
+void refusePackedPixels(const File& file);
 
 }  // namespace zr

@@ -8,29 +8,31 @@
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/ModalityTable.h"
 
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcdatset.h"
+
 #include <cstdint>
 #include <limits>
 #include <utility>
 
 namespace zr {
 
-std::unique_ptr<DicomFile> openForDisplay(const std::filesystem::path& path) {
-  auto file = std::make_unique<DicomFile>(path);
+std::unique_ptr<File> openForDisplay(const std::filesystem::path& path) {
+  auto file = std::make_unique<File>(path);
   (void)keepTableOutOfDisplay(file->dataset());  // either way the samples can be shown
   return file;
 }
 
-FrameSource::FrameSource(std::unique_ptr<DicomFile> file, const MemoryBudget& memory)
-    : memory_(memory) {
+FrameSource::FrameSource(std::unique_ptr<File> file, const MemoryBudget& memory) : memory_(memory) {
   const std::size_t frames = Zrg::numberOfFrames(file->dataset());
-  if (isMonochrome(photometricInterpretation(*file)) || frames == 1) {
+  if (isMonochrome(file->photometricInterpretation()) || frames == 1) {
     image_ = decodeImage(std::move(file), {std::nullopt, false, true}, memory_);
   } else {
     openColour(std::move(file), frames);
   }
 }
 
-void FrameSource::openColour(std::unique_ptr<DicomFile> file, std::size_t frames) {
+void FrameSource::openColour(std::unique_ptr<File> file, std::size_t frames) {
   image_.file = std::move(file);
   image_.frames = {0, frames - 1};
   memory_.requireFor(image_.file->dataset(), 0, 0);

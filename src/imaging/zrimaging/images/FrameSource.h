@@ -16,7 +16,7 @@ namespace zr {
 /// Opens a file whose frames are to be shown: a modality LUT that is not meant for display (PS3.3
 /// C.8.7.1.1.2) is taken out.
 /// @throws Error when it is no DICOM file or cannot be read.
-std::unique_ptr<DicomFile> openForDisplay(const std::filesystem::path& path);
+std::unique_ptr<File> openForDisplay(const std::filesystem::path& path);
 
 /// All frames of an image, to be looked at one after the other, with no more memory than the
 /// decoded samples take.
@@ -28,7 +28,7 @@ class FrameSource {
 public:
   /// @throws Error when the image, or the first frame of a colour image, does not decode; of more
   ///         colour frames than 65,535 also when the last one does not.
-  FrameSource(std::unique_ptr<DicomFile> file, const MemoryBudget& memory);
+  FrameSource(std::unique_ptr<File> file, const MemoryBudget& memory);
   virtual ~FrameSource() = default;
   FrameSource(const FrameSource&) = delete;
   FrameSource& operator=(const FrameSource&) = delete;
@@ -51,7 +51,7 @@ protected:
   DecodedImage image_;
 
 private:
-  void openColour(std::unique_ptr<DicomFile> file, std::size_t frames);
+  void openColour(std::unique_ptr<File> file, std::size_t frames);
 
   MemoryBudget memory_;
   bool oneByOne_ = false;

@@ -3,7 +3,7 @@
 // classes, the others by DCMTK's name of the class.
 #include "zrimaging/images/ObjectKind.h"
 
-#include "zrimaging/files/DicomFile.h"
+#include "zrimaging/File.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"

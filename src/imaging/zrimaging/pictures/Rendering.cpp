@@ -7,6 +7,7 @@
 #include "zrimaging/pictures/Rendering.h"
 
 #include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dcdatset.h"
 #include "dcmtk/dcmdata/dcdeftag.h"
 
 #include <algorithm>

@@ -3,8 +3,8 @@
 #include "zrimaging/series/SeriesCopy.h"
 
 #include "zrimaging/Error.h"
+#include "zrimaging/File.h"
 #include "zrimaging/files/Condition.h"
-#include "zrimaging/files/DicomFile.h"
 #include "zrimaging/output/DicomWriter.h"
 
 #include <zrdcmexport/ExDCM.h>
@@ -50,13 +50,13 @@ fs::path copyPath(const fs::path& folder, std::size_t position, std::size_t coun
 
 void copyRenumbered(const fs::path& file, std::size_t position, const fs::path& target,
                     const ProtectedInputs& inputs) {
-  const DicomFile source(file);
+  const File source(file);
   DcmFileFormat copy(&source.dataset());
   DcmDataset& dataset = *copy.getDataset();
   keepOriginalNumber(dataset);
   require(dataset.putAndInsertString(DCM_InstanceNumber, std::to_string(position).c_str()),
           "set InstanceNumber");
-  writeDicomFile(copy, source.transferSyntax(), target, inputs);
+  writeDicomFile(copy, source.dataset().getOriginalXfer(), target, inputs);
 }
 
 }  // namespace zr

@@ -4,8 +4,8 @@
 #include "zrimaging/series/SeriesOrder.h"
 
 #include "zrimaging/Error.h"
+#include "zrimaging/File.h"
 #include "zrimaging/files/Condition.h"
-#include "zrimaging/files/DicomFile.h"
 
 #include <zrdcmexport/ExDCM.h>
 
@@ -116,7 +116,7 @@ OrderSwitches parseOrderSwitches(const std::string& list) {
 
 SeriesImage::SeriesImage(const std::filesystem::path& path)
     : path_(path), attributes_(new DcmDataset) {
-  const DicomFile file(path);
+  const File file(path);
   for (const Criterion& criterion : criteria()) {
     copyAttributes(file.dataset(), *attributes_, criterion.keys);
   }
