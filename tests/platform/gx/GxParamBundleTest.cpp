@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
+#include <gx/GxParamBase.h>
 #include <gx/GxParamBundle.h>
+#include <gx/GxParameter.h>
 
 #include <gtest/gtest.h>
 

@@ -4,6 +4,7 @@
 #include "support/DatasetBuilder.h"
 #include "support/RowName.h"
 
+#include <wexlib/WexItem.h>
 #include <wexlib/WexItemOF.h>
 
 #include "dcmtk/config/osconfig.h"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 #include <ktlib/KtHandle.h>
+#include <zrvolren/ZrMeta.h>
 #include <zrvolren/ZrOverlayData.h>
 
 #include <gtest/gtest.h>
