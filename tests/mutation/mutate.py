@@ -33,13 +33,16 @@ LIBRARY = "libzrdcmexport_static.so"
 # Test programs of each subject, in the order in which they are asked; (program, filter).
 SUBJECTS = {
     "decoding": ([("decoding/slice_decoding_tests", "*")],
-                 ["decoding/SliceDecoding.cpp", "decoding/Attributes.cpp",
+                 ["decoding/SliceDecoding.cpp", "decoding/SliceAttributes.cpp",
+                  "decoding/SampleMemory.cpp", "decoding/Decoders.cpp",
                   "decoding/Colour.cpp", "decoding/Monochrome.cpp",
                   "streams/CodecGuard.cpp", "streams/FragmentStream.cpp", "streams/Fragments.cpp",
                   "streams/Inspector.cpp", "streams/Jpeg.cpp", "streams/JpegLs.cpp",
                   "streams/JpegMarkers.cpp", "streams/NestedImages.cpp", "streams/Rle.cpp",
                   "streams/TransferSyntaxes.cpp"]),
-    "numbers": ([("dicom/dicom_tests", "*")], ["dicom/Numbers.cpp"]),
+    "numbers": ([("dicom/dicom_tests", "*")], ["dicom/Numbers.cpp", "dicom/ImageAttributes.cpp"]),
+    "frames": ([("decoding/frame_tests", "*")],
+               ["decoding/ImageFrames.cpp", "decoding/FrameFragments.cpp", "zrdcmexport/ZrFrames.cpp"]),
     "record": ([("decoding/slice_tests", "*")], ["zrdcmexport/ZrSliceImage.cpp"]),
     "overlays": ([("decoding/slice_tests", "*"), ("decoding/slice_decoding_tests", "*Overlay*")],
                  ["decoding/EmbeddedOverlays.cpp"]),

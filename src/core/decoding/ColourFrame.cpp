@@ -73,32 +73,30 @@ bool ColourFrame::isInterleavedRgb(const std::string& colourModel) const {
          readUint16(*item_, DCM_PlanarConfiguration).value_or(kInterleaved) == kInterleaved;
 }
 
-bool ColourFrame::render(const std::string& colourModel, char* target, std::string& errorText) {
+Result<void> ColourFrame::render(const std::string& colourModel, char* target) {
   if (isInterleavedRgb(colourModel)) {
     std::memcpy(target, cells_, size_.rgbBytes());
-    return true;
+    return {};
   }
   // DCMTK leaves a pixel without its partner as it comes from the heap.
   if (colourModel.find("_422") != std::string::npos && size_.pixels() % 2 != 0) {
-    errorText = std::string(kNotRendered) + kOddPair;
-    return false;
+    return Message(std::string(kNotRendered) + kOddPair);
   }
   if (item_->putAndInsertString(DCM_PhotometricInterpretation, colourModel.c_str()).bad()) {
     throw std::bad_alloc();  // a text that DCMTK gave itself
   }
-  return renderImage(target, errorText);
+  return renderImage(target);
 }
 
-bool ColourFrame::renderImage(char* target, std::string& errorText) {
+Result<void> ColourFrame::renderImage(char* target) {
   DicomImage image(item_.get(), kExplicitLittleEndian);
   (void)image.hideAllOverlays(0);  // 0 says that there are none
   const unsigned long size = image.getOutputDataSize(kBitsPerSample);
   if (image.getStatus() != EIS_Normal || size != size_.rgbBytes() ||
       image.getOutputData(target, size, kBitsPerSample, 0, kInterleaved) == 0) {
-    errorText = kNotRendered + std::string(DicomImage::getString(image.getStatus()));
-    return false;
+    return Message(kNotRendered + std::string(DicomImage::getString(image.getStatus())));
   }
-  return true;
+  return {};
 }
 
 }  // namespace Zrg::Decoding

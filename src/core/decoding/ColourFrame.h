@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dicom/FrameSize.h"
+#include "dicom/Result.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctypes.h"
@@ -32,12 +33,12 @@ public:
   ///
   /// @param colourModel photometric interpretation that the decoder left the cells in.
   /// @param target      receives rows x columns x 3 bytes.
-  /// @return false, with the message set, when DCMTK cannot show such a frame.
-  [[nodiscard]] bool render(const std::string& colourModel, char* target, std::string& errorText);
+  /// @return the message when DCMTK cannot show such a frame.
+  [[nodiscard]] Result<void> render(const std::string& colourModel, char* target);
 
 private:
   [[nodiscard]] bool isInterleavedRgb(const std::string& colourModel) const;
-  [[nodiscard]] bool renderImage(char* target, std::string& errorText);
+  [[nodiscard]] Result<void> renderImage(char* target);
 
   std::unique_ptr<DcmItem> item_;
   FrameSize size_;

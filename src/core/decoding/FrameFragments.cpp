@@ -41,23 +41,26 @@ bool FrameFragments::beginsFrame(Uint32 fragment) {
          inspector_->beginsFrame(bytes[0], bytes[1]);
 }
 
+std::vector<Uint32> FrameFragments::findBeginnings() {
+  std::vector<Uint32> beginnings;
+  for (Uint32 index = 1; index < fragments_->count(); ++index) {  // 0 is the offset table
+    if (beginsFrame(index)) {
+      beginnings.push_back(index);
+    }
+  }
+  return beginnings;
+}
+
 /// The fragment that begins the frame of this number by what is in it. It is an answer only when there
 /// are as many beginnings as frames: else one of them is missing, or what looks like one is none.
 std::optional<Uint32> FrameFragments::startByContent(Uint32 frame) {
   if (inspector_ == nullptr) {
     return std::nullopt;
   }
-  std::optional<Uint32> found;
-  std::uint64_t begun = 0;
-  for (Uint32 index = 1; index < fragments_->count(); ++index) {  // 0 is the offset table
-    if (beginsFrame(index)) {
-      if (begun == frame) {
-        found = index;
-      }
-      ++begun;
-    }
+  if (!beginnings_) {
+    beginnings_ = findBeginnings();
   }
-  return begun == frames_ ? found : std::nullopt;
+  return beginnings_->size() == frames_ ? std::optional((*beginnings_)[frame]) : std::nullopt;
 }
 
 std::optional<CodedFrame> FrameFragments::header(Uint32 fragment) {

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 class DcmPixelData;
 
@@ -50,11 +51,13 @@ public:
 private:
   [[nodiscard]] bool beginsFrame(Uint32 fragment);
   [[nodiscard]] std::optional<Uint32> startByContent(Uint32 frame);
+  [[nodiscard]] std::vector<Uint32> findBeginnings();
 
   std::optional<Fragments> fragments_;
   E_TransferSyntax syntax_ = EXS_Unknown;
   const Inspector* inspector_ = nullptr;  ///< null where nobody reads such frames
   std::uint64_t frames_;
+  std::optional<std::vector<Uint32>> beginnings_;  ///< fragments that begin frames, once asked for
 };
 
 }  // namespace Zrg::Decoding

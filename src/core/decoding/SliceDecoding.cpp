@@ -1,24 +1,24 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Decoding of one item into a slice: finds the pixel data, makes sure that DCMTK has its decoders,
-// reads and stores the attributes, and leaves the samples to the monochrome or the colour path.
+// SliceImage::process: finds the pixel data, makes sure that DCMTK has its decoders, reads the
+// attributes, and fills the slice with the samples that the monochrome or the colour steps make.
+// Fields are filled as they are reached: what a failure leaves in them belongs to the contract.
 #include "decoding/SliceDecoding.h"
 
-#include "streams/NestedImages.h"
-#include "streams/TransferSyntaxes.h"
+#include "decoding/Colour.h"
+#include "decoding/Decoders.h"
+#include "decoding/Monochrome.h"
+#include "decoding/SampleMemory.h"
+#include "decoding/SliceAttributes.h"
 
-#include <ktlib/KtLogFile.h>
+#include <zrdcmexport/ZrSliceImage.h>
 
 #include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dcrledrg.h"
 #include "dcmtk/dcmdata/dctk.h"
-#include "dcmtk/dcmjpeg/djdecode.h"
-#include "dcmtk/dcmjpls/djdecode.h"
 
-#include <atomic>
-#include <cstdlib>
-#include <mutex>
+#include <algorithm>
+#include <cstdint>
 #include <new>
-#include <vector>
+#include <utility>
 
 namespace Zrg {
 
@@ -26,110 +26,203 @@ namespace Decoding {
 
 namespace {
 
-constexpr char kInvalidTargetSize[] = "Invalid target size: buffer %zu bytes, required %zu bytes";
+constexpr char kNoPixelData[] = "No pixel data";
 
-constexpr char kNoDictionary[] =
-    "DCMTK has no data dictionary: attributes of implicit VR are unknown, and images seem to "
-    "have no pixel data. DCMDICTPATH names its files.";
+// ---- monochrome --------------------------------------------------------------------------------
 
-/// Sees to it that decoding which ends early leaves no samples behind. DCMTK takes samples for
-/// decompressed from the moment it has memory for them, and does not take that back when a decoder
-/// runs out of memory: the next call would deliver them as they came from the heap. Samples that were
-/// there before stay: slices may point at them.
-class UnfinishedSamples {
-public:
-  explicit UnfinishedSamples(const Task& task) {
-    const auto remember = [this](DcmItem&, DcmPixelData& pixelData) {
-      if (!pixelData.hasRepresentation(kExplicitLittleEndian, nullptr)) {
-        compressed_.push_back(&pixelData);
-      }
-      return true;
-    };
-    if (task.frames.all && !task.attributes.monochrome) {
-      visitImages(task.item, remember);  // DCMTK's image objects decompress all of them
-    } else {
-      remember(task.item, task.pixelData);
+/// A range of frames: the samples go to the caller's target or to the slice's own memory.
+Result<char*> decodeRange(SliceImage& slice, const Task& task) {
+  char* destination = static_cast<char*>(task.target);
+  if (task.target != nullptr) {
+    if (const Result<void> fits = targetHoldsFrames(task); !fits) {
+      return fits.reason();
     }
-  }
-  ~UnfinishedSamples() {
-    for (DcmPixelData* const pixelData : compressed_) {
-      E_TransferSyntax syntax = EXS_Unknown;
-      const DcmRepresentationParameter* parameter = nullptr;
-      pixelData->getCurrentRepresentationKey(syntax, parameter);
-      if (DcmXfer(syntax).isEncapsulated()) {
-        pixelData->removeAllButCurrentRepresentations();
-      }
+  } else {
+    Result<std::shared_ptr<char>> memory = allocateFrames(task);
+    if (!memory) {
+      return memory.reason();
     }
+    if (slice.data == slice.buffer.get()) {
+      slice.data = nullptr;  // the memory it points at may go with the old buffer
+    }
+    slice.buffer = std::move(*memory);
+    destination = slice.buffer.get();
   }
-  UnfinishedSamples(const UnfinishedSamples&) = delete;
-  UnfinishedSamples& operator=(const UnfinishedSamples&) = delete;
+  if (const Result<void> decoded = decodeFrames(task, destination); !decoded) {
+    return decoded.reason();
+  }
+  return destination;
+}
 
-  void finished() { compressed_.clear(); }
+Result<void> fillMonochrome(SliceImage& slice, const Task& task) {
+  slice.samplesPerPixel = 1;
+  if (const Result<void> one = requireOneSamplePerPixel(task.item); !one) {
+    return one;
+  }
+  const Result<char*> samples = task.frames.all ? decodeInPlace(task) : decodeRange(slice, task);
+  if (!samples) {
+    return samples.reason();
+  }
+  ExDicomUtilities::LUT modalityLut;
+  ExDicomUtilities::LUT::dcmDatasetRead(modalityLut, task.item, false);
+  if (modalityLut.entries.isNotNull()) {
+    slice.rescale = KtVec2f(1.0F, 0.0F);  // a table replaces slope and intercept
+  }
+  if (*samples == nullptr || (slice.bytesPerSample != 1 && slice.bytesPerSample != 2)) {
+    return Reason{kNoPixelData};
+  }
+  slice.data = *samples;
 
-private:
-  std::vector<DcmPixelData*> compressed_;  ///< without samples when decoding began
-};
+  const StoredField field = readStoredField(task.item, slice.bytesPerSample);
+  if (field.bitsStored != field.bitsAllocated) {
+    slice.extractEmbeddedOverlays(task.item, task.frames.first, task.frames.last);
+  }
+  if (!slice.convertSamples) {
+    return {};
+  }
+  const Result<int> offset =
+      convertInPlace(wrapSamples(slice.data, slice.extent, slice.bytesPerSample, field.isSigned),
+                     modalityLut, field);
+  if (!offset) {
+    return offset.reason();
+  }
+  slice.sampleOffset = static_cast<float>(*offset);
+  return {};
+}
 
-bool decode(SliceImage& slice, const Task& task, std::string& errorText) {
-  std::optional<UnfinishedSamples> samples;
+// ---- colour ------------------------------------------------------------------------------------
+
+void announceRgb(SliceImage& slice) {
+  slice.samplesPerPixel = 3;
+  slice.bytesPerSample = 1;
+}
+
+/// Memory for frames of `totalBytes`.
+Result<void> findMemory(SliceImage& slice, const Task& task, ColourFrames& frames,
+                        unsigned long long totalBytes) {
+  if (slice.buffer != nullptr || slice.data != nullptr) {
+    // Deliberate: a slice that has memory keeps it, and it is trusted to be large enough.
+    // Test: SliceDecodingColour.WritesIntoTheMemoryThatTheSliceHas
+    return {};
+  }
+  if (task.target != nullptr) {
+    if (const Result<void> fits = fitsTarget(task.targetSize, totalBytes); !fits) {
+      return fits;
+    }
+    slice.data = static_cast<char*>(task.target);
+    return {};
+  }
+  if (!frames.hasFrame(task.frames.count - 1) ||  // before memory is taken for all
+      !frames.mayHoldFrames(task.frames.count)) {
+    return frames.missingFrame(totalBytes);
+  }
+  Result<std::shared_ptr<char>> memory = allocateSamples(totalBytes);
+  if (!memory) {
+    return memory.reason();
+  }
+  slice.buffer = std::move(*memory);
+  return {};
+}
+
+Result<void> takeFrames(SliceImage& slice, const Task& task, ColourFrames& frames) {
+  const unsigned long long frameBytes = frames.frameBytes();
+  const auto totalBytes = frameBytes * static_cast<unsigned long long>(task.frames.count);
+  if (const Result<void> memory = findMemory(slice, task, frames, totalBytes); !memory) {
+    return memory;
+  }
+  char* target = slice.data != nullptr ? slice.data : slice.buffer.get();
+  target += static_cast<std::uint32_t>(slice.frameOffset);
+  for (int position = 0; position < task.frames.count; ++position) {
+    if (!frames.hasFrame(position)) {
+      return frames.missingFrame(totalBytes);
+    }
+    if (const Result<void> made = frames.makeFrame(position, target, totalBytes); !made) {
+      return made;
+    }
+    target += frameBytes;
+  }
+  return {};
+}
+
+Result<void> takeRenderedFrames(SliceImage& slice, const Task& task) {
+  const Result<std::unique_ptr<ColourFrames>> frames = renderedFrames(task);
+  return frames ? takeFrames(slice, task, **frames) : frames.reason();
+}
+
+Result<void> fillColour(SliceImage& slice, const Task& task) {
+  if (const Result<void> countable = haveCountableSize(task); !countable) {
+    announceRgb(slice);
+    return countable;
+  }
+  const bool wideSamples = task.attributes.size.bytesPerSample() >= 2;
+  if (completePlanarConfiguration(task.item) || wideSamples ||
+      task.attributes.photometricInterpretation == "PALETTE COLOR") {
+    announceRgb(slice);
+    return takeRenderedFrames(slice, task);
+  }
+  if (const Result<void> allowed = ColourDocument::mayOpen(task); !allowed) {
+    announceRgb(slice);
+    return allowed;
+  }
+  Result<ColourDocument> document = ColourDocument::open(task);
+  if (!document) {
+    return document.reason();
+  }
+  announceRgb(slice);
+  const std::unique_ptr<ColourFrames> direct = document->directFrames(task);
+  return direct != nullptr ? takeFrames(slice, task, *direct) : takeRenderedFrames(slice, task);
+}
+
+// ---- both --------------------------------------------------------------------------------------
+
+Result<void> fillSamples(SliceImage& slice, const Task& task) {
+  UnfinishedSamples samples;
   try {
-    samples.emplace(task);
+    if (task.frames.all && !task.attributes.monochrome) {
+      samples.watchAll(task.item);  // DCMTK's image objects decompress all of them
+    } else {
+      samples.watch(task.pixelData);
+    }
   } catch (const std::bad_alloc&) {
-    errorText = kOutOfMemory;
-    return false;
+    return Reason{kOutOfMemory};
   }
-  const bool done = task.attributes.monochrome ? decodeMonochrome(slice, task, errorText)
-                                               : decodeColour(slice, task, errorText);
-  if (done) {
-    samples->finished();
+  const Result<void> filled =
+      task.attributes.monochrome ? fillMonochrome(slice, task) : fillColour(slice, task);
+  if (filled) {
+    samples.finished();
   }
-  return done;
+  return filled;
+}
+
+Result<void> fill(SliceImage& slice, DcmItem& item, int firstFrame, int lastFrame, void* target,
+                  std::size_t targetSize) {
+  const Result<DcmPixelData*> pixelData = findPixelData(item);
+  if (!pixelData) {
+    return pixelData.reason();
+  }
+  slice.lossy = isLossy(item);
+  registerDecoders();
+
+  const ImageAttributes attributes = readImageAttributes(item, *pixelData);
+  if (attributes.missing) {
+    return *attributes.missing;
+  }
+  storeAttributes(slice, item, attributes);
+
+  const FrameSelection frames = selectFrames(firstFrame, lastFrame, attributes.frames.in16Bits);
+  slice.extent.z = frames.count;
+  return fillSamples(slice, {item, **pixelData, attributes, frames, target, targetSize});
 }
 
 }  // namespace
 
-void warnWithoutDictionary() {
-  static std::atomic<bool> asked{false};
-  if (!asked.exchange(true) && !dcmDataDict.isDictionaryLoaded()) {
-    getTheLogInstance().warnf("%s", kNoDictionary);
+FrameSelection selectFrames(int firstFrame, int lastFrame, int frames) {
+  if (firstFrame < 0) {
+    return {0, frames - 1, frames, true};
   }
-}
-
-void registerDecoders() {
-  // DCMTK remembers a registration in plain flags; two first calls at once would be a data race.
-  static std::mutex registration;
-  const std::scoped_lock lock(registration);
-  DcmRLEDecoderRegistration::registerCodecs(OFFalse, OFFalse);
-  DJDecoderRegistration::registerCodecs(EDC_guessLossyOnly, EUC_default, EPC_default, OFFalse,
-                                        OFFalse, OFFalse);
-  DJLSDecoderRegistration::registerCodecs(EJLSUC_default, EJLSPC_restore, OFFalse, OFFalse);
-}
-
-void storeAttributes(SliceImage& slice, DcmItem& item, const ImageAttributes& attributes) {
-  slice.extent = KtVec3l(attributes.size.columns, attributes.size.rows, attributes.frames.in16Bits);
-  slice.bytesPerSample = attributes.size.bytesPerSample();
-  slice.sampleOffset = 0.0F;
-  slice.rescale = readRescale(item);
-  slice.voiWindow = readWindow(item);
-  slice.pixelSpacing = readSpacing(item);
-}
-
-bool fitsTarget(std::size_t targetSize, std::size_t required, std::string& errorText) {
-  if (required <= targetSize) {
-    return true;
-  }
-  errorText = KtString::printf(kInvalidTargetSize, targetSize, required).str();
-  return false;
-}
-
-std::shared_ptr<char> allocateSamples(std::size_t size, std::string& errorText) {
-  // An image without pixels still gets an address: calloc may answer null for no bytes.
-  auto* const memory = static_cast<char*>(std::calloc(size > 0 ? size : 1, 1));
-  if (memory == nullptr) {
-    errorText = kOutOfMemory;
-    return nullptr;
-  }
-  return {memory, [](char* samples) { std::free(samples); }};
+  const int first = std::min(firstFrame, frames - 1);
+  const int last = std::clamp(lastFrame, first, frames - 1);
+  return {first, last, last - first + 1, false};
 }
 
 }  // namespace Decoding
@@ -139,28 +232,17 @@ bool SliceImage::process(DcmItem& item, std::string& errorText, int firstFrame, 
   errorText.clear();
   valid = false;
   Decoding::warnWithoutDictionary();
-
-  const Result<DcmPixelData*> pixelData = findPixelData(item);
-  if (!pixelData) {
-    errorText = pixelData.reason().text;
-    return false;
+  try {
+    const Result<void> filled =
+        Decoding::fill(*this, item, firstFrame, lastFrame, target, targetSize);
+    valid = static_cast<bool>(filled);
+    if (!valid) {
+      errorText = filled.reason().text;
+    }
+  } catch (const Decoding::NoImageMemory& exception) {
+    errorText = exception.what();
+    throw std::bad_alloc();
   }
-  lossy = Decoding::isLossy(item);
-  Decoding::registerDecoders();
-
-  const ImageAttributes attributes = readImageAttributes(item, *pixelData);
-  if (attributes.missing) {
-    errorText = attributes.missing->text;
-    return false;
-  }
-  Decoding::storeAttributes(*this, item, attributes);
-
-  const Decoding::FrameRange frames =
-      Decoding::clampFrames(firstFrame, lastFrame, attributes.frames.in16Bits);
-  extent.z = frames.count;
-
-  const Decoding::Task task{item, **pixelData, attributes, frames, target, targetSize};
-  valid = Decoding::decode(*this, task, errorText);
   return valid;
 }
 

@@ -5,6 +5,7 @@
 #include <zrdcmexport/ZrdcmexportApi.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -100,5 +101,50 @@ struct FrameFormat {
 /// @see PS3.5 A.4 (encapsulated pixel data), PS3.3 C.7.6.3.1.2 (Photometric Interpretation)
 [[nodiscard]] ZRDCMEXPORT_API bool decodeFrame(DcmItem& item, std::uint64_t frame, void* target,
                                                std::uint64_t targetSize, std::string& errorText);
+
+/// Frames of one image by their numbers, in any order, each as decodeFrame() delivers it.
+///
+/// decodeFrame() reads the attributes and finds out where the frames begin at each call. A reader does
+/// so once: to read many frames of one image costs what the frames cost.
+///
+///     Zrg::FrameReader reader;
+///     bool done = reader.open(dataset, error);
+///     for (std::uint64_t frame = 0; done && frame < reader.format().frames; ++frame) {
+///       done = reader.decode(frame, memory.data(), memory.size(), error);
+///     }
+///
+/// The item must outlive the reader, and its attributes and pixel data stay as they are; that its
+/// pixel data is decompressed meanwhile does no harm. A reader is used by one thread at a time, and so
+/// is its item. Readers move; one that was moved from has no image.
+class ZRDCMEXPORT_API FrameReader {
+public:
+  /// A reader without an image.
+  FrameReader();
+  ~FrameReader();
+  FrameReader(FrameReader&& other) noexcept;
+  FrameReader& operator=(FrameReader&& other) noexcept;
+  FrameReader(const FrameReader&) = delete;
+  FrameReader& operator=(const FrameReader&) = delete;
+
+  /// Reads what there is to know before decoding. The image that the reader had before is let go.
+  ///
+  /// @param item      the dataset, or an item with pixel data of its own.
+  /// @param errorText cleared; on failure as readFrameFormat() says.
+  /// @return false, and the reader has no image, for the items that readFrameFormat() refuses and
+  ///         when memory runs out.
+  [[nodiscard]] bool open(DcmItem& item, std::string& errorText);
+
+  /// What decode() delivers of every frame; without an image all of it is 0.
+  [[nodiscard]] FrameFormat format() const;
+
+  /// Decodes one frame; parameters, changes of the item and failures are those of decodeFrame(). A
+  /// reader without an image fails.
+  [[nodiscard]] bool decode(std::uint64_t frame, void* target, std::uint64_t targetSize,
+                            std::string& errorText);
+
+private:
+  class State;
+  std::unique_ptr<State> state_;
+};
 
 }  // namespace Zrg

@@ -380,7 +380,7 @@ INSTANTIATE_TEST_SUITE_P(
             "OneBit", [] { return grey().withUint16(DCM_BitsAllocated, 1).build(); }, 0,
             "Bits Allocated is 1: pixels of one bit stand packed in bytes, which is not decoded"},
         Refusal{"TwelveBits", [] { return grey().withUint16(DCM_BitsAllocated, 12).build(); }, 0,
-                "Bits Allocated is 12: only 8, 16 and 32 bits are decoded"},
+                "Bits Allocated is 12: samples that do not fill 1, 2 or 4 bytes are not decoded"},
         Refusal{"ThreeGreySamples",
                 [] { return grey().withUint16(DCM_SamplesPerPixel, 3).build(); }, 0,
                 "Samples per Pixel is 3, where a monochrome image has 1"},

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Frames taken out of order from one decoder: what it remembers of the last one must not show.
+#include "decoding/Decoders.h"
 #include "decoding/FrameDecoder.h"
-#include "decoding/SliceDecoding.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
 

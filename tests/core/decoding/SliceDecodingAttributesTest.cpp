@@ -383,8 +383,8 @@ struct Clamping {
 class SliceDecodingFrameRange : public testing::TestWithParam<Clamping> {};
 
 TEST_P(SliceDecodingFrameRange, IsClampedIntoTheImage) {
-  const Zrg::Decoding::FrameRange range =
-      Zrg::Decoding::clampFrames(GetParam().firstFrame, GetParam().lastFrame, GetParam().frames);
+  const Zrg::Decoding::FrameSelection range =
+      Zrg::Decoding::selectFrames(GetParam().firstFrame, GetParam().lastFrame, GetParam().frames);
 
   EXPECT_EQ(range.first, GetParam().first);
   EXPECT_EQ(range.last, GetParam().last);

@@ -1,16 +1,20 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // What a slice says besides its samples. Values are read as text, because files are careless with VRs.
-#include "decoding/SliceDecoding.h"
+#include "decoding/SliceAttributes.h"
+
+#include "dicom/ImageAttributes.h"
 #include "dicom/ItemValues.h"
 #include "streams/TransferSyntaxes.h"
 
 #include <wexlib/WexItemOF.h>
+#include <zrdcmexport/ZrSliceImage.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace Zrg::Decoding {
 
@@ -59,13 +63,13 @@ KtVec2f readSpacing(DcmItem& item) {
   return rowsAndColumns ? KtVec2f(rowsAndColumns->y, rowsAndColumns->x) : notSet();
 }
 
-FrameRange clampFrames(int firstFrame, int lastFrame, int frames) {
-  if (firstFrame < 0) {
-    return {0, frames - 1, frames, true};
-  }
-  const int first = std::min(firstFrame, frames - 1);
-  const int last = std::clamp(lastFrame, first, frames - 1);
-  return {first, last, last - first + 1, false};
+void storeAttributes(SliceImage& slice, DcmItem& item, const ImageAttributes& attributes) {
+  slice.extent = KtVec3l(attributes.size.columns, attributes.size.rows, attributes.frames.in16Bits);
+  slice.bytesPerSample = attributes.size.bytesPerSample();
+  slice.sampleOffset = 0.0F;
+  slice.rescale = readRescale(item);
+  slice.voiWindow = readWindow(item);
+  slice.pixelSpacing = readSpacing(item);
 }
 
 }  // namespace Zrg::Decoding

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "decoding/FrameDecoder.h"
+#include "decoding/FrameFragments.h"
+#include "dicom/ImageAttributes.h"
+#include "dicom/Result.h"
+
+#include <zrdcmexport/ZrFrames.h>
+#include <zrdcmexport/ZrTransferSyntax.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+class DcmItem;
+class DcmPixelData;
+
+namespace Zrg::Decoding {
+
+/// An image whose frames can be asked for: everything that is known before a sample is read.
+struct Image {
+  DcmPixelData* pixelData = nullptr;
+  ImageAttributes attributes;
+  FrameFormat format;
+};
+
+/// Reads the image of an item, or says why it cannot be decoded.
+[[nodiscard]] Result<Image> readImage(DcmItem& item);
+
+/// The frames of an image by their numbers. Where each of them begins is found once and kept.
+class ImageFrames {
+public:
+  /// @param item must outlive the frames, with its pixel data
+  ImageFrames(DcmItem& item, Image image);
+
+  [[nodiscard]] const FrameFormat& format() const { return image_.format; }
+
+  /// Whether the pixel data is still as it was when the frames were made: not decompressed since.
+  [[nodiscard]] bool areUpToDate() const;
+
+  /// Decodes one frame.
+  /// @param frame      0-based
+  /// @param target     receives frameBytes() of the format
+  /// @param targetSize bytes there
+  [[nodiscard]] Result<void> decode(std::uint64_t frame, char* target, std::uint64_t targetSize);
+
+private:
+  [[nodiscard]] Result<void> mayDecode(std::uint64_t frame, std::uint64_t targetSize) const;
+  [[nodiscard]] Result<Uint32> findStart(Uint32 frame);
+  [[nodiscard]] Result<void> decodeStored(Uint32 frame, char* target);
+  [[nodiscard]] Result<void> decodeNarrow(Uint32 frame, char* target, unsigned int precision);
+  [[nodiscard]] Result<void> renderNative(Uint32 frame, char* target);
+  [[nodiscard]] Result<void> renderDecoded(Uint32 frame, char* target);
+  [[nodiscard]] Result<void> take(Uint32 frame, Uint32 frameBytes, void* target, Uint32 targetSize);
+  [[nodiscard]] Message reasonOfRefusal();
+  [[nodiscard]] std::optional<CodedFrame> codedHeader();
+
+  DcmItem& item_;
+  Image image_;
+  FrameFragments fragments_;
+  FrameDecoder decoder_;
+  Uint32 start_ = 0;  ///< the fragment in which the frame that is being decoded begins
+};
+
+}  // namespace Zrg::Decoding

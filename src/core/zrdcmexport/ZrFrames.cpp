@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Single frames of an image for callers: what is known before decoding, what it takes, and a reader
+// of frames by their numbers. How they are decoded is in decoding/ImageFrames.cpp.
+#include "ZrFrames.h"
+
+#include "decoding/Decoders.h"
+#include "decoding/ImageFrames.h"
+#include "decoding/SampleMemory.h"
+#include "decoding/SliceAttributes.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+namespace Zrg {
+
+namespace {
+
+constexpr char kNotOpen[] = "No image is open to read frames of";
+
+}  // namespace
+
+std::uint64_t numberOfFrames(DcmItem& item) {
+  return readFrameCount(item).inFull;
+}
+
+bool readFrameFormat(DcmItem& item, FrameFormat& format, std::string& errorText) {
+  errorText.clear();
+  const Result<Decoding::Image> image = Decoding::readImage(item);
+  if (!image) {
+    errorText = image.reason().text;
+    return false;
+  }
+  format = image->format;
+  return true;
+}
+
+bool describeImage(DcmItem& item, SliceImage& image, std::string& errorText) {
+  errorText.clear();
+  const Result<Decoding::Image> known = Decoding::readImage(item);
+  if (!known) {
+    errorText = known.reason().text;
+    return false;
+  }
+  Decoding::storeAttributes(image, item, known->attributes);
+  image.extent.z = static_cast<long long>(known->format.frames);
+  image.samplesPerPixel = known->format.samplesPerPixel;
+  image.bytesPerSample = known->format.bytesPerSample;
+  image.lossy = Decoding::isLossy(item);
+  image.valid = false;
+  return true;
+}
+
+std::optional<std::uint64_t> decodedBytes(DcmItem& item, std::uint64_t first, std::uint64_t last) {
+  const ImageAttributes attributes = readImageAttributes(item, nullptr);
+  const FrameSize& size = attributes.size;
+  if (attributes.missing || last < first) {
+    return std::nullopt;
+  }
+  const std::uint64_t frames = plus(last - first, 1);
+  if (attributes.monochrome) {
+    return times(size.cellsBytes(), frames);
+  }
+  // A palette of 8-bit indices may have entries of 16 bits.
+  const bool palette = size.samplesPerPixel == 1;
+  const unsigned int planeBytes = std::max(size.cellBytes(), palette ? 2U : 1U);
+  const std::uint64_t planes = times(size.rgbBytes(), planeBytes);
+  return plus(times(size.rgbBytes(), frames), plus(times(size.cellsBytes(), 2), planes));
+}
+
+/// The item that is open, and its frames.
+class FrameReader::State {
+public:
+  static Result<std::unique_ptr<State>> open(DcmItem& item) {
+    Result<Decoding::Image> image = Decoding::readImage(item);
+    if (!image) {
+      return image.reason();
+    }
+    return std::unique_ptr<State>(new State(item, std::move(*image)));
+  }
+
+  [[nodiscard]] const FrameFormat& format() const { return frames_->format(); }
+
+  Result<void> decode(std::uint64_t frame, char* target, std::uint64_t targetSize) {
+    if (!frames_->areUpToDate()) {
+      Result<Decoding::Image> image = Decoding::readImage(item_);
+      if (!image) {
+        return image.reason();
+      }
+      frames_ = std::make_unique<Decoding::ImageFrames>(item_, std::move(*image));
+    }
+    return frames_->decode(frame, target, targetSize);
+  }
+
+private:
+  State(DcmItem& item, Decoding::Image image)
+      : item_(item), frames_(std::make_unique<Decoding::ImageFrames>(item, std::move(image))) {}
+
+  DcmItem& item_;
+  std::unique_ptr<Decoding::ImageFrames> frames_;  ///< never null
+};
+
+FrameReader::FrameReader() = default;
+FrameReader::~FrameReader() = default;
+FrameReader::FrameReader(FrameReader&& other) noexcept = default;
+FrameReader& FrameReader::operator=(FrameReader&& other) noexcept = default;
+
+bool FrameReader::open(DcmItem& item, std::string& errorText) {
+  errorText.clear();
+  state_.reset();
+  Decoding::warnWithoutDictionary();
+  Decoding::registerDecoders();
+  try {
+    Result<std::unique_ptr<State>> state = State::open(item);
+    if (state) {
+      state_ = std::move(*state);
+    } else {
+      errorText = state.reason().text;
+    }
+  } catch (const std::bad_alloc&) {
+    errorText = Decoding::kOutOfMemory;
+  }
+  return state_ != nullptr;
+}
+
+FrameFormat FrameReader::format() const {
+  return state_ != nullptr ? state_->format() : FrameFormat{};
+}
+
+bool FrameReader::decode(std::uint64_t frame, void* target, std::uint64_t targetSize,
+                         std::string& errorText) {
+  errorText.clear();
+  try {
+    if (state_ == nullptr) {
+      errorText = kNotOpen;
+      return false;
+    }
+    const Result<void> decoded = state_->decode(frame, static_cast<char*>(target), targetSize);
+    if (!decoded) {
+      errorText = decoded.reason().text;
+    }
+    return static_cast<bool>(decoded);
+  } catch (const std::bad_alloc&) {
+    errorText = Decoding::kOutOfMemory;
+    return false;
+  }
+}
+
+bool decodeFrame(DcmItem& item, std::uint64_t frame, void* target, std::uint64_t targetSize,
+                 std::string& errorText) {
+  FrameReader reader;
+  return reader.open(item, errorText) && reader.decode(frame, target, targetSize, errorText);
+}
+
+}  // namespace Zrg

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// A reader keeps what it knows of an image between frames: each frame is the one that decodeFrame gives.
+#include "FrameTesting.h"
+#include "SliceDecodingFixtures.h"
+#include "support/Compression.h"
+#include "support/ImageBuilder.h"
+#include "support/RowName.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <utility>
+
+namespace {
+
+using decoding::Fragment;
+using support::ImageBuilder;
+using testing::Each;
+
+constexpr unsigned kFrames = 5;
+constexpr int kStep = 40;
+
+// Every frame has one value in all its samples.
+std::unique_ptr<DcmDataset> clip(ImageBuilder image, std::size_t channels,
+                                 E_TransferSyntax syntax) {
+  std::vector<int> samples;
+  for (unsigned frame = 0; frame < kFrames; ++frame) {
+    samples.insert(samples.end(), 16 * 16 * channels, kStep * static_cast<int>(frame));
+  }
+  const auto native = image.frames(kFrames).samples(samples).build();
+  return DcmXfer(syntax).isEncapsulated() ? support::compress(*native, syntax)
+                                          : support::readBack(*native, syntax);
+}
+
+ImageBuilder grey() {
+  return support::monochromeImage(16, 16).unsigned8();
+}
+
+std::vector<std::uint8_t> read(Zrg::FrameReader& reader, std::uint64_t frame) {
+  std::vector<std::uint8_t> bytes(reader.format().frameBytes(), 0xA5);
+  std::string errorText = "left over";
+  EXPECT_TRUE(reader.decode(frame, bytes.data(), bytes.size(), errorText)) << errorText;
+  EXPECT_EQ(errorText, "");
+  return bytes;
+}
+
+Zrg::FrameReader open(DcmItem& item) {
+  Zrg::FrameReader reader;
+  std::string errorText;
+  EXPECT_TRUE(reader.open(item, errorText)) << errorText;
+  return reader;
+}
+
+struct Coding {
+  const char* name;
+  bool colour;
+  E_TransferSyntax syntax;
+};
+
+void PrintTo(const Coding& coding, std::ostream* stream) {
+  *stream << coding.name;
+}
+
+class FrameReaderOf : public testing::TestWithParam<Coding> {
+protected:
+  std::unique_ptr<DcmDataset> image_ = GetParam().colour
+                                           ? clip(support::rgbImage(16, 16), 3, GetParam().syntax)
+                                           : clip(grey(), 1, GetParam().syntax);
+};
+
+TEST_P(FrameReaderOf, ImageGivesFramesInAnyOrder) {
+  Zrg::FrameReader reader = open(*image_);
+
+  for (const unsigned frame : {0U, 1U, 2U, 4U, 3U, 3U, 0U}) {
+    EXPECT_THAT(read(reader, frame), Each(kStep * frame)) << frame;
+  }
+}
+
+TEST_P(FrameReaderOf, ImageGoesOnWhenTheImageIsDecompressedMeanwhile) {
+  Zrg::FrameReader reader = open(*image_);
+  EXPECT_THAT(read(reader, 2), Each(2 * kStep));
+
+  ASSERT_TRUE(image_->chooseRepresentation(EXS_LittleEndianExplicit, nullptr).good());
+  image_->removeAllButCurrentRepresentations();
+
+  EXPECT_THAT(read(reader, 3), Each(3 * kStep));
+}
+
+INSTANTIATE_TEST_SUITE_P(Codings, FrameReaderOf,
+                         testing::Values(Coding{"GreyNative", false, EXS_LittleEndianExplicit},
+                                         Coding{"GreyRle", false, EXS_RLELossless},
+                                         Coding{"GreyJpeg", false, EXS_JPEGProcess14SV1},
+                                         Coding{"GreyJpegLs", false, EXS_JPEGLSLossless},
+                                         Coding{"RgbNative", true, EXS_LittleEndianExplicit},
+                                         Coding{"RgbRle", true, EXS_RLELossless},
+                                         Coding{"RgbJpegLs", true, EXS_JPEGLSLossless}),
+                         support::nameOf<Coding>);
+
+TEST(FrameReader, FindsFramesOfSeveralFragmentsByTheirStarts) {
+  const auto whole = clip(grey(), 1, EXS_JPEGProcess14SV1);
+  std::vector<Fragment> fragments;
+  for (const Fragment& frame : decoding::fragmentsOf(*whole)) {
+    for (const Fragment& part : decoding::cut(frame, frame.size() / 4 * 2)) {
+      fragments.push_back(part);
+    }
+  }
+  const auto image = decoding::encapsulate(*whole, EXS_JPEGProcess14SV1, fragments);
+  Zrg::FrameReader reader = open(*image);
+
+  for (const unsigned frame : {3U, 1U, 4U}) {
+    EXPECT_THAT(read(reader, frame), Each(kStep * frame)) << frame;
+  }
+}
+
+TEST(FrameReader, SaysTheFormatOfTheImage) {
+  const auto image = clip(support::rgbImage(16, 16), 3, EXS_LittleEndianExplicit);
+  const Zrg::FrameReader reader = open(*image);
+
+  EXPECT_EQ(reader.format().frames, kFrames);
+  EXPECT_EQ(reader.format().samplesPerPixel, 3U);
+  EXPECT_EQ(reader.format().frameBytes(), 16U * 16 * 3);
+}
+
+TEST(FrameReader, GoesOnAfterAFrameThatFails) {
+  const auto image = clip(grey(), 1, EXS_RLELossless);
+  Zrg::FrameReader reader = open(*image);
+  std::vector<char> target(16 * 16);
+  std::string errorText;
+
+  EXPECT_FALSE(reader.decode(kFrames, target.data(), target.size(), errorText));
+  EXPECT_EQ(errorText, "There is no frame 5: Number of Frames is 5");
+
+  EXPECT_THAT(read(reader, 1), Each(kStep));
+}
+
+TEST(FrameReader, RefusesATargetThatIsTooSmall) {
+  const auto image = clip(grey(), 1, EXS_RLELossless);
+  Zrg::FrameReader reader = open(*image);
+  std::vector<char> target(16 * 16 - 1);
+  std::string errorText;
+
+  EXPECT_FALSE(reader.decode(0, target.data(), target.size(), errorText));
+
+  EXPECT_EQ(errorText, "Invalid target size: buffer 255 bytes, required 256 bytes");
+}
+
+TEST(FrameReader, WithoutAnImageFails) {
+  Zrg::FrameReader reader;
+  char target = 0;
+  std::string errorText;
+
+  EXPECT_FALSE(reader.decode(0, &target, 1, errorText));
+
+  EXPECT_EQ(errorText, "No image is open to read frames of");
+  EXPECT_EQ(reader.format().frames, 0U);
+}
+
+TEST(FrameReader, LetsGoOfAnImageWhenAnotherOneDoesNotOpen) {
+  const auto image = clip(grey(), 1, EXS_RLELossless);
+  Zrg::FrameReader reader = open(*image);
+  DcmItem empty;
+  std::string errorText;
+
+  EXPECT_FALSE(reader.open(empty, errorText));
+
+  EXPECT_EQ(errorText, "File contains no pixel data");
+  EXPECT_EQ(reader.format().frames, 0U);
+}
+
+TEST(FrameReader, TakesItsImageAlongWhenItMoves) {
+  const auto image = clip(grey(), 1, EXS_RLELossless);
+  Zrg::FrameReader reader = open(*image);
+
+  Zrg::FrameReader other = std::move(reader);
+
+  EXPECT_THAT(read(other, 2), Each(2 * kStep));
+}
+
+}  // namespace
