@@ -48,8 +48,8 @@ void runInPlace(benchmark::State& state, KtPrimType type, unsigned bitsStored, u
   run(state, samples, type, samples, table, bitsStored, highBit);
 }
 
-// Both sizes are beyond all caches. The C library copies the larger one past the caches, which makes
-// it the harder measure.
+// Both sizes are beyond all caches. The C library copies the larger one past the caches, which
+// makes it the harder measure.
 constexpr long long kRowsPerMiB = (1 << 20) / (2 * kColumns);
 
 void forSizes(benchmark::internal::Benchmark* benchmark) {
@@ -102,8 +102,8 @@ unsigned bitsOf(std::size_t entries) {
   return entries == 4096 ? 12 : 16;
 }
 
-/// A curve as modality tables hold it: neighbours stay neighbours, also when samples are transformed in
-/// place again and again.
+/// A curve as modality tables hold it: neighbours stay neighbours, also when samples are
+/// transformed in place again and again.
 std::vector<unsigned short> smoothEntries(std::size_t count) {
   std::vector<unsigned short> entries(count);
   for (std::size_t i = 0; i < count; ++i) {

@@ -58,9 +58,9 @@ std::unique_ptr<DcmFileFormat> gatedFile(const Gates& gates) {
   return file;
 }
 
-/// Keeps freed memory with the process. Otherwise large containers alone would be charged with pages
-/// fresh from the system, which cost more than the work on them. It changes the whole process, which
-/// is why these benchmarks have a program of their own.
+/// Keeps freed memory with the process. Otherwise large containers alone would be charged with
+/// pages fresh from the system, which cost more than the work on them. It changes the whole
+/// process, which is why these benchmarks have a program of their own.
 void keepFreedMemory() {
   mallopt(M_TRIM_THRESHOLD, 1 << 30);
   mallopt(M_MMAP_THRESHOLD, 1 << 30);

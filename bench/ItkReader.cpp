@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Reads all frames of a file through ITK, as a volume of signed 16 bits, and prints the CPU time in
-// milliseconds. A program of its own: ITK's libraries would weigh on the memory of the other readers.
+// milliseconds. A program of its own: ITK's libraries would weigh on the memory of the other
+// readers.
 #include <cstdio>
 #include <ctime>
 #include <exception>

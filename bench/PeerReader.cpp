@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// One piece of work in a process of its own, so that its peak memory can be told; bench/peers.py runs
-// it beside other readers. Prints the CPU time of the work in milliseconds.
+// One piece of work in a process of its own, so that its peak memory can be told; bench/peers.py
+// runs it beside other readers. Prints the CPU time of the work in milliseconds.
 //
 //   phantom FILE SYNTAX FRAMES   writes a phantom: native, rle, jpeg_lossless, jpeg_ls
 //   series FOLDER COUNT          writes the images of a series

@@ -43,8 +43,8 @@ void addVector(DcmItem& item, Input& input, const DcmTagKey& key, unsigned frame
   (void)item.putAndInsertUint16Array(tag, numbers.data(), numbers.size());
 }
 
-/// A count that mostly fits, one time in eight any. Few of these are large: tens of thousands of empty
-/// volumes would take a third of the time.
+/// A count that mostly fits, one time in eight any. Few of these are large: tens of thousands of
+/// empty volumes would take a third of the time.
 void addCount(DcmItem& item, Input& input, const DcmTagKey& key) {
   const auto likely = static_cast<Uint16>(input.below(6));
   const unsigned choice = input.below(8);
@@ -249,12 +249,12 @@ void ImageInput::addPixelData(DcmItem& item, const std::vector<Uint8>& payload) 
   }
 }
 
-unsigned ImageInput::numberOf(E_TransferSyntax syntax) {
+unsigned ImageInput::indexOf(E_TransferSyntax syntax) {
   return static_cast<unsigned>(std::find(kSyntaxes.begin(), kSyntaxes.end(), syntax) -
                                kSyntaxes.begin());
 }
 
-unsigned ImageInput::numberOf(const std::string& photometric) {
+unsigned ImageInput::indexOf(const std::string& photometric) {
   return static_cast<unsigned>(std::find(kPhotometrics.begin(), kPhotometrics.end(), photometric) -
                                kPhotometrics.begin());
 }

@@ -12,8 +12,8 @@
 namespace fuzz {
 
 /// An image as the fuzzer's bytes describe it: a head of fixed places, then the parts that the head
-/// asks for, then the pixels or the compressed stream up to the end. Not a builder of the tests or the
-/// phantoms: those throw where an image makes no sense, and this one has to make it.
+/// asks for, then the pixels or the compressed stream up to the end. Not a builder of the tests or
+/// the phantoms: those throw where an image makes no sense, and this one has to make it.
 ///
 ///     0  road: what the target does with the image
 ///     1  transfer syntax      2  photometric interpretation     3  parts, see Part
@@ -69,7 +69,7 @@ struct ImageInput {
   [[nodiscard]] E_TransferSyntax transferSyntax() const;
   [[nodiscard]] const char* photometricInterpretation() const;
 
-  /// Puts the attributes and parts into a dataset or item; the input then stands at the payload.
+  /// Puts the attributes and parts into a dataset or item; the input is at the payload then.
   void addAttributes(DcmItem& item, Input& input) const;
   /// Puts the payload into the item: samples, or fragments behind an empty offset table.
   void addPixelData(DcmItem& item, const std::vector<Uint8>& payload) const;
@@ -79,8 +79,8 @@ struct ImageInput {
       const std::vector<Uint8>& payload) const;
 
   /// Numbers by which `syntax` and `photometric` name what is wanted.
-  static unsigned numberOf(E_TransferSyntax syntax);
-  static unsigned numberOf(const std::string& photometric);
+  static unsigned indexOf(E_TransferSyntax syntax);
+  static unsigned indexOf(const std::string& photometric);
 };
 
 /// Where the payload of an image begins.

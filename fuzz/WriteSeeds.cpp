@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// write_seeds DIRECTORY: writes inputs to start from, a folder for each fuzzer. Images come from the
-// builders of the tests and DCMTK's encoders; the damaged ones are those that break decoders which
-// trust what a file says of itself.
+// write_seeds DIRECTORY: writes inputs to start from, a folder for each fuzzer. Images come from
+// the builders of the tests and DCMTK's encoders; the damaged ones are those that break decoders
+// which trust what a file says of itself.
 #include "ImageInput.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
@@ -56,7 +56,7 @@ struct Seed {
   }
 };
 
-Uint16 numberOf(DcmDataset& dataset, const DcmTagKey& key, Uint16 otherwise) {
+Uint16 uint16Of(DcmDataset& dataset, const DcmTagKey& key, Uint16 otherwise) {
   Uint16 number = 0;
   return dataset.findAndGetUint16(key, number).good() ? number : otherwise;
 }
@@ -93,21 +93,21 @@ Seed seedOf(const ImageBuilder& builder, E_TransferSyntax syntax) {
   ImageInput& head = seed.head;
   OFString photometric;
   (void)dataset->findAndGetOFString(DCM_PhotometricInterpretation, photometric);
-  head.syntax = ImageInput::numberOf(syntax);
-  head.photometric = ImageInput::numberOf(photometric);
-  head.rows = numberOf(*dataset, DCM_Rows, 0);
-  head.columns = numberOf(*dataset, DCM_Columns, 0);
-  head.samplesPerPixel = static_cast<Uint8>(numberOf(*dataset, DCM_SamplesPerPixel, 1));
-  head.bitsAllocated = static_cast<Uint8>(numberOf(*dataset, DCM_BitsAllocated, 8));
-  head.bitsStored = static_cast<Uint8>(numberOf(*dataset, DCM_BitsStored, 8));
-  head.highBit = static_cast<Uint8>(numberOf(*dataset, DCM_HighBit, 7));
+  head.syntax = ImageInput::indexOf(syntax);
+  head.photometric = ImageInput::indexOf(photometric);
+  head.rows = uint16Of(*dataset, DCM_Rows, 0);
+  head.columns = uint16Of(*dataset, DCM_Columns, 0);
+  head.samplesPerPixel = static_cast<Uint8>(uint16Of(*dataset, DCM_SamplesPerPixel, 1));
+  head.bitsAllocated = static_cast<Uint8>(uint16Of(*dataset, DCM_BitsAllocated, 8));
+  head.bitsStored = static_cast<Uint8>(uint16Of(*dataset, DCM_BitsStored, 8));
+  head.highBit = static_cast<Uint8>(uint16Of(*dataset, DCM_HighBit, 7));
   Sint32 frames = 0;
   if (dataset->findAndGetSint32(DCM_NumberOfFrames, frames).good()) {
     head.frames = static_cast<Uint16>(frames);
     head.parts |= ImageInput::kNumberOfFrames;
   }
-  head.parts |= numberOf(*dataset, DCM_PixelRepresentation, 0) != 0 ? ImageInput::kSigned : 0U;
-  head.parts |= numberOf(*dataset, DCM_PlanarConfiguration, 0) != 0 ? ImageInput::kPlanar : 0U;
+  head.parts |= uint16Of(*dataset, DCM_PixelRepresentation, 0) != 0 ? ImageInput::kSigned : 0U;
+  head.parts |= uint16Of(*dataset, DCM_PlanarConfiguration, 0) != 0 ? ImageInput::kPlanar : 0U;
   DcmElement* element = nullptr;
   (void)dataset->findAndGetElement(DCM_PixelData, element);  // a null pointer is refused below
   auto* const pixelData = dynamic_cast<DcmPixelData*>(element);
@@ -182,7 +182,7 @@ void writeImages(const Folder& folder) {
   }
   const auto palette = support::monochromeImage(4, 4).unsigned8();
   Seed seed = seedOf(palette, EXS_LittleEndianExplicit);
-  seed.head.photometric = ImageInput::numberOf("PALETTE COLOR");
+  seed.head.photometric = ImageInput::indexOf("PALETTE COLOR");
   seed.head.parts |= ImageInput::kPalette;
   for (int channel = 0; channel < 3; ++channel) {
     seed.parts = Output().bytes(seed.parts).list({0, 16, 0, 0, 32}).bytes(Bytes(32, 0x55)).all();

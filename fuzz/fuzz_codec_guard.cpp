@@ -353,9 +353,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   ImageInput head = ImageInput::read(input);
   const unsigned road = head.road % 4;
   if (road != 3) {
-    head.syntax = ImageInput::numberOf(road == 0   ? EXS_RLELossless
-                                       : road == 1 ? EXS_JPEGProcess14SV1
-                                                   : EXS_JPEGLSLossless);
+    head.syntax = ImageInput::indexOf(road == 0   ? EXS_RLELossless
+                                      : road == 1 ? EXS_JPEGProcess14SV1
+                                                  : EXS_JPEGLSLossless);
   }
   if (road == 2) {
     head.frames = 1;

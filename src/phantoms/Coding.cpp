@@ -18,22 +18,22 @@ namespace phantoms {
 
 namespace {
 
-struct Coding {
+struct NamedSyntax {
   E_TransferSyntax syntax;
   const char* suffix;
   unsigned number;  // last part of the instance UID
 };
 
-constexpr Coding kCodings[] = {{EXS_LittleEndianExplicit, "", 1},
-                               {EXS_RLELossless, "-rle", 2},
-                               {EXS_JPEGProcess14SV1, "-jpeg-lossless", 3},
-                               {EXS_JPEGLSLossless, "-jpeg-ls", 4},
-                               {EXS_JPEGProcess1, "-jpeg-baseline", 5}};
+constexpr NamedSyntax kSyntaxes[] = {{EXS_LittleEndianExplicit, "", 1},
+                                     {EXS_RLELossless, "-rle", 2},
+                                     {EXS_JPEGProcess14SV1, "-jpeg-lossless", 3},
+                                     {EXS_JPEGLSLossless, "-jpeg-ls", 4},
+                                     {EXS_JPEGProcess1, "-jpeg-baseline", 5}};
 
-const Coding& codingOf(E_TransferSyntax syntax) {
-  for (const Coding& coding : kCodings) {
-    if (coding.syntax == syntax) {
-      return coding;
+const NamedSyntax& namedSyntax(E_TransferSyntax syntax) {
+  for (const NamedSyntax& named : kSyntaxes) {
+    if (named.syntax == syntax) {
+      return named;
     }
   }
   throw std::runtime_error("no such coding");
@@ -54,7 +54,7 @@ void encode(DcmDataset& dataset, E_TransferSyntax syntax) {
 }
 
 CodedPhantom codedAs(const Phantom& phantom, E_TransferSyntax syntax) {
-  const Coding& coding = codingOf(syntax);
+  const NamedSyntax& named = namedSyntax(syntax);
   // A copy: encoding rewrites the dataset.
   auto file = std::make_unique<DcmFileFormat>(phantom.dataset.get());
   DcmDataset& dataset = *file->getDataset();
@@ -63,9 +63,9 @@ CodedPhantom codedAs(const Phantom& phantom, E_TransferSyntax syntax) {
   }
   OFString base;
   require(dataset.findAndGetOFString(DCM_SOPInstanceUID, base), "an instance UID");
-  const std::string instance = base + "." + std::to_string(coding.number);
+  const std::string instance = base + "." + std::to_string(named.number);
   require(dataset.putAndInsertString(DCM_SOPInstanceUID, instance.c_str()), "an instance UID");
-  return {phantom.name + coding.suffix + ".dcm", std::move(file)};
+  return {phantom.name + named.suffix + ".dcm", std::move(file)};
 }
 
 // The encoders must not invent instance UIDs: ours are fixed.

@@ -34,7 +34,8 @@ struct CodedPhantom {
 };
 
 /// @param syntax Explicit VR Little Endian or one of RLE, JPEG lossless, JPEG-LS, JPEG baseline
-/// @throws std::runtime_error when there is no name for the syntax, or the dataset cannot be encoded
+/// @throws std::runtime_error when there is no name for the syntax, or the dataset cannot be
+///         encoded
 CodedPhantom codedAs(const Phantom& phantom, E_TransferSyntax syntax);
 
 }  // namespace phantoms

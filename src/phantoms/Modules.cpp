@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The modules that images of several frames bring beside their pixels, nested where the standard
-// wants them nested.
+// nests them.
 #include "Modules.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -134,7 +134,7 @@ void describeSharedGroups(Builder& builder, const SliceStack& stack) {
   put(window, DCM_WindowWidth, "2500");
 }
 
-void describeFrames(Builder& builder, const SliceStack& stack) {
+void describeFrameGroups(Builder& builder, const SliceStack& stack) {
   for (std::size_t i = 0; i < stack.slices; ++i) {
     DcmItem& groups = builder.item(DCM_PerFrameFunctionalGroupsSequence, i);
     const std::string number = std::to_string(i + 1);
@@ -181,7 +181,7 @@ void describeReconstruction(Builder& builder, const SliceStack& stack) {
   builder.with(DCM_SliceThickness, decimal(stack.spacingMm));
   builder.with(DCM_SpacingBetweenSlices, decimal(stack.spacingMm));
   builder.with(DCM_NumberOfSlices, std::to_string(stack.slices));
-  // The orientation of the slices stands with the detector that their data came from.
+  // The orientation of the slices is an attribute of the detector that their data came from.
   DcmItem& detector = builder.item(DCM_DetectorInformationSequence);
   put(detector, DCM_CollimatorType, "PARA");
   put(detector, DCM_ImagePositionPatient, positionOf(stack, 0));
@@ -206,7 +206,7 @@ void describeEnhancedMr(Builder& builder, const SliceStack& stack) {
   describePulses(builder);
   describeDimensions(builder);
   describeSharedGroups(builder, stack);
-  describeFrames(builder, stack);
+  describeFrameGroups(builder, stack);
 }
 
 }  // namespace phantoms

@@ -67,7 +67,7 @@ std::vector<std::uint16_t> samplesOf(const HeadForm& form) {
   return samples;
 }
 
-PixelFormat formatOf(const HeadForm& form) {
+PixelFormat pixelFormat(const HeadForm& form) {
   PixelFormat format;
   format.columns = form.columns;
   format.rows = form.rows;
@@ -94,9 +94,10 @@ std::unique_ptr<DcmDataset> noisyHead(const HeadForm& form, int number) {
   }
   const std::vector<std::uint16_t> samples = samplesOf(form);
   if (form.eightBit) {
-    builder.withPixels(formatOf(form), std::vector<std::uint8_t>(samples.begin(), samples.end()));
+    builder.withPixels(pixelFormat(form),
+                       std::vector<std::uint8_t>(samples.begin(), samples.end()));
   } else {
-    builder.withPixels(formatOf(form), samples);
+    builder.withPixels(pixelFormat(form), samples);
   }
   return builder.take();
 }

@@ -16,8 +16,8 @@ namespace {
 
 constexpr const char* kName = "comma";
 
-// localedef warns of the categories that are left out and exits with 1: whether the locale can be set
-// tells whether it was made.
+// localedef warns of the categories that are left out and exits with 1: whether the locale can be
+// set tells whether it was made.
 void makeLocale(const std::filesystem::path& folder) {
   const std::filesystem::path source = folder / "source";
   std::ofstream(source) << "comment_char %\nescape_char /\nLC_NUMERIC\ndecimal_point \",\"\n"

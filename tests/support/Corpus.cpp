@@ -21,7 +21,7 @@ std::vector<std::string> cellsOf(const std::string& line) {
   return cells;
 }
 
-/// What a variable names, else a folder that stands beside the source folder.
+/// What a variable names, else a folder beside the source folder.
 std::filesystem::path wantedFolder(const char* variable, const char* besideTheSource) {
   const char* named = std::getenv(variable);
   if (named != nullptr && *named != '\0') {

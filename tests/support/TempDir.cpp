@@ -16,7 +16,7 @@ TempDir::TempDir() {
 }
 
 TempDir::~TempDir() {
-  // A test may have taken the right to write away; leftovers are no reason to fail it.
+  // A test may have taken the right to write away; leftovers do not fail it.
   std::error_code ignored;
   std::filesystem::permissions(path_, std::filesystem::perms::owner_all,
                                std::filesystem::perm_options::add, ignored);

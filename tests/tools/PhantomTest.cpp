@@ -393,8 +393,8 @@ TEST_F(EveryPhantom, IsReadByDcmdumpWithoutComplaint) {
   }
 }
 
-// Three phantoms are what real devices write against the standard: overlays in the samples, which it
-// has retired, a negative spacing, and YBR_FULL samples of an ultrasound clip.
+// Three phantoms are what real devices write against the standard: overlays in the samples, which
+// it has retired, a negative spacing, and YBR_FULL samples of an ultrasound clip.
 TEST_F(EveryPhantom, IsValidToDciodvfyButForItsSubject) {
   const std::map<std::string, std::string> subjects = {
       {"ct-abdomen-overlays", "Overlay"},

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 //
 // The private data elements as one table each for other vendors, for this product (its rows are in
-// zrdcmexport/PrivateElements.def) and for internal use. A row is (tag, VR, VM, name, private creator);
-// what is known of a vendor's element from real files is said above it.
+// zrdcmexport/PrivateElements.def) and for internal use. A row is (tag, VR, VM, name, private
+// creator); what is known of a vendor's element from real files is said above it.
 
 #include "dictionary/Table.h"
 
@@ -10,8 +10,9 @@ namespace ExDCM::Dictionary {
 
 namespace {
 
-// Deliberate: the element numbers are those within the block, unlike our own ones below. DCMTK tries
-// the low byte of a key that has a private creator, so these rows serve every block a file uses.
+// Deliberate: the element numbers are those within the block, unlike our own ones below. DCMTK
+// tries the low byte of a key that has a private creator, so these rows serve every block a file
+// uses.
 // Test: VendorEntries.ResolveInEveryBlock
 constexpr VendorEntry kVendorRows[] = {
     // Another creator of this product, from before group 0x0071 was taken.
@@ -28,7 +29,8 @@ constexpr VendorEntry kVendorRows[] = {
     {0x0021, 0x0020, EVR_DS, 3, "NipplePosition", "General Electric Company"},
     {0x0021, 0x0020, EVR_DS, 3, "NipplePosition", "General Electric Company 01"},
 
-    // GE workstations; the block shares group 0x0071 with our own, only the creator tells them apart.
+    // GE workstations; the block shares group 0x0071 with our own, only the creator tells them
+    // apart.
     {0x0071, 0x0001, EVR_CS, 1, "AnnotationModelType", "GEIIS_RA1000"},
     {0x0071, 0x0020, EVR_ST, 1, "PrivateFontName", "GEIIS_RA1000"},
     {0x0071, 0x0021, EVR_US, 1, "PrivateFontStyle", "GEIIS_RA1000"},

@@ -12,8 +12,8 @@
 /// objects are being initialised.
 namespace ExDCM::Dictionary {
 
-/// Element of another vendor. `element` is the number within the block (0x00bb), which DCMTK resolves
-/// in whatever block a file gave the creator.
+/// Element of another vendor. `element` is the number within the block (0x00bb), which DCMTK
+/// resolves in whatever block a file gave the creator.
 struct VendorEntry {
   Uint16 group;
   Uint16 element;
@@ -31,7 +31,8 @@ struct OwnEntry {
   const char* name;
 };
 
-/// Element without a private creator that carries file and loading state through a dataset in memory.
+/// Element without a private creator that carries file and loading state through a dataset in
+/// memory.
 struct InternalEntry {
   Uint16 element;
   DcmEVR vr;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 //
 // Binary element values as text: raw bytes whose real VR the dictionary knows to be text, and words
-// as lists of numbers. What the dictionary knows beyond DCMTK's own entries is put there by ExDCM.cpp.
+// as lists of numbers. What the dictionary knows beyond DCMTK's own entries is put there by
+// ExDCM.cpp.
 
 #include <zrdcmexport/ExDCM.h>
 
@@ -47,7 +48,8 @@ bool isTextVR(DcmEVR vr) {
 DcmTag adoptVRFromDictionary(DcmOtherByteOtherWord& element) {
   DcmTag tag = element.getTag();
   tag.lookupVRinDictionary();
-  // DCMTK casts elements that call themselves a sequence to its sequence class, which this one is not.
+  // DCMTK casts elements that call themselves a sequence to its sequence class, which this one is
+  // not.
   if (tag.getEVR() != EVR_SQ) {
     (void)element.setVR(tag.getEVR());  // always good for this class: it stores what it is given
   }
@@ -86,7 +88,7 @@ bool getOFStringFromUN(DcmOtherByteOtherWord* element, std::string& text) {
     return false;
   }
   const Uint32 valueBytes = element->getLength();
-  // Lengths are compared as signed numbers: a text of 2 GiB is no text that anyone wants to see.
+  // Lengths are compared as signed numbers: a value of 2 GiB and more is not taken for a text.
   if (static_cast<Sint32>(valueBytes) < 1) {
     return false;
   }

@@ -6,9 +6,10 @@
 /// Names of the sources in the reports of internal checks, "src/core/zrdcmexport/NAME:<unknown
 /// function>".
 ///
-/// Deliberate: readers of logs search for these names, so they stay as they are, whichever file holds
-/// the check, and with or without an ending.
-/// Tests: SliceDecodingModalityLut.OfWiderEntriesThanTheSamplesFails, LutReading.*, SampleTransform.*
+/// Deliberate: readers of logs search for these names, so they stay as they are, whichever file
+/// holds the check, and with or without an ending.
+/// Tests: SliceDecodingModalityLut.OfWiderEntriesThanTheSamplesFails, LutReading.*,
+/// SampleTransform.*
 namespace ExDicomUtilities::CheckSource {
 
 inline constexpr const char* kFrameConversion = "ZrSliceImage";

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 //
-// Order of two images of a series. Each dataset is walked once to find the elements that the criteria
-// read; a look-up per attribute would walk it again every time, and to its end for each attribute that
-// is absent. Then one function per criterion compares the values, in the order in which they decide.
+// Order of two images of a series. Each dataset is walked once to find the elements that the
+// criteria read; a look-up per attribute would walk it again every time, and to its end for each
+// attribute that is absent. Then one function per criterion compares the values, in the order in
+// which they decide.
 
 #include <zrdcmexport/ExDCM.h>
 #include <zrdcmexport/ZrNumbers.h>
@@ -40,7 +41,7 @@ enum Attribute : std::size_t {
 // A key as one number, in the order in which DCMTK keeps the elements of a dataset.
 using KeyNumber = std::uint32_t;
 
-KeyNumber numberOf(const DcmTagKey& key) {
+KeyNumber keyNumber(const DcmTagKey& key) {
   return (static_cast<KeyNumber>(key.getGroup()) << 16U) | key.getElement();
 }
 
@@ -52,7 +53,7 @@ constexpr std::array<KeyNumber, kAttributeCount> kKeys = {
     0x00080008, 0x00180050, 0x00180081, 0x0020000e, 0x00200013, 0x00200100,
     0x00451033, 0x20051412, 0x20051413, 0x70051005, 0x70051016};
 
-// A text that is no number counts as 0.
+// A text that is not a number counts as 0.
 double decimalIn(const OFString& text) {
   return Zrg::doubleOf(text).value_or(0.0);
 }
@@ -65,7 +66,7 @@ public:
     std::size_t next = 0;
     for (DcmObject* object = dataset.nextInContainer(nullptr); object != nullptr && next <= last;
          object = dataset.nextInContainer(object)) {
-      const KeyNumber key = numberOf(object->getTag());
+      const KeyNumber key = keyNumber(object->getTag());
       while (next <= last && kKeys.at(next) < key) {
         ++next;
       }
@@ -88,9 +89,9 @@ public:
     return element != nullptr && element->getOFStringArray(text).good();
   }
 
-  // True when both datasets hold the same characters in elements of one VR, which says whether blanks
-  // count. Cheaper than reading them as values, and the images of a series agree in most of what is
-  // compared.
+  // True when both datasets hold the same characters in elements of one VR, which says whether
+  // blanks count. Cheaper than reading them as values, and the images of a series agree in most of
+  // what is compared.
   bool holdsSameTextAs(const OrderAttributes& other, Attribute attribute) const {
     const DcmElement* const element = elements_.at(attribute);
     const DcmElement* const otherElement = other.elements_.at(attribute);
@@ -132,8 +133,8 @@ private:
   std::array<DcmElement*, kAttributeCount> elements_{};
 };
 
-// The attribute with the largest key that any of the criteria reads; a walk may end behind it, which
-// spares it the overlays and private blocks of most datasets.
+// The attribute with the largest key that any of the criteria reads; a walk may end behind it,
+// which spares it the overlays and private blocks of most datasets.
 Attribute lastAttribute(bool byVendorIndices, bool byTemporalPosition, bool byRpeakDelay,
                         bool byVolumeUID, bool byCardiacPhase) {
   if (byVolumeUID) {
@@ -201,13 +202,14 @@ int compareVendorIndices(const OrderAttributes& first, const OrderAttributes& se
   if (index != 0) {
     return index;
   }
-  // Deliberate: what is absent counts differently on the two sides, so that two datasets without the
-  // element come out as 1 in either order. Test: Compare.VendorIndicesAbsentOnBothSidesGiveOne
+  // Deliberate: what is absent counts differently on the two sides, so that two datasets without
+  // the element come out as 1 in either order. Test: Compare.VendorIndicesAbsentOnBothSidesGiveOne
   return difference(first.integer(kVendorSubIndex, 0), second.integer(kVendorSubIndex, -1));
 }
 
 int compareSliceThickness(const OrderAttributes& first, const OrderAttributes& second) {
-  // Deliberate: a float's 0.001 is a little more than a double's. Test: Compare.ThicknessToleranceIsThatOfAFloat
+  // Deliberate: a float's 0.001 is a little more than a double's.
+  // Test: Compare.ThicknessToleranceIsThatOfAFloat
   constexpr double kTolerance = 0.001F;
   OFString firstText;
   OFString secondText;

@@ -5,8 +5,8 @@
 
 namespace {
 
-/// What a length field can say; all ones stand for an undefined length.
-constexpr unsigned long long kMostBytes = 0xFFFFFFFEULL;
+/// The largest length of an element; all ones mean an undefined length. @see PS3.5 7.1.1
+constexpr unsigned long long kLargestLength = 0xFFFFFFFEULL;
 
 }  // namespace
 
@@ -15,7 +15,7 @@ ZrDcmCallersSamples::ZrDcmCallersSamples(DcmEVR vr, const void* samples, Uint32 
 
 bool ZrDcmCallersSamples::takes(unsigned long long bytes) {
   return std::endian::native == std::endian::little && bytes > 0 && bytes % 2 == 0 &&
-         bytes <= kMostBytes;
+         bytes <= kLargestLength;
 }
 
 OFCondition ZrDcmCallersSamples::write(DcmOutputStream& stream, E_TransferSyntax syntax,

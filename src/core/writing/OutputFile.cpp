@@ -13,7 +13,7 @@
 
 namespace {
 
-/// A further descriptor of the file that `descriptor` stands for; -1 when there is none to be had.
+/// A further descriptor of the same file; -1 when the process has none left.
 int duplicate(int descriptor) {
   return fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
 }

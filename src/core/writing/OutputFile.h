@@ -29,7 +29,7 @@ public:
   /// Writes the meta information or the dataset behind what was written before.
   [[nodiscard]] bool write(DcmObject& part);
 
-  /// Says that all is written and the file is to stay. To be called after successful writes only.
+  /// Says that all is written: the file is kept. Only to be called after successful writes.
   void keep() { whole_ = true; }
 
 private:

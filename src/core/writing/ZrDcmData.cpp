@@ -27,7 +27,7 @@ constexpr const char* kStartSequenceFailed = "[addParameters] startSequence fail
 constexpr const char* kItemFailed = "[addParameters] item->addParameters failed.";
 
 /// Reads group and element from a key; what does not parse stays as it is.
-void parseKey(const KtString& key, unsigned int& group, unsigned int& element) {
+void parseNumbers(const KtString& key, unsigned int& group, unsigned int& element) {
   // How much was read does not matter: the callers' numbers begin as 0.
   (void)std::sscanf(key.c_str(), "G%x-%x", &group, &element);
 }
@@ -74,12 +74,12 @@ KtString itemName(int number) {
 
 ZrDcmTag::ZrDcmTag(KtString tagKey, KtString tagValue)
     : value(std::move(tagValue)), key(std::move(tagKey)) {
-  parseKey(key, group, element);
+  parseNumbers(key, group, element);
 }
 
 ZrDcmSequence::ZrDcmSequence(KtString sequenceKey, ZrDcmData* parentNode)
     : key(std::move(sequenceKey)), parent(parentNode) {
-  parseKey(key, group, element);
+  parseNumbers(key, group, element);
 }
 
 bool ZrDcmData::setDicomTag(const KtString& key, const KtString& value, bool overwrite) {

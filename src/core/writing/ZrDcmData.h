@@ -9,9 +9,9 @@ class GxParamBundle;
 class GxParameter;
 class ZrDcmData;
 
-// What a file is to contain, as text: nodes (`ZrDcmData`: a dataset or a sequence item) hold
-// attributes (`ZrDcmTag`) and sequences (`ZrDcmSequence`), whose items are nodes again. The tree
-// knows nothing of DCMTK; the export writer turns it into a dataset.
+// The content of a file to be written, as text: nodes (`ZrDcmData`: a dataset or a sequence item)
+// hold attributes (`ZrDcmTag`) and sequences (`ZrDcmSequence`), whose items are nodes again. The
+// tree knows nothing of DCMTK; the export writer turns it into a dataset.
 //
 // A key names an attribute or sequence: "G%04x-%04x" of group and element, lower-case hexadecimal,
 // for example "G0008-0016". Keys are compared as whole texts: "G8-16" is another key, though it
@@ -45,7 +45,7 @@ public:
 
 /// One node: a dataset or a sequence item. A plain value that owns all that is below it.
 ///
-/// The same key may stand once among the tags and once among the sequences; nothing checks that.
+/// The same key may be there once among the tags and once among the sequences; nothing checks that.
 /// Failures are a false or null result, the node's `lastError` and a log line "ZrDcmData: ...".
 class ZrDcmData {
 public:
@@ -71,7 +71,7 @@ public:
   /// Fills the node from a parameter bundle whose parameters are named by tag keys.
   ///
   /// A parameter "G0010-0010" with text "PN: Doe^John" sets an attribute: the value is all that
-  /// stands behind the first colon and one blank. Without colon or value it is passed over. A
+  /// follows the first colon and one blank. Without colon or value it is passed over. A
   /// bundle with such a name is a sequence: its child bundles "Item_0", "Item_1", ... up to the
   /// first missing number are the items, or itself when there is no "Item_0". Odd (private) groups
   /// and other names are passed over.

@@ -45,13 +45,14 @@ constexpr const char* kNoTextForm = "has no text form (value representation %s)"
 constexpr const char* kImplementationSuffix = ".1.0.51.20070901";
 
 /// Deliberate: the decimal number 755, not the octal mode of these digits. It is handed on as it
-/// is: hosts with a file library of their own rely on the number. Test: SetOutputBaseDirectory.CreatesAMissingDirectory
+/// is: hosts with a file library of their own rely on the number.
+/// Test: SetOutputBaseDirectory.CreatesAMissingDirectory
 constexpr int kDirectoryMode = 755;
 
 /// File meta attributes belong to the writer (PS3.10 section 7.1).
 ///
-/// Deliberate: a key counts as one by its text, "G0002-...". "G2-10", which names the same group, does not
-/// and is written into the dataset.
+/// Deliberate: a key counts as one by its text, "G0002-...". "G2-10", which names the same group,
+/// does not and is written into the dataset.
 /// Test: WriteImageAsIs.WritesOtherSpellingsOfTheFileMetaGroupIntoTheDataset
 bool isFileMetaKey(const KtString& key) {
   return key.substr(0, 4) == KtString("G0002");
@@ -64,12 +65,12 @@ bool takesVrOfSamples(unsigned int group, unsigned int element) {
   return group == 0x0028 && (element == 0x0120 || (element >= 0x0106 && element <= 0x0111));
 }
 
-DcmTag tagOf(unsigned int group, unsigned int element) {
+DcmTag dcmTag(unsigned int group, unsigned int element) {
   return {static_cast<Uint16>(group), static_cast<Uint16>(element)};
 }
 
 DcmTag tagWithVr(const ZrDcmTag& node, KtPrimType type) {
-  DcmTag tag = tagOf(node.group, node.element);
+  DcmTag tag = dcmTag(node.group, node.element);
   if (takesVrOfSamples(node.group, node.element)) {
     if (type == KtPrimType::U16) {
       tag.setVR(EVR_US);
@@ -97,7 +98,7 @@ std::string reasonOf(const OFCondition& refusal, const DcmTag& tag) {
 }
 
 /// Keyword of an attribute, or its numbers where the dictionary does not know it.
-std::string nameOf(DcmTag tag) {
+std::string attributeName(DcmTag tag) {
   return tag.isUnknownVR() ? tag.toString() : tag.getTagName();
 }
 
@@ -118,7 +119,7 @@ OFCondition insertSamples(DcmItem& dataset, DcmEVR vr, const void* pixels, Uint3
   return status;
 }
 
-/// Puts the samples as they stand; other types than the three of the writer put nothing.
+/// Puts the samples unchanged; types other than the three of the writer put nothing.
 OFCondition putPixelData(DcmItem& dataset, const void* pixels, int count, KtPrimType type) {
   const bool bytes = type == KtPrimType::U8;
   if (!bytes && type != KtPrimType::S16 && type != KtPrimType::U16) {
@@ -253,19 +254,19 @@ bool ZrDcmExportPrivate::writeDicomTags(DcmItem* item, const ZrDcmData* node, Kt
     const OFCondition put = putText(*item, tag, type);
     if (put.bad()) {
       const DcmTag refused = tagWithVr(tag, type);
-      refusedAttribute_ = nameOf(refused) + ": " + reasonOf(put, refused);
+      refusedAttribute_ = attributeName(refused) + ": " + reasonOf(put, refused);
       return false;
     }
   }
   for (const ZrDcmSequence& sequence : node->sequences) {
-    const DcmTag tag = tagOf(sequence.group, sequence.element);
+    const DcmTag tag = dcmTag(sequence.group, sequence.element);
     long number = 0;
     for (const ZrDcmData& itemNode : sequence.items) {
       DcmItem* child = nullptr;
       // Without an item there is nothing to fill: such an item is left out, and no failure.
       (void)item->findOrCreateSequenceItem(tag, child, number);
       if (child != nullptr && !writeDicomTags(child, &itemNode, type, flag)) {
-        refusedAttribute_.insert(0, nameOf(tag) + "[" + std::to_string(number) + "].");
+        refusedAttribute_.insert(0, attributeName(tag) + "[" + std::to_string(number) + "].");
         return false;
       }
       ++number;

@@ -16,8 +16,8 @@ class DcmMetaInfo;
 /// Implementation of the export writer, and the root node of the attributes that it writes.
 ///
 /// Everything that fails here answers false, keeps its message for `lastError()` and logs it as
-/// "Reformat: ...", after the first use of the writer, which readers of logs look for. What fails in
-/// the tree is logged twice, by the tree and by the writer.
+/// "Reformat: ...", after the first use of the writer, which readers of logs look for. What fails
+/// in the tree is logged twice, by the tree and by the writer.
 class ZrDcmExportPrivate : public ZrDcmData {
 public:
   KtString outputBaseDirectory;        ///< directory of the files; its existence is not required
@@ -45,7 +45,7 @@ public:
   ///
   /// @param dim1   positive, as is `dim2`; only the product counts. It is taken in 32 bits.
   /// @param dim2   see `dim1`
-  /// @param pixels dim1 x dim2 x samplesPerPixel samples as they are to stand in the file
+  /// @param pixels dim1 x dim2 x samplesPerPixel samples, written as they are
   /// @param type   U8, S16 or U16; with any other type the file gets no Pixel Data
   bool writeImageAsIs(int dim1, int dim2, void* pixels, KtPrimType type, int samplesPerPixel);
 
@@ -57,8 +57,8 @@ public:
   /// @return false at the first attribute that cannot be put (unknown VR, unreadable number)
   bool writeDicomTags(DcmItem* item, const ZrDcmData* node, KtPrimType type, bool flag);
 
-  /// Why an attribute cannot stand in a file of the face, whose samples are unsigned words; empty
-  /// when it can.
+  /// Why an attribute cannot be in a file of the face, whose samples are unsigned words; empty when
+  /// it can.
   static std::string reasonNotWritable(unsigned int group, unsigned int element,
                                        const std::string& value, bool samplesAreSigned);
 

@@ -4,8 +4,8 @@
 // dictionary/Table.cpp becomes a DcmDictEntry that the dictionary owns from then on.
 //
 // Two locks, always in this order: our registration mutex, then the dictionary's own write lock,
-// which is held only while entries are added. While it is held, nothing here may look a tag up and no
-// DcmTag without a VR may be built: the read lock that DCMTK takes for that fails silently, and
+// which is held only while entries are added. While it is held, nothing here may look a tag up and
+// no DcmTag without a VR may be built: the read lock that DCMTK takes for that fails silently, and
 // releasing it releases the write lock.
 
 #include "dictionary/Table.h"

@@ -11,8 +11,7 @@ ZrDcmExport::ZrDcmExport() {
   try {
     private_ = std::make_unique<ZrDcmExportPrivate>();
   } catch (...) {
-    // Applications build the writer where they cannot catch; they meet the failure at the first
-    // call instead.
+    // Applications build the writer where they cannot catch; the first call fails instead.
     private_ = nullptr;
   }
 }

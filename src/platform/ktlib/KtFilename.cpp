@@ -24,7 +24,7 @@ bool createDirectories(const std::filesystem::path& path, mode_t mode) {
   std::filesystem::path made;
   for (const std::filesystem::path& component : path) {
     made /= component;
-    // What mkdir says does not matter, for somebody else may have been faster: what stands there
+    // What mkdir says does not matter, for somebody else may have been faster: what is there
     // decides.
     if (!isDirectoryAt(made) && ::mkdir(made.c_str(), mode) != 0 && !isDirectoryAt(made)) {
       return false;

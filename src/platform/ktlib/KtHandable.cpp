@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The destructors stand here so that the vtables and type records exist once, in this library.
+// The destructors are here so that the vtables and type records exist once, in this library.
 #include <ktlib/KtHandable.h>
 
 KtHandable::~KtHandable() = default;

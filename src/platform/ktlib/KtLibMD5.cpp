@@ -11,7 +11,7 @@ namespace KtLib {
 namespace {
 using DigestBytes = std::array<std::uint8_t, MD5_DIGEST_LENGTH>;
 
-DigestBytes bytesOf(const MD5& digest) {
+DigestBytes digestBytes(const MD5& digest) {
   DigestBytes bytes{};
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     bytes[i] = static_cast<std::uint8_t>(digest.words[i / 8] >> (i % 8 * 8) & 0xFFU);
@@ -32,7 +32,7 @@ std::string MD5::hex() const {
   static constexpr char kDigits[] = "0123456789abcdef";
   std::string text;
   text.reserve(MD5_DIGEST_STRING_LENGTH);
-  for (const std::uint8_t byte : bytesOf(*this)) {
+  for (const std::uint8_t byte : digestBytes(*this)) {
     text += kDigits[byte >> 4U];
     text += kDigits[byte & 0xFU];
   }
@@ -81,7 +81,7 @@ void MD5Coder::crcMD5Update(int number) {
 }
 
 void MD5Coder::crcMD5Update(const MD5& digest) {
-  const DigestBytes bytes = bytesOf(digest);
+  const DigestBytes bytes = digestBytes(digest);
   crcMD5Update(bytes.data(), bytes.size());
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The position always stands on the first character of the next token, so that asking for more is
+// The position is always that of the first character of the next token, so that asking for more is
 // one comparison.
 #include <ktlib/KtStdStringTokenizer.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Formatting and inclusive substrings; everything else is std::string's and stands in the header.
+// Formatting and inclusive substrings; everything else is std::string's and is in the header.
 #include <ktlib/KtString.h>
 
 #include <algorithm>

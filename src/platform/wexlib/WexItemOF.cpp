@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // DCMTK items behind the item interface. Most reads are DCMTK's own, which sets outputs to neutral
-// values when it fails; what is added is a guard against elements that only pretend to be sequences,
-// and the search for the transfer syntax.
+// values when it fails; what is added is a guard against elements that only pretend to be
+// sequences, and the search for the transfer syntax.
 
 #include <wexlib/WexItemOF.h>
 

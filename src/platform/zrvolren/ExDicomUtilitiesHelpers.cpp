@@ -95,7 +95,8 @@ bool ExDicomUtilities::getAndFixPhotometricInterpretation(DcmItem* item,
                                                           KtString& photometricInterpretation) {
   photometricInterpretation = KtString();
   const char* text = nullptr;
-  // Not findAndGetOFString: of an element without a text VR that would give the bytes in hexadecimal.
+  // Not findAndGetOFString: of an element without a text VR that would give the bytes in
+  // hexadecimal.
   if (item == nullptr || item->findAndGetString(DCM_PhotometricInterpretation, text).bad() ||
       text == nullptr) {
     return false;

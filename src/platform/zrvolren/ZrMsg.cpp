@@ -12,7 +12,8 @@
 //                  8  rows
 //                  8  frames
 //                  1  1 when samples follow, 0 when the container has none
-//                  n  samples without gaps, n = columns x rows x frames x values x bytes of the type
+//                  n  samples without gaps, n = columns x rows x frames x values x bytes of the
+//                  type
 //
 // n is not written: it follows from the fields before it. A reader compares it with what the stream
 // still holds before it allocates anything.

@@ -131,7 +131,8 @@ void ZrOverlayData::cropOverlayData(KtVec2i& origin, KtVec2i& size, KtBitfield& 
     box = findBox(rows, mask);
     if (box.width > 0) {
       mask = cutOut(rows, mask, box);
-      // No wider than the size that came in, so both fit; unsigned, since an origin may be anything.
+      // No wider than the size that came in, so both fit; unsigned, since an origin may be
+      // anything.
       origin.x = static_cast<int>(static_cast<unsigned>(origin.x) + box.column);
       origin.y = static_cast<int>(static_cast<unsigned>(origin.y) + box.row);
     }

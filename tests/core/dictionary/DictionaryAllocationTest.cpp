@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 //
-// Registration when memory runs out. This program replaces operator new for itself and DCMTK, so that
-// the n-th allocation of a thread fails.
+// Registration when memory runs out. This program replaces operator new for itself and DCMTK, so
+// that the n-th allocation of a thread fails.
 //
-// Dictionaries start empty here: reading DCMTK's own some hundred times would take most of a minute.
+// Dictionaries start empty here: reading DCMTK's own some hundred times would take most of a
+// minute.
 #include "DictionaryAccess.h"
 #include "DictionaryRows.h"
 
@@ -71,7 +72,8 @@ extern "C" const char* __lsan_default_suppressions() {
 }
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
-  return "fast_unwind_on_malloc=0";  // DCMTK has no frame pointers, and the line above needs its frames
+  // DCMTK has no frame pointers, and the suppression above needs its frames.
+  return "fast_unwind_on_malloc=0";
 }
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 //
-// Private elements on their way into a file and back: VR, creator and value must survive, also where
-// the file does not store the VR.
+// Private elements on their way into a file and back: VR, creator and value must survive, also
+// where the file does not store the VR.
 #include "DictionaryRows.h"
 #include "support/RowName.h"
 #include "support/TempDir.h"

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 //
-// What the dictionary has to say about every private element, row by row. Written down here a second
-// time, by number and not through the library's own names, so that a slip in its tables shows.
+// What the dictionary has to say about every private element, row by row. Written down here a
+// second time, by number and not through the library's own names, so that a slip in its tables
+// shows.
 #pragma once
 
 #include <zrdcmexport/ExDCM.h>

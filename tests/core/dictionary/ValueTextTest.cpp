@@ -98,7 +98,8 @@ TEST_F(GetOFStringFromUN, TakesTheUnknownVROfImplicitFilesForUN) {
   EXPECT_EQ(text_, "PAT1");
 }
 
-// The length is that of the file as long as the value stays there; loading it pads it to an even one.
+// The length is that of the file as long as the value stays there; loading it pads it to an even
+// one.
 TEST_F(GetOFStringFromUN, GivesTheOneByteOfAnOddValueThatIsNotLoadedYet) {
   const support::TempDir folder;
   std::ofstream(folder.file("odd"), std::ios::binary) << std::string(

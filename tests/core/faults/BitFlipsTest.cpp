@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Every single bit of small valid files turned over, and the file given to the library: each time an
-// answer within a second, and nothing in it that was not read from the file. To see the latter, every
-// input is answered twice, with fresh memory and targets filled with another pattern each time.
+// Every single bit of small valid files turned over, and the file given to the library: each time
+// an answer within a second, and nothing in it that was not read from the file. To see the latter,
+// every input is answered twice, with fresh memory and targets filled with another pattern each
+// time.
 #include "support/Compression.h"
 #include "support/LogCapture.h"
 #include "support/Md5.h"
@@ -61,7 +62,8 @@ std::size_t bitsBetweenFlips() {
 
 // ---- what the library says to a file ----
 
-/// Null when DCMTK refuses the file, as it does when it is cut off: what it holds then is not filled.
+/// Null when DCMTK refuses the file, as it does when it is cut off: what it holds then is not
+/// filled.
 std::unique_ptr<DcmFileFormat> parse(const std::string& bytes) {
   DcmInputBufferStream stream;
   stream.setBuffer(bytes.data(), static_cast<offile_off_t>(bytes.size()));
@@ -184,8 +186,8 @@ struct Progress {
 
 using SharedProgress = support::SharedMemory<Progress>;
 
-// What damaged lengths ask for takes its time when it is filled, or marked by AddressSanitizer, which
-// has memory of its own beyond every limit and is told by its options below.
+// What damaged lengths ask for takes its time when it is filled, or marked by AddressSanitizer,
+// which has memory of its own beyond every limit and is told by its options below.
 void limitMemory() {
 #if !defined(__SANITIZE_ADDRESS__)
   constexpr rlim_t kBytesAllowed = rlim_t{128} << 20U;

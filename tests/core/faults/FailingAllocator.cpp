@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// This program's own malloc and its kin, in front of those of the C library. The dynamic linker hands
-// them to every library of the process: what our code and DCMTK get with malloc, or with new (which
-// the C++ library gets with malloc), all comes through here.
+// This program's own malloc and its kin, in front of those of the C library. The dynamic linker
+// hands them to every library of the process: what our code and DCMTK get with malloc, or with new
+// (which the C++ library gets with malloc), all comes through here.
 #include "core/faults/FailingAllocator.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@
 #include <link.h>
 
 extern "C" {
-// The C library's own names for what stands below.
+// The C library's own names for what is defined below.
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);

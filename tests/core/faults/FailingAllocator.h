@@ -7,7 +7,7 @@ namespace faults {
 
 /// Which allocations fail once the chosen one is reached.
 enum class Shortage {
-  Once,         ///< that one alone: whoever goes on meets plenty of memory and a hole in its state
+  Once,         ///< that one alone: code that goes on has memory again, and a hole in its state
   FromThen,     ///< that one and all that follow: memory has run out
   OursFromThen  ///< that one and all that our code asks for later; DCMTK gets what it asks for
 };

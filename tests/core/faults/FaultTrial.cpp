@@ -55,8 +55,8 @@ void expectWithinContract(const Trial& trial, const Answer& answer, const Contra
   }
 }
 
-// The call once more, with memory. A DCMTK object may have suffered from a failure of DCMTK's own: it
-// may be refused then, but never give something wrong, and the next one must do.
+// The call once more, with memory. A DCMTK object may have suffered from a failure of DCMTK's own:
+// it may be refused then, but never give something wrong, and the next one must do.
 void expectToWorkAgain(Trial& trial, const Contract& contract, const std::string& right) {
   if (ownerOfTheFailure() == Owner::Dcmtk) {
     if (trial.call() && contract.resultsOfDamage.count(trial.result()) == 0) {
@@ -84,8 +84,8 @@ bool survivesShortage(const Entry& entry, long number, Shortage shortage,
   return true;
 }
 
-// DCMTK does not free everything when an allocation of its own fails: of its blocks it may leave some
-// then. Ours, which include the DCMTK objects that we make, are all freed in any case.
+// DCMTK does not free everything when an allocation of its own fails: of its blocks it may leave
+// some then. Ours, which include the DCMTK objects that we make, are all freed in any case.
 void expectNothingLeft(long blocks) {
   if (blocks == 0 || testing::Test::HasFailure()) {  // a failure itself is remembered in blocks
     return;

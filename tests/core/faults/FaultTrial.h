@@ -25,8 +25,8 @@ public:
   virtual std::string message() const { return {}; }
   /// What a good call has made, in a form that can be compared and printed.
   virtual std::string result() const = 0;
-  /// Replaces the DCMTK object that the entry works on, as DCMTK may damage it when an allocation of
-  /// its own fails. The object of our library stays.
+  /// Replaces the DCMTK object that the entry works on, as DCMTK may damage it when an allocation
+  /// of its own fails. The object of our library stays.
   virtual void renewDcmtkObject() {}
 };
 
@@ -61,7 +61,8 @@ struct Contract {
   std::set<std::string> lesserResults = {};
   /// With true, from a DCMTK object that DCMTK has damaged in the shortage before.
   std::set<std::string> resultsOfDamage = {};
-  /// DCMTK's code for the entry crashes when memory stays short: only our code meets that.
+  /// DCMTK's code for the entry crashes when memory stays short: such shortages are for our code
+  /// alone.
   bool dcmtkNeedsMemory = false;
   bool allocates = true;  ///< false: there is nothing that could fail
 };
@@ -89,9 +90,9 @@ struct Entry {
   Contract contract;
 };
 
-/// Fails the first allocation of the entry's call, in a new trial the second, and so on until a call
-/// passes. After each the answer must be within the contract, the same call once more must give the
-/// right result, and no block may be left. Returns how many allocations have failed.
+/// Fails the first allocation of the entry's call, in a new trial the second, and so on until a
+/// call passes. After each the answer must be within the contract, the same call once more must
+/// give the right result, and no block may be left. Returns how many allocations have failed.
 long expectToSurviveShortages(const Entry& entry);
 
 /// Tests of one entry each. DCMTK is silent and the log goes nowhere.
@@ -99,8 +100,8 @@ class WithoutMemory : public testing::Test {
 protected:
   WithoutMemory();
 
-  /// The entry `call` keeps the contract at whatever allocation memory runs out. It works on a State of
-  /// its own each time; `made` says what a good call has made of that.
+  /// The entry `call` keeps the contract at whatever allocation memory runs out. It works on a
+  /// State of its own each time; `made` says what a good call has made of that.
   template <class State>
   static void expectKept(const Contract& contract, bool (*call)(State&),
                          std::string (*made)(const State&)) {

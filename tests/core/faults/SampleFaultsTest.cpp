@@ -41,7 +41,7 @@ struct Transform {
   }
 };
 
-/// Through a table whose entries stand apart: they are brought together first.
+/// Through a table whose entries are not side by side: they are brought together first.
 struct TransformThroughATable : Transform {
   std::vector<std::uint16_t> spread = std::vector<std::uint16_t>(2048);
 

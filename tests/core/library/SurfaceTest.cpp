@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The shared library as a program from outside uses it: each installed header, and something that it
-// declares. What the functions do in full is tested in the folders of their subjects.
+// The shared library as a program from outside uses it: each installed header, and something that
+// it declares. What the functions do in full is tested in the folders of their subjects.
 #include "support/ImageBuilder.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"

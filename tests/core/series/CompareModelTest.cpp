@@ -297,7 +297,8 @@ TEST_F(CompareOddDatasets, FindsElementsThatAreOutOfOrder) {
   EXPECT_EQ(ExDCM::compare(first.get(), second.get(), false, false, false, false, false, false), 1);
 }
 
-// What blanks count for depends on the VR: a code string loses those in front, a short text keeps them.
+// What blanks count for depends on the VR: a code string loses those in front, a short text keeps
+// them.
 TEST_F(CompareOddDatasets, TellsEqualBytesOfDifferentVRsApart) {
   const auto code = Stream().add(0x0008, 0x0008, "CS", " A").add(0x0020, 0x0013, "IS", "1").read();
   const auto text = Stream().add(0x0008, 0x0008, "ST", " A").add(0x0020, 0x0013, "IS", "2").read();

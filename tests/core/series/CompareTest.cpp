@@ -348,8 +348,8 @@ TEST(Compare, OrdersVolumeUIDsAsText) {
 
 // ---- order of the criteria ----
 
-// Every criterion says "second first", except the one at `decisive`, which says "first first" and all
-// before which are equal.
+// Every criterion says "second first", except the one at `decisive`, which says "first first" and
+// all before which are equal.
 DatasetOwner rankedImage(int decisive, bool isFirst) {
   const std::vector<std::pair<DcmTagKey, DcmEVR>> criteria = {
       {DCM_ImageType, EVR_CS},

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Several threads at work, each on datasets of its own. CTest gives each test a process of its own, so
-// the decoders are registered for the first time by all threads at once.
+// Several threads at work, each on datasets of its own. CTest gives each test a process of its own,
+// so the decoders are registered for the first time by all threads at once.
 #include "AtOnce.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"

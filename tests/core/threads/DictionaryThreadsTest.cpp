@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Registration of the private elements from several threads. CTest gives each test a process of its
-// own, so each of them meets a dictionary that was never touched before.
+// own, so each of them has a dictionary that was never touched before.
 #include "AtOnce.h"
 #include "core/dictionary/DictionaryAccess.h"
 #include "core/dictionary/DictionaryRows.h"

@@ -28,7 +28,7 @@ using exporting::textOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// Says that it is a bundle and is none.
+/// Says that it is a bundle and is not.
 class ImpostorBundle : public GxParamBase {
 public:
   using GxParamBase::GxParamBase;

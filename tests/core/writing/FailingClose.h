@@ -3,8 +3,9 @@
 
 namespace exporting {
 
-/// While it lives, one call of `close` by the library or a test answers that bytes of the file could not be
-/// stored, once, as a file system behind a network does. The descriptor is closed all the same.
+/// While it lives, one call of `close` by the library or a test answers that bytes of the file
+/// could not be stored, once, as a file system behind a network does. The descriptor is closed all
+/// the same.
 class FailingClose {
 public:
   /// @param calls  how many calls of `close` still succeed before it

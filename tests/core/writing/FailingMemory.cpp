@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// This program's own operator new. It stands in a file of its own, so that the compiler does not
+// This program's own operator new. It is in a file of its own, so that the compiler does not
 // inline one half of the pair and take the other for a mismatch.
 #include "core/writing/FailingMemory.h"
 

@@ -131,7 +131,8 @@ struct LateStep {
   const char* message;
 };
 
-// A file system behind a network may take every byte, and say only at the closing that they are lost.
+// A file system behind a network may take every byte, and say only at the closing that they are
+// lost.
 class LateRefusal : public WriteFaults, public testing::WithParamInterface<LateStep> {};
 
 TEST_P(LateRefusal, IsReportedByTheStepThatMetIt) {
@@ -156,12 +157,12 @@ TEST_F(WriteFaults, TakesAFileThatCannotBeAskedForUnwritten) {
   ASSERT_TRUE(dataset.putAndInsertString(DCM_PatientName, "A").good());
   rlimit before{};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-  // UndefinedBehaviorSanitizer takes a descriptor for each class that it meets for the first time.
+  // UndefinedBehaviorSanitizer takes a descriptor for each class that it sees for the first time.
   ASSERT_TRUE(ZrDcmOutputFile(folder_.file("first.dcm").c_str()).write(dataset));
   bool done = true;
   {
     ZrDcmOutputFile file(folder_.file("image.dcm").c_str());
-    const rlimit none = {0, before.rlim_max};  // open descriptors stay, there is none to be had
+    const rlimit none = {0, before.rlim_max};  // open descriptors stay, and no other can be opened
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
     done = file.write(dataset);
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);

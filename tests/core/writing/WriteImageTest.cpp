@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// What stands in a written file, and what is refused before one is written.
+// What a written file contains, and what is refused before one is written.
 #include "core/writing/ExportFixture.h"
 #include "support/LogCapture.h"
 #include "support/RowName.h"
@@ -284,7 +284,8 @@ TEST_F(WriteImageAsIs, NeverWritesFileMetaAttributesOfTheTree) {
   EXPECT_FALSE(file->getDataset()->tagExists(DCM_ImplementationVersionName));
 }
 
-// Keys are told by their text: these name attributes of the group too, and are written like any other.
+// Keys are told by their text: these name attributes of the group too, and are written like any
+// other.
 TEST_F(WriteImageAsIs, WritesOtherSpellingsOfTheFileMetaGroupIntoTheDataset) {
   GxParamBundle bundle("root");
   bundle.addParameter("G2-10", "UI: 1.2.840.10008.1.2.2");
@@ -527,7 +528,7 @@ TEST_F(WriteImageAsIs, WritesSequencesWithinItems) {
 TEST_F(WriteImageAsIs, LeavesOutItemsThatDcmtkCannotMake) {
   ZrDcmExportPrivate writer = exporting::emptyWriter(folder_.path());
   ASSERT_TRUE(writer.setDicomTag("G0010-0010", "A"));
-  // The attribute above stands where the sequence would, so there is no item to fill.
+  // The attribute above is where the sequence would be, so there is no item to fill.
   ZrDcmSequence* sequence = writer.startSequence("G0010-0010", true);
   ASSERT_NE(sequence, nullptr);
   ASSERT_TRUE(sequence->items.append(ZrDcmData()).setDicomTag("G0009-1001", "x", true));
