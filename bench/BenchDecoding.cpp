@@ -3,6 +3,7 @@
 // all frames, native and compressed, a range of frames, and one frame out of a thousand.
 #include "PhantomFile.h"
 
+#include <zrdcmexport/ZrFrames.h>
 #include <zrdcmexport/ZrSliceImage.h>
 
 #include "dcmtk/dcmdata/dcfcache.h"
@@ -208,5 +209,55 @@ void oneRleFirst(benchmark::State& state) {
   oneFrame(state, EXS_RLELossless, 0);
 }
 BENCHMARK(oneRleFirst)->Name("decode_one_rle/first");
+
+// ---- many small frames by their numbers --------------------------------------------------------
+
+constexpr HeadForm kManySmall{32, 32, 20000, true};
+
+DcmDataset& manySmallFrames() {
+  static const PhantomFile phantom(kManySmall, EXS_RLELossless);
+  static DcmFileFormat file;
+  static const bool loaded = [] {
+    bench::check(file.loadFile(phantom.path()));
+    return true;
+  }();
+  (void)loaded;
+  return *file.getDataset();
+}
+
+void manyByFunction(benchmark::State& state) {
+  DcmDataset& dataset = manySmallFrames();
+  for (auto _ : state) {
+    std::string error;
+    for (int frame = 0; frame < kManySmall.frames; ++frame) {
+      if (!Zrg::decodeFrame(dataset, static_cast<std::uint64_t>(frame), target().data(),
+                            target().size(), error)) {
+        state.SkipWithError(error.c_str());
+        return;
+      }
+    }
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK(manyByFunction)->Name("decode_many/function")->Unit(benchmark::kMillisecond);
+
+void manyByReader(benchmark::State& state) {
+  DcmDataset& dataset = manySmallFrames();
+  for (auto _ : state) {
+    std::string error;
+    Zrg::FrameReader reader;
+    bool done = reader.open(dataset, error);
+    for (int frame = 0; done && frame < kManySmall.frames; ++frame) {
+      done =
+          reader.decode(static_cast<std::uint64_t>(frame), target().data(), target().size(), error);
+    }
+    if (!done) {
+      state.SkipWithError(error.c_str());
+      return;
+    }
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK(manyByReader)->Name("decode_many/reader")->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -52,7 +52,7 @@ SUBJECTS = {
                       ["zrdcmexport/ExDicomUtilitiesLUT.cpp", "samples/LutReading.cpp",
                        "samples/LutWriting.cpp"]),
     "transform": ([("samples/lut_tests", "-*Model*"), ("samples/lut_tests", "*Model*")],
-                  ["samples/Transform.cpp", "samples/Kernels.cpp",
+                  ["samples/Transform.cpp", "samples/TargetTransform.cpp", "samples/Kernels.cpp",
                    "samples/Domain.cpp"]),
     "rendering": ([("dictionary/dict_tests", "*")], ["dictionary/ValueText.cpp"]),
     "comparison": ([("series/series_tests", "*")], ["series/Comparison.cpp"]),

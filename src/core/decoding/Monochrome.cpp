@@ -156,18 +156,15 @@ Result<void> decodeFrames(const Task& task, char* destination) {
   return {};
 }
 
-StoredField readStoredField(DcmItem& item, unsigned int bytesPerSample) {
-  const int allocated = bytesPerSample == 2 ? 16 : 8;
-  const int stored = std::clamp(readInt(item, DCM_BitsStored).value_or(0), 0, allocated);
-  int highBit = allocated - 1;
-  if (const std::optional<int> value = readInt(item, DCM_HighBit)) {
+StoredSamples readProcessedSamples(DcmItem& item, unsigned int bytesPerSample) {
+  StoredSamples stored = readStoredSamples(item, bytesPerSample);
+  if (stored.highBit >= stored.bitsStored && readText(item, DCM_HighBit)) {
     // Deliberate: a high bit is believed only below Bits Stored; stored bits at the top of the sample
     // are taken for the lowest. Without stored bits there is none to point at.
     // Test: Samples/SliceDecodingConversion, HighBitAboveTheStoredBits
-    highBit = std::max(0, *value < stored ? *value : stored - 1);
+    stored.highBit = std::max(stored.bitsStored, 1U) - 1;
   }
-  return {static_cast<unsigned int>(allocated), static_cast<unsigned int>(stored),
-          static_cast<unsigned int>(highBit), readInt(item, DCM_PixelRepresentation) == 1};
+  return stored;
 }
 
 KtHandle<ZrDataAccess> wrapSamples(char* samples, const KtVec3l& extent,
@@ -181,11 +178,11 @@ KtHandle<ZrDataAccess> wrapSamples(char* samples, const KtVec3l& extent,
 }
 
 Result<int> convertInPlace(const KtHandle<ZrDataAccess>& samples,
-                           const ExDicomUtilities::LUT& modalityLut, const StoredField& field) {
+                           const ExDicomUtilities::LUT& modalityLut, const StoredSamples& stored) {
   KtHandle<ZrDataAccess> converted = samples;
   int offset = 0;
   const KtResult result = ExDicomUtilities::extractSample_applyLUT_makeUnsigned(
-      converted, converted, offset, modalityLut, true, field.bitsStored, field.highBit);
+      converted, converted, offset, modalityLut, true, stored.bitsStored, stored.highBit);
   if (ExDicomUtilities::failsInternally(result.isOk(), "res.isOk()",
                                         ExDicomUtilities::CheckSource::kFrameConversion,
                                         kConversionFailureLine)) {

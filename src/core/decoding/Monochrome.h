@@ -6,6 +6,7 @@
 
 #include <ktlib/KtHandle.h>
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
+#include <zrdcmexport/ZrSamples.h>
 #include <zrvolren/ZrDataAccess.h>
 
 #include <memory>
@@ -29,17 +30,9 @@ namespace Zrg::Decoding {
 /// Decodes the selected frames one after the other to `destination`, which holds them all.
 [[nodiscard]] Result<void> decodeFrames(const Task& task, char* destination);
 
-/// Where the stored bits stand inside a sample. Both numbers are below the bits allocated or equal.
-struct StoredField {
-  unsigned int bitsAllocated = 0;
-  unsigned int bitsStored = 0;
-  unsigned int highBit = 0;
-  bool isSigned = false;
-};
-
-/// Reads the stored field of samples of one or two bytes. To be read after decoding, as decoders may
-/// rewrite the attributes with the samples.
-[[nodiscard]] StoredField readStoredField(DcmItem& item, unsigned int bytesPerSample);
+/// Where SliceImage::process takes the stored bits of samples of one or two bytes from. To be read after
+/// decoding, as decoders may rewrite the attributes with the samples.
+[[nodiscard]] StoredSamples readProcessedSamples(DcmItem& item, unsigned int bytesPerSample);
 
 /// Samples of one or two bytes, frame after frame without gaps, as the transform takes them; they
 /// belong to somebody else.
@@ -50,6 +43,6 @@ struct StoredField {
 /// @return what was added to make them unsigned
 [[nodiscard]] Result<int> convertInPlace(const KtHandle<ZrDataAccess>& samples,
                                          const ExDicomUtilities::LUT& modalityLut,
-                                         const StoredField& field);
+                                         const StoredSamples& stored);
 
 }  // namespace Zrg::Decoding

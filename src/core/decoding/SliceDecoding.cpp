@@ -73,16 +73,16 @@ Result<void> fillMonochrome(SliceImage& slice, const Task& task) {
   }
   slice.data = *samples;
 
-  const StoredField field = readStoredField(task.item, slice.bytesPerSample);
-  if (field.bitsStored != field.bitsAllocated) {
+  const StoredSamples stored = readProcessedSamples(task.item, slice.bytesPerSample);
+  if (stored.bitsStored != 8 * stored.bytesPerSample) {
     slice.extractEmbeddedOverlays(task.item, task.frames.first, task.frames.last);
   }
   if (!slice.convertSamples) {
     return {};
   }
   const Result<int> offset =
-      convertInPlace(wrapSamples(slice.data, slice.extent, slice.bytesPerSample, field.isSigned),
-                     modalityLut, field);
+      convertInPlace(wrapSamples(slice.data, slice.extent, slice.bytesPerSample, stored.isSigned),
+                     modalityLut, stored);
   if (!offset) {
     return offset.reason();
   }

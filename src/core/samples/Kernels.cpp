@@ -302,11 +302,11 @@ bool isConvertible(const SampleConversion& conversion) {
 int signOffset(const SampleConversion& conversion) {
   // Deliberate: the offset follows the width in memory and not Bits Stored, so that one number
   // describes all data of a type. Test: SampleTransform.AddsTheSameToEverySignedWidth
-  const bool keepsSamples = conversion.table.valuesPerEntry == 0;
-  if (keepsSamples && conversion.source == KtPrimType::S8) {
+  const bool shifts = conversion.table.valuesPerEntry == 0 && !conversion.keepsSign;
+  if (shifts && conversion.source == KtPrimType::S8) {
     return 128;
   }
-  return keepsSamples && conversion.source == KtPrimType::S16 ? 32768 : 0;
+  return shifts && conversion.source == KtPrimType::S16 ? 32768 : 0;
 }
 
 void convertRun(const SampleConversion& conversion, const void* source, void* target,

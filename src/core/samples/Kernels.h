@@ -41,6 +41,7 @@ struct SampleConversion {
   KtPrimType target = KtPrimType::U8;  ///< type of the results, unsigned
   StoredBits bits;
   LookupTable table;
+  bool keepsSign = false;  ///< results keep the sign of the samples; without a table only
 };
 
 /// Whether convertRun() knows this combination of types and table.

@@ -13,6 +13,7 @@
 #include <zrdcmexport/ZrFrameOrder.h>
 #include <zrdcmexport/ZrFrames.h>
 #include <zrdcmexport/ZrNumbers.h>
+#include <zrdcmexport/ZrSamples.h>
 #include <zrdcmexport/ZrSliceImage.h>
 #include <zrdcmexport/ZrTransferSyntax.h>
 #include <zrvolren/ZrMsg.h>
@@ -167,6 +168,21 @@ TEST(Surface, OfTransferSyntaxesNamesThem) {
   ASSERT_NE(syntax, nullptr);
   EXPECT_TRUE(syntax->lossless);
   EXPECT_TRUE(Zrg::isDecodable(UID_RLELosslessTransferSyntax));
+}
+
+TEST(Surface, OfSamplesTransformsThemFromMemoryIntoMemory) {
+  const Zrg::StoredSamples stored{2, 12, 11, true};
+  const std::uint16_t sample = 0x0FFF;
+  std::int16_t value = 0;
+  std::uint16_t shown = 0;
+
+  Zrg::SampleTransform::isolating(stored).value().apply(&sample, 1, &value);
+  Zrg::SampleTransform::makingUnsigned(stored, ExDicomUtilities::LUT())
+      .value()
+      .apply(&sample, 1, &shown);
+
+  EXPECT_EQ(value, -1);
+  EXPECT_EQ(shown, 32767);
 }
 
 }  // namespace
