@@ -5,7 +5,10 @@
 #include "support/ImageBuilder.h"
 #include "support/RowName.h"
 #include "support/TempDir.h"
-#include "zrimaging/images/DecodedImage.h"
+#include "zrimaging/Error.h"
+#include "zrimaging/File.h"
+#include "zrimaging/Image.h"
+#include "zrimaging/MemoryBudget.h"
 #include "zrimaging/output/OutputFile.h"
 #include "zrimaging/output/ProtectedInputs.h"
 #include "zrimaging/series/SeriesOrder.h"
@@ -121,7 +124,7 @@ TEST_P(BadInput, HasItsReason) {
   GetParam().make(path);
 
   const std::optional<zr::Error> error =
-      errorOf([&] { (void)zr::decodeImage(path, {}, zr::MemoryBudget{1U << 20U}); });
+      errorOf([&] { (void)zr::Image(zr::File(path)).decode({}, zr::MemoryBudget{1U << 20U}); });
 
   ASSERT_TRUE(error);
   EXPECT_STREQ(zr::nameOf(error->reason()), zr::nameOf(GetParam().reason)) << error->what();
@@ -193,7 +196,8 @@ TEST(BadRequest, OfAFrameThatIsNotThereHasItsReason) {
   save(support::ctSlice(2, 2).frames(3), folder.file("in.dcm"));
 
   const std::optional<zr::Error> error = errorOf([&] {
-    (void)zr::decodeImage(folder.file("in.dcm"), {zr::FrameRange{3, 3}, false, false}, {});
+    const zr::Image image(zr::File(folder.file("in.dcm")));
+    (void)image.decode({zr::FrameRange{3, 3}, false, false}, {});
   });
 
   ASSERT_TRUE(error);

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 #include <zrimaging/Samples.h>
+#include <zrimaging/ZrimagingApi.h>
 
 namespace zr {
 
@@ -36,7 +37,8 @@ struct ArrayToWrite {
 };
 
 /// An array whose samples are there. They have to stay until it is written.
-ArrayToWrite arrayOf(const SampleArray& samples, ArrayDescription description = {});
+[[nodiscard]] ZRIMAGING_API ArrayToWrite arrayOf(const SampleArray& samples,
+                                                 ArrayDescription description = {});
 
 /// What the files of a format can hold; a sum of these.
 enum FormatContent : unsigned {
@@ -66,34 +68,34 @@ struct OutputFormat {
 };
 
 /// All formats in the order in which help texts list them.
-std::vector<const OutputFormat*> formats();
+[[nodiscard]] ZRIMAGING_API std::vector<const OutputFormat*> formats();
 
 /// Those that hold all of these contents.
 /// @param contents a sum of FormatContent
-std::vector<const OutputFormat*> formatsWith(unsigned contents);
+[[nodiscard]] ZRIMAGING_API std::vector<const OutputFormat*> formatsWith(unsigned contents);
 
 /// The format of that name; null when there is none.
-const OutputFormat* formatNamed(const std::string& name);
+[[nodiscard]] ZRIMAGING_API const OutputFormat* formatNamed(const std::string& name);
 
 /// The format that the ending of a path means, in capitals or not; null when there is none.
-const OutputFormat* formatOf(const std::filesystem::path& path);
+[[nodiscard]] ZRIMAGING_API const OutputFormat* formatOf(const std::filesystem::path& path);
 
 /// Adds a format of a program's own behind those that are there. The row has to stay; no other thread
 /// may use the table meanwhile.
 /// @throws Error Unsupported when a format of that name or ending is there
-void addFormat(const OutputFormat& format);
+ZRIMAGING_API void addFormat(const OutputFormat& format);
 
 /// Writes an array.
 /// @param inputs files that must not be replaced
 /// @throws Error Unsupported when the format does not hold such an array; CannotWrite when the file
 ///         cannot be written or is an input. What `frameAt` throws passes through.
-void writeArray(const OutputFormat& format, const std::filesystem::path& target,
-                const ProtectedInputs& inputs, const ArrayToWrite& array);
+ZRIMAGING_API void writeArray(const OutputFormat& format, const std::filesystem::path& target,
+                              const ProtectedInputs& inputs, const ArrayToWrite& array);
 
 /// Writes samples as a picture: the PNG format of the table.
 /// @param frame one frame, gray or RGB, 8 or 16 bits; signed samples keep their bits
 /// @throws Error as writeArray()
-void writePicture(const std::filesystem::path& target, const ProtectedInputs& inputs,
-                  const SampleArray& frame);
+ZRIMAGING_API void writePicture(const std::filesystem::path& target, const ProtectedInputs& inputs,
+                                const SampleArray& frame);
 
 }  // namespace zr

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <vector>
+#include <zrimaging/ZrimagingApi.h>
 
 class DcmItem;
 
@@ -17,7 +18,9 @@ struct ValueText {
   std::string utf8;
   bool escaped = false;  ///< it holds bytes that stand for no known character, as \xE9
 
-  bool operator==(const ValueText&) const = default;
+  bool operator==(const ValueText& other) const {
+    return utf8 == other.utf8 && escaped == other.escaped;
+  }
 };
 
 /// value = slope x sample + intercept.
@@ -26,7 +29,10 @@ struct RescaleLine {
   double intercept = 0;
   ValueText unit;  ///< "HU", "Gy" and the like
 
-  bool operator==(const RescaleLine&) const = default;
+  bool operator==(const RescaleLine& other) const {
+    return slope == other.slope && intercept == other.intercept && unit == other.unit;
+  }
+  bool operator!=(const RescaleLine& other) const { return !(*this == other); }
 };
 
 /// How a window maps values to grey (PS3.3 C.11.2.1.2 and C.11.2.1.3).
@@ -39,7 +45,10 @@ struct VoiWindow {
   VoiFunction function = VoiFunction::kLinear;
   ValueText explanation;  ///< Window Center & Width Explanation
 
-  bool operator==(const VoiWindow&) const = default;
+  bool operator==(const VoiWindow& other) const {
+    return centre == other.centre && width == other.width && function == other.function &&
+           explanation == other.explanation;
+  }
 };
 
 /// What a dataset says about one frame. What it does not say, or not as a finite number, is not set:
@@ -54,8 +63,6 @@ struct FrameAttributes {
   bool inVolumeSpace = false;
   /// Spacing Between Slices, or the step of a dose grid, with its sign.
   std::optional<double> sliceSpacing;
-
-  bool operator==(const FrameAttributes&) const = default;
 };
 
 /// The attributes of all frames of an image.
@@ -76,13 +83,14 @@ struct PerFrameAttributes {
 /// though others have, nothing is known. Objects without functional groups have the values at the
 /// top level; the position that stands there is that of frame 0. A dose grid (PS3.3 C.8.8.3) has
 /// Dose Grid Scaling as its line and its frames at the Grid Frame Offset Vector.
-PerFrameAttributes readFrameAttributes(DcmItem& dataset, std::size_t frames);
+[[nodiscard]] ZRIMAGING_API PerFrameAttributes readFrameAttributes(DcmItem& dataset,
+                                                                   std::size_t frames);
 
 /// Millimetres from each of these frames (numbers in the file, at least one) to the next: by their
 /// positions, negative when they run against row direction x column direction; where positions are
 /// not known what the dataset says. Nothing when the steps differ or nothing is said: the thickness
 /// of a slice is no distance.
-std::optional<double> frameSpacingMm(const PerFrameAttributes& image,
-                                     const std::vector<std::size_t>& numbers);
+[[nodiscard]] ZRIMAGING_API std::optional<double> frameSpacingMm(
+    const PerFrameAttributes& image, const std::vector<std::size_t>& numbers);
 
 }  // namespace zr

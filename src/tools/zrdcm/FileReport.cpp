@@ -6,28 +6,19 @@
 
 #include "FrameValues.h"
 #include "Messages.h"
-#include "Numbers.h"
 #include "zrimaging/File.h"
-#include "zrimaging/FrameAttributes.h"
-#include "zrimaging/images/Explanation.h"
-#include "zrimaging/images/FrameSource.h"
-#include "zrimaging/images/ObjectKind.h"
-
-#include <zrdcmexport/ExDicomUtilitiesLUT.h>
-#include <zrdcmexport/ZrFrameOrder.h>
-#include <zrdcmexport/ZrSliceImage.h>
-
-#include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dctk.h"
 
 #include <nlohmann/json.hpp>
 
 #include <memory>
 #include <new>
 #include <numeric>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+#include <zrimaging/Image.h>
+#include <zrimaging/Splitting.h>
 
 namespace zrdcm {
 
@@ -35,50 +26,31 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json textOrNull(const std::string& text) {
-  return text.empty() ? Json(nullptr) : Json(text);
+template <class Value>
+Json valueOrNull(const std::optional<Value>& value) {
+  return value ? Json(*value) : Json(nullptr);
 }
 
-Json numberOrNull(DcmItem& item, const DcmTagKey& key) {
-  Uint16 value = 0;
-  return item.findAndGetUint16(key, value).good() ? Json(value) : Json(nullptr);
+Json namedUid(const zr::NamedUid& uid) {
+  return {{"uid", jsonTextOrNull(uid.uid)}, {"name", jsonTextOrNull(uid.name)}};
 }
 
-Json sopClass(DcmItem& item) {
-  const std::string uid = zr::textOf(item, DCM_SOPClassUID);
-  if (uid.empty()) {
+Json pixelFormat(const zr::PixelFormat& format) {
+  return {{"photometricInterpretation", jsonTextOrNull(format.photometricInterpretation)},
+          {"bitsAllocated", valueOrNull(format.bitsAllocated)},
+          {"bitsStored", valueOrNull(format.bitsStored)},
+          {"highBit", valueOrNull(format.highBit)},
+          {"signed", valueOrNull(format.isSigned)}};
+}
+
+Json lookupTable(const std::optional<zr::TableFacts>& table) {
+  if (!table) {
     return nullptr;
   }
-  const char* name = dcmFindNameOfUID(uid.c_str());
-  return {{"uid", uid}, {"name", name == nullptr ? Json(nullptr) : Json(name)}};
-}
-
-Json transferSyntax(const zr::File& file) {
-  const zr::TransferSyntaxName syntax = zr::transferSyntaxOf(file);
-  return {{"uid", textOrNull(syntax.uid)}, {"name", textOrNull(syntax.name)}};
-}
-
-Json pixelFormat(const zr::File& file) {
-  DcmItem& item = file.dataset();
-  Uint16 representation = 0;
-  const bool known = item.findAndGetUint16(DCM_PixelRepresentation, representation).good();
-  return {{"photometricInterpretation", textOrNull(file.photometricInterpretation())},
-          {"bitsAllocated", numberOrNull(item, DCM_BitsAllocated)},
-          {"bitsStored", numberOrNull(item, DCM_BitsStored)},
-          {"highBit", numberOrNull(item, DCM_HighBit)},
-          {"signed", known ? Json(representation == 1) : Json(nullptr)}};
-}
-
-Json lookupTable(DcmItem& item, bool palette) {
-  ExDicomUtilities::LUT lut;
-  ExDicomUtilities::LUT::dcmDatasetRead(lut, item, palette);
-  if (lut.entries.isNull() || !lut.entries->hasData()) {
-    return nullptr;
-  }
-  return {{"entries", lut.entries->dims().x},
-          {"firstMapped", lut.firstMapped},
-          {"values", lut.entries->nDataVar()},
-          {"bits", 8 * KtPrimType::primTypeSize(lut.entries->primType().code())}};
+  return {{"entries", table->entries},
+          {"firstMapped", table->firstMapped},
+          {"values", table->values},
+          {"bits", table->bits}};
 }
 
 std::vector<std::size_t> allNumbers(const zr::PerFrameAttributes& attributes) {
@@ -87,27 +59,27 @@ std::vector<std::size_t> allNumbers(const zr::PerFrameAttributes& attributes) {
   return numbers;
 }
 
-Json imageAttributes(const zr::DecodedImage& decoded, const zr::PerFrameAttributes& attributes) {
-  const std::vector<std::size_t> numbers = allNumbers(attributes);
-  const zr::SampleArray& samples = decoded.samples;
-  Json image = {{"columns", samples.columns},
-                {"rows", samples.rows},
+Json imageAttributes(const zr::FramesRecord& record) {
+  const std::vector<std::size_t> numbers = allNumbers(record.attributes);
+  const zr::FrameTraits& traits = record.traits;
+  Json image = {{"columns", traits.columns},
+                {"rows", traits.rows},
                 {"frames", numbers.size()},
-                {"bytesPerSample", zr::bytesOf(samples.type)},
-                {"samplesPerPixel", samples.channels},
-                {"lossy", decoded.slice.lossy},
-                {"sampleOffset", jsonNumber(decoded.slice.sampleOffset)},
-                {"frameSpacing", jsonOrNull(zr::frameSpacingMm(attributes, numbers))}};
-  addFrameValues(image, numbers, frameValues(attributes));
+                {"bytesPerSample", zr::bytesOf(traits.type)},
+                {"samplesPerPixel", traits.channels},
+                {"lossy", traits.lossy},
+                {"sampleOffset", traits.sampleOffset},
+                {"frameSpacing", jsonOrNull(zr::frameSpacingMm(record.attributes, numbers))}};
+  addFrameValues(image, numbers, frameValues(record.attributes));
   return image;
 }
 
-Json overlayList(const Zrg::SliceImage& slice) {
+Json overlayList(const KtHandle<ZrOverlayData>& handle) {
   Json list = Json::array();
-  if (slice.overlays.isNull()) {
+  if (handle.isNull()) {
     return list;
   }
-  const ZrOverlayData& overlays = *slice.overlays;
+  const ZrOverlayData& overlays = *handle;
   for (int i = 0; i < overlays.count(); ++i) {
     const KtVec2i origin = overlays.origin(i);
     const KtVec2i size = overlays.size(i);
@@ -122,30 +94,28 @@ Json overlayList(const Zrg::SliceImage& slice) {
 // Monochrome images are decoded whole, so that overlays of every frame are found. Colour has no
 // overlays, and its frames are all alike: one of them tells whether the file decodes, and spares
 // the memory that a long clip takes once it is decoded.
-void addImage(Json& report, std::unique_ptr<zr::File> file, const zr::MemoryBudget& memory) {
-  zr::FrameSource source(std::move(file), memory);
-  const zr::DecodedImage& image = source.image();
-  report["image"] =
-      imageAttributes(image, zr::readFrameAttributes(image.file->dataset(), source.count()));
-  report["overlays"] = overlayList(image.slice);
+void addImage(Json& report, zr::Image image, const zr::MemoryBudget& memory) {
+  const std::unique_ptr<zr::Frames> frames = zr::framesOf(std::move(image), memory);
+  report["image"] = imageAttributes(frames->record());
+  report["overlays"] = overlayList(frames->record().overlays);
   report["ok"] = true;
-  complainOfAll(report["file"].get<std::string>(), source.takeRemarks());
+  complainOfAll(frames->takeRemarks());
 }
 
-Json splitting(DcmItem& item) {
-  const Zrg::FrameIncrement increment = Zrg::readFrameIncrement(item);
-  Zrg::FrameOrder order;
-  std::string reason;
-  const bool split = Zrg::readFrameOrder(item, order, reason);
-  const bool gated = order.rrIntervals != 0;
-  return {{"splittable", split},
-          {"reason", textOrNull(reason)},
-          {"reversed", split ? Json(order.reversed) : Json(nullptr)},
-          {"pointer", textOrNull(increment.pointer)},
-          {"pointerKind", textOrNull(increment.meaning == nullptr ? "" : increment.meaning)},
-          {"timeSlots", gated ? Json(order.timeSlots) : Json(nullptr)},
-          {"rrIntervals", gated ? Json(order.rrIntervals) : Json(nullptr)},
-          {"volumes", order.volumes}};
+Json splittingOf(const zr::Splitting& splitting) {
+  const bool gated = splitting.gated();
+  Json volumes = Json::array();
+  for (const zr::SplitVolume& volume : splitting.volumes) {
+    volumes.push_back(volume.frames);
+  }
+  return {{"splittable", splitting.splits},
+          {"reason", jsonTextOrNull(splitting.reason)},
+          {"reversed", splitting.splits ? Json(splitting.reversed) : Json(nullptr)},
+          {"pointer", jsonTextOrNull(splitting.pointer)},
+          {"pointerKind", jsonTextOrNull(splitting.pointerMeaning)},
+          {"timeSlots", gated ? Json(splitting.timeSlots) : Json(nullptr)},
+          {"rrIntervals", gated ? Json(splitting.rrIntervals) : Json(nullptr)},
+          {"volumes", volumes}};
 }
 
 Json emptyReport(const std::filesystem::path& path) {
@@ -157,26 +127,25 @@ Json emptyReport(const std::filesystem::path& path) {
 }
 
 void fillReport(Json& report, const std::filesystem::path& path, const zr::MemoryBudget& memory) {
-  auto file = std::make_unique<zr::File>(path);
-  DcmDataset& dataset = file->dataset();
-  report["sopClass"] = sopClass(dataset);
-  report["modality"] = textOrNull(zr::textOf(dataset, DCM_Modality));
-  report["transferSyntax"] = transferSyntax(*file);
-  report["pixelFormat"] = pixelFormat(*file);
-  report["multiFrame"] = Zrg::isMultiFrame(dataset);
-  report["multiFrameVolume"] = Zrg::isMultiFrameVolume(dataset);
-  report["enhanced"] = Zrg::isEnhancedDicom(dataset);
-  report["luts"] = {{"modality", lookupTable(dataset, false)},
-                    {"palette", lookupTable(dataset, true)}};
-  const std::string content = zr::describeWithoutPixels(dataset);
-  if (!content.empty()) {
-    report["content"] = content;
+  zr::File file(path);
+  const zr::ObjectFacts facts = zr::describeObject(file);
+  report["sopClass"] = facts.sopClass.uid.empty() ? Json(nullptr) : namedUid(facts.sopClass);
+  report["modality"] = jsonTextOrNull(facts.modality);
+  report["transferSyntax"] = namedUid(facts.transferSyntax);
+  report["pixelFormat"] = pixelFormat(facts.pixelFormat);
+  report["multiFrame"] = facts.multiFrame;
+  report["multiFrameVolume"] = facts.multiFrameVolume;
+  report["enhanced"] = facts.enhanced;
+  report["luts"] = {{"modality", lookupTable(facts.modalityTable)},
+                    {"palette", lookupTable(facts.palette)}};
+  if (!facts.withoutPixels.empty()) {
+    report["content"] = facts.withoutPixels;
     report["ok"] = true;
     return;
   }
-  const Json order = splitting(dataset);
-  addImage(report, std::move(file), memory);
-  report["splitting"] = order;
+  const Json splitting = splittingOf(zr::readSplitting(file));
+  addImage(report, zr::Image(std::move(file)), memory);
+  report["splitting"] = splitting;
 }
 
 }  // namespace

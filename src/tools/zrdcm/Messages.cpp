@@ -136,9 +136,9 @@ void complain(const std::string& line) {
   (void)std::fprintf(stderr, "zrdcm: %s\n", printable(line).c_str());  // nowhere else to go
 }
 
-void complainOfAll(const std::string& file, const std::vector<std::string>& remarks) {
-  for (const std::string& remark : remarks) {
-    complain(file + ": " + remark);
+void complainOfAll(const std::vector<zr::Remark>& remarks) {
+  for (const zr::Remark& remark : remarks) {
+    complain(remark.file + ": " + remark.text);
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <vector>
+#include <zrimaging/Frames.h>
 
 namespace zrdcm {
 
@@ -20,8 +21,8 @@ bool messagesShown();
 /// Tells the user one line on stderr, if messages are wanted.
 void complain(const std::string& line);
 
-/// Tells the user of each remark on a file.
-void complainOfAll(const std::string& file, const std::vector<std::string>& remarks);
+/// Tells the user of each remark.
+void complainOfAll(const std::vector<zr::Remark>& remarks);
 
 /// Writes the line to stdout, made printable; the main program notices when stdout could not take it.
 /// @throws zr::ReaderGone when nobody reads stdout any more

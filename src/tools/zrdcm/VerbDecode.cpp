@@ -10,16 +10,8 @@
 #include "Verb.h"
 #include "WindowOption.h"
 #include "zrimaging/Error.h"
-#include "zrimaging/FrameAttributes.h"
-#include "zrimaging/formats/VolumeHeader.h"
-#include "zrimaging/images/DecodedImage.h"
-#include "zrimaging/images/FrameRange.h"
-#include "zrimaging/images/FrameSource.h"
+#include "zrimaging/File.h"
 #include "zrimaging/output/ProtectedInputs.h"
-#include "zrimaging/pictures/Rendering.h"
-
-#include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dcdatset.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -33,6 +25,9 @@
 #include <string>
 #include <utility>
 #include <vector>
+#include <zrimaging/Formats.h>
+#include <zrimaging/Image.h>
+#include <zrimaging/Pictures.h>
 
 namespace zrdcm {
 
@@ -88,68 +83,69 @@ void refuseWhatOnlyPicturesHave(const DecodeOptions& options, const zr::OutputFo
   }
 }
 
-// One frame keeps the name that was asked for; several are told apart by their frame number.
-fs::path nameOfFrame(const fs::path& output, const zr::DecodedImage& image, std::size_t index) {
-  if (image.frames.count() == 1) {
+// One frame keeps the name that was asked for; several are told apart by their number in the file.
+fs::path nameOfFrame(const fs::path& output, const zr::FrameRange& numbers, std::size_t index) {
+  if (numbers.count() == 1) {
     return output;
   }
   char number[24];
-  (void)std::snprintf(number, sizeof number, "-%03zu", image.frames.first + index);  // always fits
+  (void)std::snprintf(number, sizeof number, "-%03zu", numbers.first + index);  // always fits
   return output.parent_path() / (output.stem().string() + number + output.extension().string());
 }
 
-/// What is written, and what is known about it.
+/// What is written, and how it is shown when it is written as pictures of 8 bits.
 struct Decoded {
-  zr::DecodedImage image;
-  zr::PerFrameAttributes attributes;
-  std::optional<zr::Display> display;  ///< when it is shown as pictures of 8 bits
+  zr::DecodedFrames frames;
+  std::optional<zr::Display> display;
 
-  std::vector<std::size_t> numbers() const {
-    std::vector<std::size_t> numbers(image.frames.count());
-    std::iota(numbers.begin(), numbers.end(), image.frames.first);
-    return numbers;
+  std::vector<std::size_t> indices() const {
+    std::vector<std::size_t> indices(frames.count());
+    std::iota(indices.begin(), indices.end(), std::size_t{0});
+    return indices;
   }
-  zr::ArrayDescription description(const std::vector<std::size_t>& frames) const {
-    return zr::describeArray(image, attributes, frames);
+  zr::ArrayDescription description(const std::vector<std::size_t>& indices) const {
+    return zr::describeArray(frames.record(), indices);
   }
 };
 
 Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memory) {
   const zr::DecodeRequest request{framesWanted(options), options.stored, options.overlays};
   const bool shown = formatOf(options.output).holds(zr::kForEyes) && !options.stored;
-  auto file = shown ? zr::openForDisplay(options.file) : std::make_unique<zr::File>(options.file);
-  Decoded decoded;
-  decoded.image = zr::decodeImage(std::move(file), request, memory);
-  DcmDataset& dataset = decoded.image.file->dataset();
-  // Decoding may cut Number of Frames to what it found, which is at least what was asked for.
-  decoded.attributes = zr::readFrameAttributes(
-      dataset, std::max(zr::frameCount(dataset), decoded.image.frames.last + 1));
-  if (shown && decoded.image.monochrome) {
+  zr::File file(options.file);
+  const zr::Image image =
+      shown ? zr::Image::forDisplay(std::move(file)) : zr::Image(std::move(file));
+  Decoded decoded{image.decode(request, memory), std::nullopt};
+  if (shown && decoded.frames.record().traits.monochrome) {
     decoded.display =
-        zr::displayOf(decoded.image, decoded.attributes, windowFromOption(options.window));
+        zr::displayOf(decoded.frames, decoded.frames.count(), windowFromOption(options.window));
   }
   return decoded;
+}
+
+zr::Picture pictureOf(const Decoded& decoded, std::size_t index, bool withOverlays) {
+  const zr::FramesRecord& record = decoded.frames.record();
+  const zr::Picture grey = zr::renderFrame(record.traits, decoded.frames.samples().frame(index),
+                                           decoded.display->frame(index));
+  return withOverlays ? zr::burnOverlays(grey, record, index) : grey;
 }
 
 std::vector<fs::path> writeFrameByFrame(const Decoded& decoded, const DecodeOptions& options,
                                         const zr::ProtectedInputs& inputs) {
   const zr::OutputFormat& format = formatOf(options.output);
-  const zr::DecodedImage& image = decoded.image;
-  for (std::size_t i = 0; i < image.frames.count(); ++i) {
-    inputs.refuseToReplace(nameOfFrame(options.output, image, i));
+  const zr::FrameRange numbers = decoded.frames.numbers();
+  for (std::size_t i = 0; i < numbers.count(); ++i) {
+    inputs.refuseToReplace(nameOfFrame(options.output, numbers, i));
   }
   std::vector<fs::path> written;
-  Progress progress("writing", image.frames.count());
-  for (std::size_t i = 0; i < image.frames.count(); ++i) {
-    written.push_back(nameOfFrame(options.output, image, i));
-    if (!decoded.display) {
-      zr::writeArray(
-          format, written.back(), inputs,
-          zr::arrayOf(image.samples.frame(i), decoded.description({image.frames.first + i})));
-    } else {
-      const zr::Picture grey = zr::renderFrame(image, i, decoded.display->frame(i));
-      const zr::Picture picture = options.overlays ? zr::burnOverlays(grey, image, i) : grey;
+  Progress progress("writing", numbers.count());
+  for (std::size_t i = 0; i < numbers.count(); ++i) {
+    written.push_back(nameOfFrame(options.output, numbers, i));
+    if (decoded.display) {
+      const zr::Picture picture = pictureOf(decoded, i, options.overlays);
       zr::writeArray(format, written.back(), inputs, zr::arrayOf(picture.view()));
+    } else {
+      zr::writeArray(format, written.back(), inputs,
+                     zr::arrayOf(decoded.frames.samples().frame(i), decoded.description({i})));
     }
     progress.advance();
   }
@@ -163,31 +159,29 @@ std::vector<fs::path> writeOutput(const Decoded& decoded, const DecodeOptions& o
     return writeFrameByFrame(decoded, options, inputs);
   }
   zr::writeArray(format, options.output, inputs,
-                 zr::arrayOf(decoded.image.samples, decoded.description(decoded.numbers())));
+                 zr::arrayOf(decoded.frames.samples(), decoded.description(decoded.indices())));
   return {options.output};
 }
 
 // The line is that of the samples as decoding leaves them: shifted, or mapped by a table.
-void addValues(nlohmann::ordered_json& report, const Decoded& decoded,
-               const DecodeOptions& options) {
-  const auto frame = [&decoded](std::size_t number) -> const zr::FrameAttributes& {
-    return decoded.attributes.frames.at(number);
+void addValues(nlohmann::ordered_json& report, const Decoded& decoded) {
+  const zr::FramesRecord& record = decoded.frames.record();
+  const auto line = [&record](std::size_t index) {
+    const bool mapped = record.traits.monochrome && !record.traits.stored;
+    return mapped ? zr::lineOfSamples(record, index) : std::nullopt;
   };
-  const bool mapped = decoded.image.monochrome && !options.stored;
-  const auto line = [&decoded, mapped](std::size_t number) {
-    return mapped ? zr::lineOfSamples(decoded.image, decoded.attributes, number) : std::nullopt;
-  };
-  addFrameValues(
-      report, decoded.numbers(),
-      {{"modality", [line](std::size_t number) { return jsonLine(line(number)); }},
-       unitValue("modalityUnit", line),
-       {"windows", [frame](std::size_t number) { return jsonWindows(frame(number).windows); }}});
+  addFrameValues(report, decoded.indices(),
+                 {{"modality", [line](std::size_t index) { return jsonLine(line(index)); }},
+                  unitValue("modalityUnit", line),
+                  {"windows", [&record](std::size_t index) {
+                     return jsonWindows(record.attributes.frames.at(index).windows);
+                   }}});
 }
 
-nlohmann::ordered_json report(const Decoded& decoded, const DecodeOptions& options,
+nlohmann::ordered_json report(const Decoded& decoded, const std::string& file,
                               const std::vector<fs::path>& written) {
-  const zr::DecodedImage& image = decoded.image;
-  const zr::SampleArray& samples = image.samples;
+  const zr::SampleArray& samples = decoded.frames.samples();
+  const zr::FrameRange numbers = decoded.frames.numbers();
   nlohmann::ordered_json shape = {samples.frames, samples.rows, samples.columns};
   if (samples.channels != 1) {
     shape.push_back(samples.channels);
@@ -196,12 +190,12 @@ nlohmann::ordered_json report(const Decoded& decoded, const DecodeOptions& optio
   for (const fs::path& path : written) {
     outputs.push_back(path.string());
   }
-  nlohmann::ordered_json report = {{"file", options.file},
+  nlohmann::ordered_json report = {{"file", file},
                                    {"outputs", outputs},
-                                   {"frames", {image.frames.first, image.frames.last}},
+                                   {"frames", {numbers.first, numbers.last}},
                                    {"shape", shape},
                                    {"type", zr::typeName(samples.type)}};
-  addValues(report, decoded, options);
+  addValues(report, decoded);
   report["remark"] = jsonTextOrNull(decoded.display ? decoded.display->remark() : "");
   return report;
 }
@@ -214,15 +208,14 @@ int decode(const DecodeOptions& options, const zr::MemoryBudget& memory) {
     inputs.refuseToReplace(options.output);
   }
   (void)framesWanted(options);
-  const Decoded decoded =
-      withFileNamed(options.file, [&] { return decodeAsAsked(options, memory); });
-  complainOfAll(options.file, decoded.image.remarks);
+  Decoded decoded = withFileNamed(options.file, [&] { return decodeAsAsked(options, memory); });
+  complainOfAll(decoded.frames.takeRemarks());
   const std::vector<fs::path> written = writeOutput(decoded, options, inputs);
   if (decoded.display && !decoded.display->remark().empty()) {
     complain(options.file + ": " + decoded.display->remark());
   }
   if (options.json) {
-    sayJson(report(decoded, options, written));
+    sayJson(report(decoded, options.file, written));
   }
   return kDone;
 }

@@ -7,8 +7,10 @@
 #include "Progress.h"
 #include "Verb.h"
 #include "zrimaging/Error.h"
+#include "zrimaging/File.h"
 #include "zrimaging/Formats.h"
-#include "zrimaging/images/DecodedImage.h"
+#include "zrimaging/Image.h"
+#include "zrimaging/Pictures.h"
 #include "zrimaging/output/OutputFile.h"
 #include "zrimaging/output/ProtectedInputs.h"
 
@@ -42,23 +44,6 @@ struct OverlaysOptions {
   bool json = false;
 };
 
-zr::Picture maskOf(const zr::DecodedImage& image, int index) {
-  const ZrOverlayData& overlays = *image.slice.overlays;
-  zr::Picture mask{image.samples.rows, image.samples.columns, 1, {}};
-  mask.samples.assign(mask.rows * mask.columns, 0);
-  const KtVec2i origin = overlays.origin(index);
-  const KtVec2i size = overlays.size(index);
-  for (int y = origin.y; y < origin.y + size.y; ++y) {
-    for (int x = origin.x; x < origin.x + size.x; ++x) {
-      if (overlays.test(index, x, y)) {
-        mask.samples[static_cast<std::size_t>(y) * mask.columns + static_cast<std::size_t>(x)] =
-            255;
-      }
-    }
-  }
-  return mask;
-}
-
 std::string nameOf(const ZrOverlayData& overlays, int index) {
   char name[40];
   (void)std::snprintf(name, sizeof name, "overlay-%04X-%05d",
@@ -77,19 +62,22 @@ Json describe(const ZrOverlayData& overlays, int index, const fs::path& file) {
           {"size", {size.x, size.y}}};
 }
 
-zr::DecodedImage decodeWithOverlays(const std::string& file, const zr::MemoryBudget& memory) {
-  zr::DecodedImage image = zr::decodeImage(file, {std::nullopt, false, true}, memory);
-  if (image.slice.overlays.isNull() || image.slice.overlays->count() == 0) {
+zr::DecodedFrames decodeWithOverlays(const std::string& file, const zr::MemoryBudget& memory) {
+  zr::DecodeRequest request;
+  request.overlays = true;
+  zr::DecodedFrames frames = zr::Image(zr::File(file)).decode(request, memory);
+  const KtHandle<ZrOverlayData>& overlays = frames.record().overlays;
+  if (overlays.isNull() || overlays->count() == 0) {
     throw zr::Error(zr::Reason::MissingAttribute, "has no overlay embedded in its samples");
   }
-  return image;
+  return frames;
 }
 
 int writeOverlays(const OverlaysOptions& options, const zr::MemoryBudget& memory) {
-  const zr::DecodedImage image =
+  zr::DecodedFrames frames =
       withFileNamed(options.file, [&] { return decodeWithOverlays(options.file, memory); });
-  complainOfAll(options.file, image.remarks);
-  const ZrOverlayData& overlays = *image.slice.overlays;
+  complainOfAll(frames.takeRemarks());
+  const ZrOverlayData& overlays = *frames.record().overlays;
   const zr::ProtectedInputs inputs({options.file});
   for (int index = 0; index < overlays.count(); ++index) {
     inputs.refuseToReplace(fs::path(options.folder) / nameOf(overlays, index));
@@ -99,7 +87,7 @@ int writeOverlays(const OverlaysOptions& options, const zr::MemoryBudget& memory
   Progress progress("writing", static_cast<std::size_t>(overlays.count()));
   for (int index = 0; index < overlays.count(); ++index) {
     const fs::path target = fs::path(options.folder) / nameOf(overlays, index);
-    zr::writePicture(target, inputs, maskOf(image, index).view());
+    zr::writePicture(target, inputs, zr::overlayMask(frames.record(), index).view());
     list.push_back(describe(overlays, index, target));
     progress.advance();
   }

@@ -8,18 +8,8 @@
 #include "Progress.h"
 #include "Verb.h"
 #include "WindowOption.h"
-#include "zrimaging/Error.h"
-#include "zrimaging/Formats.h"
-#include "zrimaging/FrameAttributes.h"
-#include "zrimaging/images/FrameSource.h"
+#include "zrimaging/File.h"
 #include "zrimaging/output/ProtectedInputs.h"
-#include "zrimaging/pictures/ContactSheet.h"
-
-#include <zrdcmexport/ZrFrameOrder.h>
-#include <zrdcmexport/ZrNumbers.h>
-
-#include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dctk.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -27,10 +17,12 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
+#include <zrimaging/Formats.h>
+#include <zrimaging/Image.h>
+#include <zrimaging/Sheets.h>
 
 namespace zrdcm {
 
@@ -58,76 +50,15 @@ struct SheetOptions {
   bool json = false;
 };
 
-zr::PerFrameAttributes attributesOf(const zr::DecodedImage& image) {
-  return zr::readFrameAttributes(image.file->dataset(), image.samples.frames);
-}
-
-/// The images of a series as the frames of one image. Each is decoded when it is asked for.
-class SeriesSource : public zr::FrameSource {
-public:
-  /// @throws Error that names the file, also when it does not match the first one.
-  SeriesSource(std::vector<std::string> files, const zr::MemoryBudget& memory)
-      : zr::FrameSource(zr::openForDisplay(files.front()), memory), files_(std::move(files)) {
-    image_.slice.overlays.reset();  // they are those of the first file alone
-    firstLine_ = lineOf(image());
-  }
-
-  std::size_t count() const override { return files_.size(); }
-
-  zr::SampleArray frame(std::size_t index) override {
-    withFileNamed(files_[index], [&] {
-      current_ = zr::decodeImage(zr::openForDisplay(files_[index]), {std::nullopt, false, false},
-                                 memory());
-      requireMatch();
-    });
-    complainOfAll(files_[index], current_.remarks);
-    return current_.samples;
-  }
-
-private:
-  void requireMatch() const {
-    const zr::SampleArray& first = image().samples;
-    const zr::SampleArray& own = current_.samples;
-    if (own.frames != 1) {
-      throw zr::Error(zr::Reason::Unsupported,
-                      "has several frames: a sheet of several files wants one frame each");
-    }
-    if (own.rows != first.rows || own.columns != first.columns || own.channels != first.channels ||
-        own.type != first.type || current_.darkIsHigh != image().darkIsHigh) {
-      throw zr::Error(zr::Reason::Unsupported,
-                      "has pixels of another size or kind than " + files_.front());
-    }
-    if (image().monochrome && lineOf(current_) != firstLine_) {
-      throw zr::Error(zr::Reason::Unsupported, "has another rescale line than " + files_.front());
-    }
-  }
-
-  static std::optional<zr::RescaleLine> lineOf(const zr::DecodedImage& image) {
-    return zr::lineOfSamples(image, attributesOf(image), image.frames.first);
-  }
-
-  std::vector<std::string> files_;
-  zr::DecodedImage current_;
-  std::optional<zr::RescaleLine> firstLine_;
-};
-
-// Gated data is easiest to follow when the slices of a volume make up a row.
-std::size_t columnsFor(const SheetOptions& options, DcmItem& item) {
-  const int slices = Zrg::intOf(zr::textOf(item, DCM_NumberOfSlices)).value_or(0);
-  const bool rows = Zrg::readFrameIncrement(item).gated && slices >= 2 &&
-                    slices <= static_cast<int>(zr::SheetLayout::kMostColumns);
-  return options.columns == 0 && rows ? static_cast<std::size_t>(slices) : options.columns;
-}
-
-Json report(const SheetOptions& options, const zr::FrameSource& source,
-            const zr::SheetContent& content, const zr::SheetLayout& layout) {
+Json report(const SheetOptions& options, const zr::Frames& source, const zr::SheetContent& content,
+            const zr::SheetLayout& layout) {
   return {{"file", options.files.front()},
           {"files", options.files},
           {"output", options.output},
           {"frames", source.count()},
           {"shown", layout.shown},
           {"every", layout.every},
-          {"overlayGroups", zr::overlayGroups(source.image(), content.frames)},
+          {"overlayGroups", zr::overlayGroups(source.record(), content.frames)},
           {"size", {layout.sheetWidth, layout.sheetHeight}},
           {"tiles",
            {{"columns", layout.columns},
@@ -138,51 +69,48 @@ Json report(const SheetOptions& options, const zr::FrameSource& source,
           {"remark", jsonTextOrNull(content.display ? content.display->remark() : "")}};
 }
 
-std::unique_ptr<zr::FrameSource> openSource(const SheetOptions& options,
-                                            const zr::MemoryBudget& memory) {
+/// Frames, and what a sheet shows of them.
+struct Source {
+  std::unique_ptr<zr::Frames> frames;
+  zr::SheetContent content;
+};
+
+Source openSource(const SheetOptions& options, const std::optional<zr::Window>& window,
+                  const zr::MemoryBudget& memory) {
+  // Gated data is easiest to follow when the slices of a volume make up a row.
+  zr::File first(options.files.front());
+  const std::size_t columns = options.columns != 0 ? options.columns : zr::columnsOfVolumes(first);
+  Source source;
   if (options.files.size() > 1) {
-    return std::make_unique<SeriesSource>(options.files, memory);
+    source.frames = zr::framesOfSeries({options.files.begin(), options.files.end()}, memory);
+  } else {
+    source.frames = zr::framesOf(zr::Image::forDisplay(std::move(first)), memory);
+    source.content = zr::allFrames(*source.frames, window);
   }
-  return std::make_unique<zr::FrameSource>(zr::openForDisplay(options.files.front()), memory);
+  source.content.columns = columns;
+  return source;
 }
 
-// The files of a series are shown through the window of the first, which may have nothing in that window
-// (air in front of a head): the window gives way only when no file has anything in it.
-void keepWindowOfSeries(zr::FrameSource& source, zr::SheetContent& content) {
-  const zr::PerFrameAttributes attributes = attributesOf(source.image());
-  const std::optional<zr::Window> window = zr::windowOfFile(attributes, 0);
-  if (!content.display || content.display->remark().empty() || !window) {
-    return;
-  }
-  const zr::Display display = zr::displayOf(source.image(), attributes, window);
-  std::set<unsigned char> greys;
-  for (std::size_t index = 0; index < source.count(); ++index) {
-    greys.merge(zr::extremeGreys(source.image(), source.frame(index), display.frame(0)));
-    if (greys.size() > 1) {
-      content.display = display;
-      return;
-    }
-  }
-}
-
-zr::SheetContent contentOf(const SheetOptions& options, zr::FrameSource& source) {
-  zr::SheetContent content =
-      zr::allFrames(source, attributesOf(source.image()), windowFromOption(options.window));
-  content.columns = columnsFor(options, source.image().file->dataset());
-  if (options.files.size() > 1) {
-    keepWindowOfSeries(source, content);
-    content.title += " - " + std::filesystem::path(options.files.back()).filename().string();
-  }
-  return content;
+// Of several files each tells its own failures.
+void chooseContentOfSeries(const SheetOptions& options, const std::optional<zr::Window>& window,
+                           Source& source) {
+  const std::size_t columns = source.content.columns;
+  source.content = zr::allOfSeries(*source.frames, window);
+  source.content.columns = columns;
+  source.content.title += " - " + std::filesystem::path(options.files.back()).filename().string();
 }
 
 int writeSheet(const SheetOptions& options, const zr::MemoryBudget& memory) {
-  (void)windowFromOption(options.window);  // wrong usage is told before a file is opened
+  // Wrong usage is told before a file is opened.
+  const std::optional<zr::Window> window = windowFromOption(options.window);
   const zr::ProtectedInputs inputs(options.files);
   inputs.refuseToReplace(options.output);
-  const std::unique_ptr<zr::FrameSource> source =
-      withFileNamed(options.files.front(), [&] { return openSource(options, memory); });
-  zr::SheetContent content = contentOf(options, *source);
+  Source source =
+      withFileNamed(options.files.front(), [&] { return openSource(options, window, memory); });
+  if (options.files.size() > 1) {
+    chooseContentOfSeries(options, window, source);
+  }
+  zr::SheetContent& content = source.content;
   std::optional<Progress> progress;
   content.tileDrawn = [&](std::size_t, std::size_t of) {
     if (!progress) {
@@ -193,18 +121,18 @@ int writeSheet(const SheetOptions& options, const zr::MemoryBudget& memory) {
   zr::SheetLayout layout;
   // Of several files each tells its own failures.
   const zr::Picture sheet = options.files.size() > 1
-                                ? zr::drawContactSheet(*source, content, layout)
+                                ? zr::drawContactSheet(*source.frames, content, layout)
                                 : withFileNamed(options.files.front(), [&] {
-                                    return zr::drawContactSheet(*source, content, layout);
+                                    return zr::drawContactSheet(*source.frames, content, layout);
                                   });
   progress.reset();
   zr::writePicture(options.output, inputs, sheet.view());
-  complainOfAll(options.files.front(), source->takeRemarks());
+  complainOfAll(source.frames->takeRemarks());
   if (content.display && !content.display->remark().empty()) {
     complain(options.files.front() + ": " + content.display->remark());
   }
   if (options.json) {
-    sayJson(report(options, *source, content, layout));
+    sayJson(report(options, *source.frames, content, layout));
   }
   return kDone;
 }

@@ -6,22 +6,13 @@
 #include "FormatOption.h"
 #include "FrameValues.h"
 #include "Messages.h"
-#include "Numbers.h"
 #include "Progress.h"
 #include "Verb.h"
 #include "WindowOption.h"
 #include "zrimaging/Error.h"
-#include "zrimaging/FrameAttributes.h"
-#include "zrimaging/formats/VolumeHeader.h"
-#include "zrimaging/images/FrameSource.h"
+#include "zrimaging/File.h"
 #include "zrimaging/output/OutputFile.h"
 #include "zrimaging/output/ProtectedInputs.h"
-#include "zrimaging/pictures/ContactSheet.h"
-
-#include <zrdcmexport/ZrFrameOrder.h>
-
-#include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dctk.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -36,6 +27,10 @@
 #include <system_error>
 #include <utility>
 #include <vector>
+#include <zrimaging/Formats.h>
+#include <zrimaging/Image.h>
+#include <zrimaging/Sheets.h>
+#include <zrimaging/Splitting.h>
 
 namespace zrdcm {
 
@@ -75,66 +70,28 @@ FormatList volumeFormats(const std::string& first) {
 
 /// A file whose frames are ready to be written as volumes.
 struct SplitImage {
-  zr::FrameSource source;
+  zr::Splitting splitting;
+  std::unique_ptr<zr::Frames> source;
   /// The frames once more, without a table that is not meant for display; null where `source` shows them.
-  std::unique_ptr<zr::FrameSource> withoutTable;
-  Zrg::FrameIncrement increment;
-  Zrg::FrameOrder order;
-  std::string reasonToKeepWhole;  ///< empty when the frames are split
-  zr::PerFrameAttributes attributes;
+  std::unique_ptr<zr::Frames> withoutTable;
   zr::SheetContent allFrames;  ///< how the frames are shown
 
-  SplitImage(std::unique_ptr<zr::File> file, const zr::MemoryBudget& memory)
-      : source(std::move(file), memory) {}
-  zr::FrameSource& shown() { return withoutTable ? *withoutTable : source; }
-  bool whole() const { return !reasonToKeepWhole.empty(); }
-  bool gated() const { return order.rrIntervals != 0; }
-  std::size_t timeSlot(std::size_t volume) const { return volume / order.rrIntervals; }
-  std::size_t rrInterval(std::size_t volume) const { return volume % order.rrIntervals; }
-  DcmDataset& dataset() const { return source.image().file->dataset(); }
+  zr::Frames& shown() const { return withoutTable ? *withoutTable : *source; }
+  const zr::FramesRecord& record() const { return source->record(); }
 };
 
-// Volumes hold the values of a table that sheets leave out, so such a file is decoded for each.
-void decideHowToShow(SplitImage& split, const SplitOptions& options,
+SplitImage openSplit(const std::string& path, const std::optional<zr::Window>& window,
                      const zr::MemoryBudget& memory) {
-  zr::PerFrameAttributes attributes = split.attributes;
-  if (attributes.tableKeptOutOfDisplay) {
-    split.withoutTable =
-        std::make_unique<zr::FrameSource>(zr::openForDisplay(options.file), memory);
-    attributes =
-        zr::readFrameAttributes(split.shown().image().file->dataset(), split.shown().count());
+  zr::File file(path);
+  SplitImage split;
+  split.splitting = zr::requireSplitting(file);  // before the samples are decoded, which costs more
+  split.source = zr::framesOf(zr::Image(std::move(file)), memory);
+  // Volumes hold the values of a table that sheets leave out, so such a file is decoded for each.
+  if (split.record().attributes.tableKeptOutOfDisplay) {
+    split.withoutTable = zr::framesOf(zr::Image::forDisplay(zr::File(path)), memory);
   }
-  split.allFrames = zr::allFrames(split.shown(), attributes, windowFromOption(options.window));
-}
-
-std::unique_ptr<SplitImage> openSplit(const SplitOptions& options, const zr::MemoryBudget& memory) {
-  auto file = std::make_unique<zr::File>(options.file);
-  // Before the samples are decoded, which may rewrite attributes and costs more.
-  Zrg::FrameIncrement increment = Zrg::readFrameIncrement(file->dataset());
-  Zrg::FrameOrder order;
-  std::string reason;
-  if (!Zrg::readFrameOrder(file->dataset(), order, reason) &&
-      reason != Zrg::kColourFramesStayTogether) {
-    throw zr::Error(zr::Reason::NotAVolume, "cannot be split: " + reason);
-  }
-  auto split = std::make_unique<SplitImage>(std::move(file), memory);
-  split->increment = std::move(increment);
-  split->order = std::move(order);
-  split->reasonToKeepWhole = reason;
-  if (split->whole()) {
-    std::vector<unsigned> frames(split->source.count());
-    std::iota(frames.begin(), frames.end(), 0U);
-    split->order.volumes = {frames};
-  }
-  split->attributes = zr::readFrameAttributes(split->dataset(), split->source.count());
-  decideHowToShow(*split, options, memory);
+  split.allFrames = zr::allFrames(split.shown(), window);
   return split;
-}
-
-// The frames of a volume by their numbers in the file.
-std::vector<std::size_t> numbersOf(const SplitImage& split, std::size_t volume) {
-  const std::vector<unsigned>& frames = split.order.volumes[volume];
-  return {frames.begin(), frames.end()};
 }
 
 std::string stemOf(std::size_t volume) {
@@ -143,121 +100,99 @@ std::string stemOf(std::size_t volume) {
   return stem;
 }
 
-void writeVolume(const SplitOptions& options, SplitImage& split, std::size_t volume,
-                 const fs::path& target, const zr::ProtectedInputs& inputs) {
-  const std::vector<unsigned>& frames = split.order.volumes[volume];
-  zr::SampleArray layout = split.source.image().samples;
-  layout.frames = frames.size();
+void writeVolume(const SplitOptions& options, const SplitImage& split,
+                 const zr::SplitVolume& volume, const fs::path& target,
+                 const zr::ProtectedInputs& inputs) {
   const zr::FrameAt frameAt = [&](std::size_t index) {
-    return withFileNamed(options.file, [&] { return split.source.frame(frames[index]); });
+    return withFileNamed(options.file, [&] { return split.source->frame(volume.frames[index]); });
   };
-  zr::writeArray(
-      *zr::formatNamed(options.format), target, inputs,
-      {layout, frameAt,
-       zr::describeArray(split.source.image(), split.attributes, numbersOf(split, volume))});
+  zr::writeArray(*zr::formatNamed(options.format), target, inputs,
+                 {split.record().traits.layout(volume.frames.size()), frameAt,
+                  zr::describeArray(split.record(), volume.frames)});
 }
 
-void writeVolumeSheet(const SplitOptions& options, SplitImage& split, std::size_t volume,
+void writeVolumeSheet(const std::string& file, const SplitImage& split, std::size_t number,
                       const fs::path& target, const zr::ProtectedInputs& inputs) {
+  const zr::SplitVolume& volume = split.splitting.volumes[number];
   zr::SheetContent content = split.allFrames;
-  if (!split.whole()) {
-    content.title += " - volume " + std::to_string(volume);
+  if (split.splitting.splits) {
+    content.title += " - volume " + std::to_string(number);
   }
-  if (split.gated()) {
-    content.details = "time slot " + std::to_string(split.timeSlot(volume)) + " - R-R interval " +
-                      std::to_string(split.rrInterval(volume)) + " - ";
+  if (volume.timeSlot && volume.rrInterval) {
+    content.details = "time slot " + std::to_string(*volume.timeSlot) + " - R-R interval " +
+                      std::to_string(*volume.rrInterval) + " - ";
   }
-  content.frames = numbersOf(split, volume);
-  content.inVolume = !split.whole();
+  content.frames = volume.frames;
+  content.inVolume = split.splitting.splits;
   zr::SheetLayout layout;
-  const zr::Picture sheet = withFileNamed(
-      options.file, [&] { return zr::drawContactSheet(split.shown(), content, layout); });
+  const zr::Picture sheet =
+      withFileNamed(file, [&] { return zr::drawContactSheet(split.shown(), content, layout); });
   zr::writePicture(target, inputs, sheet.view());
 }
 
-Json slicesOf(const SplitImage& split, std::size_t volume) {
+Json slicesOf(const zr::SplitVolume& volume, std::size_t frameBytes) {
   Json slices = Json::array();
-  const std::size_t frameBytes = split.source.image().samples.frameBytes();
-  const std::vector<unsigned>& frames = split.order.volumes[volume];
-  for (std::size_t index = 0; index < frames.size(); ++index) {
-    slices.push_back(
-        {{"index", index}, {"frame", frames[index]}, {"offset", frameBytes * frames[index]}});
+  for (std::size_t index = 0; index < volume.frames.size(); ++index) {
+    const std::size_t frame = volume.frames[index];
+    slices.push_back({{"index", index}, {"frame", frame}, {"offset", frameBytes * frame}});
   }
   return slices;
 }
 
-Json volumeEntry(const SplitOptions& options, const SplitImage& split, std::size_t volume) {
-  Json timeSlot = nullptr;
-  Json rrInterval = nullptr;
-  if (split.gated()) {
-    timeSlot = split.timeSlot(volume);
-    rrInterval = split.rrInterval(volume);
-  }
-  // Gaps among the slices of gated data can leave a volume without any: there is nothing to write.
-  const bool empty = split.order.volumes[volume].empty();
-  return {{"file",
-           empty ? Json(nullptr) : Json(stemOf(volume) + zr::formatNamed(options.format)->ending)},
-          {"sheet", empty ? Json(nullptr) : Json(stemOf(volume) + pictureEnding())},
-          {"timeSlot", timeSlot},
-          {"rrInterval", rrInterval},
-          {"slices", slicesOf(split, volume)}};
+template <class Number>
+Json numberOrNull(const std::optional<Number>& number) {
+  return number ? Json(*number) : Json(nullptr);
 }
 
-// Millimetres between the slices, where all volumes agree.
-std::optional<double> sliceSpacingMm(const SplitImage& split) {
-  std::optional<double> spacing;
-  bool any = false;
-  for (std::size_t volume = 0; volume < split.order.volumes.size(); ++volume) {
-    if (split.order.volumes[volume].empty()) {
-      continue;
-    }
-    const std::optional<double> own =
-        zr::frameSpacingMm(split.attributes, numbersOf(split, volume));
-    if (any && own != spacing) {
-      return std::nullopt;
-    }
-    spacing = own;
-    any = true;
-  }
-  return spacing;
+Json volumeEntry(const SplitOptions& options, const SplitImage& split, std::size_t number) {
+  const zr::SplitVolume& volume = split.splitting.volumes[number];
+  // Gaps among the slices of gated data can leave a volume without any: there is nothing to write.
+  const bool empty = volume.frames.empty();
+  const std::string stem = stemOf(number);
+  return {{"file", empty ? Json(nullptr) : Json(stem + zr::formatNamed(options.format)->ending)},
+          {"sheet", empty ? Json(nullptr) : Json(stem + pictureEnding())},
+          {"timeSlot", numberOrNull(volume.timeSlot)},
+          {"rrInterval", numberOrNull(volume.rrInterval)},
+          {"slices", slicesOf(volume, split.record().traits.frameBytes())}};
 }
 
 // What the dataset says about the frames, by their numbers in the file.
 void addValues(Json& manifest, const SplitImage& split) {
-  const zr::DecodedImage& image = split.source.image();
-  std::vector<FrameValue> values = frameValues(split.attributes);
-  values.push_back({"modality", [&](std::size_t number) {
-                      return image.monochrome
-                                 ? jsonLine(zr::lineOfSamples(image, split.attributes, number))
-                                 : Json(nullptr);
+  const zr::FramesRecord& record = split.record();
+  std::vector<FrameValue> values = frameValues(record.attributes);
+  values.push_back({"modality", [&record](std::size_t number) {
+                      return record.traits.monochrome ? jsonLine(zr::lineOfSamples(record, number))
+                                                      : Json(nullptr);
                     }});
-  std::vector<std::size_t> numbers(split.source.count());
+  std::vector<std::size_t> numbers(split.source->count());
   std::iota(numbers.begin(), numbers.end(), std::size_t{0});
   addFrameValues(manifest, numbers, values);
 }
 
 Json manifestOf(const SplitOptions& options, const SplitImage& split) {
-  const zr::DecodedImage& image = split.source.image();
-  const char* const meaning = split.increment.meaning;
+  const zr::Splitting& splitting = split.splitting;
+  const zr::FrameTraits& traits = split.record().traits;
+  const bool gated = splitting.gated();
   Json volumes = Json::array();
-  for (std::size_t volume = 0; volume < split.order.volumes.size(); ++volume) {
-    volumes.push_back(volumeEntry(options, split, volume));
+  for (std::size_t number = 0; number < splitting.volumes.size(); ++number) {
+    volumes.push_back(volumeEntry(options, split, number));
   }
-  Json manifest = {{"source", fs::path(options.file).filename().string()},
-                   {"split", !split.whole()},
-                   {"reason", jsonTextOrNull(split.reasonToKeepWhole)},
-                   {"pointer", jsonTextOrNull(split.increment.pointer)},
-                   {"pointerKind", jsonTextOrNull(meaning == nullptr ? "" : meaning)},
-                   {"timeSlots", split.gated() ? Json(split.order.timeSlots) : Json(nullptr)},
-                   {"rrIntervals", split.gated() ? Json(split.order.rrIntervals) : Json(nullptr)},
-                   {"reversed", split.order.reversed},
-                   {"columns", image.samples.columns},
-                   {"rows", image.samples.rows},
-                   {"frames", split.source.count()},
-                   {"samplesPerPixel", image.samples.channels},
-                   {"type", zr::typeName(image.samples.type)},
-                   {"sampleOffset", jsonNumber(image.slice.sampleOffset)},
-                   {"sliceSpacing", jsonOrNull(sliceSpacingMm(split))}};
+  Json manifest = {
+      {"source", fs::path(options.file).filename().string()},
+      {"split", splitting.splits},
+      {"reason", jsonTextOrNull(splitting.reason)},
+      {"pointer", jsonTextOrNull(splitting.pointer)},
+      {"pointerKind", jsonTextOrNull(splitting.pointerMeaning)},
+      {"timeSlots", gated ? Json(splitting.timeSlots) : Json(nullptr)},
+      {"rrIntervals", gated ? Json(splitting.rrIntervals) : Json(nullptr)},
+      {"reversed", splitting.reversed},
+      {"columns", traits.columns},
+      {"rows", traits.rows},
+      {"frames", split.source->count()},
+      {"samplesPerPixel", traits.channels},
+      {"type", zr::typeName(traits.type)},
+      {"sampleOffset", traits.sampleOffset},
+      {"sliceSpacing", jsonOrNull(zr::sliceSpacingMm(splitting, split.record().attributes))}};
   addValues(manifest, split);
   const std::string remark = split.allFrames.display ? split.allFrames.display->remark() : "";
   manifest["remark"] = jsonTextOrNull(remark);
@@ -287,7 +222,7 @@ void refuseToReplaceInputs(const zr::ProtectedInputs& inputs, const fs::path& fo
 }
 
 // The manifest goes first when it is an older one, and comes last when it is new.
-void writeAll(const SplitOptions& options, SplitImage& split, const Json& manifest) {
+void writeAll(const SplitOptions& options, const SplitImage& split, const Json& manifest) {
   const fs::path folder(options.folder);
   const fs::path manifestPath = folder / kManifest;
   const Json& volumes = manifest["volumes"];
@@ -296,11 +231,13 @@ void writeAll(const SplitOptions& options, SplitImage& split, const Json& manife
   zr::createFolder(folder);
   removeOlder(manifestPath);
   Progress progress("writing", volumes.size());
-  for (std::size_t volume = 0; volume < volumes.size(); ++volume) {
-    const Json& entry = volumes[volume];
+  for (std::size_t number = 0; number < volumes.size(); ++number) {
+    const Json& entry = volumes[number];
     if (!entry["file"].is_null()) {
-      writeVolume(options, split, volume, folder / entry["file"].get<std::string>(), inputs);
-      writeVolumeSheet(options, split, volume, folder / entry["sheet"].get<std::string>(), inputs);
+      writeVolume(options, split, split.splitting.volumes[number],
+                  folder / entry["file"].get<std::string>(), inputs);
+      writeVolumeSheet(options.file, split, number, folder / entry["sheet"].get<std::string>(),
+                       inputs);
     }
     progress.advance();
   }
@@ -322,13 +259,15 @@ void listFiles(const SplitOptions& options, const Json& manifest) {
 }
 
 int writeSplit(const SplitOptions& options, const zr::MemoryBudget& memory) {
-  (void)windowFromOption(options.window);  // wrong usage shows before any work is done
-  const auto split = withFileNamed(options.file, [&] { return openSplit(options, memory); });
-  const Json manifest = manifestOf(options, *split);
-  writeAll(options, *split, manifest);
-  complainOfAll(options.file, split->source.takeRemarks());
-  if (split->whole()) {
-    complain(options.file + ": kept whole: " + split->reasonToKeepWhole);
+  // Wrong usage shows before any work is done.
+  const std::optional<zr::Window> window = windowFromOption(options.window);
+  const SplitImage split =
+      withFileNamed(options.file, [&] { return openSplit(options.file, window, memory); });
+  const Json manifest = manifestOf(options, split);
+  writeAll(options, split, manifest);
+  complainOfAll(split.source->takeRemarks());
+  if (!split.splitting.splits) {
+    complain(options.file + ": kept whole: " + split.splitting.reason);
   }
   if (!manifest["remark"].is_null()) {
     complain(options.file + ": " + manifest["remark"].get<std::string>());

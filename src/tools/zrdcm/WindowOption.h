@@ -2,10 +2,10 @@
 #pragma once
 
 #include "UsageError.h"
-#include "zrimaging/pictures/Rendering.h"
 
 #include <optional>
 #include <string>
+#include <zrimaging/Pictures.h>
 
 namespace zrdcm {
 

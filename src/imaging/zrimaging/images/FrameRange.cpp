@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The text form of frame ranges.
-#include "zrimaging/images/FrameRange.h"
+#include "zrimaging/Image.h"
 
 #include <charconv>
 #include <system_error>

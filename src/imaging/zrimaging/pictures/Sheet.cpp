@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Contact sheets. Text is in capital letters.
-#include "zrimaging/pictures/ContactSheet.h"
-
+#include "zrimaging/Sheets.h"
+#include "zrimaging/Thumbnails.h"
 #include "zrimaging/pictures/Letters.h"
-#include "zrimaging/pictures/Thumbnail.h"
+#include "zrimaging/pictures/SheetLayout.h"
 #include "zrimaging/texts/NumberText.h"
 
 #include <algorithm>
@@ -122,11 +122,11 @@ std::string ordinal(std::size_t number) {
 }
 
 // Frames look as their pixels are in the body: pixels need not be square.
-SheetNeeds needsOf(const DecodedImage& image, const SheetContent& content, bool legend) {
+SheetNeeds needsOf(const FrameTraits& traits, const SheetContent& content, bool legend) {
   SheetNeeds needs;
   needs.frames = content.frames.size();
-  needs.frameWidth = static_cast<double>(image.samples.columns);
-  needs.frameHeight = static_cast<double>(image.samples.rows);
+  needs.frameWidth = static_cast<double>(traits.columns);
+  needs.frameHeight = static_cast<double>(traits.rows);
   const double aspect = content.pixelAspect;
   if (aspect > 1 / kOddestPixel && aspect < kOddestPixel) {
     (aspect > 1 ? needs.frameHeight : needs.frameWidth) *= aspect > 1 ? aspect : 1 / aspect;
@@ -140,12 +140,12 @@ std::string plainNumber(double value) {
   return shortest(static_cast<float>(value));
 }
 
-std::string subtitleOf(const DecodedImage& image, const SheetContent& content) {
+std::string subtitleOf(const FrameTraits& traits, const SheetContent& content) {
   const std::size_t count = content.frames.size();
   const std::string unit = content.inVolume ? "slice" : "frame";
   std::string text = content.details + std::to_string(count) + " " + unit +
-                     (count == 1 ? "" : "s") + " of " + std::to_string(image.samples.columns) +
-                     " x " + std::to_string(image.samples.rows);
+                     (count == 1 ? "" : "s") + " of " + std::to_string(traits.columns) + " x " +
+                     std::to_string(traits.rows);
   if (content.display && !content.display->uniform()) {
     text += " - windows by frame";
   } else if (content.display) {
@@ -187,11 +187,11 @@ void drawHeader(Sheet& sheet, const SheetLayout& layout, const SheetContent& con
 /// The overlays of each frame that has any.
 using OverlaysOfFrames = std::multimap<int, int>;
 
-OverlaysOfFrames overlaysByFrame(const DecodedImage& image) {
+OverlaysOfFrames overlaysByFrame(const FramesRecord& record) {
   OverlaysOfFrames byFrame;
-  if (image.slice.overlays.isNotNull()) {
-    for (int index = 0; index < image.slice.overlays->count(); ++index) {
-      byFrame.emplace(image.slice.overlays->frame(index), index);
+  if (record.overlays.isNotNull()) {
+    for (int index = 0; index < record.overlays->count(); ++index) {
+      byFrame.emplace(record.overlays->frame(index), index);
     }
   }
   return byFrame;
@@ -213,54 +213,40 @@ void drawLabel(Sheet& sheet, const SheetLayout& layout, std::size_t place, std::
 
 }  // namespace
 
-std::vector<unsigned> overlayGroups(const DecodedImage& image,
+std::vector<unsigned> overlayGroups(const FramesRecord& record,
                                     const std::vector<std::size_t>& frames) {
   const std::set<std::size_t> wanted(frames.begin(), frames.end());
   std::set<unsigned> groups;
-  for (const auto& [frame, index] : overlaysByFrame(image)) {
+  for (const auto& [frame, index] : overlaysByFrame(record)) {
     if (wanted.count(static_cast<std::size_t>(frame)) != 0) {
-      groups.insert(image.slice.overlays->group(index));
+      groups.insert(record.overlays->group(index));
     }
   }
   return {groups.begin(), groups.end()};
 }
 
-SheetContent allFrames(const FrameSource& source, const PerFrameAttributes& attributes,
-                       const std::optional<Window>& wanted) {
-  SheetContent content;
-  if (const auto& spacing = attributes.frames.at(0).pixelSpacing) {
-    content.pixelAspect = (*spacing)[1] / (*spacing)[0];
-  }
-  if (source.image().monochrome) {
-    content.display = displayOf(source.image(), attributes, wanted);
-  }
-  content.title = source.image().file->path().filename().string();
-  content.frames.resize(source.count());
-  std::iota(content.frames.begin(), content.frames.end(), std::size_t{0});
-  return content;
-}
-
-Picture drawContactSheet(FrameSource& source, const SheetContent& content, SheetLayout& layout) {
-  const DecodedImage& image = source.image();
-  const std::vector<unsigned> groups = overlayGroups(image, content.frames);
-  layout = layOutSheet(needsOf(image, content, !groups.empty()));
-  Thumbnailer thumbnailer(image.samples, layout.tileWidth, layout.tileHeight);
+Picture drawContactSheet(Frames& frames, const SheetContent& content, SheetLayout& layout) {
+  const FramesRecord& record = frames.record();
+  const FrameTraits& traits = record.traits;
+  const std::vector<unsigned> groups = overlayGroups(record, content.frames);
+  layout = layOutSheet(needsOf(traits, content, !groups.empty()));
+  Thumbnailer thumbnailer(traits.layout(1), layout.tileWidth, layout.tileHeight);
   const FrameDisplay* shownThrough = nullptr;
-  const OverlaysOfFrames overlays = overlaysByFrame(image);
+  const OverlaysOfFrames overlays = overlaysByFrame(record);
 
   Sheet sheet(layout);
-  drawHeader(sheet, layout, content, subtitleOf(image, content), groups);
+  drawHeader(sheet, layout, content, subtitleOf(traits, content), groups);
   for (std::size_t place = 0; place < layout.shown; ++place) {
     const std::size_t frame = content.frames[place * layout.every];
     const FrameDisplay* const display = content.display ? &content.display->frame(frame) : nullptr;
     if (display != nullptr && (shownThrough == nullptr || *display != *shownThrough)) {
-      thumbnailer.showThrough(grayLevels(image, *display));
+      thumbnailer.showThrough(grayLevels(traits, *display));
       shownThrough = display;
     }
-    Picture tile = thumbnailer.render(source.frame(frame));
+    Picture tile = thumbnailer.render(frames.frame(frame));
     const auto [first, end] = overlays.equal_range(static_cast<int>(frame));
     for (auto overlay = first; overlay != end; ++overlay) {
-      thumbnailer.drawOverlay(tile, *image.slice.overlays, overlay->second);
+      thumbnailer.drawOverlay(tile, *record.overlays, overlay->second);
     }
     const std::size_t x = layout.left(place % layout.columns);
     const std::size_t y = layout.top(place / layout.columns);

@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrimaging/Samples.h"
-#include "zrimaging/pictures/Rendering.h"
-
 #include <zrvolren/ZrOverlayData.h>
 
 #include <cstddef>
 #include <utility>
 #include <vector>
+#include <zrimaging/Pictures.h>
+#include <zrimaging/Samples.h>
+#include <zrimaging/ZrimagingApi.h>
 
 namespace zr {
 
 /// Renders frames of one size at another size, straight from their samples: the frame as a whole is
 /// never there a second time. Smaller ones are averaged, larger ones interpolated.
-class Thumbnailer {
+class ZRIMAGING_API Thumbnailer {
 public:
   /// @param frame  layout of the frames; its bytes are not used.
   /// @param columns,rows size of the thumbnails

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Resampling with a tent as wide as a pixel of the coarser grid, first along the rows, then down.
 // A source row is shrunk once and added to the rows of the thumbnail that it has a share in.
-#include "zrimaging/pictures/Thumbnail.h"
+#include "zrimaging/Thumbnails.h"
 
 #include <algorithm>
 #include <cmath>

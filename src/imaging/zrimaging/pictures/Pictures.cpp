@@ -4,11 +4,7 @@
 // Lines and windows are those of each frame. Which window an image gets is decided once for all of
 // its decoded frames, because what one grey tells of a single frame (it is blank) is no reason to
 // show it otherwise than its neighbours.
-#include "zrimaging/pictures/Rendering.h"
-
-#include "dcmtk/config/osconfig.h"
-#include "dcmtk/dcmdata/dcdatset.h"
-#include "dcmtk/dcmdata/dcdeftag.h"
+#include "zrimaging/Pictures.h"
 
 #include <algorithm>
 #include <array>
@@ -22,28 +18,6 @@
 namespace zr {
 
 namespace {
-
-bool leftAsStored(const DecodedImage& image) {
-  return !image.slice.convertSamples && image.converted.isNull();
-}
-
-// Samples that pad the picture to a rectangle say nothing about its range. They are found as they
-// stand after decoding; behind a modality LUT they are not told apart from other values.
-std::optional<std::uint16_t> paddingSample(const DecodedImage& image) {
-  DcmItem& item = image.file->dataset();
-  Uint16 unsignedValue = 0;
-  Sint16 signedValue = 0;
-  if (item.tagExists(DCM_ModalityLUTSequence)) {
-    return std::nullopt;
-  }
-  if (item.findAndGetSint16(DCM_PixelPaddingValue, signedValue).good()) {
-    return static_cast<std::uint16_t>(static_cast<float>(signedValue) + image.slice.sampleOffset);
-  }
-  if (item.findAndGetUint16(DCM_PixelPaddingValue, unsignedValue).good()) {
-    return unsignedValue;
-  }
-  return std::nullopt;
-}
 
 using SampleRange = std::pair<std::uint16_t, std::uint16_t>;
 
@@ -67,36 +41,21 @@ double valueOf(const FrameDisplay& display, std::uint16_t sample) {
   return display.slope * static_cast<double>(sample) + display.intercept;
 }
 
-double grayFraction(double value, const Window& window) {
-  const double away = value - window.centre;
-  double fraction = away / window.width + 0.5;
-  if (window.function == VoiFunction::kSigmoid) {
-    fraction = 1 / (1 + std::exp(-4 * away / window.width));
-  } else if (window.function == VoiFunction::kLinear) {
-    fraction = (away + 0.5) / (window.width - 1.0) + 0.5;
-  }
-  if (std::isnan(fraction)) {
-    return 0.0;  // a rescale slope or window beyond all numbers
-  }
-  return std::clamp(fraction, 0.0, 1.0);
-}
-
-unsigned char grayLevel(const DecodedImage& image, const FrameDisplay& display,
+unsigned char grayLevel(const FrameTraits& traits, const FrameDisplay& display,
                         std::uint16_t sample) {
   const double gray = grayFraction(valueOf(display, sample), display.window);
-  return static_cast<unsigned char>(std::lround(255.0 * (image.darkIsHigh ? 1.0 - gray : gray)));
+  return static_cast<unsigned char>(std::lround(255.0 * (traits.darkIsHigh ? 1.0 - gray : gray)));
 }
 
-/// The decoded frames with what is needed to choose their windows.
+/// Frames with what is needed to choose their windows.
 class Showing {
 public:
-  Showing(const DecodedImage& image, const PerFrameAttributes& attributes)
-      : image_(image), attributes_(attributes), frames_(image.samples.frames) {
+  Showing(Frames& source, std::size_t count)
+      : source_(source), record_(source.record()), frames_(count) {
     for (std::size_t index = 0; index < frames_.size(); ++index) {
-      const auto line = lineOfSamples(image, attributes, image.frames.first + index);
+      const auto line = lineOfSamples(record_, index);
       frames_[index].slope = line ? line->slope : 1;
-      frames_[index].intercept =
-          line ? line->intercept : -static_cast<double>(image.slice.sampleOffset);
+      frames_[index].intercept = line ? line->intercept : -record_.traits.sampleOffset;
     }
   }
 
@@ -110,7 +69,7 @@ public:
   void showOwn() {
     std::optional<Window> range;
     for (std::size_t index = 0; index < frames_.size(); ++index) {
-      std::optional<Window> own = windowOfFile(attributes_, image_.frames.first + index);
+      std::optional<Window> own = windowOfFrame(record_.attributes.frames.at(index));
       hasOwn_ = hasOwn_ || own.has_value();
       if (!own && !range) {
         range = rangeOfValues();
@@ -133,8 +92,9 @@ public:
         continue;
       }
       const auto& [low, high] = *ranges_[index];
-      const int shown = grayLevel(image_, frames_[index], low);
-      if (shown != grayLevel(image_, frames_[index], high) || (grey >= 0 && grey != shown)) {
+      const int shown = grayLevel(record_.traits, frames_[index], low);
+      if (shown != grayLevel(record_.traits, frames_[index], high) ||
+          (grey >= 0 && grey != shown)) {
         return false;
       }
       grey = shown;
@@ -167,15 +127,14 @@ public:
 private:
   void readRanges() {
     if (ranges_.empty()) {
-      const std::optional<std::uint16_t> padding = paddingSample(image_);
       for (std::size_t index = 0; index < frames_.size(); ++index) {
-        ranges_.push_back(rangeOfSamples(image_.samples.frame(index), padding));
+        ranges_.push_back(rangeOfSamples(source_.frame(index), record_.traits.padding));
       }
     }
   }
 
-  const DecodedImage& image_;
-  const PerFrameAttributes& attributes_;
+  Frames& source_;
+  const FramesRecord& record_;
   std::vector<FrameDisplay> frames_;
   std::vector<std::optional<SampleRange>> ranges_;
   bool hasOwn_ = false;
@@ -225,8 +184,22 @@ const FrameDisplay& Display::frame(std::size_t index) const {
   return uniform() ? frames_.front() : frames_.at(index);
 }
 
-std::optional<Window> windowOfFile(const PerFrameAttributes& attributes, std::size_t number) {
-  for (const VoiWindow& window : attributes.frames.at(number).windows) {
+double grayFraction(double value, const Window& window) {
+  const double away = value - window.centre;
+  double fraction = away / window.width + 0.5;
+  if (window.function == VoiFunction::kSigmoid) {
+    fraction = 1 / (1 + std::exp(-4 * away / window.width));
+  } else if (window.function == VoiFunction::kLinear) {
+    fraction = (away + 0.5) / (window.width - 1.0) + 0.5;
+  }
+  if (std::isnan(fraction)) {
+    return 0.0;  // a rescale slope or window beyond all numbers
+  }
+  return std::clamp(fraction, 0.0, 1.0);
+}
+
+std::optional<Window> windowOfFrame(const FrameAttributes& frame) {
+  for (const VoiWindow& window : frame.windows) {
     if (window.width > 0 && window.function != VoiFunction::kOther) {
       const bool narrow = window.function == VoiFunction::kLinear && window.width <= 1;
       return Window{window.centre, window.width,
@@ -236,18 +209,17 @@ std::optional<Window> windowOfFile(const PerFrameAttributes& attributes, std::si
   return std::nullopt;
 }
 
-std::set<unsigned char> extremeGreys(const DecodedImage& image, const SampleArray& frame,
+std::set<unsigned char> extremeGreys(const FrameTraits& traits, const SampleArray& frame,
                                      const FrameDisplay& display) {
-  const std::optional<SampleRange> range = rangeOfSamples(frame, paddingSample(image));
+  const std::optional<SampleRange> range = rangeOfSamples(frame, traits.padding);
   if (!range) {
     return {};
   }
-  return {grayLevel(image, display, range->first), grayLevel(image, display, range->second)};
+  return {grayLevel(traits, display, range->first), grayLevel(traits, display, range->second)};
 }
 
-Display displayOf(const DecodedImage& image, const PerFrameAttributes& attributes,
-                  const std::optional<Window>& wanted) {
-  Showing showing(image, attributes);
+Display displayOf(Frames& frames, std::size_t count, const std::optional<Window>& wanted) {
+  Showing showing(frames, count);
   std::string remark;
   if (wanted) {
     showing.showAll(*wanted);
@@ -261,29 +233,19 @@ Display displayOf(const DecodedImage& image, const PerFrameAttributes& attribute
   return {showing.take(), remark};
 }
 
-std::optional<RescaleLine> lineOfSamples(const DecodedImage& image,
-                                         const PerFrameAttributes& attributes, std::size_t number) {
-  const std::optional<RescaleLine>& rescale = attributes.frames.at(number).rescale;
-  if (!rescale || (attributes.modalityTable && leftAsStored(image))) {
-    return std::nullopt;
-  }
-  const auto offset = static_cast<double>(image.slice.sampleOffset);
-  return RescaleLine{rescale->slope, rescale->intercept - offset * rescale->slope, rescale->unit};
-}
-
-std::vector<unsigned char> grayLevels(const DecodedImage& image, const FrameDisplay& display) {
-  const std::size_t entries = bytesOf(image.samples.type) == 1 ? 256 : 65536;
+std::vector<unsigned char> grayLevels(const FrameTraits& traits, const FrameDisplay& display) {
+  const std::size_t entries = bytesOf(traits.type) == 1 ? 256 : 65536;
   std::vector<unsigned char> levels(entries);
   for (std::size_t sample = 0; sample < entries; ++sample) {
-    levels[sample] = grayLevel(image, display, static_cast<std::uint16_t>(sample));
+    levels[sample] = grayLevel(traits, display, static_cast<std::uint16_t>(sample));
   }
   return levels;
 }
 
-Picture renderFrame(const DecodedImage& image, std::size_t index, const FrameDisplay& display) {
-  const SampleArray frame = image.samples.frame(index);
+Picture renderFrame(const FrameTraits& traits, const SampleArray& frame,
+                    const FrameDisplay& display) {
   Picture picture{frame.rows, frame.columns, 1, {}};
-  const std::vector<unsigned char> levels = grayLevels(image, display);
+  const std::vector<unsigned char> levels = grayLevels(traits, display);
   picture.samples.resize(frame.rows * frame.columns);
   for (std::size_t i = 0; i < picture.samples.size(); ++i) {
     picture.samples[i] = levels[frame.sample(i)];
@@ -297,19 +259,35 @@ Colour overlayColour(unsigned group) {
   return kColours[(group / 2U) % kColours.size()];
 }
 
-Picture burnOverlays(const Picture& picture, const DecodedImage& image, std::size_t index) {
+Picture burnOverlays(const Picture& picture, const FramesRecord& record, std::size_t index) {
   Picture burnt = inRgb(picture);
-  if (image.slice.overlays.isNull()) {
+  if (record.overlays.isNull()) {
     return burnt;
   }
-  const ZrOverlayData& overlays = *image.slice.overlays;
-  const int frame = static_cast<int>(image.frames.first + index) - image.firstHeldFrame;
+  const ZrOverlayData& overlays = *record.overlays;
   for (int overlay = 0; overlay < overlays.count(); ++overlay) {
-    if (overlays.frame(overlay) == frame) {
+    if (overlays.frame(overlay) == static_cast<int>(record.firstNumber + index)) {
       drawOverlay(burnt, overlays, overlay);
     }
   }
   return burnt;
+}
+
+Picture overlayMask(const FramesRecord& record, int index) {
+  const ZrOverlayData& overlays = *record.overlays;
+  Picture mask{record.traits.rows, record.traits.columns, 1, {}};
+  mask.samples.assign(mask.rows * mask.columns, 0);
+  const KtVec2i origin = overlays.origin(index);
+  const KtVec2i size = overlays.size(index);
+  for (int y = origin.y; y < origin.y + size.y; ++y) {
+    for (int x = origin.x; x < origin.x + size.x; ++x) {
+      if (overlays.test(index, x, y)) {
+        mask.samples[static_cast<std::size_t>(y) * mask.columns + static_cast<std::size_t>(x)] =
+            255;
+      }
+    }
+  }
+  return mask;
 }
 
 }  // namespace zr

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+#include <zrimaging/FrameAttributes.h>
+#include <zrimaging/Frames.h>
+#include <zrimaging/Samples.h>
+#include <zrimaging/ZrimagingApi.h>
+
+namespace zr {
+
+class File;
+struct MemoryBudget;
+
+/// A UID with the name that it has in PS3.6.
+struct NamedUid {
+  std::string uid;   ///< empty when it is missing
+  std::string name;  ///< empty when it is not known here
+};
+
+/// How pixels are stored, as the attributes say (PS3.3 C.7.6.3); what is missing is not set.
+struct PixelFormat {
+  std::string photometricInterpretation;  ///< with its spelling repaired; empty when it is missing
+  std::optional<unsigned> bitsAllocated;
+  std::optional<unsigned> bitsStored;
+  std::optional<unsigned> highBit;
+  std::optional<bool> isSigned;  ///< Pixel Representation is 1
+};
+
+/// A lookup table: `entries` times `values` numbers.
+struct TableFacts {
+  std::size_t entries = 0;
+  int firstMapped = 0;     ///< the stored value that the first entry maps
+  std::size_t values = 1;  ///< of an entry: 1, or 3 of a palette
+  std::size_t bits = 0;    ///< of a number: 8 or 16
+};
+
+/// What an object is, by its attributes.
+struct ObjectFacts {
+  NamedUid sopClass;
+  std::string modality;  ///< empty when it is missing
+  NamedUid transferSyntax;
+  PixelFormat pixelFormat;
+  bool multiFrame = false;        ///< Zrg::isMultiFrame
+  bool multiFrameVolume = false;  ///< Zrg::isMultiFrameVolume
+  bool enhanced = false;          ///< Zrg::isEnhancedDicom
+  std::optional<TableFacts> modalityTable;
+  std::optional<TableFacts> palette;
+  /// What it is when it has no pixels and needs none: "a radiotherapy plan"; else empty.
+  std::string withoutPixels;
+};
+
+/// Reads what an object is. Nothing is decoded.
+/// @throws Error OutOfMemory
+[[nodiscard]] ZRIMAGING_API ObjectFacts describeObject(const File& file);
+
+/// Frames `first` to `last`, both included, 0-based.
+struct FrameRange {
+  std::size_t first;
+  std::size_t last;
+
+  std::size_t count() const { return last - first + 1; }
+};
+
+/// Reads "A" or "A-B"; nothing when the text is neither or B is below A.
+[[nodiscard]] ZRIMAGING_API std::optional<FrameRange> parseFrameRange(const std::string& text);
+
+/// What to decode, and how.
+struct DecodeRequest {
+  std::optional<FrameRange> frames;  ///< numbers in the file; all frames when not set
+  bool stored = false;               ///< leave monochrome samples as they are stored
+  bool overlays = false;             ///< read the overlays embedded in the samples, too
+};
+
+/// Frames that are decoded and in memory.
+class ZRIMAGING_API DecodedFrames final : public Frames {
+public:
+  /// @param samples all frames of the record, one after the other
+  /// @param memory  what keeps the samples
+  DecodedFrames(FramesRecord record, const SampleArray& samples, std::shared_ptr<const void> memory,
+                std::vector<Remark> remarks);
+
+  const FramesRecord& record() const override { return record_; }
+  std::size_t count() const override { return samples_.frames; }
+  SampleArray frame(std::size_t index) override { return samples_.frame(index); }
+  std::vector<Remark> takeRemarks() override;
+
+  /// All frames; the samples stay as long as somebody holds `memory`.
+  const SampleArray& samples() const { return samples_; }
+  const std::shared_ptr<const void>& memory() const { return memory_; }
+
+  /// The frames' numbers in the file.
+  FrameRange numbers() const {
+    return {record_.firstNumber, record_.firstNumber + samples_.frames - 1};
+  }
+
+private:
+  FramesRecord record_;
+  SampleArray samples_;
+  std::shared_ptr<const void> memory_;
+  std::vector<Remark> remarks_;
+};
+
+/// An image in a file: any of its frames is decoded at the cost of that frame, any number of times.
+///
+/// Monochrome samples come out unsigned, the stored bits alone wherever they are in the container, with the
+/// modality LUT applied (signed samples are shifted by 128 or 32768: FrameTraits::sampleOffset); or, when they are
+/// asked for as stored, as their bytes are, then with a signed type when Pixel Representation says so. Colour
+/// comes out as 8-bit RGB.
+class ZRIMAGING_API Image {
+public:
+  /// Takes the file. Nothing is decoded.
+  explicit Image(File file);
+  ~Image();
+  Image(Image&& other) noexcept;
+  Image& operator=(Image&& other) noexcept;
+
+  /// The same for an image that is to be shown: a modality LUT that is not meant for display is taken out
+  /// of the dataset (PS3.3 C.8.7.1.1.2: X-ray angiography and fluoroscopy).
+  static Image forDisplay(File file);
+
+  const File& file() const { return *file_; }
+
+  /// Number of Frames, in full; how many frames the pixel data holds is not looked at.
+  std::size_t frameCount() const;
+
+  /// What the dataset says of one frame.
+  /// @param number 0-based
+  /// @throws Error NoSuchFrame
+  const FrameAttributes& frame(std::size_t number) const;
+
+  /// What decoding will deliver.
+  /// @throws Error when the attributes do not make an image that can be decoded
+  FrameTraits traits(bool stored = false) const;
+
+  /// Decodes frames into memory of their own, contiguous.
+  /// @throws Error when there are no such frames, when they do not decode, or take more memory than there
+  ///         may be
+  DecodedFrames decode(const DecodeRequest& request, const MemoryBudget& memory) const;
+
+  /// Decodes frames into memory of the caller. Overlays are not read.
+  /// @param target receives count x rows x columns x channels samples; owned by the caller
+  /// @param size   bytes of `target`
+  /// @return what the user must know about the samples
+  /// @throws Error as above, and TooLarge when they do not fit. The target may then hold anything.
+  std::vector<Remark> decodeInto(const DecodeRequest& request, const MemoryBudget& memory,
+                                 void* target, std::size_t size) const;
+
+private:
+  const PerFrameAttributes& attributesOf(std::size_t frames) const;
+
+  std::unique_ptr<File> file_;
+  mutable PerFrameAttributes attributes_;  ///< of as many frames as were asked for so far
+};
+
+}  // namespace zr

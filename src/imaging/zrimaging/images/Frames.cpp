@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// Frames of one file: in memory, or decoded when they are asked for.
+#include "zrimaging/Frames.h"
+
+#include "zrimaging/Error.h"
+#include "zrimaging/File.h"
+#include "zrimaging/Image.h"
+#include "zrimaging/MemoryBudget.h"
+#include "zrimaging/images/DecoderWarnings.h"
+#include "zrimaging/images/Explanation.h"
+#include "zrimaging/images/FrameDecoder.h"
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+#include <limits>
+#include <utility>
+
+namespace zr {
+
+namespace {
+
+/// Colour frames, each decoded when it is asked for into the same memory.
+class FramesOnDemand final : public Frames {
+public:
+  FramesOnDemand(Image image, const MemoryBudget& memory)
+      : image_(std::move(image)), count_(image_.frameCount()), decoder_(prepared(memory)) {
+    oneFrame_.resize(decoder_.frameBytes());
+    record_.traits = decoder_.traits();
+    record_.name = image_.file().path().filename().string();
+    try {
+      (void)decode(0);  // a file that does not decode is refused now
+      if (count_ > std::numeric_limits<std::uint16_t>::max()) {
+        (void)decode(count_ - 1);  // lists of so many are not made for a mere claim
+      }
+    } catch (const Error& error) {
+      throw whyNotDecoded(image_.file(), error);
+    }
+    record_.attributes = readFrameAttributes(image_.file().dataset(), count_);
+  }
+
+  const FramesRecord& record() const override { return record_; }
+  std::size_t count() const override { return count_; }
+  SampleArray frame(std::size_t index) override { return decode(index); }
+  std::vector<Remark> takeRemarks() override { return std::exchange(remarks_, {}); }
+
+private:
+  FrameDecoder prepared(const MemoryBudget& memory) const {
+    memory.requireFor(image_.file().dataset(), 0, 0);
+    return FrameDecoder(image_.file());
+  }
+
+  SampleArray decode(std::size_t number) {
+    const DecoderWatch decoders;
+    decoder_.decode(number, oneFrame_.data(), true);
+    for (std::string& text : decoders.remarks(image_.file().path())) {
+      remarks_.push_back({image_.file().path().string(), std::move(text)});
+    }
+    SampleArray frame = record_.traits.layout(1);
+    frame.bytes = oneFrame_.data();
+    return frame;
+  }
+
+  Image image_;
+  std::size_t count_;
+  FrameDecoder decoder_;  ///< of the image's file, which stays where it is
+  FramesRecord record_;
+  std::vector<unsigned char> oneFrame_;
+  std::vector<Remark> remarks_;
+};
+
+bool isMonochrome(const File& file) {
+  const std::string interpretation = file.photometricInterpretation();
+  return interpretation == "MONOCHROME1" || interpretation == "MONOCHROME2";
+}
+
+}  // namespace
+
+std::unique_ptr<Frames> framesOf(Image image, const MemoryBudget& memory) {
+  if (isMonochrome(image.file()) || image.frameCount() == 1) {
+    DecodeRequest all;
+    all.overlays = true;
+    return std::make_unique<DecodedFrames>(image.decode(all, memory));
+  }
+  return std::make_unique<FramesOnDemand>(std::move(image), memory);
+}
+
+std::optional<RescaleLine> lineOfSamples(const FramesRecord& record, std::size_t index) {
+  const std::optional<RescaleLine>& rescale = record.attributes.frames.at(index).rescale;
+  const FrameTraits& traits = record.traits;
+  if (!rescale || (record.attributes.modalityTable && traits.stored)) {
+    return std::nullopt;
+  }
+  return RescaleLine{rescale->slope, rescale->intercept - traits.sampleOffset * rescale->slope,
+                     rescale->unit};
+}
+
+}  // namespace zr

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: BSD-3-Clause
+// What an object is: the library's predicates and the attributes that say how its pixels are stored.
+#include "zrimaging/File.h"
+#include "zrimaging/Image.h"
+#include "zrimaging/images/Explanation.h"
+#include "zrimaging/images/ObjectKind.h"
+
+#include <zrdcmexport/ExDicomUtilitiesLUT.h>
+#include <zrdcmexport/ZrSliceImage.h>
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+namespace zr {
+
+namespace {
+
+std::optional<unsigned> numberAt(DcmItem& item, const DcmTagKey& key) {
+  Uint16 value = 0;
+  return item.findAndGetUint16(key, value).good() ? std::optional<unsigned>(value) : std::nullopt;
+}
+
+NamedUid sopClassOf(DcmItem& item) {
+  NamedUid sopClass{textOf(item, DCM_SOPClassUID), ""};
+  const char* const name = sopClass.uid.empty() ? nullptr : dcmFindNameOfUID(sopClass.uid.c_str());
+  sopClass.name = name == nullptr ? "" : name;
+  return sopClass;
+}
+
+PixelFormat pixelFormatOf(const File& file) {
+  DcmItem& item = file.dataset();
+  PixelFormat format{file.photometricInterpretation(), numberAt(item, DCM_BitsAllocated),
+                     numberAt(item, DCM_BitsStored), numberAt(item, DCM_HighBit), std::nullopt};
+  if (const std::optional<unsigned> representation = numberAt(item, DCM_PixelRepresentation)) {
+    format.isSigned = *representation == 1;
+  }
+  return format;
+}
+
+std::optional<TableFacts> tableOf(DcmItem& item, bool palette) {
+  ExDicomUtilities::LUT lut;
+  ExDicomUtilities::LUT::dcmDatasetRead(lut, item, palette);
+  if (lut.entries.isNull() || !lut.entries->hasData()) {
+    return std::nullopt;
+  }
+  return TableFacts{static_cast<std::size_t>(lut.entries->dims().x), lut.firstMapped,
+                    lut.entries->nDataVar(), 8 * lut.entries->primType().primTypeSize()};
+}
+
+}  // namespace
+
+ObjectFacts describeObject(const File& file) {
+  DcmDataset& dataset = file.dataset();
+  const TransferSyntaxName syntax = transferSyntaxOf(file);
+  ObjectFacts facts;
+  facts.sopClass = sopClassOf(dataset);
+  facts.modality = textOf(dataset, DCM_Modality);
+  facts.transferSyntax = {syntax.uid, syntax.name};
+  facts.pixelFormat = pixelFormatOf(file);
+  facts.multiFrame = Zrg::isMultiFrame(dataset);
+  facts.multiFrameVolume = Zrg::isMultiFrameVolume(dataset);
+  facts.enhanced = Zrg::isEnhancedDicom(dataset);
+  facts.modalityTable = tableOf(dataset, false);
+  facts.palette = tableOf(dataset, true);
+  facts.withoutPixels = describeWithoutPixels(dataset);
+  return facts;
+}
+
+}  // namespace zr
