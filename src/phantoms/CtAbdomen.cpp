@@ -3,8 +3,8 @@
 #include "Builder.h"
 #include "Canvas.h"
 #include "CtBody.h"
+#include "Letters.h"
 #include "Phantoms.h"
-#include "zrimaging/pictures/Letters.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -151,7 +151,7 @@ void setBit(std::vector<std::uint16_t>& samples, const Canvas& canvas, const Sha
 
 void setBitForText(std::vector<std::uint16_t>& samples, const char* text, int column, int row,
                    unsigned bit) {
-  zr::drawText(text, column, row, 2, [&](int x, int y) {
+  drawLabel(text, column, row, 2, [&](int x, int y) {
     samples[static_cast<std::size_t>(y) * kSize + static_cast<std::size_t>(x)] |=
         static_cast<std::uint16_t>(1U << bit);
   });

@@ -3,8 +3,8 @@
 // as the length of the way that the rays take through them.
 #include "Builder.h"
 #include "Canvas.h"
+#include "Letters.h"
 #include "Phantoms.h"
-#include "zrimaging/pictures/Letters.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -194,7 +194,7 @@ std::vector<std::uint16_t> exposure(HandDrawing& hand) {
 
 // The lead letter that tells the side.
 void addSideMarker(std::vector<std::uint16_t>& samples) {
-  zr::drawText("L", 410, 560, 5, [&samples](int x, int y) {
+  drawLabel("L", 410, 560, 5, [&samples](int x, int y) {
     samples[static_cast<std::size_t>(y) * kColumns + static_cast<std::size_t>(x)] = 60;
   });
 }

@@ -3,8 +3,8 @@
 // ECG. Written as RGB and as YBR_FULL.
 #include "Builder.h"
 #include "Canvas.h"
+#include "Letters.h"
 #include "Phantoms.h"
-#include "zrimaging/pictures/Letters.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -196,9 +196,9 @@ void drawScales(Frame& frame) {
       frame.set(static_cast<int>(kColumns) - 16 + x, y + 24, {gray, gray, gray});
     }
   }
-  zr::drawText("61", 6, 12, 1, [&frame](int x, int y) { frame.set(x, y, {220, 220, 220}); });
-  zr::drawText("-61", 4, 98, 1, [&frame](int x, int y) { frame.set(x, y, {220, 220, 220}); });
-  zr::drawText("CM/S", 4, 110, 1, [&frame](int x, int y) { frame.set(x, y, {150, 150, 150}); });
+  drawLabel("61", 6, 12, 1, [&frame](int x, int y) { frame.set(x, y, {220, 220, 220}); });
+  drawLabel("-61", 4, 98, 1, [&frame](int x, int y) { frame.set(x, y, {220, 220, 220}); });
+  drawLabel("CM/S", 4, 110, 1, [&frame](int x, int y) { frame.set(x, y, {150, 150, 150}); });
 }
 
 std::vector<std::uint8_t> clip() {
@@ -211,10 +211,10 @@ std::vector<std::uint8_t> clip() {
     drawFan(frame, tissue, heart, beat, 411 + 2 * index);
     drawScales(frame);
     drawTrace(frame, beat);
-    zr::drawText("FRAME " + std::to_string(index), static_cast<int>(kColumns) - 54, 6, 1,
-                 [&frame](int x, int y) {
-                   frame.set(x, y, {230, 230, 120});
-                 });
+    drawLabel("FRAME " + std::to_string(index), static_cast<int>(kColumns) - 54, 6, 1,
+              [&frame](int x, int y) {
+                frame.set(x, y, {230, 230, 120});
+              });
   }
   return samples;
 }
