@@ -130,12 +130,12 @@ std::size_t pixelsOf(const Bytes& bytes) {
          bytes.little16(ImageInput::kRowsAt + 2);
 }
 
-/// A header and runs that fill every stripe of the image that the head describes.
+/// A header and runs that fill every segment of the image that the head describes.
 void writeRleFrame(Bytes& bytes, std::size_t payload) {
-  const std::size_t stripes =
+  const std::size_t segments =
       1 + bytes.below(2) + (bytes[ImageInput::kSamplesAt] > 1 ? bytes.below(5) : 0);
   const std::size_t runs = (std::min<std::size_t>(pixelsOf(bytes), 4096) + 127) / 128;
-  const std::size_t size = kRleHeaderSize + stripes * 2 * runs;
+  const std::size_t size = kRleHeaderSize + segments * 2 * runs;
   bytes.truncate(payload);
   if (!bytes.open(payload, size)) {
     return;
@@ -143,10 +143,10 @@ void writeRleFrame(Bytes& bytes, std::size_t payload) {
   for (std::size_t i = 0; i < size; ++i) {
     bytes[payload + i] = 0;
   }
-  bytes.putLittle32(payload, static_cast<std::uint32_t>(stripes));
-  for (std::size_t stripe = 0; stripe < stripes; ++stripe) {
-    const std::size_t begin = kRleHeaderSize + stripe * 2 * runs;
-    bytes.putLittle32(payload + 4 * (1 + stripe), static_cast<std::uint32_t>(begin));
+  bytes.putLittle32(payload, static_cast<std::uint32_t>(segments));
+  for (std::size_t segment = 0; segment < segments; ++segment) {
+    const std::size_t begin = kRleHeaderSize + segment * 2 * runs;
+    bytes.putLittle32(payload + 4 * (1 + segment), static_cast<std::uint32_t>(begin));
     for (std::size_t run = 0; run < runs; ++run) {
       bytes[payload + begin + 2 * run] = 129;  // the next byte 128 times
       bytes[payload + begin + 2 * run + 1] = static_cast<Uint8>(bytes.below(256));

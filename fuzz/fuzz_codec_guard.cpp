@@ -108,17 +108,17 @@ std::optional<Bytes> unpackPlane(const Bytes& frame, std::size_t begin, std::siz
 }
 
 /// The planes of an RLE frame, the highest byte of a sample first. @see PS3.5 Annex G
-std::optional<std::vector<Bytes>> unpackRle(const Bytes& frame, std::size_t stripes,
+std::optional<std::vector<Bytes>> unpackRle(const Bytes& frame, std::size_t segments,
                                             std::size_t pixels) {
-  if (frame.size() < kRleHeaderSize || stripes < 1 || stripes > 15 ||
-      little32(frame, 0) != stripes) {
+  if (frame.size() < kRleHeaderSize || segments < 1 || segments > 15 ||
+      little32(frame, 0) != segments) {
     return std::nullopt;
   }
   std::vector<Bytes> planes;
   std::size_t least = kRleHeaderSize;
-  for (std::size_t stripe = 1; stripe <= stripes; ++stripe) {
-    const std::size_t begin = little32(frame, 4 * stripe);
-    const std::size_t next = stripe < stripes ? little32(frame, 4 * (stripe + 1)) : frame.size();
+  for (std::size_t segment = 1; segment <= segments; ++segment) {
+    const std::size_t begin = little32(frame, 4 * segment);
+    const std::size_t next = segment < segments ? little32(frame, 4 * (segment + 1)) : frame.size();
     if (begin < least || begin > frame.size() || next < begin) {
       return std::nullopt;
     }
@@ -136,14 +136,14 @@ std::optional<std::vector<Bytes>> unpackRle(const Bytes& frame, std::size_t stri
 Bytes samplesOf(const std::vector<Bytes>& planes, const Image& image) {
   const std::size_t bytes = image.bytesPerSample();
   Bytes samples(image.frameSize());
-  for (std::size_t stripe = 0; stripe < planes.size(); ++stripe) {
-    const std::size_t sample = stripe / bytes;
-    const std::size_t place = bytes - 1 - stripe % bytes;
+  for (std::size_t segment = 0; segment < planes.size(); ++segment) {
+    const std::size_t sample = segment / bytes;
+    const std::size_t place = bytes - 1 - segment % bytes;
     for (std::size_t pixel = 0; pixel < image.pixels(); ++pixel) {
       const std::size_t cell = image.head.has(ImageInput::kPlanar)
                                    ? sample * image.pixels() + pixel
                                    : pixel * image.head.samplesPerPixel + sample;
-      samples[cell * bytes + place] = planes[stripe][pixel];
+      samples[cell * bytes + place] = planes[segment][pixel];
     }
   }
   return samples;

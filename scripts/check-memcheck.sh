@@ -13,7 +13,7 @@ trap 'rm -rf "$logs"' EXIT
 if [ $# -eq 0 ]; then
   cmake --preset release --log-level=WARNING
 fi
-cmake --build "$build" --target slice_decoding_tests zrdcm_malformed_tests bit_flip_tests
+cmake --build "$build" --target streams_tests zrdcm_malformed_tests bit_flip_tests
 
 # Primes, so that all bits and all places in words take their turn.
 export ZRDCMEXPORT_BYTES_BETWEEN_CUTS=${ZRDCMEXPORT_BYTES_BETWEEN_CUTS:-97}
@@ -31,7 +31,7 @@ memcheck() {
 # file where the system alone leaves none.
 # One after the other in two rows, as the tests of each run for about a minute.
 {
-  memcheck "$build/tests/core/decoding/slice_decoding_tests" --gtest_brief=1 --gtest_filter='*Hostile*' &&
+  memcheck "$build/tests/core/streams/streams_tests" --gtest_brief=1 --gtest_filter='*Hostile*' &&
     memcheck "$build/tests/tools/zrdcm_malformed_tests" --gtest_brief=1 \
       --gtest_filter='-DicomWriter.SaysWhyItCannotOpenItsFile'
 } &

@@ -151,7 +151,7 @@ std::vector<Fragment> cut(const Fragment& fragment, std::size_t position) {
   return {Fragment(fragment.begin(), middle), Fragment(middle, fragment.end())};
 }
 
-Fragment rleFrame(const std::vector<Uint32>& offsets, const std::vector<Fragment>& stripes) {
+Fragment rleFrame(const std::vector<Uint32>& offsets, const std::vector<Fragment>& segments) {
   constexpr std::size_t kHeaderSize = 64;
   Fragment frame;
   appendUint32(frame, static_cast<Uint32>(offsets.size()));
@@ -159,8 +159,8 @@ Fragment rleFrame(const std::vector<Uint32>& offsets, const std::vector<Fragment
     appendUint32(frame, offset);
   }
   frame.resize(kHeaderSize);
-  for (const Fragment& stripe : stripes) {
-    frame.insert(frame.end(), stripe.begin(), stripe.end());
+  for (const Fragment& segment : segments) {
+    frame.insert(frame.end(), segment.begin(), segment.end());
   }
   return frame;
 }

@@ -69,10 +69,10 @@ using Fragment = std::vector<Uint8>;
 /// A fragment cut into two at a position.
 [[nodiscard]] std::vector<Fragment> cut(const Fragment& fragment, std::size_t position);
 
-/// An RLE frame whose header says these offsets for these stripes; the stripes follow the header
+/// An RLE frame whose header says these offsets for these segments; the segments follow the header
 /// back to back.
 [[nodiscard]] Fragment rleFrame(const std::vector<Uint32>& offsets,
-                                const std::vector<Fragment>& stripes);
+                                const std::vector<Fragment>& segments);
 
 /// A JPEG stream of markers that have no length, and nothing else: naive readers never see its end.
 [[nodiscard]] Fragment endlessMarkers();
