@@ -11,33 +11,6 @@ constexpr unsigned long long kComponentSize = 3;
 
 }  // namespace
 
-bool standsAlone(Uint8 marker) {
-  return (marker > kUndefined && marker <= kLastReserved) ||
-         (marker >= kFirstRestart && marker <= kStartOfImage);
-}
-
-bool endsSearch(Uint8 marker) {
-  return marker == kTemporaryUse || marker == kStuffedZero || marker == kUndefined ||
-         marker == kEndOfImage || marker == kStartOfScan;
-}
-
-bool readSecondByte(FragmentStream& stream, Uint8& marker) {
-  do {
-    if (!stream.read(marker)) {
-      return false;
-    }
-  } while (marker == kMarkerPrefix);
-  return true;
-}
-
-bool readMarker(FragmentStream& stream, Uint8& marker) {
-  Uint8 prefix = 0;
-  if (!stream.read(prefix) || prefix != kMarkerPrefix) {
-    return false;
-  }
-  return readSecondByte(stream, marker);
-}
-
 bool readStartOfImage(FragmentStream& stream) {
   Uint8 prefix = 0;
   Uint8 marker = 0;

@@ -50,17 +50,36 @@ inline constexpr Uint8 kJpegLsFrame = 0xF7;
 inline constexpr Uint8 kJpegLsPresets = 0xF8;
 
 /// Restarts, a repeated start of image and reserved markers have no segment.
-[[nodiscard]] bool standsAlone(Uint8 marker);
+[[nodiscard]] inline bool standsAlone(Uint8 marker) {
+  return (marker > kUndefined && marker <= kLastReserved) ||
+         (marker >= kFirstRestart && marker <= kStartOfImage);
+}
 
 /// Markers that end the search for a frame header. DCMTK's own search never comes past a marker for
 /// temporary use, so no stream that has one may reach it.
-[[nodiscard]] bool endsSearch(Uint8 marker);
+[[nodiscard]] inline bool endsSearch(Uint8 marker) {
+  return marker == kTemporaryUse || marker == kStuffedZero || marker == kUndefined ||
+         marker == kEndOfImage || marker == kStartOfScan;
+}
 
 /// Takes the second byte of a marker whose prefix has been taken, behind any number of fill bytes.
-[[nodiscard]] bool readSecondByte(FragmentStream& stream, Uint8& marker);
+[[nodiscard]] inline bool readSecondByte(FragmentStream& stream, Uint8& marker) {
+  do {
+    if (!stream.read(marker)) {
+      return false;
+    }
+  } while (marker == kMarkerPrefix);
+  return true;
+}
 
 /// Takes a marker; false when the next byte begins none.
-[[nodiscard]] bool readMarker(FragmentStream& stream, Uint8& marker);
+[[nodiscard]] inline bool readMarker(FragmentStream& stream, Uint8& marker) {
+  Uint8 prefix = 0;
+  if (!stream.read(prefix) || prefix != kMarkerPrefix) {
+    return false;
+  }
+  return readSecondByte(stream, marker);
+}
 
 /// Takes the marker that begins an image.
 [[nodiscard]] bool readStartOfImage(FragmentStream& stream);
