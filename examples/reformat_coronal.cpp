@@ -122,8 +122,7 @@ void decodeSlices(DcmDataset& dataset, Volume& volume) {
   for (unsigned int i = 0; i < frames.numSlices(0); ++i) {
     Zrg::SliceImage slice;
     (void)frames.getImage(0, i, slice);  // there is one at every i
-    volume.slices.push_back(
-        reinterpret_cast<const Uint16*>(slice.data + static_cast<Uint32>(slice.frameOffset)));
+    volume.slices.push_back(reinterpret_cast<const Uint16*>(Zrg::firstSample(slice)));
   }
 }
 

@@ -40,9 +40,7 @@ struct Decoded {
     }
   }
 
-  [[nodiscard]] const char* samples() const {
-    return slice.data != nullptr ? slice.data : slice.buffer.get();
-  }
+  [[nodiscard]] const char* samples() const { return Zrg::firstSample(slice); }
   [[nodiscard]] std::size_t frameSize() const {
     return static_cast<std::size_t>(slice.extent.x * slice.extent.y) * slice.samplesPerPixel *
            slice.bytesPerSample;

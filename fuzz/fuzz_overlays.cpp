@@ -34,7 +34,7 @@ private:
 template <typename T>
 bool bitOf(const Zrg::SliceImage& slice, long long sample, unsigned bit) {
   T value = 0;
-  std::memcpy(&value, slice.data + slice.frameOffset + sample * static_cast<long long>(sizeof(T)),
+  std::memcpy(&value, Zrg::firstSample(slice) + sample * static_cast<long long>(sizeof(T)),
               sizeof(T));
   return bit < 8 * sizeof(T) && (value >> bit) % 2 != 0;
 }

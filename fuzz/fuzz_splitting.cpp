@@ -24,8 +24,7 @@ bool isWholeMemory(Zrg::MultiFrameImage& split, const Zrg::SliceImage& whole) {
           !split.getFrameNumber(static_cast<int>(volume), i, number) ||
           number >= static_cast<unsigned>(whole.extent.z) || slice.extent.x != whole.extent.x ||
           slice.extent.y != whole.extent.y || slice.bytesPerSample != whole.bytesPerSample ||
-          std::memcmp(slice.data + slice.frameOffset, whole.data + number * frameBytes,
-                      frameBytes) != 0) {
+          std::memcmp(Zrg::firstSample(slice), whole.data + number * frameBytes, frameBytes) != 0) {
         return false;
       }
     }

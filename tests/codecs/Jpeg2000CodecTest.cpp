@@ -44,7 +44,7 @@ std::string processed(DcmItem& item, int first, int last, bool intoTarget) {
   }
   const auto size = static_cast<std::size_t>(slice.extent.x * slice.extent.y * slice.extent.z) *
                     slice.samplesPerPixel * slice.bytesPerSample;
-  const char* const begin = slice.data != nullptr ? slice.data : slice.buffer.get();
+  const char* const begin = Zrg::firstSample(slice);
   return std::string(begin, size) + (slice.valid ? "" : "not valid");
 }
 

@@ -31,7 +31,7 @@ const support::TsvTable& table() {
 std::string digitsOf(const Zrg::SliceImage& slice) {
   const auto bytes = static_cast<std::size_t>(slice.extent.x * slice.extent.y * slice.extent.z) *
                      slice.samplesPerPixel * slice.bytesPerSample;
-  return support::md5Hex(slice.data + slice.frameOffset, bytes).substr(0, 8);
+  return support::md5Hex(Zrg::firstSample(slice), bytes).substr(0, 8);
 }
 
 struct Texts {

@@ -69,7 +69,7 @@ TEST(DecodingGuide, ShowsTheRangeOfTheValuesWhereThereIsNoWindow) {
     Zrg::SliceImage slice;
     std::string error;
     EXPECT_TRUE(slice.process(dataset, error, -1, -1, nullptr, 0)) << error;
-    const auto samples = samplesAt(decoding_guide::firstSample(slice), 3);
+    const auto samples = samplesAt(Zrg::firstSample(slice), 3);
     return decoding_guide::windowOf(slice, samples.data(), samples.size());
   };
 
@@ -104,9 +104,9 @@ TEST(DecodingGuide, FindsSamplesInTheDatasetOrInTheBuffer) {
 
   const Uint16* element = nullptr;
   ASSERT_TRUE(grey->findAndGetUint16Array(DCM_PixelData, element).good());
-  EXPECT_EQ(static_cast<const void*>(decoding_guide::firstSample(inDataset)), element);
+  EXPECT_EQ(static_cast<const void*>(Zrg::firstSample(inDataset)), element);
   EXPECT_EQ(inBuffer.data, nullptr);
-  EXPECT_EQ(std::string(decoding_guide::firstSample(inBuffer), 6), "\1\2\3\4\5\6");
+  EXPECT_EQ(std::string(Zrg::firstSample(inBuffer), 6), "\1\2\3\4\5\6");
 }
 
 TEST(DecodingGuide, ConvertsTwiceWhatIsDecodedTwice) {

@@ -153,8 +153,8 @@ void packRow(const char* samples, int columns, unsigned int bit, std::uint32_t* 
 
 /// Where a rectangle of a frame stands in the slice's memory, in samples; nothing when the memory
 /// does not hold all of it.
-std::optional<long long> firstSampleOf(const SliceImage& slice, const KtVec2i& origin, int columns,
-                                       int rows, int frame) {
+std::optional<long long> positionOf(const SliceImage& slice, const KtVec2i& origin, int columns,
+                                    int rows, int frame) {
   if (frame < 0 || frame >= slice.extent.z) {
     return std::nullopt;
   }
@@ -215,17 +215,16 @@ void SliceImage::extractEmbeddedOverlay(KtVec2i& origin, KtVec2i& size, int fram
   size.x = static_cast<int>(wordsPerRow * kWordBits);
   mask.resize(wordsPerRow * kWordBits * static_cast<unsigned long>(rows), KtBitfield::CLEARED);
 
-  const char* const memory = data != nullptr ? data : buffer.get();
+  const char* const memory = firstSample(*this);
   const unsigned int bit = static_cast<unsigned int>(bitPosition) % kWordBits;
   // Deliberate: the frame is a position in this slice's memory, not shifted by the first frame that
   // was decoded. Test: OverlayExtraction.TakesTheFrameNumberAsThePositionInMemory
-  const std::optional<long long> firstSample = firstSampleOf(*this, origin, columns, rows, frame);
-  if (memory == nullptr || columns == 0 || rows == 0 || bit >= 8 * sizeof(T) || !firstSample) {
+  const std::optional<long long> position = positionOf(*this, origin, columns, rows, frame);
+  if (memory == nullptr || columns == 0 || rows == 0 || bit >= 8 * sizeof(T) || !position) {
     return;
   }
   const long long bytesPerRow = extent.x * static_cast<long long>(sizeof(T));
-  const char* samples = memory + static_cast<std::uint32_t>(frameOffset) +
-                        *firstSample * static_cast<long long>(sizeof(T));
+  const char* samples = memory + *position * static_cast<long long>(sizeof(T));
   std::uint32_t* words = mask.words();
   for (int row = 0; row < rows; ++row) {
     packRow<T>(samples, columns, bit, words);

@@ -16,7 +16,6 @@
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <new>
 #include <utility>
 
@@ -130,8 +129,7 @@ Result<void> takeFrames(SliceImage& slice, const Task& task, ColourFrames& frame
   if (const Result<void> memory = findMemory(slice, task, frames, totalBytes); !memory) {
     return memory;
   }
-  char* target = slice.data != nullptr ? slice.data : slice.buffer.get();
-  target += static_cast<std::uint32_t>(slice.frameOffset);
+  char* target = firstSample(slice);
   for (int position = 0; position < task.frames.count; ++position) {
     if (!frames.hasFrame(position)) {
       return frames.missingFrame(totalBytes);

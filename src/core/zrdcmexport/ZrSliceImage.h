@@ -10,6 +10,7 @@
 #include <zrdcmexport/ZrdcmexportApi.h>
 #include <zrvolren/ZrOverlayData.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -169,6 +170,15 @@ public:
   void extractEmbeddedOverlay(KtVec2i& origin, KtVec2i& size, int frame, int bitPosition,
                               KtBitfield& mask);
 };
+
+/// The first sample of a slice, wherever its pixel memory is; null when it has none.
+///
+/// The memory belongs to whom the slice says, see SliceImage; frame k follows k frames later.
+[[nodiscard]] inline char* firstSample(const SliceImage& slice) {
+  char* const memory = slice.data != nullptr ? slice.data : slice.buffer.get();
+  // An offset from 2 GiB on is negative in the field.
+  return memory != nullptr ? memory + static_cast<std::uint32_t>(slice.frameOffset) : nullptr;
+}
 
 extern template ZRDCMEXPORT_API void SliceImage::extractEmbeddedOverlay<unsigned short>(
     KtVec2i& origin, KtVec2i& size, int frame, int bitPosition, KtBitfield& mask);

@@ -130,7 +130,7 @@ std::size_t byteCount(const Zrg::SliceImage& slice) {
 }
 
 const char* start(const Zrg::SliceImage& slice) {
-  return slice.data != nullptr ? slice.data : slice.buffer.get();
+  return Zrg::firstSample(slice);
 }
 
 std::string md5Of(const Zrg::SliceImage& slice) {

@@ -70,8 +70,7 @@ Outcome decodeInto(std::vector<unsigned char>& target, DcmItem& item, int first,
 }
 
 std::vector<int> samplesOf(const Zrg::SliceImage& slice) {
-  const char* const start =
-      (slice.data != nullptr ? slice.data : slice.buffer.get()) + slice.frameOffset;
+  const char* const start = Zrg::firstSample(slice);
   const auto count = static_cast<std::size_t>(slice.extent.x * slice.extent.y * slice.extent.z) *
                      slice.samplesPerPixel;
   std::vector<int> samples(count);

@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <memory>
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
@@ -246,5 +247,31 @@ INSTANTIATE_TEST_SUITE_P(Windows, ShownWindow,
                                          Window{"WidthOfZero", {40, 0}, 2, {40, 0}},
                                          Window{"NegativeWidth", {40, -3}, 1, {40, -3}}),
                          support::nameOf<Window>);
+
+// ---- the first sample --------------------------------------------------------------------------
+
+TEST(FirstSample, StandsAtDataWhereThereIsOne) {
+  char memory[8] = {};
+  SliceImage slice;
+  slice.buffer = std::make_shared<char>();
+  slice.data = memory;
+  slice.frameOffset = 3;
+
+  EXPECT_EQ(Zrg::firstSample(slice), memory + 3);
+}
+
+TEST(FirstSample, StandsInTheBufferOtherwise) {
+  SliceImage slice;
+  slice.buffer = std::shared_ptr<char>(new char[8], std::default_delete<char[]>());
+  slice.frameOffset = 2;
+
+  EXPECT_EQ(Zrg::firstSample(slice), slice.buffer.get() + 2);
+}
+
+// That offsets count on beyond 2 GiB is tested where overlays are extracted.
+
+TEST(FirstSample, IsNoneOfASliceWithoutMemory) {
+  EXPECT_EQ(Zrg::firstSample(SliceImage()), nullptr);
+}
 
 }  // namespace

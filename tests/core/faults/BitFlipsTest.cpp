@@ -76,11 +76,10 @@ std::unique_ptr<DcmFileFormat> parse(const std::string& bytes) {
 }
 
 std::string samplesOf(const Zrg::SliceImage& slice) {
-  const char* const memory = slice.data != nullptr ? slice.data : slice.buffer.get();
+  const char* const memory = Zrg::firstSample(slice);
   const auto bytes = static_cast<std::size_t>(slice.extent.x * slice.extent.y * slice.extent.z) *
                      slice.samplesPerPixel * slice.bytesPerSample;
-  std::string text = std::to_string(slice.extent.z) + " frames " +
-                     support::md5Hex(memory + slice.frameOffset, bytes);
+  std::string text = std::to_string(slice.extent.z) + " frames " + support::md5Hex(memory, bytes);
   for (int i = 0; slice.overlays.isNotNull() && i < slice.overlays->count(); ++i) {
     text += " " + std::to_string(slice.overlays->mask(i).count());
   }

@@ -45,11 +45,11 @@ std::string describe(const Zrg::SliceImage& slice) {
                      std::to_string(slice.samplesPerPixel * slice.bytesPerSample) + " bytes, " +
                      (slice.lossy ? "lossy " : "") + std::to_string(slice.sampleOffset) + " " +
                      textOf(slice.rescale) + textOf(slice.voiWindow) + textOf(slice.pixelSpacing);
-  const char* const memory = slice.data != nullptr ? slice.data : slice.buffer.get();
+  const char* const memory = Zrg::firstSample(slice);
   const auto bytes = static_cast<std::size_t>(slice.extent.x * slice.extent.y * slice.extent.z *
                                               slice.samplesPerPixel * slice.bytesPerSample);
   if (memory != nullptr) {
-    text += support::md5Hex(memory + slice.frameOffset, bytes);
+    text += support::md5Hex(memory, bytes);
   }
   for (int i = 0; slice.overlays.isNotNull() && i < slice.overlays->count(); ++i) {
     text += " overlay " + std::to_string(slice.overlays->group(i)) + " frame " +

@@ -74,7 +74,7 @@ std::unique_ptr<DcmDataset> encode(const DcmDataset& dataset, const Encoding& en
 }
 
 bool isAllZero(const Zrg::SliceImage& slice) {
-  const char* const samples = slice.data != nullptr ? slice.data : slice.buffer.get();
+  const char* const samples = Zrg::firstSample(slice);
   const auto bytes = static_cast<std::size_t>(slice.extent.x * slice.extent.y) *
                      slice.samplesPerPixel * slice.bytesPerSample;
   return std::all_of(samples, samples + bytes, [](char byte) { return byte == 0; });

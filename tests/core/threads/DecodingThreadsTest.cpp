@@ -86,7 +86,7 @@ protected:
     const bool whole = firstFrame == kAllFrames;
     const std::size_t first = whole ? 0 : static_cast<std::size_t>(firstFrame);
     const std::size_t frames = whole ? kFrames : static_cast<std::size_t>(lastFrame) - first + 1;
-    const char* const samples = slice.data != nullptr ? slice.data : slice.buffer.get();
+    const char* const samples = Zrg::firstSample(slice);
     return std::memcmp(samples, &expected_[at(thread)][first * kFrameSamples],
                        frames * kFrameSamples * sizeof(Uint16)) == 0;
   }
@@ -136,7 +136,7 @@ TEST(ColourFromThreads, IsRenderedForEachThread) {
       Zrg::SliceImage slice;
       std::string error;
       const bool done = slice.process(copy, error, kAllFrames, 0, nullptr, 0);
-      const char* const samples = slice.data != nullptr ? slice.data : slice.buffer.get();
+      const char* const samples = Zrg::firstSample(slice);
       good[at(thread)] +=
           done && std::memcmp(samples, expected.data(), expected.size()) == 0 ? 1 : 0;
     }

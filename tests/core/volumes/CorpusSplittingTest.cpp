@@ -52,7 +52,7 @@ protected:
       const auto bytes =
           static_cast<std::size_t>(slice.extent.x * slice.extent.y) * slice.bytesPerSample;
       memory.resize(std::size_t{volumes_.numSlices(0)} * bytes);
-      std::memcpy(&memory.at(frame * bytes), slice.data + slice.frameOffset, bytes);
+      std::memcpy(&memory.at(frame * bytes), Zrg::firstSample(slice), bytes);
     }
     return memory;
   }

@@ -73,7 +73,7 @@ TEST(OneVolume, ComesFromCompressedFramesAlike) {
   Zrg::SliceImage slice;
   ASSERT_TRUE(volumes.getImage(0, 2, slice));
   const auto* samples =
-      static_cast<const Uint16*>(static_cast<const void*>(slice.data + slice.frameOffset));
+      static_cast<const Uint16*>(static_cast<const void*>(Zrg::firstSample(slice)));
   EXPECT_EQ(samples[3], 11);
 }
 

@@ -63,7 +63,7 @@ public:
     for (unsigned int i = 0; i < volumes_.numSlices(volume); ++i) {
       const Zrg::SliceImage slice = sliceAt(volume, i);
       const auto* samples =
-          static_cast<const Uint16*>(static_cast<const void*>(slice.data + slice.frameOffset));
+          static_cast<const Uint16*>(static_cast<const void*>(Zrg::firstSample(slice)));
       frames.push_back(samples[0] / 4U);
     }
     return frames;

@@ -50,8 +50,7 @@ std::vector<Uint16> reassemble(SplitDataset& split, unsigned int frames) {
     const std::vector<unsigned int> numbers = split.frameNumbers(v);
     for (unsigned int i = 0; i < numbers.size(); ++i) {
       const Zrg::SliceImage slice = split.sliceAt(v, i);
-      std::memcpy(&memory[numbers[i] * kSamplesOfFrame], slice.data + slice.frameOffset,
-                  kFrameBytes);
+      std::memcpy(&memory[numbers[i] * kSamplesOfFrame], Zrg::firstSample(slice), kFrameBytes);
     }
   }
   return memory;
@@ -231,7 +230,7 @@ TEST_P(RandomDamage, LeavesRefusedDatasetsAndEarlierSlicesAlone) {
     ++refusals;
     EXPECT_EQ(asItWas.compare(*damaged), 0);
     Uint16 samples[kSamplesOfFrame];
-    std::memcpy(samples, slice.data + slice.frameOffset, kFrameBytes);
+    std::memcpy(samples, Zrg::firstSample(slice), kFrameBytes);
     EXPECT_THAT(samples, testing::ElementsAre(8, 9, 10, 11));  // of frame 2, which is slice 1
   }
   EXPECT_GT(refusals, 0);

@@ -186,7 +186,7 @@ TEST(Decoding, ConvertsSamplesWhenAsked) {
     ASSERT_TRUE(volumes.getImage(0, 1, slice));
 
     const auto* samples =
-        static_cast<const Uint16*>(static_cast<const void*>(slice.data + slice.frameOffset));
+        static_cast<const Uint16*>(static_cast<const void*>(Zrg::firstSample(slice)));
     EXPECT_EQ(slice.convertSamples, convertSamples);
     EXPECT_EQ(samples[0], convertSamples ? 32768 + 4 : 4);
   }
