@@ -227,18 +227,24 @@ std::string decoded(DcmDataset& dataset) {
   return dataset.chooseRepresentation(EXS_LittleEndianExplicit, nullptr).text();
 }
 
-TEST_F(Jpeg2000Codec, ExtendsTheSignOfAnUnsignedStream) {
-  const auto unsignedTwin = monochromeImage(2, 2).bitsStored(12).samples({0, 2047, 2048, 4095});
-  const auto compressed = jpeg2000::twinOf(*unsignedTwin.build(), {.bits = 12, .levels = 0});
-  ASSERT_TRUE(compressed->putAndInsertUint16(DCM_PixelRepresentation, 1).good());
-
-  ASSERT_EQ(decoded(*compressed), "Normal");
-
+/// Decodes samples of 12 bits that the stream calls unsigned and the image signed.
+std::vector<int> signedByTheImageAlone(Uint16 bitsStored) {
+  const auto image = monochromeImage(2, 2).bitsStored(12).samples({0, 2047, 2048, 4095});
+  const auto compressed = jpeg2000::twinOf(*image.build(), {.bits = 12, .levels = 0});
+  EXPECT_TRUE(compressed->putAndInsertUint16(DCM_PixelRepresentation, 1).good());
+  EXPECT_TRUE(compressed->putAndInsertUint16(DCM_BitsStored, bitsStored).good());
+  EXPECT_EQ(decoded(*compressed), "Normal");
   const Uint16* words = nullptr;
-  ASSERT_TRUE(compressed->findAndGetUint16Array(DCM_PixelData, words).good());
-  EXPECT_EQ(static_cast<Sint16>(words[1]), 2047);
-  EXPECT_EQ(static_cast<Sint16>(words[2]), -2048);
-  EXPECT_EQ(static_cast<Sint16>(words[3]), -1);
+  EXPECT_TRUE(compressed->findAndGetUint16Array(DCM_PixelData, words).good());
+  return words != nullptr ? std::vector<int>(words, words + 4) : std::vector<int>();
+}
+
+TEST_F(Jpeg2000Codec, LeavesTheSignOfAnUnsignedStreamInTheStoredBits) {
+  EXPECT_EQ(signedByTheImageAlone(12), (std::vector<int>{0, 2047, 2048, 4095}));
+}
+
+TEST_F(Jpeg2000Codec, ExtendsTheSignOfAnUnsignedStreamThatHasFewerBits) {
+  EXPECT_EQ(signedByTheImageAlone(13), (std::vector<int>{0, 2047, 0xF800, 0xFFFF}));
 }
 
 TEST_F(Jpeg2000Codec, KeepsTheStoredBitsOfASignedStreamWhoseImageIsUnsigned) {

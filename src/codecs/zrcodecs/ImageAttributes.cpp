@@ -19,6 +19,9 @@ OFCondition readImageAttributes(DcmItem& item, ImageAttributes& attributes) {
     status = item.findAndGetUint16(DCM_BitsAllocated, attributes.bitsAllocated);
   }
   if (status.good()) {
+    status = item.findAndGetUint16(DCM_BitsStored, attributes.bitsStored);
+  }
+  if (status.good()) {
     status = item.findAndGetUint16(DCM_PixelRepresentation, attributes.pixelRepresentation);
   }
   if (status.good()) {

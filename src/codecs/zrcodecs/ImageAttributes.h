@@ -18,6 +18,7 @@ struct ImageAttributes {
   Uint16 rows = 0;
   Uint16 samplesPerPixel = 0;
   Uint16 bitsAllocated = 0;
+  Uint16 bitsStored = 0;
   Uint16 pixelRepresentation = 0;
   Uint16 planarConfiguration = 0;  ///< 0 where the attribute is missing
   OFString photometricInterpretation;

@@ -168,11 +168,11 @@ struct SampleRule {
   }
 };
 
-SampleRule ruleFor(const opj_image_comp_t& component, Uint16 pixelRepresentation) {
+SampleRule ruleFor(const opj_image_comp_t& component, const ImageAttributes& attributes) {
   const bool isSigned = component.sgnd != 0;
   const auto bits = static_cast<unsigned int>(component.prec);
   const auto ofStream = static_cast<OPJ_INT32>((1U << bits) - 1);
-  if (pixelRepresentation == 0) {
+  if (attributes.pixelRepresentation == 0 || (!isSigned && bits >= attributes.bitsStored)) {
     return {ofStream, 0};
   }
   return isSigned ? SampleRule{-1, 0} : SampleRule{ofStream, 1 << (bits - 1)};
@@ -221,8 +221,7 @@ void copySamples(const opj_image_t& image, const ImageAttributes& attributes, Sa
     const opj_image_comp_t& component = image.comps[i];
     const Plane<Sample> plane =
         isPlanar ? Plane<Sample>{target + i * pixels, 1} : Plane<Sample>{target + i, components};
-    copyComponent(image, component, ruleFor(component, attributes.pixelRepresentation), attributes,
-                  plane);
+    copyComponent(image, component, ruleFor(component, attributes), attributes, plane);
   }
 }
 
