@@ -164,20 +164,42 @@ INSTANTIATE_TEST_SUITE_P(
               {3, Encapsulation::Table::Empty}}),
     support::nameOf<Twins>);
 
-ImageBuilder colour() {
-  return rgbImage(33, 21).frames(2);
+// An odd number of samples; frames of an even one take another way through the library.
+ImageBuilder oddColour() {
+  return rgbImage(33, 21).frames(2).samples(noise(33 * 21 * 3 * 2, 8));
 }
+ImageBuilder colour() {
+  return rgbImage(32, 20).frames(2).samples(noise(32 * 20 * 3 * 2, 8));
+}
+ImageBuilder colourOf16Bits() {
+  return rgbImage(32, 20).unsigned16().frames(2).samples(noise(32 * 20 * 3 * 2, 16));
+}
+
+/// The transfer syntax of lossy streams, which may hold lossless ones too.
+constexpr E_TransferSyntax kEither = EXS_JPEG2000;
 
 INSTANTIATE_TEST_SUITE_P(
     Colour, Jpeg2000Twins,
     testing::Values(
+        Twins{"OddRgb", oddColour, {}},
+        Twins{"OddRgbTransformed", oddColour, {.hasColourTransform = true}},
+        Twins{"OddRgbPlaneByPlane", [] { return oddColour().planar(1); }, {}},
+        Twins{"OddYbrFull", [] { return oddColour().photometric("YBR_FULL"); }, {}},
         Twins{"Rgb", colour, {}}, Twins{"RgbTransformed", colour, {.hasColourTransform = true}},
         Twins{"RgbPlaneByPlane", [] { return colour().planar(1); }, {}},
         Twins{"RgbTransformedPlaneByPlane",
               [] { return colour().planar(1); },
               {.hasColourTransform = true}},
-        Twins{"RgbOf16Bits", [] { return rgbImage(33, 21).unsigned16().frames(2); }, {.bits = 16}},
-        Twins{"YbrFull", [] { return colour().photometric("YBR_FULL"); }, {}}),
+        Twins{"RgbOf16Bits", colourOf16Bits, {.bits = 16}},
+        Twins{"YbrFull", [] { return colour().photometric("YBR_FULL"); }, {}},
+        Twins{"YbrFullPlaneByPlane", [] { return colour().photometric("YBR_FULL").planar(1); }, {}},
+        Twins{"EitherRgb", colour, {.syntax = kEither}},
+        Twins{"EitherRgbPlaneByPlane", [] { return colour().planar(1); }, {.syntax = kEither}},
+        Twins{
+            "EitherYbrFull", [] { return colour().photometric("YBR_FULL"); }, {.syntax = kEither}},
+        Twins{"EitherOddYbrFull",
+              [] { return oddColour().photometric("YBR_FULL"); },
+              {.syntax = kEither}}),
     support::nameOf<Twins>);
 
 class Jpeg2000Codec : public WithCodecs {};
@@ -208,7 +230,7 @@ TEST_F(Jpeg2000Codec, TellsTheColourOfAFrameAndLeavesTheAttributeAlone) {
   DcmElement* element = nullptr;
   ASSERT_TRUE(compressed->findAndGetElement(DCM_PixelData, element).good());
   auto& pixelData = dynamic_cast<DcmPixelData&>(*element);
-  std::vector<Uint8> frame(33 * 21 * 3 + 1);
+  std::vector<Uint8> frame(32 * 20 * 3);
   Uint32 fragment = 0;
   OFString colourModel;
 
@@ -337,6 +359,49 @@ INSTANTIATE_TEST_SUITE_P(
                     Damage{"OfMissingPackets", "JPEG 2000 stream is damaged",
                            loseHalfOfThePackets}),
     support::nameOf<Damage>);
+
+/// Five frames of colour, one of which has lost half of its packets.
+std::unique_ptr<DcmDataset> colourWithADamagedFrame(Uint16 columns) {
+  const auto native =
+      rgbImage(columns, 20).frames(5).samples(noise(std::size_t{columns} * 20 * 3 * 5, 8)).build();
+  int frame = 0;
+  return jpeg2000::twinOf(*native, {}, {}, [&frame](std::vector<Uint8>& stream) {
+    if (++frame == 4) {
+      loseHalfOfThePackets(stream);
+    }
+  });
+}
+
+TEST_F(Jpeg2000Codec, FailsARangeOfColourThatHasADamagedFrame) {
+  for (const Uint16 columns : {Uint16{32}, Uint16{33}}) {
+    const auto compressed = colourWithADamagedFrame(columns);
+    EXPECT_EQ(processed(*compressed, 1, 4, false),
+              "DcmPixelData::getUncompressedFrame() failed: JPEG 2000 stream is damaged");
+    EXPECT_EQ(processed(*compressed, 3, 3, false),
+              "DcmPixelData::getUncompressedFrame() failed: JPEG 2000 stream is damaged");
+    EXPECT_EQ(processed(*compressed, 0, 2, false).size(), std::size_t{3} * columns * 20 * 3);
+  }
+}
+
+TEST_F(Jpeg2000Codec, FailsAllImagesOfColourWhenOneIsDamaged) {
+  EXPECT_EQ(processed(*colourWithADamagedFrame(32), -1, -1, false),
+            "DcmPixelData::getUncompressedFrame() failed: Pixel representation cannot be changed");
+}
+
+TEST_F(Jpeg2000Codec, IsNotHandedAStreamThatPromisesMorePacketsThanItHolds) {
+  const auto manyLayers = [](std::vector<Uint8>& stream) {
+    const std::vector<Uint8> marker = {0xFF, 0x52};
+    const auto at = std::search(stream.begin(), stream.end(), marker.begin(), marker.end());
+    at[6] = at[7] = 0xFF;
+  };
+  const auto grey = jpeg2000::twinOf(*twelveBits().build(), {.bits = 12}, {}, manyLayers);
+  EXPECT_EQ(processed(*grey, -1, -1, false), "Pixel data can't be decompressed");
+  EXPECT_EQ(processed(*grey, 0, 0, false), "Error decompressing frames");
+
+  const auto rgb = jpeg2000::twinOf(*colour().build(), {}, {}, manyLayers);
+  EXPECT_EQ(processed(*rgb, 1, 1, false),
+            "DcmPixelData::getUncompressedFrame() failed: Pixel representation cannot be changed");
+}
 
 TEST_F(Jpeg2000Codec, DoesNotMissAnEndMarker) {
   const auto native = twelveBits().build();

@@ -235,8 +235,7 @@ std::unique_ptr<DcmDataset> twinOf(const DcmDataset& native, const Settings& set
       changeStream(streams.back());
     }
   }
-  return encapsulate(native, streams, how,
-                     settings.ratio > 0 ? EXS_JPEG2000 : EXS_JPEG2000LosslessOnly);
+  return encapsulate(native, streams, how, settings.ratio > 0 ? EXS_JPEG2000 : settings.syntax);
 }
 
 }  // namespace jpeg2000

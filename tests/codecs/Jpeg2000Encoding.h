@@ -27,6 +27,7 @@ struct Settings {
   bool isFile = false;      ///< in the boxes of a JP2 file
   bool hasMarkers = false;  ///< SOP and EPH round the packets
   unsigned int chroma = 1;  ///< distance of the samples of the second and third component
+  E_TransferSyntax syntax = EXS_JPEG2000LosslessOnly;  ///< of a dataset with such frames
 };
 
 /// Encodes one frame.

@@ -5,6 +5,8 @@
 #include "support/ImageBuilder.h"
 
 #include <zrcodecs/ZrCodecs.h>
+#include <zrdcmexport/ZrFrames.h>
+#include <zrdcmexport/ZrSliceImage.h>
 
 #include "dcmtk/dcmdata/dccodec.h"
 
@@ -41,6 +43,22 @@ TEST(Registration, MayBeRepeated) {
   zrcodecs::deregisterCodecs();
   EXPECT_FALSE(decodesJpeg2000());
   zrcodecs::deregisterCodecs();
+}
+
+TEST(Registration, IsMissedByImagesInJpeg2000) {
+  const auto dataset =
+      jpeg2000::twinOf(*support::monochromeImage(16, 16).frames(2).build(), {.bits = 16});
+  std::vector<Uint8> frame(512);
+  std::string errorText;
+  Zrg::SliceImage all;
+  Zrg::SliceImage range;
+
+  EXPECT_FALSE(all.process(*dataset, errorText, -1, -1, nullptr, 0));
+  EXPECT_EQ(errorText, "Pixel data can't be decompressed");
+  EXPECT_FALSE(range.process(*dataset, errorText, 1, 1, nullptr, 0));
+  EXPECT_EQ(errorText, "Error decompressing frames");
+  EXPECT_FALSE(Zrg::decodeFrame(*dataset, 0, frame.data(), frame.size(), errorText));
+  EXPECT_EQ(errorText, "There is no decoder for the transfer syntax JPEG 2000 (Lossless only)");
 }
 
 TEST(Registration, DoesNotEncode) {

@@ -3,6 +3,7 @@
 // and no memory for samples is taken, before the headers of the first frame were found to be harmless.
 #include "zrcodecs/Jpeg2000Codec.h"
 
+#include "streams/Fragments.h"
 #include "streams/Jpeg2000Frames.h"
 #include "zrcodecs/CodecParameter.h"
 #include "zrcodecs/ImageAttributes.h"
@@ -12,7 +13,7 @@
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <new>
-#include <vector>
+#include <optional>
 
 namespace zrcodecs {
 
@@ -31,29 +32,6 @@ OFString decodedColourModel(const OFString& photometric) {
   return photometric == "YBR_RCT" || photometric == "YBR_ICT" ? OFString("RGB") : photometric;
 }
 
-/// The bytes of one frame: where they stand if it has one fragment, else put together.
-class FrameBytes {
-public:
-  FrameBytes(Zrg::Jpeg2000Frames& frames, const Zrg::FrameSpan& span) {
-    if (span.end == span.first + 1) {
-      bytes_ = frames.bytesOf(span.first);
-      size_ = bytes_ != nullptr ? frames.lengthOf(span.first) : 0;
-    } else {
-      joined_ = frames.bytesOf(span);
-      bytes_ = joined_.data();
-      size_ = joined_.size();
-    }
-  }
-
-  [[nodiscard]] const Uint8* data() const { return bytes_; }
-  [[nodiscard]] std::size_t size() const { return size_; }
-
-private:
-  std::vector<Uint8> joined_;
-  const Uint8* bytes_ = nullptr;
-  std::size_t size_ = 0;
-};
-
 /// The item that owns the pixel data, which is on top of DCMTK's stack.
 DcmItem* ownerOf(const DcmStack& stack) {
   DcmStack rest(stack);
@@ -61,25 +39,26 @@ DcmItem* ownerOf(const DcmStack& stack) {
   return dynamic_cast<DcmItem*>(rest.pop());
 }
 
-OFCondition checkFirstFrame(Zrg::Jpeg2000Frames& frames, const ImageAttributes& attributes,
+OFCondition checkFirstFrame(Zrg::Fragments& fragments, const ImageAttributes& attributes,
                             std::uint64_t most) {
-  const auto span = frames.spanOf(0);
+  const auto span = Zrg::Jpeg2000Frames(fragments, attributes.numberOfFrames).spanFrom(1);
   if (!span || attributes.frameBytes() > kMostBytes / attributes.numberOfFrames) {
     return EC_CannotChangeRepresentation;
   }
-  const FrameBytes bytes(frames, *span);
+  const Zrg::FrameBytes bytes(fragments, *span);
   return checkJpeg2000(bytes.data(), bytes.size(), attributes, most);
 }
 
-OFCondition decodeAll(Zrg::Jpeg2000Frames& frames, const ImageAttributes& attributes,
+OFCondition decodeAll(Zrg::Fragments& fragments, const ImageAttributes& attributes,
                       std::uint64_t most, Uint8* target) {
-  unsigned long start = 0;
+  Zrg::Jpeg2000Frames frames(fragments, attributes.numberOfFrames);
+  unsigned long start = 1;
   for (unsigned long frame = 0; frame < attributes.numberOfFrames; ++frame) {
-    const auto span = frames.spanOf(frame, start);
+    const auto span = frames.spanFrom(start);
     if (!span) {
       return EC_CannotChangeRepresentation;
     }
-    const FrameBytes bytes(frames, *span);
+    const Zrg::FrameBytes bytes(fragments, *span);
     const OFCondition status = decodeJpeg2000(bytes.data(), bytes.size(), attributes, most,
                                               target + frame * attributes.frameBytes());
     if (status.bad()) {
@@ -97,8 +76,8 @@ OFCondition decodeInto(DcmItem& item, DcmPixelSequence& sequence, DcmPolymorphOB
   if (status.bad()) {
     return status;
   }
-  Zrg::Jpeg2000Frames frames(sequence, attributes.numberOfFrames);
-  status = checkFirstFrame(frames, attributes, most);
+  Zrg::Fragments fragments(sequence);
+  status = checkFirstFrame(fragments, attributes, most);
   if (status.bad()) {
     return status;
   }
@@ -111,7 +90,7 @@ OFCondition decodeInto(DcmItem& item, DcmPixelSequence& sequence, DcmPolymorphOB
   if (bytes % 2 != 0) {
     words[bytes / 2] = 0;
   }
-  status = decodeAll(frames, attributes, most, static_cast<Uint8*>(static_cast<void*>(words)));
+  status = decodeAll(fragments, attributes, most, static_cast<Uint8*>(static_cast<void*>(words)));
   const OFString model = decodedColourModel(attributes.photometricInterpretation);
   if (status.good() && model != attributes.photometricInterpretation) {
     // The compressed frames would not agree with the attribute any more.
@@ -155,12 +134,15 @@ OFCondition Jpeg2000Codec::decodeFrame(const DcmRepresentationParameter* /*from*
     return EC_IllegalCall;
   }
   try {
-    Zrg::Jpeg2000Frames frames(*sequence, attributes.numberOfFrames);
-    const auto span = frames.spanOf(frame, startFragment);
+    Zrg::Fragments fragments(*sequence);
+    Zrg::Jpeg2000Frames frames(fragments, attributes.numberOfFrames);
+    const std::optional<unsigned long> start =
+        startFragment != 0 ? startFragment : frames.startOf(frame);
+    const auto span = start ? frames.spanFrom(*start) : std::nullopt;
     if (!span) {
       return EC_CannotChangeRepresentation;
     }
-    const FrameBytes bytes(frames, *span);
+    const Zrg::FrameBytes bytes(fragments, *span);
     const OFCondition decoded =
         decodeJpeg2000(bytes.data(), bytes.size(), attributes, mostSamples(parameter), buffer);
     if (decoded.good()) {

@@ -4,9 +4,11 @@
 // DCMTK's image classes.
 #include "decoding/Colour.h"
 
+#include "decoding/ColourFrame.h"
 #include "decoding/FrameDecoder.h"
 #include "dicom/ItemValues.h"
 #include "streams/CodecGuard.h"
+#include "streams/TransferSyntaxes.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -108,6 +110,49 @@ private:
   FrameDecoder decoder_;
   Uint32 frameBytes_;
   bool all_;
+};
+
+// ---- frames by number --------------------------------------------------------------------------
+
+/// Each frame of a range decoded alone, and rendered as an image of its own.
+class NumberedFrames : public ColourFrames {
+public:
+  explicit NumberedFrames(const Task& task)
+      : task_(task), decoder_(task.item, task.pixelData, task.attributes) {}
+
+  unsigned long frameBytes() const override {
+    return static_cast<unsigned long>(task_.attributes.size.rgbBytes());
+  }
+
+  bool hasFrame(int /*position*/) const override { return true; }
+
+  bool mayHoldFrames(int count) override {
+    CodecGuard guard(task_.attributes, task_.pixelData);
+    return guard.isCountable(1) &&
+           guard.mayHoldFrames(firstOf(task_), static_cast<unsigned long>(count));
+  }
+
+  Message missingFrame(unsigned long long /*totalBytes*/) const override { return frameRefused(); }
+
+  Result<void> makeFrame(int position, char* target, unsigned long long totalBytes) override {
+    if (!frame_) {
+      if (!mayHoldFrames(task_.frames.count)) {
+        return missingFrame(totalBytes);
+      }
+      frame_.emplace(task_.item, task_.attributes.size);
+    }
+    const OFCondition status =
+        decoder_.decode(static_cast<Uint32>(task_.frames.first + position),
+                        static_cast<Uint32>(task_.attributes.size.allocatedBytes()),
+                        frame_->cells(), frame_->cellsSize());
+    return status.bad() ? frameNotDecompressed(status)
+                        : frame_->render(decoder_.colourModel().c_str(), target);
+  }
+
+private:
+  const Task& task_;
+  FrameDecoder decoder_;
+  std::optional<ColourFrame> frame_;
 };
 
 // ---- rendered frames ---------------------------------------------------------------------------
@@ -264,6 +309,16 @@ std::unique_ptr<ColourFrames> ColourDocument::directFrames(const Task& task) {
     return nullptr;
   }
   return std::make_unique<DirectFrames>(task, *item_, *pixelData_);
+}
+
+std::unique_ptr<ColourFrames> numberedFrames(const Task& task) {
+  const SyntaxRow* const row = findSyntaxRow(task.attributes.storedSyntax);
+  const bool isDecodedByApplication =
+      row != nullptr && row->decoder == DecodedBy::Codec && hasCodec(task.attributes.storedSyntax);
+  if (task.frames.all || !isDecodedByApplication) {
+    return nullptr;
+  }
+  return std::make_unique<NumberedFrames>(task);
 }
 
 Result<std::unique_ptr<ColourFrames>> renderedFrames(const Task& task) {

@@ -153,8 +153,12 @@ Result<void> fillColour(SliceImage& slice, const Task& task) {
     return countable;
   }
   const bool wideSamples = task.attributes.size.bytesPerSample() >= 2;
-  if (completePlanarConfiguration(task.item) || wideSamples ||
-      task.attributes.photometricInterpretation == "PALETTE COLOR") {
+  const bool isPlanar = completePlanarConfiguration(task.item);
+  if (const std::unique_ptr<ColourFrames> numbered = numberedFrames(task)) {
+    announceRgb(slice);
+    return takeFrames(slice, task, *numbered);
+  }
+  if (isPlanar || wideSamples || task.attributes.photometricInterpretation == "PALETTE COLOR") {
     announceRgb(slice);
     return takeRenderedFrames(slice, task);
   }

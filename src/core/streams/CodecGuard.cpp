@@ -16,6 +16,7 @@
 //   JPEG-LS, all of it    a stream that ends inside its scans, which an offset table can bring about,
 //                         is read beyond its end; presets of a kind that the decoder does not check
 //                         make it read outside its buffers
+//   JPEG 2000, headers    those of a few bytes that make a codec of the application take gigabytes
 #include "streams/CodecGuard.h"
 
 #include "dicom/ImageAttributes.h"
@@ -131,7 +132,7 @@ unsigned long CodecGuard::framesTogether() const {
 }
 
 std::optional<unsigned long> CodecGuard::startFragmentOf(unsigned long frame) {
-  return fragments_->startOfFrame(frame,
+  return inspector_->startOfFrame(*fragments_, frame,
                                   inspector_->framesAlone(numberOfFrames_, fragmentsOfFrames()));
 }
 

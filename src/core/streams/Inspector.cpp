@@ -48,6 +48,11 @@ std::optional<CodedFrame> Inspector::readHeader(FragmentStream&) const {
   return std::nullopt;
 }
 
+std::optional<unsigned long> Inspector::startOfFrame(Fragments& fragments, unsigned long frame,
+                                                     unsigned long long frames) const {
+  return fragments.startOfFrame(frame, frames);
+}
+
 bool Inspector::beginsFrame(Uint8, Uint8) const {
   return false;
 }

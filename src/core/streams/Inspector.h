@@ -60,6 +60,12 @@ public:
   /// there is no header, or when streams of this kind have none.
   [[nodiscard]] virtual std::optional<CodedFrame> readHeader(FragmentStream& stream) const;
 
+  /// The first fragment of a frame of an image of `frames` frames, as the decoder finds it when it is
+  /// asked for this frame alone; nothing when it does not.
+  [[nodiscard]] virtual std::optional<unsigned long> startOfFrame(Fragments& fragments,
+                                                                  unsigned long frame,
+                                                                  unsigned long long frames) const;
+
   /// Whether a fragment that begins with these two bytes begins a frame for certain.
   [[nodiscard]] virtual bool beginsFrame(Uint8 first, Uint8 second) const;
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Finds the fragments of a frame of JPEG 2000. Offset tables are met that are wrong, so one is believed only
-// where it leads to the begin of a codestream; such bytes never stand inside coded data (T.800 B.10.1).
+// where it leads to the begin of a codestream; such bytes never appear inside coded data (T.800 B.10.1).
 #include "streams/Jpeg2000Frames.h"
 
+#include "streams/Fragments.h"
 #include "streams/Jpeg2000Stream.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -12,9 +13,6 @@
 #include <array>
 
 namespace Zrg {
-
-Jpeg2000Frames::Jpeg2000Frames(DcmPixelSequence& sequence, unsigned long frames)
-    : fragments_(sequence), frames_(frames) {}
 
 /// The bytes of the fragment stay in the file.
 bool Jpeg2000Frames::beginsFrame(unsigned long fragment) {
@@ -27,6 +25,9 @@ bool Jpeg2000Frames::beginsFrame(unsigned long fragment) {
 }
 
 std::optional<unsigned long> Jpeg2000Frames::startOf(unsigned long frame) {
+  if (frame >= frames_ || fragments_.count() <= frames_) {
+    return std::nullopt;
+  }
   const std::optional<unsigned long> told = fragments_.startOfFrame(frame, frames_);
   if (told && (fragments_.count() == frames_ + 1 || beginsFrame(*told))) {
     return told;
@@ -43,37 +44,34 @@ std::optional<unsigned long> Jpeg2000Frames::startOf(unsigned long frame) {
   return starts_.size() == frames_ ? std::optional(starts_[frame]) : std::nullopt;
 }
 
-std::optional<FrameSpan> Jpeg2000Frames::spanOf(unsigned long frame, unsigned long start) {
+std::optional<FrameSpan> Jpeg2000Frames::spanFrom(unsigned long start) {
   const unsigned long count = fragments_.count();
-  if (frame >= frames_ || count <= frames_) {
+  if (start == 0 || start >= count || count <= frames_) {
     return std::nullopt;
   }
-  const std::optional<unsigned long> first = start != 0 ? start : startOf(frame);
-  if (!first || *first >= count) {
-    return std::nullopt;
-  }
-  if (count == frames_ + 1) {
-    return FrameSpan{*first, *first + 1};
-  }
-  unsigned long end = *first + 1;
-  while (end < count && (frames_ == 1 || !beginsFrame(end))) {
+  unsigned long end = start + 1;
+  while (count != frames_ + 1 && end < count && (frames_ == 1 || !beginsFrame(end))) {
     ++end;
   }
-  return FrameSpan{*first, end};
+  return FrameSpan{start, end};
 }
 
-std::vector<Uint8> Jpeg2000Frames::bytesOf(const FrameSpan& span) {
-  std::vector<Uint8> bytes;
-  bytes.reserve(static_cast<std::size_t>(fragments_.lengthOf(span.first, span.end)));
-  for (unsigned long i = span.first; i < span.end; ++i) {
-    const Uint32 length = fragments_.length(i);
-    const Uint8* const part = fragments_.bytes(i);
-    if (part == nullptr && length > 0) {
-      return {};
-    }
-    bytes.insert(bytes.end(), part, part + length);
+FrameBytes::FrameBytes(Fragments& fragments, const FrameSpan& span) {
+  if (span.end == span.first + 1) {
+    bytes_ = fragments.bytes(span.first);
+    size_ = bytes_ != nullptr ? fragments.length(span.first) : 0;
+    return;
   }
-  return bytes;
+  joined_.reserve(static_cast<std::size_t>(fragments.lengthOf(span.first, span.end)));
+  for (unsigned long i = span.first; i < span.end; ++i) {
+    const Uint8* const part = fragments.bytes(i);
+    if (part == nullptr && fragments.length(i) > 0) {
+      return;
+    }
+    joined_.insert(joined_.end(), part, part + fragments.length(i));
+  }
+  bytes_ = joined_.data();
+  size_ = joined_.size();
 }
 
 }  // namespace Zrg

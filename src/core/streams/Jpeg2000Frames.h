@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "streams/Fragments.h"
-
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctypes.h"
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
-class DcmPixelSequence;
-
 namespace Zrg {
 
-/// A frame as it stands among fragments.
+class Fragments;
+
+/// A frame among the fragments.
 struct FrameSpan {
   unsigned long first;
   unsigned long end;  ///< the fragment behind its last one
@@ -26,29 +25,39 @@ struct FrameSpan {
 /// @see PS3.5 A.4.4 (JPEG 2000 Image Compression)
 class Jpeg2000Frames {
 public:
-  /// @param sequence must outlive this and must not change.
-  /// @param frames   Number of Frames, at least 1.
-  Jpeg2000Frames(DcmPixelSequence& sequence, unsigned long frames);
+  /// @param fragments must outlive this.
+  /// @param frames    Number of Frames, at least 1.
+  Jpeg2000Frames(Fragments& fragments, unsigned long long frames)
+      : fragments_(fragments), frames_(frames) {}
 
-  /// @param start the first fragment of the frame where the caller knows it, else 0
-  /// @return nothing when there is no such frame, or when no way tells where it begins
-  [[nodiscard]] std::optional<FrameSpan> spanOf(unsigned long frame, unsigned long start = 0);
+  /// The first fragment of a frame; nothing when there is no such frame, or when no way tells.
+  [[nodiscard]] std::optional<unsigned long> startOf(unsigned long frame);
 
-  /// All bytes of a frame; empty when they cannot be loaded.
-  [[nodiscard]] std::vector<Uint8> bytesOf(const FrameSpan& span);
-
-  /// Bytes of a frame of one fragment where they stand; null when they cannot be loaded.
-  [[nodiscard]] const Uint8* bytesOf(unsigned long fragment) { return fragments_.bytes(fragment); }
-  [[nodiscard]] Uint32 lengthOf(unsigned long fragment) { return fragments_.length(fragment); }
+  /// The fragments of a frame that begins in a fragment.
+  [[nodiscard]] std::optional<FrameSpan> spanFrom(unsigned long start);
 
 private:
   [[nodiscard]] bool beginsFrame(unsigned long fragment);
-  [[nodiscard]] std::optional<unsigned long> startOf(unsigned long frame);
 
-  Fragments fragments_;
-  unsigned long frames_;
+  Fragments& fragments_;
+  unsigned long long frames_;
   std::vector<unsigned long> starts_;  ///< of all frames, once they were searched for
   bool isSearched_ = false;
+};
+
+/// The bytes of a frame: in place if it has one fragment, else put together.
+class FrameBytes {
+public:
+  /// Loads the fragments, which must outlive this. Empty when they cannot be loaded.
+  FrameBytes(Fragments& fragments, const FrameSpan& span);
+
+  [[nodiscard]] const Uint8* data() const { return bytes_; }
+  [[nodiscard]] std::size_t size() const { return size_; }
+
+private:
+  std::vector<Uint8> joined_;
+  const Uint8* bytes_ = nullptr;
+  std::size_t size_ = 0;
 };
 
 }  // namespace Zrg

@@ -6,6 +6,7 @@
 
 #include "streams/Inspector.h"
 #include "streams/Jpeg.h"
+#include "streams/Jpeg2000.h"
 #include "streams/JpegLs.h"
 #include "streams/Rle.h"
 
@@ -98,9 +99,9 @@ constexpr std::array<SyntaxRow, 62> kRows = {{
     {{"1.2.840.10008.1.2.4.81", "JPEG-LS Lossy (Near-lossless)", kFragments, kLossy},
      EXS_JPEGLSLossy, DecodedBy::Dcmtk, jpegLsInspector, kCounts},
     {{"1.2.840.10008.1.2.4.90", "JPEG 2000 (Lossless only)", kFragments, kLossless},
-     EXS_JPEG2000LosslessOnly, DecodedBy::Codec, nullptr, kNot},
+     EXS_JPEG2000LosslessOnly, DecodedBy::Codec, jpeg2000Inspector, kNot},
     {{"1.2.840.10008.1.2.4.91", "JPEG 2000 (Lossless or Lossy)", kFragments, kLossy},
-     EXS_JPEG2000, DecodedBy::Codec, nullptr, kCounts},
+     EXS_JPEG2000, DecodedBy::Codec, jpeg2000Inspector, kCounts},
     {{"1.2.840.10008.1.2.4.92",
       "JPEG 2000 Part 2 Multicomponent Image Compression (Lossless only)", kFragments, kLossless},
      EXS_JPEG2000MulticomponentLosslessOnly, DecodedBy::Codec, nullptr, kCounts},

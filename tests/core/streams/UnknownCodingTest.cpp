@@ -30,7 +30,7 @@ using decoding::Fragment;
 using support::ImageBuilder;
 using support::monochromeImage;
 
-constexpr E_TransferSyntax kSyntax = EXS_JPEG2000LosslessOnly;
+constexpr E_TransferSyntax kSyntax = EXS_JPEG2000MulticomponentLosslessOnly;
 constexpr const char* kWholeRefused = "Pixel data can't be decompressed";
 constexpr const char* kFrameRefused = "Error decompressing frames";
 
@@ -133,7 +133,8 @@ TEST_F(UnknownCoding, IsDecodedByTheCodecOfTheApplication) {
   EXPECT_TRUE(Zrg::decodeFrame(*twoFrames(kFrames), 1, frame.data(), frame.size(), errorText))
       << errorText;
   EXPECT_EQ(frame, kFrames[1]);
-  EXPECT_TRUE(Zrg::isDecodable(UID_JPEG2000LosslessOnlyTransferSyntax));
+  EXPECT_TRUE(
+      Zrg::isDecodable(UID_JPEG2000Part2MulticomponentImageCompressionLosslessOnlyTransferSyntax));
 }
 
 TEST_F(UnknownCoding, DecodesInPlaceToAllSamples) {
@@ -198,10 +199,13 @@ TEST(UnknownCodingWithoutACodec, IsLeftToDcmtkWhichSaysSo) {
   std::string errorText;
 
   EXPECT_EQ(Zrg::inspectorOf(kSyntax), nullptr);
+  EXPECT_EQ(Zrg::inspectorOf(EXS_JPEG2000LosslessOnly), nullptr);
   EXPECT_EQ(decodeAll(*dataset).errorText, kWholeRefused);
   EXPECT_EQ(decodeRange(*dataset, 1, 1).errorText, kFrameRefused);
   EXPECT_FALSE(Zrg::decodeFrame(*dataset, 0, frame.data(), frame.size(), errorText));
-  EXPECT_EQ(errorText, "There is no decoder for the transfer syntax JPEG 2000 (Lossless only)");
+  EXPECT_EQ(errorText,
+            "There is no decoder for the transfer syntax JPEG 2000 Part 2 Multicomponent Image "
+            "Compression (Lossless only)");
 }
 
 }  // namespace
