@@ -10,9 +10,10 @@
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/FrameDecoder.h"
 #include "zrimaging/images/ModalityTable.h"
-#include "zrimaging/images/SampleTransform.h"
 
+#include <zrdcmexport/ExDicomUtilitiesLUT.h>
 #include <zrdcmexport/ZrFrames.h>
+#include <zrdcmexport/ZrSamples.h>
 #include <zrdcmexport/ZrSliceImage.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -74,6 +75,14 @@ KtVec3l extentOf(const FrameTraits& traits, std::size_t frames) {
           static_cast<long long>(frames)};
 }
 
+/// What makes samples that are shown of monochrome samples that are stored in one or two bytes.
+std::optional<Zrg::SampleTransform> transformOf(DcmItem& item, std::size_t bytesPerSample) {
+  ExDicomUtilities::LUT table;
+  ExDicomUtilities::LUT::dcmDatasetRead(table, item, false);
+  return Zrg::SampleTransform::makingUnsigned(
+      Zrg::readStoredSamples(item, static_cast<unsigned>(bytesPerSample)), table);
+}
+
 /// One go at decoding frames of an image.
 class Decoding {
 public:
@@ -84,9 +93,9 @@ public:
         decoder_(prepared(file, memory)),
         traits_(decoder_.traits()) {
     if (traits_.monochrome && !request.stored) {
-      transform_.emplace(file.dataset(), bytesOf(traits_.type));
-      traits_.type = transform_->type();
-      traits_.sampleOffset = transform_->offset();
+      transform_ = transformOf(file.dataset(), bytesOf(traits_.type));
+      traits_.type = transform_->bytesPerValue() == 1 ? SampleType::kU8 : SampleType::kU16;
+      traits_.sampleOffset = static_cast<double>(transform_->offset());
       traits_.stored = false;
     }
     traits_.padding = paddingOf(file.dataset(), traits_.sampleOffset);
@@ -108,16 +117,13 @@ public:
   /// The overlays, when they are wanted.
   KtHandle<ZrOverlayData> decode(char* target) const {
     decoder_.requireBytesOf(wanted_.last + 1);
-    const bool inPlace = !transform_ || transform_->keepsWidth();
+    const bool inPlace = decoder_.frameBytes() == traits_.frameBytes();
     const Memory apart = inPlace ? Memory() : allocate(decoded_.count() * decoder_.frameBytes());
     char* const stored = inPlace ? target : apart.get();
     decodeStored(stored);
     const KtHandle<ZrOverlayData> overlays = overlaysIn(stored);
-    const KtVec3l extent = extentOf(traits_, decoded_.count());
-    if (!inPlace) {
-      transform_->apply(extent, stored, target);
-    } else if (transform_) {
-      transform_->apply(extent, stored);
+    if (transform_) {
+      transform_->apply(stored, decoded_.count() * traits_.rows * traits_.columns, target);
     }
     return overlays;
   }
@@ -164,7 +170,7 @@ private:
   FrameRange decoded_{0, 0};  ///< the frames wanted, and for overlays those before them
   FrameDecoder decoder_;
   FrameTraits traits_;
-  std::optional<SampleTransform> transform_;
+  std::optional<Zrg::SampleTransform> transform_;
   bool readsOverlays_ = false;
 };
 
