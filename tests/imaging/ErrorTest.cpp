@@ -9,9 +9,8 @@
 #include "zrimaging/File.h"
 #include "zrimaging/Image.h"
 #include "zrimaging/MemoryBudget.h"
-#include "zrimaging/output/OutputFile.h"
-#include "zrimaging/output/ProtectedInputs.h"
-#include "zrimaging/series/SeriesOrder.h"
+#include "zrimaging/Output.h"
+#include "zrimaging/Series.h"
 
 #include <gtest/gtest.h>
 
@@ -21,8 +20,6 @@
 #include <optional>
 #include <ostream>
 #include <string>
-#include <zrimaging/Error.h>
-#include <zrimaging/MemoryBudget.h>
 
 namespace {
 

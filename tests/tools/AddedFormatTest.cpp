@@ -5,7 +5,7 @@
 #include "support/ImageBuilder.h"
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"
-#include "zrimaging/output/OutputFile.h"
+#include "zrimaging/Output.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

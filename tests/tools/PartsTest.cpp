@@ -10,12 +10,11 @@
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
 #include "zrimaging/Formats.h"
+#include "zrimaging/Output.h"
 #include "zrimaging/files/Condition.h"
 #include "zrimaging/output/DicomWriter.h"
 #include "zrimaging/output/Leftovers.h"
 #include "zrimaging/output/LibraryFile.h"
-#include "zrimaging/output/OutputFile.h"
-#include "zrimaging/output/ProtectedInputs.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"

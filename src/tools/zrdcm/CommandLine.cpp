@@ -9,8 +9,8 @@
 #include "Verb.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/MemoryBudget.h"
+#include "zrimaging/Output.h"
 #include "zrimaging/images/DecoderWarnings.h"
-#include "zrimaging/output/StandardOutput.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdict.h"

@@ -2,7 +2,7 @@
 // What the user reads: lines on stderr, results on stdout, the logs of the libraries.
 #include "Messages.h"
 
-#include "zrimaging/output/StandardOutput.h"
+#include "zrimaging/Output.h"
 #include "zrimaging/texts/Utf8.h"
 
 #include <ktlib/KtLogFile.h>

@@ -11,7 +11,7 @@
 #include "WindowOption.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
-#include "zrimaging/output/ProtectedInputs.h"
+#include "zrimaging/Output.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>

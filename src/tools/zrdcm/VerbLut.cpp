@@ -8,8 +8,8 @@
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
 #include "zrimaging/Formats.h"
+#include "zrimaging/Output.h"
 #include "zrimaging/Samples.h"
-#include "zrimaging/output/ProtectedInputs.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
 

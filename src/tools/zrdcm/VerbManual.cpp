@@ -4,8 +4,7 @@
 #include "CommandTree.h"
 #include "ExitStatus.h"
 #include "Verb.h"
-#include "zrimaging/output/OutputFile.h"
-#include "zrimaging/output/ProtectedInputs.h"
+#include "zrimaging/Output.h"
 
 #include <CLI/CLI.hpp>
 

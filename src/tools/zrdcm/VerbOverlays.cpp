@@ -10,9 +10,8 @@
 #include "zrimaging/File.h"
 #include "zrimaging/Formats.h"
 #include "zrimaging/Image.h"
+#include "zrimaging/Output.h"
 #include "zrimaging/Pictures.h"
-#include "zrimaging/output/OutputFile.h"
-#include "zrimaging/output/ProtectedInputs.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>

@@ -6,9 +6,8 @@
 #include "Verb.h"
 #include "phantoms/Coding.h"
 #include "phantoms/Phantoms.h"
+#include "zrimaging/Output.h"
 #include "zrimaging/output/DicomWriter.h"
-#include "zrimaging/output/OutputFile.h"
-#include "zrimaging/output/ProtectedInputs.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcfilefo.h"

@@ -9,7 +9,7 @@
 #include "Verb.h"
 #include "WindowOption.h"
 #include "zrimaging/File.h"
-#include "zrimaging/output/ProtectedInputs.h"
+#include "zrimaging/Output.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>

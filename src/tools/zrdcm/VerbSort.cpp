@@ -6,12 +6,8 @@
 #include "UsageError.h"
 #include "Verb.h"
 #include "zrimaging/Error.h"
-#include "zrimaging/output/OutputFile.h"
-#include "zrimaging/output/ProtectedInputs.h"
-#include "zrimaging/series/SeriesCopy.h"
-#include "zrimaging/series/SeriesOrder.h"
-
-#include <zrdcmexport/ExDCM.h>
+#include "zrimaging/Output.h"
+#include "zrimaging/Series.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -129,8 +125,6 @@ zr::OrderSwitches switchesOf(const SortOptions& options) {
 
 int sortFiles(const SortOptions& options) {
   const zr::OrderSwitches switches = switchesOf(options);
-  // Before the files are read: implicit ones take the VRs of private criteria from the dictionary.
-  ExDCM::registerPrivateDicomTags();
   ReadSeries series = readSeries(options.files);
   zr::sortSeries(series.images, switches);
   if (!options.copyFolder.empty()) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "CommandLine.h"
-#include "zrimaging/output/Leftovers.h"
-#include "zrimaging/output/StandardOutput.h"
+#include "zrimaging/Output.h"
 
 #include <csignal>
 

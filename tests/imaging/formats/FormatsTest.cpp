@@ -2,8 +2,7 @@
 // The table of output formats, and what each row writes.
 #include "support/TempDir.h"
 #include "zrimaging/Error.h"
-#include "zrimaging/output/OutputFile.h"
-#include "zrimaging/output/ProtectedInputs.h"
+#include "zrimaging/Output.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

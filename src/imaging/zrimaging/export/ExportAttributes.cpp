@@ -18,7 +18,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <fstream>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -139,7 +138,7 @@ AttributeSet parseObject(const Json& object, const std::string& prefix) {
 }
 
 /// Parses JSON that names no key twice in one object; the parser alone would keep one of them.
-Json parseJson(std::istream& stream) {
+Json parseJson(const std::string& text) {
   std::vector<std::vector<std::string>> keys;
   const Json::parser_callback_t noticeRepetition = [&keys](int, Json::parse_event_t event,
                                                            Json& parsed) {
@@ -156,7 +155,7 @@ Json parseJson(std::istream& stream) {
     }
     return true;
   };
-  return Json::parse(stream, noticeRepetition);
+  return Json::parse(text, noticeRepetition);
 }
 
 /// Value representations whose texts follow a form of their own (PS3.5 section 6.2).
@@ -359,19 +358,16 @@ void AttributeSet::setDefault(std::uint32_t tag, const std::string& text) {
   }
 }
 
-AttributeSet readAttributes(const std::filesystem::path& jsonFile) {
-  std::ifstream stream(jsonFile);
-  if (!stream) {
-    throw Error(Reason::CannotWrite, "cannot read " + jsonFile.string());
-  }
+AttributeSet parseAttributes(const std::string& json, const std::string& name) {
+  const std::string prefix = name.empty() ? "" : name + ": ";
   Json tree;
   try {
-    tree = parseJson(stream);
+    tree = parseJson(json);
   } catch (const Json::exception& error) {
-    throw Error(Reason::CannotWrite, jsonFile.string() + ": no JSON: " + error.what());
+    throw Error(Reason::CannotWrite, prefix + "no JSON: " + error.what());
   }
   if (!tree.is_object()) {
-    throw Error(Reason::CannotWrite, jsonFile.string() + ": wants an object of attributes");
+    throw Error(Reason::CannotWrite, prefix + "wants an object of attributes");
   }
   AttributeSet attributes = parseObject(tree, "");
   requireCharacterSet(attributes);

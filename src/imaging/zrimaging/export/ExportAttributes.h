@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "zrimaging/Export.h"
 #include "zrimaging/texts/CharacterSet.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-class DcmItem;
 class ZrDcmExport;
 
 namespace zr {
@@ -40,14 +39,12 @@ struct AttributeSet {
   void setDefault(std::uint32_t tag, const std::string& text);
 };
 
-/// What the samples of the new image are.
-enum class ExportType : std::uint8_t { kU8, kU16, kS16 };
-
 /// Reads a JSON object of keys ("G0008-0016") or keywords ("SOPClassUID") to texts, or to lists of
 /// such objects for sequences. Letters beyond ASCII are UTF-8; where no SpecificCharacterSet is named
 /// for them the set gets the one of Unicode.
+/// @param name what errors call the text; empty for nothing
 /// @throws Error that names the key at fault.
-AttributeSet readAttributes(const std::filesystem::path& jsonFile);
+AttributeSet parseAttributes(const std::string& json, const std::string& name);
 
 /// The attributes of a dataset that have a text form and can be written again. Left out is what
 /// belongs to the old image alone: its samples, their layout, their lookup tables and extremes, the

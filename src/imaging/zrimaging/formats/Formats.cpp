@@ -3,8 +3,8 @@
 #include "zrimaging/Formats.h"
 
 #include "zrimaging/Error.h"
+#include "zrimaging/Output.h"
 #include "zrimaging/formats/Writers.h"
-#include "zrimaging/output/ProtectedInputs.h"
 
 #include <algorithm>
 #include <cctype>

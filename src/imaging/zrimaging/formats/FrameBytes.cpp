@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "zrimaging/formats/FrameBytes.h"
 
-#include "zrimaging/output/OutputFile.h"
+#include "zrimaging/Output.h"
 
 #include <bit>
 #include <cstddef>

@@ -9,9 +9,9 @@
 // Shape: (frames, rows, columns), for colour (frames, rows, columns, 3); the frame axis is there for a
 // single frame too, so that a script need not tell the cases apart. See
 // https://numpy.org/doc/stable/reference/generated/numpy.lib.format.html
+#include "zrimaging/Output.h"
 #include "zrimaging/formats/FrameBytes.h"
 #include "zrimaging/formats/Writers.h"
-#include "zrimaging/output/OutputFile.h"
 
 #include <cstddef>
 #include <string>

@@ -2,8 +2,8 @@
 // PNG through libpng. The picture is encoded into memory first, so that libpng's error handling
 // (longjmp) never crosses a C++ object.
 #include "zrimaging/Error.h"
+#include "zrimaging/Output.h"
 #include "zrimaging/formats/Writers.h"
-#include "zrimaging/output/OutputFile.h"
 
 #include <png.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The samples alone: nothing in the file says what they are.
+#include "zrimaging/Output.h"
 #include "zrimaging/formats/FrameBytes.h"
 #include "zrimaging/formats/Writers.h"
-#include "zrimaging/output/OutputFile.h"
 
 namespace zr {
 

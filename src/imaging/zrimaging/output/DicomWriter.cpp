@@ -3,7 +3,7 @@
 #include "zrimaging/output/DicomWriter.h"
 
 #include "zrimaging/Error.h"
-#include "zrimaging/output/OutputFile.h"
+#include "zrimaging/Output.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcerror.h"

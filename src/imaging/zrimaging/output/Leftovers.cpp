@@ -4,6 +4,8 @@
 // changes.
 #include "zrimaging/output/Leftovers.h"
 
+#include "zrimaging/Output.h"
+
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -129,6 +131,7 @@ std::unique_ptr<Leftover> makeTemporaryFolder(const fs::path& folder) {
       .first;
 }
 
+// The youngest first.
 void removeLeftovers() noexcept {
   for (const Leftover* leftover = youngest.load(); leftover != nullptr;
        leftover = leftover->older()) {

@@ -66,11 +66,4 @@ TemporaryFile makeTemporaryFile(const std::filesystem::path& folder, mode_t mode
 /// @throws std::system_error
 std::unique_ptr<Leftover> makeTemporaryFolder(const std::filesystem::path& folder);
 
-/// Removes everything that is noted, the youngest first. May be called by a signal handler.
-void removeLeftovers() noexcept;
-
-/// From now on SIGINT, SIGTERM and SIGHUP remove what is noted and end the program with exit status
-/// 128 + signal. A signal that is ignored (nohup) stays ignored.
-void removeLeftoversOnSignals();
-
 }  // namespace zr

@@ -3,7 +3,7 @@
 #include "zrimaging/output/LibraryFile.h"
 
 #include "zrimaging/Error.h"
-#include "zrimaging/output/OutputFile.h"
+#include "zrimaging/Output.h"
 
 #include <cerrno>
 #include <fcntl.h>

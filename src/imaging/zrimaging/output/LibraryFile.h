@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "zrimaging/Output.h"
 #include "zrimaging/output/Leftovers.h"
 #include "zrimaging/output/OutputPlace.h"
-#include "zrimaging/output/ProtectedInputs.h"
 
 #include <cstdint>
 #include <filesystem>

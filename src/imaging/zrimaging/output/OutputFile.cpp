@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Complete files or none: temporary name, checked writes, rename.
-#include "zrimaging/output/OutputFile.h"
-
-#include "zrimaging/Error.h"
-#include "zrimaging/output/StandardOutput.h"
+#include "zrimaging/Boundary.h"
+#include "zrimaging/Output.h"
+#include "zrimaging/output/Leftovers.h"
+#include "zrimaging/output/OutputPlace.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -20,19 +20,68 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kBufferBytes = std::size_t{64} << 10U;
 
+void makeFolder(const fs::path& folder) {
+  // They stay when all goes well, so nobody ever takes them from this list.
+  static std::list<Leftover> made;
+  const SignalsHeld held;
+  fs::path missing;
+  std::error_code ignored;
+  for (const fs::path& part : folder) {
+    missing /= part;
+    if (!fs::exists(fs::symlink_status(missing, ignored))) {
+      made.emplace_back(missing, Leftover::Kind::kFolder);
+    }
+  }
+  std::error_code error;
+  fs::create_directories(folder, error);
+  if (error || !fs::is_directory(folder, ignored)) {
+    throw Error(Reason::CannotWrite,
+                "cannot make the folder " + folder.string() + ": " +
+                    (error ? error.message() : std::string("something else has that name")));
+  }
+}
+
 }  // namespace
 
-OutputFile::OutputFile(const fs::path& target, const ProtectedInputs& inputs)
+/// What an OutputFile is made of.
+class OutputFilePrivate {
+public:
+  OutputFilePrivate(const fs::path& target, const ProtectedInputs& inputs);
+  ~OutputFilePrivate();
+  OutputFilePrivate(const OutputFilePrivate&) = delete;
+  OutputFilePrivate& operator=(const OutputFilePrivate&) = delete;
+  OutputFilePrivate(OutputFilePrivate&&) = delete;
+  OutputFilePrivate& operator=(OutputFilePrivate&&) = delete;
+
+  void write(const void* bytes, std::size_t count);
+  void commit();
+
+private:
+  void open();
+  void flush();
+  void finish();
+  void discard() noexcept;
+  void writeThrough(const char* bytes, std::size_t count);
+  [[noreturn]] void fail(int error) const;
+
+  ProtectedInputs inputs_;
+  OutputPlace place_;
+  std::unique_ptr<Leftover> temporary_;  ///< none when the target is written directly
+  int descriptor_ = -1;
+  std::string buffer_;
+};
+
+OutputFilePrivate::OutputFilePrivate(const fs::path& target, const ProtectedInputs& inputs)
     : inputs_(inputs), place_(findPlace(target, inputs)) {
   buffer_.reserve(kBufferBytes);
   open();
 }
 
-OutputFile::~OutputFile() {
+OutputFilePrivate::~OutputFilePrivate() {
   discard();
 }
 
-void OutputFile::discard() noexcept {
+void OutputFilePrivate::discard() noexcept {
   if (descriptor_ >= 0) {
     (void)close(descriptor_);  // the content is thrown away, so nothing is lost
     descriptor_ = -1;
@@ -43,7 +92,7 @@ void OutputFile::discard() noexcept {
   }
 }
 
-void OutputFile::open() {
+void OutputFilePrivate::open() {
   if (place_.direct) {
     // Without O_TRUNC and O_CREAT: what is written directly is there, and is not ours to empty.
     descriptor_ = place_.descriptor ? fcntl(*place_.descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
@@ -64,7 +113,7 @@ void OutputFile::open() {
   }
 }
 
-void OutputFile::write(const void* bytes, std::size_t count) {
+void OutputFilePrivate::write(const void* bytes, std::size_t count) {
   if (buffer_.size() + count > kBufferBytes) {
     flush();
   }
@@ -75,12 +124,12 @@ void OutputFile::write(const void* bytes, std::size_t count) {
   }
 }
 
-void OutputFile::flush() {
+void OutputFilePrivate::flush() {
   writeThrough(buffer_.data(), buffer_.size());
   buffer_.clear();
 }
 
-void OutputFile::writeThrough(const char* bytes, std::size_t count) {
+void OutputFilePrivate::writeThrough(const char* bytes, std::size_t count) {
   while (count > 0) {
     const ssize_t taken = ::write(descriptor_, bytes, count);
     if (taken < 0 && errno != EINTR) {
@@ -92,7 +141,7 @@ void OutputFile::writeThrough(const char* bytes, std::size_t count) {
   }
 }
 
-void OutputFile::commit() {
+void OutputFilePrivate::commit() {
   try {
     finish();
   } catch (...) {
@@ -101,7 +150,7 @@ void OutputFile::commit() {
   }
 }
 
-void OutputFile::finish() {
+void OutputFilePrivate::finish() {
   flush();
   if (temporary_) {
     prepareToReplace(descriptor_, place_);
@@ -119,32 +168,30 @@ void OutputFile::finish() {
   }
 }
 
-void OutputFile::fail(int error) const {
+void OutputFilePrivate::fail(int error) const {
   if (error == EPIPE && place_.descriptor == STDOUT_FILENO) {
     throw ReaderGone();
   }
   failWriting(place_.target, error);
 }
 
+OutputFile::OutputFile(const fs::path& target, const ProtectedInputs& inputs)
+    : private_(atBoundary([&] { return std::make_unique<OutputFilePrivate>(target, inputs); })) {}
+
+OutputFile::~OutputFile() = default;
+OutputFile::OutputFile(OutputFile&& other) noexcept = default;
+OutputFile& OutputFile::operator=(OutputFile&& other) noexcept = default;
+
+void OutputFile::write(const void* bytes, std::size_t count) {
+  atBoundary([&] { private_->write(bytes, count); });
+}
+
+void OutputFile::commit() {
+  atBoundary([&] { private_->commit(); });
+}
+
 void createFolder(const fs::path& folder) {
-  // They stay when all goes well, so nobody ever takes them from this list.
-  static std::list<Leftover> made;
-  const SignalsHeld held;
-  fs::path missing;
-  std::error_code ignored;
-  for (const fs::path& part : folder) {
-    missing /= part;
-    if (!fs::exists(fs::symlink_status(missing, ignored))) {
-      made.emplace_back(missing, Leftover::Kind::kFolder);
-    }
-  }
-  std::error_code error;
-  fs::create_directories(folder, error);
-  if (error || !fs::is_directory(folder, ignored)) {
-    throw Error(Reason::CannotWrite,
-                "cannot make the folder " + folder.string() + ": " +
-                    (error ? error.message() : std::string("something else has that name")));
-  }
+  atBoundary([&] { makeFolder(folder); });
 }
 
 }  // namespace zr

@@ -73,7 +73,11 @@ OutputPlace findPlace(const fs::path& target, const ProtectedInputs& inputs) {
   place.descriptor = descriptorNamed(target);
   place.direct = place.descriptor.has_value() || !S_ISREG(status.st_mode);
   if (!place.direct) {
-    place.file = fs::canonical(target);
+    std::error_code error;
+    place.file = fs::canonical(target, error);
+    if (error) {
+      failWriting(target, error.value());
+    }
     place.replaced = status;
   }
   return place;

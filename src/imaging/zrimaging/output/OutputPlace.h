@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrimaging/output/ProtectedInputs.h"
+#include "zrimaging/Output.h"
 
 #include <filesystem>
 #include <optional>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Standard output as callers hand it over: closed, or to a pipe that nobody reads.
-#include "zrimaging/output/StandardOutput.h"
+#include "zrimaging/Output.h"
 
 #include <fcntl.h>
 #include <initializer_list>

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Order of the files of a series by the library's comparison, in small memory: of each file only the
 // few attributes stay that a comparison reads.
-#include "zrimaging/series/SeriesOrder.h"
-
-#include "zrimaging/Error.h"
+#include "zrimaging/Boundary.h"
 #include "zrimaging/File.h"
+#include "zrimaging/Series.h"
 #include "zrimaging/files/Condition.h"
 
 #include <zrdcmexport/ExDCM.h>
@@ -15,6 +14,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <utility>
 
@@ -94,9 +94,7 @@ void mergeRuns(std::vector<SeriesImage>& from, std::size_t begin, std::size_t mi
   }
 }
 
-}  // namespace
-
-OrderSwitches parseOrderSwitches(const std::string& list) {
+OrderSwitches switchesOf(const std::string& list) {
   OrderSwitches switches;
   std::size_t begin = 0;
   while (begin < list.size()) {
@@ -114,17 +112,9 @@ OrderSwitches parseOrderSwitches(const std::string& list) {
   return switches;
 }
 
-SeriesImage::SeriesImage(const std::filesystem::path& path)
-    : path_(path), attributes_(new DcmDataset) {
-  const File file(path);
-  for (const Criterion& criterion : criteria()) {
-    copyAttributes(file.dataset(), *attributes_, criterion.keys);
-  }
-}
-
 // Deliberate: no std::sort and no std::stable_sort. The comparison is no strict weak ordering, for
 // which their behaviour is undefined. Test: ZrdcmSort.KeepsTheGivenOrderWhereNothingIsDecided
-void sortSeries(std::vector<SeriesImage>& images, const OrderSwitches& switches) {
+void mergeSort(std::vector<SeriesImage>& images, const OrderSwitches& switches) {
   for (std::size_t run = 1; run < images.size(); run *= 2) {
     std::vector<SeriesImage> merged;
     merged.reserve(images.size());
@@ -137,8 +127,8 @@ void sortSeries(std::vector<SeriesImage>& images, const OrderSwitches& switches)
   }
 }
 
-std::optional<std::string> decidingCriterion(const SeriesImage& first, const SeriesImage& second,
-                                             const OrderSwitches& switches) {
+std::optional<std::string> criterionBetween(const SeriesImage& first, const SeriesImage& second,
+                                            const OrderSwitches& switches) {
   if (compare(first.attributes(), second.attributes(), switches) >= 0) {
     return std::nullopt;
   }
@@ -159,6 +149,57 @@ std::optional<std::string> decidingCriterion(const SeriesImage& first, const Ser
     return compare(firstPart, secondPart, only) != 0;
   };
   return std::find_if(criteria().begin(), std::prev(criteria().end()), decides)->name;
+}
+
+}  // namespace
+
+OrderSwitches parseOrderSwitches(const std::string& list) {
+  return atBoundary([&] { return switchesOf(list); });
+}
+
+SeriesImage::SeriesImage(const std::filesystem::path& path, const MemoryBudget& memory) {
+  atBoundary([&] {
+    // Implicit files take the VRs of private criteria from the dictionary while they are read.
+    ExDCM::registerPrivateDicomTags();
+    path_ = path;
+    attributes_ = std::make_unique<DcmDataset>();
+    const File file(path, memory);
+    for (const Criterion& criterion : criteria()) {
+      copyAttributes(file.dataset(), *attributes_, criterion.keys);
+    }
+  });
+}
+
+SeriesImage::~SeriesImage() = default;
+SeriesImage::SeriesImage(SeriesImage&& other) noexcept = default;
+SeriesImage& SeriesImage::operator=(SeriesImage&& other) noexcept = default;
+
+std::string SeriesImage::seriesUid() const {
+  return textOf(*attributes_, DCM_SeriesInstanceUID);
+}
+
+std::vector<std::vector<SeriesImage>> groupBySeries(std::vector<SeriesImage> images) {
+  return atBoundary([&] {
+    std::map<std::string, std::size_t> places;
+    std::vector<std::vector<SeriesImage>> series;
+    for (SeriesImage& image : images) {
+      const std::size_t place = places.try_emplace(image.seriesUid(), series.size()).first->second;
+      if (place == series.size()) {
+        series.emplace_back();
+      }
+      series[place].push_back(std::move(image));
+    }
+    return series;
+  });
+}
+
+void sortSeries(std::vector<SeriesImage>& images, const OrderSwitches& switches) {
+  atBoundary([&] { mergeSort(images, switches); });
+}
+
+std::optional<std::string> decidingCriterion(const SeriesImage& first, const SeriesImage& second,
+                                             const OrderSwitches& switches) {
+  return atBoundary([&] { return criterionBetween(first, second, switches); });
 }
 
 }  // namespace zr

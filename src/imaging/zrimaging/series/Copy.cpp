@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Copies of the files of a series, numbered by their position in it.
-#include "zrimaging/series/SeriesCopy.h"
-
-#include "zrimaging/Error.h"
+#include "zrimaging/Boundary.h"
 #include "zrimaging/File.h"
+#include "zrimaging/Series.h"
 #include "zrimaging/files/Condition.h"
 #include "zrimaging/output/DicomWriter.h"
 
@@ -39,6 +38,17 @@ void keepOriginalNumber(DcmDataset& dataset) {
           "set OriginalInstanceNumber");
 }
 
+void writeRenumbered(const fs::path& file, std::size_t position, const fs::path& target,
+                     const ProtectedInputs& inputs) {
+  const File source(file);
+  DcmFileFormat copy(&source.dataset());
+  DcmDataset& dataset = *copy.getDataset();
+  keepOriginalNumber(dataset);
+  require(dataset.putAndInsertString(DCM_InstanceNumber, std::to_string(position).c_str()),
+          "set InstanceNumber");
+  writeDicomFile(copy, source.dataset().getOriginalXfer(), target, inputs);
+}
+
 }  // namespace
 
 fs::path copyPath(const fs::path& folder, std::size_t position, std::size_t count) {
@@ -50,13 +60,7 @@ fs::path copyPath(const fs::path& folder, std::size_t position, std::size_t coun
 
 void copyRenumbered(const fs::path& file, std::size_t position, const fs::path& target,
                     const ProtectedInputs& inputs) {
-  const File source(file);
-  DcmFileFormat copy(&source.dataset());
-  DcmDataset& dataset = *copy.getDataset();
-  keepOriginalNumber(dataset);
-  require(dataset.putAndInsertString(DCM_InstanceNumber, std::to_string(position).c_str()),
-          "set InstanceNumber");
-  writeDicomFile(copy, source.dataset().getOriginalXfer(), target, inputs);
+  atBoundary([&] { writeRenumbered(file, position, target, inputs); });
 }
 
 }  // namespace zr
