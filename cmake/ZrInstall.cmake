@@ -32,10 +32,16 @@ zr_install_package(zrdcmexport zrdcmexport::)
 # `cmake --install --prefix` may name another prefix than the configuration, so pkg-config learns it
 # when it is known: at installation.
 set(ZR_INSTALL_PREFIX "@CMAKE_INSTALL_PREFIX@")
-configure_file("${PROJECT_SOURCE_DIR}/cmake/zrdcmexport.pc.in"
-               "${PROJECT_BINARY_DIR}/zrdcmexport.pc.in" @ONLY)
-install(CODE "configure_file(\"${PROJECT_BINARY_DIR}/zrdcmexport.pc.in\"
-                             \"${PROJECT_BINARY_DIR}/zrdcmexport.pc\" @ONLY)"
-        COMPONENT development)
-install(FILES "${PROJECT_BINARY_DIR}/zrdcmexport.pc"
-        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+function(zr_install_pkg_config name)
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in" "${PROJECT_BINARY_DIR}/${name}.pc.in" @ONLY)
+  install(CODE "configure_file(\"${PROJECT_BINARY_DIR}/${name}.pc.in\"
+                               \"${PROJECT_BINARY_DIR}/${name}.pc\" @ONLY)"
+          COMPONENT development)
+  install(FILES "${PROJECT_BINARY_DIR}/${name}.pc"
+          DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
+endfunction()
+
+zr_install_pkg_config(zrdcmexport)
+if(TARGET zrimaging)
+  zr_install_pkg_config(zrimaging)
+endif()

@@ -70,7 +70,22 @@ Decodes one frame, a range or all frames of a DICOM item to unsigned samples
 with rescale, window, spacing and overlays, splits multi-frame datasets into
 volumes, orders series, knows private elements and writes new files.
 
-This package holds headers, CMake packages, the pkg-config file and examples.")
+This package holds headers, CMake packages, pkg-config files and examples, those
+of the imaging library too.")
+
+list(APPEND CPACK_COMPONENTS_ALL imaging)
+set(CPACK_DEBIAN_IMAGING_PACKAGE_NAME "libzrimaging${PROJECT_VERSION_MAJOR}")
+set(CPACK_DEBIAN_IMAGING_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_IMAGING_PACKAGE_CONTROL_EXTRA "${CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA}")
+set(CPACK_COMPONENT_IMAGING_DEPENDS runtime)
+list(APPEND CPACK_COMPONENT_DEVELOPMENT_DEPENDS imaging)
+set(CPACK_COMPONENT_IMAGING_DESCRIPTION
+"DICOM files, series and output files for programs (shared library)
+Reads DICOM files from disk or memory and refuses those that were made to do
+harm, gives texts as UTF-8 and elements by path, orders series, writes images
+in several formats and new DICOM files, each whole or not at all.
+
+This package holds the library that the command line is built on.")
 
 if(ZRDCMEXPORT_BUILD_CODECS)
   list(APPEND CPACK_COMPONENTS_ALL codecs codecs_development)
@@ -93,7 +108,7 @@ Codecs that a program registers with DCMTK, after which everything that
 decodes through DCMTK decodes JPEG 2000 and HTJ2K too.
 
 This package holds the header and the CMake package.")
-  set(CPACK_COMPONENT_RUNTIME_DEPENDS codecs)
+  list(APPEND CPACK_COMPONENT_IMAGING_DEPENDS codecs)
   list(APPEND CPACK_COMPONENT_DEVELOPMENT_DEPENDS codecs_development)
 endif()
 
@@ -101,7 +116,7 @@ if(ZRDCMEXPORT_BUILD_TOOLS)
   list(APPEND CPACK_COMPONENTS_ALL program)
   set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME zrdcm)
   set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION science)
-  set(CPACK_COMPONENT_PROGRAM_DEPENDS runtime)
+  set(CPACK_COMPONENT_PROGRAM_DEPENDS imaging)
   set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
 "looks into DICOM images, decodes and writes them (command line)
 Prints what DICOM files hold, decodes their samples into PNG, NumPy, NRRD and

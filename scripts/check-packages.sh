@@ -32,7 +32,7 @@ fail() {
 
 rm -rf "$build/packages"
 (cd "$build" && umask 022 && cpack -G DEB > "$work/cpack.log" 2>&1) || { cat "$work/cpack.log"; fail "cpack failed"; }
-for package in libzrcodecs1 libzrcodecs-dev libzrdcmexport1 libzrdcmexport-dev zrdcm; do
+for package in libzrcodecs1 libzrcodecs-dev libzrdcmexport1 libzrimaging1 libzrdcmexport-dev zrdcm; do
   set -- "$build/packages/$package"_*.deb
   [ -f "$1" ] || fail "there is no package $package"
   echo "$package: $(dpkg-deb -f "$1" Depends)"
@@ -43,10 +43,10 @@ lintian --fail-on error,warning --tag-display-limit 0 --allow-root "$build"/pack
 
 if [ "$(id -u)" -eq 0 ]; then
   prefix=/usr
-  if dpkg-query -W -f='${Status}\n' libzrcodecs1 libzrcodecs-dev libzrdcmexport1 libzrdcmexport-dev zrdcm 2>/dev/null | grep -q ' installed'; then
+  if dpkg-query -W -f='${Status}\n' libzrcodecs1 libzrcodecs-dev libzrdcmexport1 libzrimaging1 libzrdcmexport-dev zrdcm 2>/dev/null | grep -q ' installed'; then
     fail "one of the packages is installed already"
   fi
-  installed="zrdcm libzrdcmexport-dev libzrcodecs-dev libzrdcmexport1 libzrcodecs1"
+  installed="zrdcm libzrdcmexport-dev libzrcodecs-dev libzrimaging1 libzrdcmexport1 libzrcodecs1"
   dpkg -i "$build"/packages/*.deb > "$work/install.log" || { cat "$work/install.log"; fail "dpkg -i failed"; }
 else
   prefix="$work/unpacked/usr"
@@ -73,12 +73,16 @@ grep -q "zrdcmexport_DIR:PATH=$prefix/" "$work/found/CMakeCache.txt" || fail "an
 cmake --build "$work/found"
 "$work/found/consumer"
 "$work/found/codecs_consumer"
+"$work/found/imaging_consumer"
 
 echo "pkg-config"
 # The flags must split into words.
 # shellcheck disable=SC2046
 g++ -std=c++17 packaging/consumer/main.cpp -o "$work/consumer" $(pkg-config --cflags --libs zrdcmexport)
 "$work/consumer"
+# shellcheck disable=SC2046
+g++ -std=c++17 packaging/consumer/imaging.cpp -o "$work/imaging" $(pkg-config --cflags --libs zrimaging)
+"$work/imaging"
 
 if [ "$prefix" = /usr ]; then
   remove_packages

@@ -5,12 +5,16 @@
 set -eu
 cd "$(dirname "$0")/.."
 folder=${1:-build/docs}
-library=src/core
-headers=$(sed -n '/^set(public_headers/,/)/p' "$library/CMakeLists.txt" | grep -o 'zrdcmexport/[A-Za-z]*\.h' | sed "s|^|$library/|")
-if [ -z "$headers" ]; then
-  echo "$library/CMakeLists.txt lists no public headers"
-  exit 1
-fi
+headers=""
+for library in src/core/zrdcmexport src/imaging/zrimaging; do
+  name=$(basename "$library")
+  found=$(sed -n '/^set(public_headers/,/)/p' "$(dirname "$library")/CMakeLists.txt" | grep -o "$name/[A-Za-z]*\.h" | sed "s|^|$(dirname "$library")/|")
+  if [ -z "$found" ]; then
+    echo "$(dirname "$library")/CMakeLists.txt lists no public headers"
+    exit 1
+  fi
+  headers="$headers $found"
+done
 mkdir -p "$folder"
 rm -rf "$folder/html"
 # The headers must become one line.

@@ -5,7 +5,6 @@
 #include "support/ImageBuilder.h"
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"
-#include "zrimaging/Output.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,6 +15,7 @@
 #include <unistd.h>
 #include <vector>
 #include <zrimaging/Formats.h>
+#include <zrimaging/Output.h>
 
 namespace {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Files whose sequences nest some ten thousand deep cost 180 KB and, read by recursion, the process. Each
 // row hides them in another way from whoever reads headers with less care than DCMTK does.
+#include "support/HeaderWriter.h"
 #include "support/RowName.h"
 #include "support/TempDir.h"
-#include "tools/HeaderWriter.h"
 #include "tools/ZrdcmRunner.h"
 #include "zrimaging/files/NestingGuard.h"
 
@@ -22,13 +22,13 @@
 
 namespace {
 
-using tools::characterSet;
-using tools::HeaderWriter;
-using tools::kBig;
-using tools::kExplicit;
-using tools::kImplicit;
-using tools::kUndefined;
-using tools::metaInformation;
+using support::characterSet;
+using support::HeaderWriter;
+using support::kBig;
+using support::kExplicit;
+using support::kImplicit;
+using support::kUndefined;
+using support::metaInformation;
 using tools::Outcome;
 using tools::runZrdcm;
 

@@ -61,20 +61,20 @@ struct AttributeText {
   std::string vr;                      ///< "LO"
   std::optional<std::string> creator;  ///< of a private element whose creator is known, in UTF-8
   std::string text;      ///< in UTF-8, several values separated by backslashes; without padding
-  bool escaped = false;  ///< it holds bytes that are no characters of the file's set, as \xE9
+  bool escaped = false;  ///< it holds bytes that are no characters of the file's set, as `\xE9`
 };
 
 /// The value of an element as text: strings and numbers as they are, unknown values (UN) that the
 /// dictionary knows to be text, words (OW) as numbers. Texts come in UTF-8, converted from the Specific
 /// Character Set of their item (PS3.3 C.12.1.1.2).
-/// @param words what words are read as; unsigned 16-bit ones when nothing is said
+/// `words` is what words are read as; unsigned 16-bit ones when nothing is said.
 /// @throws Error MissingAttribute "has no element PATH"; Unsupported when the value has no text form,
 ///         cannot be read as words, or is none of words though `words` says so
 [[nodiscard]] ZRIMAGING_API AttributeText readText(DcmItem& dataset, const AttributePath& path,
                                                    std::optional<WordType> words = std::nullopt);
 
 /// The first value of an element of the item itself as text, in UTF-8; empty when it is missing or has
-/// no text form. Bytes that are no characters are escaped as \xE9.
+/// no text form. Bytes that are no characters are escaped as `\xE9`.
 /// @throws Error OutOfMemory
 [[nodiscard]] ZRIMAGING_API std::string textOf(DcmItem& item, const DcmTagKey& key);
 

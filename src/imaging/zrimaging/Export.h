@@ -30,7 +30,7 @@ enum class ExportType : std::uint8_t { kU8, kU16, kS16 };
 /// Attributes at fault are found before anything is written.
 class ZRIMAGING_API NewImage {
 public:
-  /// @param columns, rows from 1 to 65535
+  /// `columns` and `rows` are 1 to 65535.
   /// @throws Error TooLarge for more samples than fit a file, or a size that no attribute holds
   NewImage(int columns, int rows, ExportType type);
   ~NewImage();
@@ -38,7 +38,7 @@ public:
   NewImage& operator=(NewImage&& other) noexcept;
 
   /// Begins with the attributes of a file that have a text form and can be written again, as an image
-  /// derived from it (PS3.3 C.7.6.1.1.2): Image Type DERIVED\SECONDARY, SOP Instance and Series
+  /// derived from it (PS3.3 C.7.6.1.1.2): Image Type `DERIVED\SECONDARY`, SOP Instance and Series
   /// Instance UIDs of its own. Left out is what belongs to the old image alone: its samples, their
   /// layout, their lookup tables and extremes, the frames, overlays, and everything private.
   void deriveFrom(const File& file);
@@ -60,8 +60,8 @@ public:
   [[nodiscard]] std::size_t sampleBytes() const;
 
   /// Writes the image, which must be complete; the file appears when it is whole.
-  /// @param samples row by row, little endian, without padding; they are copied
-  /// @param size must be sampleBytes()
+  /// `samples` come row by row, little endian, without padding; they are copied.
+  /// `size` must be sampleBytes().
   /// @throws Error CannotWrite, OutOfMemory
   void write(const std::filesystem::path& target, const void* samples, std::size_t size,
              const ProtectedInputs& inputs) const;

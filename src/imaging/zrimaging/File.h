@@ -35,7 +35,7 @@ public:
 
   /// Reads what would be the bytes of a file. They are copied as far as they are needed, and may go
   /// away afterwards.
-  /// @param bytes may be null where `size` is 0
+  /// `bytes` may be null where `size` is 0.
   /// @throws Error as above, and TooLarge for more bytes than the budget allows
   static File fromBytes(const void* bytes, std::size_t size, const MemoryBudget& memory = {});
 

@@ -86,14 +86,14 @@ struct OutputFormat {
 ZRIMAGING_API void addFormat(const OutputFormat& format);
 
 /// Writes an array.
-/// @param inputs files that must not be replaced
+/// `inputs` are files that must not be replaced.
 /// @throws Error Unsupported when the format does not hold such an array; CannotWrite when the file
 ///         cannot be written or is an input. What `frameAt` throws passes through.
 ZRIMAGING_API void writeArray(const OutputFormat& format, const std::filesystem::path& target,
                               const ProtectedInputs& inputs, const ArrayToWrite& array);
 
 /// Writes samples as a picture: the PNG format of the table.
-/// @param frame one frame, gray or RGB, 8 or 16 bits; signed samples keep their bits
+/// `frame` is one frame, gray or RGB, 8 or 16 bits; signed samples keep their bits.
 /// @throws Error as writeArray()
 ZRIMAGING_API void writePicture(const std::filesystem::path& target, const ProtectedInputs& inputs,
                                 const SampleArray& frame);

@@ -57,7 +57,7 @@ struct ZRIMAGING_API ReaderGone {};
 /// Files are to be made by one thread of a program at a time.
 class ZRIMAGING_API OutputFile {
 public:
-  /// @param inputs are asked now and again in `commit`
+  /// The inputs are asked now and again in `commit`.
   /// @throws Error CannotWrite when the place cannot be written or is an input; OutOfMemory
   OutputFile(const std::filesystem::path& target, const ProtectedInputs& inputs);
   ~OutputFile();

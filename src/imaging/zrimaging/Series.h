@@ -69,13 +69,13 @@ ZRIMAGING_API void sortSeries(std::vector<SeriesImage>& images, const OrderSwitc
     const SeriesImage& first, const SeriesImage& second, const OrderSwitches& switches);
 
 /// Where the copy of an image goes: "0001.dcm" in the folder; more digits for more than 9999 images.
-/// @param position 1 for the first of `count`
+/// `position` is 1 for the first of `count`.
 [[nodiscard]] ZRIMAGING_API std::filesystem::path copyPath(const std::filesystem::path& folder,
                                                            std::size_t position, std::size_t count);
 
 /// Copies a file with `position` as its Instance Number. The number that it had goes to the private
 /// element OriginalInstanceNumber, if that place is free; everything else stays as it is.
-/// @param inputs may not be replaced by the copy
+/// `inputs` may not be replaced by the copy.
 /// @throws Error as File and OutputFile
 ZRIMAGING_API void copyRenumbered(const std::filesystem::path& file, std::size_t position,
                                   const std::filesystem::path& target,

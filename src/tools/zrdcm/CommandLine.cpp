@@ -7,9 +7,6 @@
 #include "Messages.h"
 #include "UsageError.h"
 #include "Verb.h"
-#include "zrimaging/Error.h"
-#include "zrimaging/MemoryBudget.h"
-#include "zrimaging/Output.h"
 #include "zrimaging/images/DecoderWarnings.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -25,6 +22,9 @@
 #include <string>
 #include <utility>
 #include <vector>
+#include <zrimaging/Error.h>
+#include <zrimaging/MemoryBudget.h>
+#include <zrimaging/Output.h>
 
 namespace zrdcm {
 

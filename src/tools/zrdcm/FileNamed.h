@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrimaging/Error.h"
-
 #include <new>
 #include <string>
+#include <zrimaging/Error.h>
 
 namespace zrdcm {
 

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrimaging/MemoryBudget.h"
-
 #include <nlohmann/json_fwd.hpp>
 
 #include <filesystem>
+#include <zrimaging/MemoryBudget.h>
 
 namespace zrdcm {
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrimaging/FrameAttributes.h"
-
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
@@ -10,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <vector>
+#include <zrimaging/FrameAttributes.h>
 
 namespace zrdcm {
 

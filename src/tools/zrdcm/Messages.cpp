@@ -2,9 +2,6 @@
 // What the user reads: lines on stderr, results on stdout, the logs of the libraries.
 #include "Messages.h"
 
-#include "zrimaging/Output.h"
-#include "zrimaging/texts/Utf8.h"
-
 #include <ktlib/KtLogFile.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -19,6 +16,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <optional>
+#include <zrimaging/Output.h>
+#include <zrimaging/Text.h>
 
 namespace zrdcm {
 

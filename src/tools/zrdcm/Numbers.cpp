@@ -2,10 +2,9 @@
 // Numbers in JSON.
 #include "Numbers.h"
 
-#include "zrimaging/texts/NumberText.h"
-
 #include <charconv>
 #include <cmath>
+#include <zrimaging/Text.h>
 
 namespace zrdcm {
 

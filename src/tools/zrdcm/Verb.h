@@ -2,9 +2,9 @@
 #pragma once
 
 #include "UsageError.h"
-#include "zrimaging/MemoryBudget.h"
 
 #include <functional>
+#include <zrimaging/MemoryBudget.h>
 
 namespace CLI {
 class App;

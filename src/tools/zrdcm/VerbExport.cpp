@@ -5,10 +5,6 @@
 #include "Messages.h"
 #include "UsageError.h"
 #include "Verb.h"
-#include "zrimaging/Error.h"
-#include "zrimaging/Export.h"
-#include "zrimaging/File.h"
-#include "zrimaging/Output.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -21,6 +17,10 @@
 #include <sstream>
 #include <string>
 #include <vector>
+#include <zrimaging/Error.h>
+#include <zrimaging/Export.h>
+#include <zrimaging/File.h>
+#include <zrimaging/Output.h>
 
 namespace zrdcm {
 

@@ -6,7 +6,6 @@
 #include "Numbers.h"
 #include "Progress.h"
 #include "Verb.h"
-#include "zrimaging/texts/NumberText.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -18,6 +17,7 @@
 #include <memory>
 #include <string>
 #include <vector>
+#include <zrimaging/Text.h>
 
 namespace zrdcm {
 

@@ -5,11 +5,6 @@
 #include "FormatOption.h"
 #include "Messages.h"
 #include "Verb.h"
-#include "zrimaging/Error.h"
-#include "zrimaging/File.h"
-#include "zrimaging/Formats.h"
-#include "zrimaging/Output.h"
-#include "zrimaging/Samples.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
 
@@ -28,6 +23,11 @@
 #include <optional>
 #include <string>
 #include <vector>
+#include <zrimaging/Error.h>
+#include <zrimaging/File.h>
+#include <zrimaging/Formats.h>
+#include <zrimaging/Output.h>
+#include <zrimaging/Samples.h>
 
 namespace zrdcm {
 

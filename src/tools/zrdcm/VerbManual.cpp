@@ -4,7 +4,6 @@
 #include "CommandTree.h"
 #include "ExitStatus.h"
 #include "Verb.h"
-#include "zrimaging/Output.h"
 
 #include <CLI/CLI.hpp>
 
@@ -12,6 +11,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <zrimaging/Output.h>
 
 namespace zrdcm {
 

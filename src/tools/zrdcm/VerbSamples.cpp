@@ -6,8 +6,7 @@
 #include "Verb.h"
 #include "phantoms/Coding.h"
 #include "phantoms/Phantoms.h"
-#include "zrimaging/Output.h"
-#include "zrimaging/output/DicomWriter.h"
+#include "zrimaging/DicomWriter.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcfilefo.h"
@@ -21,6 +20,7 @@
 #include <memory>
 #include <string>
 #include <vector>
+#include <zrimaging/Output.h>
 
 namespace zrdcm {
 

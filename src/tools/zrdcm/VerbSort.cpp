@@ -5,9 +5,6 @@
 #include "Progress.h"
 #include "UsageError.h"
 #include "Verb.h"
-#include "zrimaging/Error.h"
-#include "zrimaging/Output.h"
-#include "zrimaging/Series.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
@@ -20,6 +17,9 @@
 #include <optional>
 #include <string>
 #include <vector>
+#include <zrimaging/Error.h>
+#include <zrimaging/Output.h>
+#include <zrimaging/Series.h>
 
 namespace zrdcm {
 

@@ -3,10 +3,10 @@
 #include "WindowOption.h"
 
 #include "UsageError.h"
-#include "zrimaging/Error.h"
 
 #include <charconv>
 #include <cmath>
+#include <zrimaging/Error.h>
 
 namespace zrdcm {
 

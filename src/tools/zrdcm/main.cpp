@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "CommandLine.h"
-#include "zrimaging/Output.h"
 
 #include <csignal>
+#include <zrimaging/Output.h>
 
 int main(int argc, char** argv) {
   zr::occupyStandardDescriptors();

@@ -2,9 +2,9 @@
 // NRRD with an attached header (NRRD0004, encoding raw): axes columns, rows, frames, and in front of them
 // the three channels of colour. See https://teem.sourceforge.net/nrrd/format.html
 #include "zrimaging/Output.h"
+#include "zrimaging/Text.h"
 #include "zrimaging/formats/FrameBytes.h"
 #include "zrimaging/formats/Writers.h"
-#include "zrimaging/texts/NumberText.h"
 
 #include <algorithm>
 #include <cmath>

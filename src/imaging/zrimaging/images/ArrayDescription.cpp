@@ -3,7 +3,7 @@
 // one that differs is a list under the name in the plural, those not known as "unknown".
 #include "zrimaging/Formats.h"
 #include "zrimaging/Frames.h"
-#include "zrimaging/texts/NumberText.h"
+#include "zrimaging/Text.h"
 
 #include <algorithm>
 #include <cmath>

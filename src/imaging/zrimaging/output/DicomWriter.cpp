@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // A DICOM file by DCMTK, through an OutputFile.
-#include "zrimaging/output/DicomWriter.h"
+#include "zrimaging/DicomWriter.h"
 
-#include "zrimaging/Error.h"
+#include "zrimaging/Boundary.h"
 #include "zrimaging/Output.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcerror.h"
+#include "dcmtk/dcmdata/dcfilefo.h"
 #include "dcmtk/dcmdata/dcostrma.h"
 #include "dcmtk/dcmdata/dcwcache.h"
 
@@ -68,10 +69,8 @@ OFCondition save(DcmFileFormat& file, E_TransferSyntax syntax, FileConsumer& con
   return written.good() && !stream.isFlushed() ? OFCondition(EC_InvalidStream) : written;
 }
 
-}  // namespace
-
-void writeDicomFile(DcmFileFormat& file, E_TransferSyntax syntax,
-                    const std::filesystem::path& target, const ProtectedInputs& inputs) {
+void writeThrough(DcmFileFormat& file, E_TransferSyntax syntax, const std::filesystem::path& target,
+                  const ProtectedInputs& inputs) {
   OutputFile output(target, inputs);
   FileConsumer consumer(output);
   const OFCondition written = save(file, syntax, consumer);
@@ -80,6 +79,13 @@ void writeDicomFile(DcmFileFormat& file, E_TransferSyntax syntax,
     throw Error(Reason::CannotWrite, "cannot write " + target.string() + ": " + written.text());
   }
   output.commit();
+}
+
+}  // namespace
+
+void writeDicomFile(DcmFileFormat& file, E_TransferSyntax syntax,
+                    const std::filesystem::path& target, const ProtectedInputs& inputs) {
+  atBoundary([&] { writeThrough(file, syntax, target, inputs); });
 }
 
 }  // namespace zr

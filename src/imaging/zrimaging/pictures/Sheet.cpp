@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Contact sheets. Text is in capital letters.
 #include "zrimaging/Sheets.h"
+#include "zrimaging/Text.h"
 #include "zrimaging/Thumbnails.h"
 #include "zrimaging/pictures/Letters.h"
 #include "zrimaging/pictures/SheetLayout.h"
-#include "zrimaging/texts/NumberText.h"
 
 #include <algorithm>
 #include <cctype>

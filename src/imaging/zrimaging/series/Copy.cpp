@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Copies of the files of a series, numbered by their position in it.
 #include "zrimaging/Boundary.h"
+#include "zrimaging/DicomWriter.h"
 #include "zrimaging/File.h"
 #include "zrimaging/Series.h"
 #include "zrimaging/files/Condition.h"
-#include "zrimaging/output/DicomWriter.h"
 
 #include <zrdcmexport/ExDCM.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Single-precision numbers as people wrote them into the file.
-#include "zrimaging/texts/NumberText.h"
+#include "zrimaging/Text.h"
 
 #include <charconv>
 

@@ -3,7 +3,6 @@
 // looked up in the code tables of the sets; the letters expected were written down by hand.
 #include "support/DatasetBuilder.h"
 #include "support/RowName.h"
-#include "zrimaging/File.h"
 #include "zrimaging/texts/CharacterSet.h"
 #include "zrimaging/texts/Utf8.h"
 
@@ -17,6 +16,7 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <zrimaging/File.h>
 
 namespace {
 

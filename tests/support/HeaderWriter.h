@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string>
 
-namespace tools {
+namespace support {
 
 inline constexpr std::size_t kUndefined = 0xFFFFFFFFU;
 
@@ -78,4 +78,4 @@ inline std::string characterSet(const HeaderWriter& writer) {
   return writer.text(writer.tag(0x0008, 0x0005), "CS", "ISO_IR 100");
 }
 
-}  // namespace tools
+}  // namespace support

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The walk over headers beside what DCMTK makes of the same bytes, and what it tells.
 #include "support/CorpusFixture.h"
+#include "support/Files.h"
+#include "support/HeaderWriter.h"
 #include "support/RowName.h"
 #include "support/TempDir.h"
-#include "tools/HeaderWriter.h"
-#include "tools/ZrdcmRunner.h"
+#include "zrimaging/File.h"
 #include "zrimaging/files/NestingGuard.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -21,13 +22,11 @@
 
 namespace {
 
-using tools::characterSet;
-using tools::kExplicit;
-using tools::kImplicit;
-using tools::kUndefined;
-using tools::metaInformation;
-using tools::Outcome;
-using tools::runZrdcm;
+using support::characterSet;
+using support::kExplicit;
+using support::kImplicit;
+using support::kUndefined;
+using support::metaInformation;
 
 std::size_t depthOf(DcmItem& item) {
   std::size_t deepest = 0;
@@ -150,15 +149,17 @@ TEST(HeaderScan, TellsWhatIsTooDeepWhere) {
 TEST(HeaderScan, RefusesMetaInformationThatBeginsWithDamage) {
   const support::TempDir folder;
   const std::string file = folder.file("in.dcm").string();
-  tools::writeFile(file, std::string(128, '\0') + "DICM" +
-                             kExplicit.longHeader(kExplicit.tag(2, 1), "SQ", kUndefined) +
-                             kExplicit.nested(2));
+  support::writeFile(file, std::string(128, '\0') + "DICM" +
+                               kExplicit.longHeader(kExplicit.tag(2, 1), "SQ", kUndefined) +
+                               kExplicit.nested(2));
 
-  const Outcome outcome = runZrdcm({"lut", file});
-
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.errors,
-            "zrdcm: " + file + ": is damaged: its meta information cannot be read\n");
+  try {
+    const zr::File read(file);
+    FAIL() << "read";
+  } catch (const zr::Error& error) {
+    EXPECT_EQ(error.reason(), zr::Reason::Damaged);
+    EXPECT_STREQ(error.what(), "is damaged: its meta information cannot be read");
+  }
 }
 
 TEST(HeaderScan, OfAFileThatCannotBeOpenedIsEmpty) {
