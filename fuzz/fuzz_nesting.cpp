@@ -25,7 +25,7 @@ using fuzz::ElementStream;
 using fuzz::Input;
 using fuzz::require;
 using zr::HeaderScan;
-using zrdcm::Encoding;
+using zr::Encoding;
 
 /// Small enough for DCMTK's recursion, and well above what the guard takes.
 constexpr std::size_t kMostBytes = 4096;
@@ -72,10 +72,10 @@ private:
 void compareDataset(const std::string& bytes, E_TransferSyntax syntax) {
   HeaderScan scan;
   CountingStream ours(bytes);
-  zrdcm::HeaderBytes source(ours);
+  zr::HeaderBytes source(ours);
   const std::optional<Encoding> encoding = Encoding::of(syntax);
   require(encoding.has_value());
-  zrdcm::HeaderWalk(source, kDeepestForDcmtk, scan).walkDataset(*encoding);
+  zr::HeaderWalk(source, kDeepestForDcmtk, scan).walkDataset(*encoding);
   if (scan.tooDeep) {
     return;
   }
@@ -97,7 +97,7 @@ void compareFile(const std::string& bytes) {
   const std::span span(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
   const HeaderScan scan = zr::scanHeaders(span, {kDeepestForDcmtk});
   const HeaderScan asUsed = zr::scanHeaders(span);
-  require(asUsed.tooDeep.has_value() == (scan.deepest > zrdcm::kDeepestNesting));
+  require(asUsed.tooDeep.has_value() == (scan.deepest > zr::kDeepestNesting));
   if (scan.tooDeep || scan.isDamagedMeta) {
     return;
   }
