@@ -40,6 +40,8 @@ struct FrameFormat {
 
 /// Reads what decodeFrame() would deliver, without decoding. The item is only read.
 ///
+/// @param item      the image
+/// @param format    receives what frames will be
 /// @param errorText what is missing, or which kind of samples is not decoded; empty after success.
 /// @return false, `format` unchanged, for an item without image attributes or pixel data, and for
 ///         samples that are not whole bytes (1 bit a pixel, 12 bits allocated).
@@ -70,6 +72,7 @@ struct FrameFormat {
 /// It does not count the compressed data, which is no larger than the file, nor what the caller does
 /// with the samples.
 ///
+/// @param item       the image
 /// @param first,last 0-based; they need not be there, so that a claim can be judged.
 /// @return the largest number when the sum does not fit; nothing when the item does not say how large
 ///         its frames are, or `last` is below `first`. The item is only read.

@@ -28,6 +28,7 @@ struct StoredSamples {
 /// SliceImage::process differs in one case: it takes a High Bit that is not below Bits Stored for
 /// Bits Stored - 1. Here the stored bits are where High Bit says.
 ///
+/// @param item           the image
 /// @param bytesPerSample bytes of a container: FrameFormat::bytesPerSample for frames of decodeFrame()
 [[nodiscard]] ZRDCMEXPORT_API StoredSamples readStoredSamples(DcmItem& item,
                                                               unsigned int bytesPerSample);
@@ -52,6 +53,7 @@ public:
   /// leaves alone are converted too: samples of 32 bits, and samples of 16 bits with a table of 8 bits,
   /// whose values come out with 16 bits.
   ///
+  /// @param stored where the bits are in their containers
   /// @param table the modality LUT, or a palette; copied. One without entries, or with entries of other
   ///              than 1 or 3 values of 8 or 16 bits, counts as none.
   /// @return nothing for containers that do not have 1, 2 or 4 bytes.
@@ -76,6 +78,7 @@ public:
   /// Transforms samples that stand side by side. Addresses need no alignment.
   ///
   /// @param samples `count` samples in the byte order of the machine
+  /// @param count   how many
   /// @param target  receives count x valuesPerSample() values of bytesPerValue() bytes; memory apart
   ///                from the samples, or the samples themselves where the values take as many bytes
   void apply(const void* samples, std::uint64_t count, void* target) const noexcept;
