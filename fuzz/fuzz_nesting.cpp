@@ -24,8 +24,8 @@ namespace {
 using fuzz::ElementStream;
 using fuzz::Input;
 using fuzz::require;
-using zr::HeaderScan;
 using zr::Encoding;
+using zr::HeaderScan;
 
 /// Small enough for DCMTK's recursion, and well above what the guard takes.
 constexpr std::size_t kMostBytes = 4096;

@@ -28,7 +28,7 @@ ORDER = {
 }
 FACES = {"core": "zrdcmexport", "imaging": "zrimaging"}
 # Inspectors that the codecs are built with as well: a program that uses the codecs alone needs no core.
-SHARED = {"codecs": {"src/core/streams/Jpeg2000Frames.h", "src/core/streams/Jpeg2000Stream.h"}}
+SHARED = {"codecs": {f"src/core/streams/{name}.h" for name in ("Fragments", "Jpeg2000Frames", "Jpeg2000Stream")}}
 # Where the sources of a target begin, and what a quoted or angled name of theirs is relative to.
 BASES = ["src/platform", "src/core", "src/codecs", "src/imaging", "src/tools/zrdcm", "src/python", "src"]
 LARGEST_SHARE = 0.28

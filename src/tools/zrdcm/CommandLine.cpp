@@ -7,7 +7,7 @@
 #include "Messages.h"
 #include "UsageError.h"
 #include "Verb.h"
-#include "zrimaging/images/DecoderWarnings.h"
+#include "zrimaging/Log.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdict.h"

@@ -2,7 +2,7 @@
 // What the user reads: lines on stderr, results on stdout, the logs of the libraries.
 #include "Messages.h"
 
-#include <ktlib/KtLogFile.h>
+#include "zrimaging/Log.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/oflog/appender.h"
@@ -174,12 +174,11 @@ void sayJson(const Json& value) {
 void showLibraryLog(bool shown) {
   if (shown) {
     showDcmtkLog();
-    getTheLogInstance().setSink([](KtLogFile::Level level, const std::string& text) {
-      showLogLine(level == KtLogFile::Level::Warning ? "W: " : "", text);
-    });
+    zr::sendLogTo(
+        [](bool isWarning, const std::string& text) { showLogLine(isWarning ? "W: " : "", text); });
   } else {
     OFLog::configure(OFLogger::OFF_LOG_LEVEL);
-    getTheLogInstance().setSink([](KtLogFile::Level, const std::string&) {});
+    zr::sendLogTo({});
   }
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <ktlib/KtVec2f.h>
+#include <zrdcmexport/ZrSliceImage.h>
 
 #include <nlohmann/json.hpp>
 

@@ -2,6 +2,8 @@
 // The warnings of one logger of DCMTK, kept until somebody can say which file they are about.
 #include "zrimaging/images/DecoderWarnings.h"
 
+#include "zrimaging/Log.h"
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/oflog/appender.h"
 #include "dcmtk/oflog/logger.h"
