@@ -70,8 +70,8 @@ Decodes one frame, a range or all frames of a DICOM item to unsigned samples
 with rescale, window, spacing and overlays, splits multi-frame datasets into
 volumes, orders series, knows private elements and writes new files.
 
-This package holds headers, CMake packages, pkg-config files and examples, those
-of the imaging library too.")
+This package holds headers, CMake packages, pkg-config files and examples,
+those of the imaging library too.")
 
 list(APPEND CPACK_COMPONENTS_ALL imaging)
 set(CPACK_DEBIAN_IMAGING_PACKAGE_NAME "libzrimaging${PROJECT_VERSION_MAJOR}")
