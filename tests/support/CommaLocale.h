@@ -7,9 +7,10 @@
 
 namespace support {
 
-/// A process whose locale writes a decimal comma and groups digits by points, as a host application in
-/// many countries sets it, for the C library and for C++ streams. Made for the test: such a locale need
-/// not be installed. Throws std::runtime_error where it cannot be made (see the package `locales`).
+/// A process whose locale writes a decimal comma and groups digits by points, as a host application
+/// in many countries sets it, for the C library and for C++ streams. Made for the test: such a
+/// locale need not be installed. Throws std::runtime_error where it cannot be made (see the package
+/// `locales`).
 class CommaLocale {
 public:
   /// Makes the locale and sets it.

@@ -79,10 +79,10 @@ public:
     return self();
   }
 
-  /// Pixel data of 8-bit cells (OB) or 16-bit cells (OW), as an image reader finds it.
-  Builder& withPixels8(const std::vector<Uint8>& cells) { return withBytes(DCM_PixelData, cells); }
-  Builder& withPixels16(const std::vector<Uint16>& cells) {
-    return withWords(DCM_PixelData, cells);
+  /// Pixel data of 8-bit words (OB) or 16-bit words (OW), as an image reader finds it.
+  Builder& withPixels8(const std::vector<Uint8>& words) { return withBytes(DCM_PixelData, words); }
+  Builder& withPixels16(const std::vector<Uint16>& words) {
+    return withWords(DCM_PixelData, words);
   }
 
   /// Any element; it replaces one with the same tag.

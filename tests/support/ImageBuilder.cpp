@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Attributes are written when they are named, samples when the image is built: only then are size
-// and cell known for good.
+// and container are known.
 #include "support/ImageBuilder.h"
 
 #include <stdexcept>
@@ -19,7 +19,7 @@ ImageBuilder::ImageBuilder(Uint16 columns, Uint16 rows, Uint16 samplesPerPixel,
   unsigned16();
 }
 
-ImageBuilder& ImageBuilder::cells(Uint16 bitsAllocated, Uint16 pixelRepresentation) {
+ImageBuilder& ImageBuilder::container(Uint16 bitsAllocated, Uint16 pixelRepresentation) {
   bitsAllocated_ = bitsAllocated;
   withUint16(DCM_BitsAllocated, bitsAllocated);
   withUint16(DCM_PixelRepresentation, pixelRepresentation);
@@ -105,31 +105,31 @@ std::unique_ptr<DcmItem> ImageBuilder::buildItem() const {
 std::vector<Uint16> ImageBuilder::ramp(std::size_t count) const {
   const std::size_t values = std::size_t{1} << bitsStored_;
   const int shift = highBit_ + 1 - bitsStored_;
-  std::vector<Uint16> cells(count);
+  std::vector<Uint16> words(count);
   for (std::size_t i = 0; i < count; ++i) {
-    cells[i] = static_cast<Uint16>((i % values) << (shift > 0 ? shift : 0));
+    words[i] = static_cast<Uint16>((i % values) << (shift > 0 ? shift : 0));
   }
-  return cells;
+  return words;
 }
 
 std::vector<Uint16> ImageBuilder::storedSamples() const {
   const std::size_t count = std::size_t{columns_} * rows_ * samplesPerPixel_ * frames_;
-  std::vector<Uint16> cells = samples_.empty() ? ramp(count) : std::vector<Uint16>();
+  std::vector<Uint16> words = samples_.empty() ? ramp(count) : std::vector<Uint16>();
   for (const int sample : samples_) {
-    cells.push_back(static_cast<Uint16>(bitsAllocated_ == 8 ? sample & 0xFF : sample & 0xFFFF));
+    words.push_back(static_cast<Uint16>(bitsAllocated_ == 8 ? sample & 0xFF : sample & 0xFFFF));
   }
   for (const Uint16 bit : clearedBits_) {
-    for (Uint16& cell : cells) {
-      cell = static_cast<Uint16>(cell & ~(1U << bit));
+    for (Uint16& word : words) {
+      word = static_cast<Uint16>(word & ~(1U << bit));
     }
   }
   for (const OverlayBit& overlay : overlayBits_) {
     const std::size_t row =
         std::size_t{overlay.frame} * rows_ + static_cast<std::size_t>(overlay.place.row);
-    Uint16& cell = cells.at(row * columns_ + static_cast<std::size_t>(overlay.place.column));
-    cell = static_cast<Uint16>(cell | (1U << overlay.bitPosition));
+    Uint16& word = words.at(row * columns_ + static_cast<std::size_t>(overlay.place.column));
+    word = static_cast<Uint16>(word | (1U << overlay.bitPosition));
   }
-  return cells;
+  return words;
 }
 
 void ImageBuilder::addPixelData(DcmItem& item) const {

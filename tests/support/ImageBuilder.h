@@ -14,18 +14,18 @@ struct Pixel {
 };
 
 /// Builds images that decode. What is not said gets a sensible value; the samples, unless given,
-/// are a ramp 0, 1, 2, ... over all frames that wraps within the stored bits and stands where High
-/// Bit says. Attributes can be overruled with the verbs of every builder: `with`, `withUint16`,
-/// `without`.
+/// are a ramp 0, 1, 2, ... over all frames that wraps within the stored bits and is placed where
+/// High Bit says. Attributes can be overruled with the verbs of every builder: `with`,
+/// `withUint16`, `without`.
 class ImageBuilder : public BuilderVerbs<ImageBuilder> {
 public:
   ImageBuilder(Uint16 columns, Uint16 rows, Uint16 samplesPerPixel, const std::string& photometric);
 
   /// Size and sign of the samples; all bits are stored until bitsStored() says otherwise.
-  ImageBuilder& unsigned8() { return cells(8, 0); }
-  ImageBuilder& signed8() { return cells(8, 1); }
-  ImageBuilder& unsigned16() { return cells(16, 0); }
-  ImageBuilder& signed16() { return cells(16, 1); }
+  ImageBuilder& unsigned8() { return container(8, 0); }
+  ImageBuilder& signed8() { return container(8, 1); }
+  ImageBuilder& unsigned16() { return container(16, 0); }
+  ImageBuilder& signed16() { return container(16, 1); }
 
   /// Bits Stored, with High Bit just below: the stored bits are the lowest.
   ImageBuilder& bitsStored(Uint16 bits);
@@ -44,10 +44,10 @@ public:
   /// Pixel Spacing in the attribute's order.
   ImageBuilder& spacing(const std::string& betweenRows, const std::string& betweenColumns);
 
-  /// The samples of all frames, row by row; each is cut to the cell, none is shifted.
+  /// The samples of all frames, row by row; each is cut to its container, none is shifted.
   ImageBuilder& samples(const std::vector<int>& values);
 
-  /// An overlay plane of the image's size that stands in one bit of the samples: its attributes.
+  /// An overlay plane of the image's size in one bit of the samples: its attributes.
   ImageBuilder& overlayPlane(Uint16 group, Uint16 bitPosition);
   /// The same, and its bit set at the given places of one frame, clear elsewhere.
   ImageBuilder& overlayBits(Uint16 group, Uint16 bitPosition, const std::vector<Pixel>& places,
@@ -67,7 +67,7 @@ private:
     Pixel place;
   };
 
-  ImageBuilder& cells(Uint16 bitsAllocated, Uint16 pixelRepresentation);
+  ImageBuilder& container(Uint16 bitsAllocated, Uint16 pixelRepresentation);
   std::vector<Uint16> ramp(std::size_t count) const;
   void addPixelData(DcmItem& item) const;
 

@@ -9,8 +9,8 @@
 
 namespace support {
 
-/// A value that a process shares with the children it forks, so that it can be read after one of them
-/// has crashed.
+/// A value that a process shares with the children it forks, so that it can be read after one of
+/// them has crashed.
 template <class T>
 class SharedMemory {
   static_assert(std::is_trivially_destructible_v<T>);

@@ -22,11 +22,11 @@ namespace ExDCM {
 /// Keys of this product's own data elements: group 0x0071, block 0x10, private creator "Zorlan"
 /// (PS3.5 7.8.1, Private Data Element Tags).
 ///
-/// The constants are the rows of <zrdcmexport/PrivateElements.def>, a table of names, element numbers,
-/// VRs and VMs. The keys carry the full element number (0x10xx). They are filled when the library is
-/// loaded; static objects of other libraries must not read them while they are being initialised.
-/// To put one of these elements into a dataset, use zorlanTag(), and write the private creator
-/// into (0071,0010).
+/// The constants are the rows of <zrdcmexport/PrivateElements.def>, a table of names, element
+/// numbers, VRs and VMs. The keys carry the full element number (0x10xx). They are filled when the
+/// library is loaded; static objects of other libraries must not read them while they are being
+/// initialised. To put one of these elements into a dataset, use zorlanTag(), and write the private
+/// creator into (0071,0010).
 namespace PrivateTag {
 
 /// Private creator text, "Zorlan".
@@ -52,15 +52,15 @@ ZRDCMEXPORT_API void registerPrivateDicomTags();
 /// Adds the private entries to `dict`, once per dictionary.
 ///
 /// The entries are elements of other vendors, the own ones (PrivateTag) and internal ones of group
-/// 0x0006, which never reach a file; `zrdcm dict` lists them. An entry that is already there with the same key and
-/// private creator is replaced. Datasets that were loaded before are not changed. May be called from
-/// any thread, but not while the calling thread holds a lock on the dictionary.
+/// 0x0006, which never reach a file; `zrdcm dict` lists them. An entry that is already there with
+/// the same key and private creator is replaced. Datasets that were loaded before are not changed.
+/// May be called from any thread, but not while the calling thread holds a lock on the dictionary.
 ///
 /// @param dict dictionary to extend, not owned; null means `dcmDataDict`. It is remembered by its
 ///             address for the life of the process: another dictionary that is later created at the
 ///             same address counts as extended.
-/// @throws std::bad_alloc when memory runs out; entries added until then stay, the locks are released
-///             and a later call adds the full set.
+/// @throws std::bad_alloc when memory runs out; entries added until then stay, the locks are
+///             released and a later call adds the full set.
 ZRDCMEXPORT_API void addPrivateTagsToDict(GlobalDcmDataDictionary* dict);
 
 /// Tag of an own element: `key` bound to the private creator "Zorlan".
@@ -71,19 +71,20 @@ ZRDCMEXPORT_API void addPrivateTagsToDict(GlobalDcmDataDictionary* dict);
 /// @param key one of PrivateTag
 [[nodiscard]] ZRDCMEXPORT_API DcmTag zorlanTag(const DcmTagKey& key);
 
-/// Text that a file stored under an unknown VR, typically a private element of a dataset in implicit
-/// VR that was read without its dictionary entry (PS3.5 6.2.2, Unknown (UN) Value Representation).
+/// Text that a file stored under an unknown VR, typically a private element of a dataset in
+/// implicit VR that was read without its dictionary entry (PS3.5 6.2.2, Unknown (UN) Value
+/// Representation).
 ///
-/// Looks up the VR that the dictionary knows for the element's tag and private creator. When that is
-/// a text VR (AS, CS, DA, DS, DT, IS, LO, LT, PN, SH, ST, TM, UI, UT; not AE), the value is text. An
-/// element whose VR is known already is looked up only when it has a private creator.
+/// Looks up the VR that the dictionary knows for the element's tag and private creator. When that
+/// is a text VR (AS, CS, DA, DS, DT, IS, LO, LT, PN, SH, ST, TM, UI, UT; not AE), the value is
+/// text. An element whose VR is known already is looked up only when it has a private creator.
 ///
 /// @param element must not be null; its VR becomes the one that was looked up, whatever the result,
 ///                except SQ, which a byte element cannot be
 /// @param text    the bytes of the value as they are, padding included and character set as stored;
 ///                empty when the result is false
-/// @return false when the dictionary has no text VR for the element, or the value is empty or cannot
-///         be read as bytes
+/// @return false when the dictionary has no text VR for the element, or the value is empty or
+///         cannot be read as bytes
 [[nodiscard]] ZRDCMEXPORT_API bool getOFStringFromUN(DcmOtherByteOtherWord* element,
                                                      std::string& text);
 
@@ -104,8 +105,8 @@ ZRDCMEXPORT_API void addPrivateTagsToDict(GlobalDcmDataDictionary* dict);
 /// @param valueType what the value is read as, 0 to 4
 /// @param text    the numbers; empty when the value is shorter than one number (the result is true
 ///                then), and when the result is false
-/// @return false for another `valueType`, and when the value cannot be read as 16-bit words: OB, UN,
-///         encapsulated pixel data, or a file that is gone
+/// @return false for another `valueType`, and when the value cannot be read as 16-bit words: OB,
+///         UN, encapsulated pixel data, or a file that is gone
 [[nodiscard]] ZRDCMEXPORT_API bool getOFStringFromOBOW(DcmOtherByteOtherWord* element,
                                                        int valueType, std::string& text);
 
@@ -124,15 +125,17 @@ ZRDCMEXPORT_API void addPrivateTagsToDict(GlobalDcmDataDictionary* dict);
 /// 8. `byVolumeUID`: ToshibaVolumeUID (7005,1016), as text;
 /// 9. Instance Number (0020,0013).
 ///
-/// Private elements are found by their numbers, whoever created the block. Absent numbers count as 0,
-/// an absent Echo Time or cardiac phase as -1; an attribute that is present but empty counts as 0.
+/// Private elements are found by their numbers, whoever created the block. Absent numbers count as
+/// 0, an absent Echo Time or cardiac phase as -1; an attribute that is present but empty counts as
+/// 0.
 ///
-/// This is not a strict weak ordering and must not be handed to std::sort: with `byVendorIndices`, an
-/// absent (2005,1413) counts as 0 in the first dataset and as -1 in the second, so that two datasets
-/// without it come out positive in either order; and the tolerances make equality intransitive.
+/// This is not a strict weak ordering and must not be handed to std::sort: with `byVendorIndices`,
+/// an absent (2005,1413) counts as 0 in the first dataset and as -1 in the second, so that two
+/// datasets without it come out positive in either order; and the tolerances make equality
+/// intransitive.
 ///
-/// Neither dataset is changed, but DCMTK moves a cursor inside of both: datasets must not be used by
-/// another thread at the same time.
+/// Neither dataset is changed, but DCMTK moves a cursor inside of both: datasets must not be used
+/// by another thread at the same time.
 ///
 /// @param first, second      must not be null; may be the same
 /// @param byVendorIndices    switch of criterion 3

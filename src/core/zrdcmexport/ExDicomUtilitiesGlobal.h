@@ -15,9 +15,9 @@ namespace ExDicomUtilities {
 /// Isolates the stored bits of integer samples, applies a lookup table if there is one, and
 /// otherwise makes signed samples unsigned.
 ///
-/// Per sample: the stored bits are shifted or masked out of their cell (signed samples get their
-/// sign back). With a table the result is looked up; inputs before the first mapped value get the
-/// first entry, inputs behind the last one the last. Without a table signed samples get 128 or
+/// Per sample: the stored bits are shifted or masked out of their container (signed samples get
+/// their sign back). With a table the result is looked up; inputs before the first mapped value get
+/// the first entry, inputs behind the last one the last. Without a table signed samples get 128 or
 /// 32768 added, according to their width in memory and not to Bits Stored.
 ///
 /// The target has the type of the table, or of the source when there is none, in its unsigned form,
@@ -27,7 +27,8 @@ namespace ExDicomUtilities {
 /// storage counts as none. Of a source with several values per pixel all values are converted when
 /// there is no table; a table is applied to the first value of each pixel.
 ///
-/// Source and target may have any strides; rows without gaps between their pixels are the fast case.
+/// Source and target may have any strides; rows without gaps between their pixels are the fast
+/// case.
 ///
 /// @param inoutSourceData  samples of an integer type; converted themselves when done in place
 /// @param outTargetData    null, the source itself, or another container. A container of the right

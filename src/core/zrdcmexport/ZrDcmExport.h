@@ -41,14 +41,14 @@ public:
   ///
   /// The path is kept whatever the answer, and files are written into it all the same.
   ///
-  /// @return false when the path is no directory, is read-only or cannot be created: a line in the
-  ///         log says so, `lastError` stays as it is.
+  /// @return false when the path is not a directory, is read-only or cannot be created: a line in
+  ///         the log says so, `lastError` stays as it is.
   [[nodiscard]] bool setOutputBaseDirectory(const char* path);
 
   /// Sets the name of the next file, relative to the output directory; always true.
   [[nodiscard]] bool setFilename(const char* name);
 
-  /// Writes one file: monochrome, unsigned 16-bit samples exactly as they stand in the buffer.
+  /// Writes one file: monochrome, unsigned 16-bit samples exactly as they are in the buffer.
   ///
   /// True means that the operating system took every byte. An existing file of that name is
   /// overwritten; after a failed write it is left behind empty, so that a fragment is not mistaken
@@ -65,21 +65,21 @@ public:
   [[nodiscard]] std::string lastError() const;
 
   /// The attribute that the last call of writeImageAsIs() could not put into the dataset, and why:
-  /// "SourceImageSequence[0].ReferencedFrameNumber: Corrupted data". Items count from 0; an attribute
-  /// that the dictionary does not know has its numbers for a name, "(0028,0112)". Empty when the call
-  /// succeeded or failed for another reason.
+  /// "SourceImageSequence[0].ReferencedFrameNumber: Corrupted data". Items count from 0; an
+  /// attribute that the dictionary does not know has its numbers for a name, "(0028,0112)". Empty
+  /// when the call succeeded or failed for another reason.
   [[nodiscard]] std::string refusedAttribute() const;
 
-  /// Why an attribute cannot be written with this text, as the second half of a sentence that begins
-  /// with its name ("has no text form (value representation OW)"); empty when it can. Asks before
-  /// anything is set; places in a sequence make no difference.
+  /// Why an attribute cannot be written with this text, as the second half of a sentence that
+  /// begins with its name ("has no text form (value representation OW)"); empty when it can. Asks
+  /// before anything is set; places in a sequence make no difference.
   ///
   /// @param group   group number of the attribute
   /// @param element element number of the attribute
   /// @param value   DICOM's text form, as for setDicomTag()
-  /// @param samplesAreSigned what Pixel Representation (0028,0103) says of the file. The writer gives
-  ///              attributes that hold sample values (VR "US or SS", such as Pixel Padding Value) the
-  ///              VR of unsigned samples, which signed ones do not allow.
+  /// @param samplesAreSigned what Pixel Representation (0028,0103) says of the file. The writer
+  ///              gives attributes that hold sample values (VR "US or SS", such as Pixel Padding
+  ///              Value) the VR of unsigned samples, which signed ones do not allow.
   /// @see PS3.5 section 6.2 (Value Representation), PS3.3 C.7.6.3 (Image Pixel Module)
   [[nodiscard]] static std::string reasonNotWritable(unsigned short group, unsigned short element,
                                                      const std::string& value,

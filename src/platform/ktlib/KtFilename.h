@@ -10,17 +10,17 @@
 /// on the way, a name too long) is answered with false. Empty text names nothing.
 class KTLIB_API KtFilename {
 public:
-  /// @param text  path, absolute or relative to the current directory, kept as it stands
+  /// @param text  path, absolute or relative to the current directory, kept as it is
   explicit KtFilename(KtString text);
 
   /// The path as it was given.
   [[nodiscard]] const KtString& text() const noexcept { return text_; }
 
-  /// Whether something stands there; symbolic links are followed.
+  /// Whether something is there; symbolic links are followed.
   [[nodiscard]] bool exists() const;
-  /// Whether a directory stands there; symbolic links are followed.
+  /// Whether a directory is there; symbolic links are followed.
   [[nodiscard]] bool isDirectory() const;
-  /// Whether something stands there that this process may write to.
+  /// Whether something is there that this process may write to.
   [[nodiscard]] bool isWriteable() const;
 
   /// Creates the directory and its missing parents.
@@ -28,7 +28,7 @@ public:
   /// @param mode  permission bits as of mkdir(2), less those of the process's umask. The owner's
   ///              three bits are always added, since a directory that its creator cannot use is of
   ///              no use; existing directories keep their mode.
-  /// @return whether the directory stands there now, newly made or before. On failure parents that
+  /// @return whether the directory is there now, newly made or before. On failure parents that
   ///         were made stay.
   bool create(int mode) const;
 

@@ -106,7 +106,7 @@ public:
   friend bool operator!=(const T* left, const KtHandle& right) noexcept {
     return left != right.object_;
   }
-  /// Order by address, for use as a key; null stands first.
+  /// Order by address, for use as a key; null comes first.
   friend bool operator<(const KtHandle& left, const KtHandle& right) noexcept {
     return std::less<const T*>()(left.object_, right.object_);
   }

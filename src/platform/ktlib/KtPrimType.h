@@ -16,13 +16,14 @@ public:
     S8 = 9    ///< signed 8-bit
   };
 
-  /// The type of a code; converts by itself. A number that is no code is kept as it is.
+  /// The type of a code; converts by itself. A number that is not a code is kept as it is.
   constexpr KtPrimType(Code code) noexcept : code_(code) {}
 
   /// The type's code.
   [[nodiscard]] constexpr Code code() const noexcept { return code_; }
 
-  /// Whether it is one of the six integer types; false for floats and for numbers that are no code.
+  /// Whether it is one of the six integer types; false for floats and for numbers that are not
+  /// codes.
   [[nodiscard]] constexpr bool isInteger() const noexcept {
     switch (code_) {
       case U8:
@@ -39,7 +40,7 @@ public:
     return false;
   }
 
-  /// Bytes of one sample of type `code`; 0 for a number that is no code.
+  /// Bytes of one sample of type `code`; 0 for a number that is not a code.
   [[nodiscard]] static constexpr unsigned int primTypeSize(Code code) noexcept {
     switch (code) {
       case U8:

@@ -54,7 +54,8 @@ public:
   /// Whether the text has no bytes.
   [[nodiscard]] bool empty() const noexcept { return text_.empty(); }
 
-  /// Byte `index`, which must not exceed `length()`; at `length()` stands the NUL, not to be changed.
+  /// Byte `index`, which must not exceed `length()`; the one at `length()` is the NUL, which must
+  /// not be changed.
   [[nodiscard]] char& operator[](std::size_t index) noexcept { return text_[index]; }
   /// @copydoc operator[](std::size_t)
   [[nodiscard]] const char& operator[](std::size_t index) const noexcept { return text_[index]; }
@@ -71,7 +72,7 @@ public:
   friend bool operator!=(const KtString& left, const KtString& right) noexcept {
     return left.text_ != right.text_;
   }
-  /// Order by unsigned byte values; a text stands before its continuations.
+  /// Order by unsigned byte values; a text comes before its continuations.
   friend bool operator<(const KtString& left, const KtString& right) noexcept {
     return left.text_ < right.text_;
   }

@@ -11,7 +11,7 @@
 
 #include <memory>
 
-/// The application's view of DICOM items, whatever toolkit or database stands behind them.
+/// The application's view of DICOM items, whatever toolkit or database is behind them.
 namespace Wex {
 
 /// A set of DICOM attributes that can be read.

@@ -25,15 +25,15 @@ public:
                                    unsigned long& count) override;
   OFCondition findAndGetUint16Array(const DcmTagKey& tag, const Uint16*& values,
                                     unsigned long& count) override;
-  /// An element that is no sequence gives EC_InvalidVR, a missing item EC_ItemNotFound or
+  /// An element that is not a sequence gives EC_InvalidVR, a missing item EC_ItemNotFound or
   /// EC_IllegalParameter as DCMTK decides.
   OFCondition findAndGetSequenceItem(const DcmTagKey& tag, std::unique_ptr<Item>& item,
                                      long itemNumber) override;
 
-  /// The original transfer syntax of the dataset that the item is or stands in, however deep; where
-  /// that is unknown because the dataset was made in memory, its current one. For an item that
-  /// stands in no dataset, the representation in which the pixel data of the item (or of the
-  /// outermost item around it) is stored; EXS_Unknown where there is none.
+  /// The original transfer syntax of the dataset that the item is or is part of, however deep;
+  /// where that is unknown because the dataset was made in memory, its current one. For an item
+  /// that is not part of a dataset, the representation in which the pixel data of the item (or of
+  /// the outermost item around it) is stored; EXS_Unknown where there is none.
   E_TransferSyntax transferSyntax() override;
 
 private:

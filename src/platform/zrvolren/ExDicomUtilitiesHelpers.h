@@ -23,7 +23,7 @@ namespace ExDicomUtilities {
 /// @param values the text
 /// @param count how many values are expected: a hint for reserving memory and nothing else
 /// @return every value of the text, whatever `count`; empty when the text is empty or any of its
-///         values is no number
+///         values is not a number
 /// @see PS3.5 6.2 (Value Representation DS)
 [[nodiscard]] ZRVOLREN_API KtDArray<float> stringToFloats(const std::string& values,
                                                           unsigned long count);

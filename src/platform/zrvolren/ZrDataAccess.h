@@ -12,7 +12,7 @@
 /// A block of samples of one type: frames of rows of pixels, each pixel with one or more values.
 ///
 /// Dimensions are (columns, rows, frames) in pixels, strides (pixel, row, frame) in bytes. The
-/// values of one pixel always stand side by side. A container either wraps memory of its caller,
+/// values of one pixel are always side by side. A container either wraps memory of its caller,
 /// with any strides, or owns memory of its own, which is contiguous: pixel after pixel, row after
 /// row, frame after frame, without gaps.
 ///
@@ -58,8 +58,8 @@ public:
   /// Whether there are samples that can be read.
   [[nodiscard]] bool hasData() const;
   /// Bytes of all samples without gaps: columns x rows x frames x values x bytes of the type. 0
-  /// when a factor is below 1 or the product overflows. Not 0 alone for want of memory: ask
-  /// hasData().
+  /// when a factor is below 1 or the product overflows. It is not 0 just because memory ran out:
+  /// ask hasData().
   [[nodiscard]] unsigned long long size() const;
   /// Values of one pixel.
   [[nodiscard]] unsigned nDataVar() const { return nDataVar_; }

@@ -21,7 +21,7 @@
 /// @see PS3.3 C.9.2 (Overlay Plane Module)
 class ZRVOLREN_API ZrOverlayData : public KtHandableThreaded {
 public:
-  /// @param meta copied, may be destroyed right after; null stands for neither stored nor derived
+  /// @param meta copied, may be destroyed right after; null means neither stored nor derived
   explicit ZrOverlayData(const ZrMeta* meta);
   ~ZrOverlayData() override;
   ZrOverlayData(const ZrOverlayData&) = delete;
@@ -31,7 +31,7 @@ public:
   ///
   /// @param origin moved to the box's first column and row; left alone when no bit is set
   /// @param size columns and rows of the mask at entry, of the box at return; (0, 0) when no bit is
-  ///        set or a component is below 1. A width that is no multiple of 32 is fine: the bits
+  ///        set or a component is below 1. A width that is not a multiple of 32 is fine: the bits
   ///        between it and the next whole word do not count.
   /// @param mask repacked to rows of whole words of the new width, empty when no bit is set. Rows
   ///        that it is too short to hold count as clear.
@@ -43,7 +43,7 @@ public:
   int addOverlayData(const KtVec2i& origin, const KtVec2i& size, const KtBitfield& mask, int frame);
 
   /// Records the DICOM overlay group (0x6000, 0x6002, ..., 0x601E) of a stored mask.
-  /// @return bad, with nothing changed, when there is no such index or its mask lies on another
+  /// @return bad, with nothing changed, when there is no such index or its mask is on another
   ///         frame. Not [[nodiscard]]: who has just added the mask knows that both are right.
   KtResult setOverlayGroup(int index, int frame, unsigned short group);
 

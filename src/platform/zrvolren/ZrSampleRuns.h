@@ -5,10 +5,10 @@
 
 #include <cstddef>
 
-/// Calls `visit(bytes, count)` for consecutive runs of bytes that together are all samples in order,
-/// without the gaps that strides leave. Internal to the library, not installed.
+/// Calls `visit(bytes, count)` for consecutive runs of bytes that together are all samples in
+/// order, without the gaps that strides leave. Internal to the library, not installed.
 ///
-/// Goes row by row, so that gaps between rows and frames cost nothing; only pixels that do not stand
+/// Goes row by row, so that gaps between rows and frames cost nothing; only pixels that are not
 /// side by side are visited one at a time. Nothing is visited when there is no data.
 template <class Visitor>
 void visitSampleRuns(const ZrDataAccess& samples, const Visitor& visit) {
