@@ -235,8 +235,8 @@ void keepAttributes(DcmDataset& dataset, ZrDcmExport& writer) {
   }
 }
 
-/// Says which image the new ones were made of. Sequences come as bundles of parameters; one that has
-/// no "Item_0" stands for its only item.
+/// Says which image the new ones were made of. Sequences come as bundles of parameters; one that
+/// has no "Item_0" stands for its only item.
 void nameSource(DcmDataset& dataset, ZrDcmExport& writer) {
   GxParamBundle attributes("attributes");
   GxParamBundle& sourceImage = attributes.addBundle("G0008-2112");

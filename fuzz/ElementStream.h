@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Streams of elements, items and delimiters from the fuzzer's bytes: nested, well formed often enough
-// to be read far, wrong in every way that a length, a VR or a delimiter can be wrong.
+// Streams of elements, items and delimiters from the fuzzer's bytes: nested, well formed often
+// enough to be read far, wrong in every way that a length, a VR or a delimiter can be wrong.
 #pragma once
 
 #include "Input.h"
@@ -26,7 +26,8 @@ private:
     unsigned group;
     unsigned element;
   };
-  /// Where a length stands that is written when its content is complete, and how the content is encoded.
+  /// Where a length stands that is written when its content is complete, and how the content is
+  /// encoded.
   struct Open {
     std::size_t lengthAt;  // 0: undefined length
     std::size_t contentAt;

@@ -79,7 +79,8 @@ void operator delete[](void* memory, std::size_t /*size*/) noexcept {
 }
 
 // Large allocations fail in malloc and calloc likewise. The rest is speed, several times over: no
-// stacks of allocations (ask for them with ASAN_OPTIONS=malloc_context_size=30), a small quarantine.
+// stacks of allocations (ask for them with ASAN_OPTIONS=malloc_context_size=30), a small
+// quarantine.
 extern "C" const char* __asan_default_options() {
   return "allocator_may_return_null=1:max_allocation_size_mb=32:malloc_context_size=1:"
          "max_malloc_fill_size=0:quarantine_size_mb=4:thread_local_quarantine_size_kb=1024";

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Mutations that keep an image an image: one field of its head, of an RLE header or of a JPEG marker
-// segment at a time, so that inputs get past the first check. Every other mutation is libFuzzer's own.
+// Mutations that keep an image an image: one field of its head, of an RLE header or of a JPEG
+// marker segment at a time, so that inputs get past the first check. Every other mutation is
+// libFuzzer's own.
 #include "ImageInput.h"
 
 #include <cstdint>

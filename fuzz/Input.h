@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The fuzzer's bytes as numbers and texts, read from front to back, so that the mutator and the seeds
-// know where each of them stands. What is not there reads as 0.
+// The fuzzer's bytes as numbers and texts, read from front to back, so that the mutator and the
+// seeds know where each of them stands. What is not there reads as 0.
 #pragma once
 
 #include "dcmtk/config/osconfig.h"

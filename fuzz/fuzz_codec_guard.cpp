@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The guard before the decoders on fragments of any bytes, which stand in memory of exactly their
 // length. Its answers must not depend on how a stream is cut into fragments, and must be those of a
-// plain walk over the bytes; what it calls safe DCMTK's RLE decoder must decode to the samples that a
-// plain decoder finds.
+// plain walk over the bytes; what it calls safe DCMTK's RLE decoder must decode to the samples that
+// a plain decoder finds.
 #include "ImageInput.h"
 #include "streams/CodecGuard.h"
 
@@ -82,8 +82,8 @@ std::uint32_t little32(const Bytes& bytes, std::size_t at) {
          static_cast<std::uint32_t>(bytes[at + 3]) << 24U;
 }
 
-/// One plane out of the bytes from `begin` to `end`; nothing when they do not fill it, or not without
-/// a control byte of 128.
+/// One plane out of the bytes from `begin` to `end`; nothing when they do not fill it, or not
+/// without a control byte of 128.
 std::optional<Bytes> unpackPlane(const Bytes& frame, std::size_t begin, std::size_t end,
                                  std::size_t wanted) {
   Bytes plane;
@@ -325,8 +325,8 @@ void checkJpeg(Image& image) {
   require(!image.guard().frameIsSafe(0, 0, wanted) || image.guard().mayHoldFrames(0, 1));
 }
 
-/// Where a stream is cut must not matter, unless a cut makes a new image of its rest. Of JPEG-LS with
-/// several frames it does: as many fragments as frames are taken for a frame each.
+/// Where a stream is cut must not matter, unless a cut makes a new image of its rest. Of JPEG-LS
+/// with several frames it does: as many fragments as frames are taken for a frame each.
 void checkCuts(Image& image, const Uint8* data, std::size_t size) {
   const auto isContinuation = [](const Bytes& fragment) { return !beginsImage(fragment); };
   if (image.fragments.size() < 2 ||

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Decoding end to end: native, RLE, JPEG and JPEG-LS, monochrome and colour. The first byte picks the
-// road:
+// Decoding end to end: native, RLE, JPEG and JPEG-LS, monochrome and colour. The first byte picks
+// the road:
 //
 //   all frames, twice     with new memory of different contents: the samples must be the same
 //   a range, twice        likewise
@@ -99,7 +99,8 @@ void decodeIntoTarget(const Source& source, int first, int last) {
 }
 
 /// Whether two datasets say the same of how samples are stored. DCMTK's JPEG decoders rewrite these
-/// attributes by the precision of the stream when all frames are decoded, and leave them for a range.
+/// attributes by the precision of the stream when all frames are decoded, and leave them for a
+/// range.
 bool storeSamplesAlike(DcmItem& left, DcmItem& right) {
   return std::all_of(kSampleAttributes.begin(), kSampleAttributes.end(), [&](const DcmTagKey& key) {
     OFString ofLeft;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Whatever a dataset says, reading gives a valid table, copies of it have the same hash, and what is
-// written of it reads back as the same table.
+// Whatever a dataset says, reading gives a valid table, copies of it have the same hash, and what
+// is written of it reads back as the same table.
 #include "FuzzDataset.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The look at headers that `zrdcm` takes before it lets DCMTK read, held against what DCMTK makes of the
-// same bytes: it must see sequences at least as deep as DCMTK gets, and as deep and not deeper where
-// DCMTK reads to the end. On one of the roads every header is counted: DCMTK marks the stream before
-// each, and the guard must have read as many.
+// The look at headers that `zrdcm` takes before it lets DCMTK read, held against what DCMTK makes
+// of the same bytes: it must see sequences at least as deep as DCMTK gets, and as deep and not
+// deeper where DCMTK reads to the end. On one of the roads every header is counted: DCMTK marks the
+// stream before each, and the guard must have read as many.
 #include "ElementStream.h"
 #include "Input.h"
 #include "zrimaging/files/HeaderWalk.h"
@@ -179,7 +179,8 @@ void writeAndCompareMeta(Input& input, std::size_t size) {
     bytes += std::string("\x02\0\0\0UL\4\0", 8) + static_cast<char>(length) + std::string(3, '\0');
   }
   bytes += elements(input, size, encoding);
-  // Most tags of the stream are of other groups, which a meta information of unknown length ends at.
+  // Most tags of the stream are of other groups, which a meta information of unknown length ends
+  // at.
   for (std::size_t at = 0; at + 4 < bytes.size() && input.flag(); ++at) {
     if (bytes.compare(at, 2, std::string("\x40\0", 2)) == 0) {
       bytes[at] = '\x02';

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Overlay planes in the bits of samples, in memory of exactly the size that the slice says. A mask of
-// any rectangle is held against the samples bit by bit.
+// Overlay planes in the bits of samples, in memory of exactly the size that the slice says. A mask
+// of any rectangle is held against the samples bit by bit.
 #include "FuzzDataset.h"
 
 #include <zrdcmexport/ZrSliceImage.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The transform for any types, tables, bits and lengths: in place and out of place must give what the
-// slow and obvious model of the tests gives, sample by sample, and the table over all values of a
-// sample must give what the loops give.
+// The transform for any types, tables, bits and lengths: in place and out of place must give what
+// the slow and obvious model of the tests gives, sample by sample, and the table over all values of
+// a sample must give what the loops give.
 #include "Input.h"
 #include "SampleModel.h"
 #include "samples/Domain.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// A tree of texts is written and read back by DCMTK: every attribute that the tree holds must be there
-// with its text, in the item where it stands. Files live in memory; they take time, so that three
-// inputs of four write the dataset alone.
+// A tree of texts is written and read back by DCMTK: every attribute that the tree holds must be
+// there with its text, in the item where it stands. Files live in memory; they take time, so that
+// three inputs of four write the dataset alone.
 #include "Input.h"
 #include "writing/ZrDcmExportPrivate.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Uses the imaging library as a program outside the project does, without a header of DCMTK: writes a new
-// image, reads it from memory and catches an error with its reason.
+// Uses the imaging library as a program outside the project does, without a header of DCMTK: writes
+// a new image, reads it from memory and catches an error with its reason.
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Burned-in labels. A letter is seven rows of five dots, the leftmost in bit 4; a blank and whatever
-// has no rows here leaves a gap as wide as a letter.
+// Burned-in labels. A letter is seven rows of five dots, the leftmost in bit 4; a blank and
+// whatever has no rows here leaves a gap as wide as a letter.
 #include "Letters.h"
 
 #include <array>

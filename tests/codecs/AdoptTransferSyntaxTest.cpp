@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Files of HTJ2K as DCMTK loads them. The stream inside is one of JPEG 2000, which OpenJPEG reads as well: what
-// is tested here is the transfer syntax.
+// Files of HTJ2K as DCMTK loads them. The stream inside is one of JPEG 2000, which OpenJPEG reads
+// as well: what is tested here is the transfer syntax.
 #include "codecs/CodecsFixture.h"
 #include "codecs/Jpeg2000Encoding.h"
 #include "support/ImageBuilder.h"
@@ -14,7 +14,8 @@
 
 namespace {
 
-/// Rewrites the transfer syntax in the meta information of a file. The new one may be longer by a character.
+/// Rewrites the transfer syntax in the meta information of a file. The new one may be longer by a
+/// character.
 void relabel(const std::filesystem::path& path, const std::string& uid) {
   DcmFileFormat file;
   ASSERT_TRUE(file.loadFile(path.c_str()).good());

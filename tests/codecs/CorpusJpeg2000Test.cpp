@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Real files in JPEG 2000 and HTJ2K against what independent decoders say of them (`expected.tsv` of the corpus).
+// Real files in JPEG 2000 and HTJ2K against what independent decoders say of them (`expected.tsv`
+// of the corpus).
 #include "codecs/CodecsFixture.h"
 #include "support/CorpusFixture.h"
 #include "support/Md5.h"

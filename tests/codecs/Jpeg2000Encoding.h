@@ -43,12 +43,14 @@ struct Encapsulation {
   enum class Table { Empty, Right, Wrong } table = Table::Empty;
 };
 
-/// A copy of a native dataset with these frames instead of its samples, as DCMTK has it after loading.
+/// A copy of a native dataset with these frames instead of its samples, as DCMTK has it after
+/// loading.
 [[nodiscard]] std::unique_ptr<DcmDataset> encapsulate(
     const DcmDataset& native, const std::vector<std::vector<Uint8>>& frames,
     const Encapsulation& how = {}, E_TransferSyntax syntax = EXS_JPEG2000LosslessOnly);
 
-/// The frames of a native image as numbers: sign and stored bits as its attributes say, pixel by pixel.
+/// The frames of a native image as numbers: sign and stored bits as its attributes say, pixel by
+/// pixel.
 [[nodiscard]] std::vector<std::vector<int>> framesOf(DcmDataset& native);
 
 /// A native dataset's twin in JPEG 2000: each of its frames encoded.

@@ -37,7 +37,8 @@ std::optional<zr::Error> errorOf(const std::function<void()>& work) {
   return std::nullopt;
 }
 
-// ---- files -----------------------------------------------------------------------------------------
+// ---- files
+// -----------------------------------------------------------------------------------------
 
 struct BadFile {
   const char* name;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // What the command line says about the frames of real files, held against frame_values.tsv, which
-// frame_values.py worked out with pydicom and NumPy: values out of functional groups and dose grids,
-// and the modality values that samples come to with the line that is said.
+// frame_values.py worked out with pydicom and NumPy: values out of functional groups and dose
+// grids, and the modality values that samples come to with the line that is said.
 #include "support/CorpusFixture.h"
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The functions that the guides show, run on small datasets. What they promise in words, such as who
-// owns the samples and what a second decoding does, is tested here as well.
+// The functions that the guides show, run on small datasets. What they promise in words, such as
+// who owns the samples and what a second decoding does, is tested here as well.
 #include "decoding.h"
 #include "embedding.h"
 #include "export.h"

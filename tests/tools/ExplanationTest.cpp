@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Why an image does not decode, told alike by decode and info; and what info says of objects that have no
-// pixels to decode. All causes: the test of the same name in tests/imaging/images.
+// Why an image does not decode, told alike by decode and info; and what info says of objects that
+// have no pixels to decode. All causes: the test of the same name in tests/imaging/images.
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
 #include "support/RawFile.h"
@@ -123,7 +123,8 @@ TEST_F(Explanation, OfOneBitIsGivenForARangeToo) {
                 "decoded\n");
 }
 
-// --- frames beyond sixteen bits --------------------------------------------------------------------
+// --- frames beyond sixteen bits
+// --------------------------------------------------------------------
 
 class ManyFrames : public testing::Test {
 protected:
@@ -146,7 +147,8 @@ TEST_F(ManyFrames, AreAllDescribedByInfo) {
             "Number of Frames is above 65535, and no more are decoded");
 }
 
-// The first frame tells of a colour clip whether it decodes; of so many the last one has to as well.
+// The first frame tells of a colour clip whether it decodes; of so many the last one has to as
+// well.
 TEST_F(ManyFrames, OfColourAreNotTakenOnTrust) {
   support::saveFile(*support::rgbImage(1, 1).frames(65540).build(), file());
   const json whole = json::parse(runZrdcm({"info", "--json", file()}).output)[0];
@@ -182,7 +184,8 @@ TEST_F(ManyFrames, AreNotSplit) {
                 ": cannot be split: Number of Frames is above 65535, and no more are decoded\n");
 }
 
-// --- objects without pixels ------------------------------------------------------------------------
+// --- objects without pixels
+// ------------------------------------------------------------------------
 
 struct Object {
   const char* name;

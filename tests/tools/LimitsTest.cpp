@@ -132,8 +132,8 @@ TEST_F(MemoryLimit, CountsOnlyTheFramesThatAreWanted) {
   EXPECT_EQ(std::filesystem::file_size(inFolder("one.raw")), 512U * 512U * 2U);
 }
 
-// 9,000,000 indices become 27,000,000 bytes of RGB; while they are rendered there are the indices twice and
-// three planes of two bytes as well.
+// 9,000,000 indices become 27,000,000 bytes of RGB; while they are rendered there are the indices
+// twice and three planes of two bytes as well.
 TEST_F(MemoryLimit, NamesTheSizesOfAPalette) {
   const std::string file = inFolder("palette.dcm");
   support::saveFile(*support::paletteImage(3000, 3000).samples(std::vector<int>(9000000)).build(),
@@ -248,8 +248,8 @@ TEST_F(MemoryLimit, HoldsForSamplesBehindAWiderTable) {
                 "out of memory");
 }
 
-// Noise does not become smaller: beside 8 MiB of samples the picture needs as much again, twice while it
-// grows.
+// Noise does not become smaller: beside 8 MiB of samples the picture needs as much again, twice
+// while it grows.
 TEST_F(MemoryLimit, HoldsForPicturesThatDoNotShrink) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "sanitizers need the address space for themselves";

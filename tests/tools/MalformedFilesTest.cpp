@@ -75,8 +75,8 @@ void silenceThisProcess() {
   dup2(nowhere, STDERR_FILENO);
 }
 
-// Ends the process by a signal when the next command computes for longer. Time on the clock would make
-// the test depend on what else the machine does; who waits for ever is ended by CTest.
+// Ends the process by a signal when the next command computes for longer. Time on the clock would
+// make the test depend on what else the machine does; who waits for ever is ended by CTest.
 void limitTime() {
   const itimerval limit = {{0, 0}, {kSecondsAllowed, 0}};
   if (support::timeIsLimited() && setitimer(ITIMER_PROF, &limit, nullptr) != 0) {

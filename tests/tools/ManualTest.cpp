@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Manual page and completions against the help, which is written by other code: every verb and every
-// option that the help shows must stand in them. The shells themselves say whether they understand.
+// Manual page and completions against the help, which is written by other code: every verb and
+// every option that the help shows must stand in them. The shells themselves say whether they
+// understand.
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"
 

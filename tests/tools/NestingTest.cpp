@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Files whose sequences nest some ten thousand deep cost 180 KB and, read by recursion, the process. Each
-// row hides them in another way from whoever reads headers with less care than DCMTK does.
+// Files whose sequences nest some ten thousand deep cost 180 KB and, read by recursion, the
+// process. Each row hides them in another way from whoever reads headers with less care than DCMTK
+// does.
 #include "support/HeaderWriter.h"
 #include "support/RowName.h"
 #include "support/TempDir.h"
@@ -62,8 +63,8 @@ std::string shortBigEndianSequences(std::size_t depth) {
   return metaInformation(UID_BigEndianExplicitTransferSyntax) + definedRoundUndefined(kBig, depth);
 }
 
-/// An element whose length is four bytes long, and which is skipped with the openings behind it by a
-/// reader that takes two of them for the length.
+/// An element whose length is four bytes long, and which is skipped with the openings behind it by
+/// a reader that takes two of them for the length.
 std::string behind(const std::string& tag, const std::string& vr, std::size_t depth) {
   constexpr std::size_t kMostOpenings = 3200;
   const std::string opening = kExplicit.sequence() + kExplicit.item();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Text and order of real files beside what dcmdump and pydicom make of them. Skipped where the files
-// or the programs are not there.
+// Text and order of real files beside what dcmdump and pydicom make of them. Skipped where the
+// files or the programs are not there.
 #include "support/CorpusFixture.h"
 #include "support/TempDir.h"
 #include "tools/ZrdcmRunner.h"

@@ -105,8 +105,8 @@ protected:
   Png picture_;
 };
 
-// There are capitals and digits to write with, so that any other letter is a blank: one, however many
-// bytes it takes.
+// There are capitals and digits to write with, so that any other letter is a blank: one, however
+// many bytes it takes.
 TEST_F(ContactSheet, HasOneBlankInItsTitleForALetterOfSeveralBytes) {
   const auto titled = [this](const std::string& name) {
     support::saveFile(*flatFrames({10, 20}).build(), folder_.file(name));

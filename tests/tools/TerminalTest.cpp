@@ -25,8 +25,8 @@ using testing::Not;
 using tools::Outcome;
 using tools::runZrdcm;
 
-// A title for the window, a command of the second control set, a turn of direction, a line of its own,
-// and a letter of ISO 8859-1, which is no UTF-8.
+// A title for the window, a command of the second control set, a turn of direction, a line of its
+// own, and a letter of ISO 8859-1, which is no UTF-8.
 const std::string kTrickyName =
     "a\x1b]0;t\x07\xc2\x9b"
     "31m\xe2\x80\xae\nb\xe9\x7f";

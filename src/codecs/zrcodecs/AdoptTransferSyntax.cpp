@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// DCMTK before 3.6.9 reads a file in a transfer syntax that it does not know as Explicit VR Little Endian, and
-// keeps the fragments of the pixel data. Put back as fragments of JPEG 2000, of which HTJ2K is a part
-// (ITU-T T.814), they have a codec.
+// DCMTK before 3.6.9 reads a file in a transfer syntax that it does not know as Explicit VR Little
+// Endian, and keeps the fragments of the pixel data. Put back as fragments of JPEG 2000, of which
+// HTJ2K is a part (ITU-T T.814), they have a codec.
 #include <zrcodecs/ZrCodecs.h>
 
 #include "dcmtk/config/osconfig.h"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// JPEG 2000 for DCMTK: which frames there are and where their samples go. Nothing of the dataset changes,
-// and no memory for samples is taken, before the headers of the first frame were found to be harmless.
+// JPEG 2000 for DCMTK: which frames there are and where their samples go. Nothing of the dataset
+// changes, and no memory for samples is taken, before the headers of the first frame were found to
+// be harmless.
 #include "zrcodecs/Jpeg2000Codec.h"
 
 #include "streams/Fragments.h"

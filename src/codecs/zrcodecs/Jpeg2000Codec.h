@@ -8,8 +8,8 @@ namespace zrcodecs {
 
 /// JPEG 2000 of one transfer syntax as DCMTK asks for it. Decodes; has no encoder.
 ///
-/// After decoding, YBR_RCT and YBR_ICT are RGB: OpenJPEG undoes the transform, and DCMTK's image classes do
-/// not know the two. Planar Configuration stays as it is; the samples follow it.
+/// After decoding, YBR_RCT and YBR_ICT are RGB: OpenJPEG undoes the transform, and DCMTK's image
+/// classes do not know the two. Planar Configuration stays as it is; the samples follow it.
 ///
 /// @see PS3.5 A.4.4, 8.2.4 (JPEG 2000 Image Compression), 8.2.14 (HTJ2K)
 class Jpeg2000Codec : public DcmCodec {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// From the bytes of a frame to its samples: the headers are read first, then OpenJPEG gets the codestream
-// out of its boxes, always with an end marker behind it (some writers leave it out), in strict mode, on
-// one thread. Without boxes no palette and no colour profile changes the components.
+// From the bytes of a frame to its samples: the headers are read first, then OpenJPEG gets the
+// codestream out of its boxes, always with an end marker behind it (some writers leave it out), in
+// strict mode, on one thread. Without boxes no palette and no colour profile changes the
+// components.
 #include "zrcodecs/Jpeg2000Decoder.h"
 
 #include "streams/Jpeg2000Stream.h"

@@ -12,12 +12,13 @@
 
 namespace zrcodecs {
 
-/// Decodes one JPEG 2000 or HTJ2K image through OpenJPEG, after its headers were found to be harmless.
+/// Decodes one JPEG 2000 or HTJ2K image through OpenJPEG, after its headers were found to be
+/// harmless.
 ///
-/// Samples become native samples of the image: 8 or 16 bits, in the planar configuration of the attributes,
-/// subsampled components in full size. Their sign is that of the stream. Where the stream is unsigned and Pixel
-/// Representation is not, the bits are left as they are, with the sign in the highest of the stored bits; a stream
-/// of fewer bits than those has its sign extended.
+/// Samples become native samples of the image: 8 or 16 bits, in the planar configuration of the
+/// attributes, subsampled components in full size. Their sign is that of the stream. Where the
+/// stream is unsigned and Pixel Representation is not, the bits are left as they are, with the sign
+/// in the highest of the stored bits; a stream of fewer bits than those has its sign extended.
 ///
 /// @param bytes       all fragments of a frame
 /// @param mostSamples a frame of more samples is refused

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The codecs in DCMTK's list. What the list points to is made once and never freed: DCMTK may ask it until
-// the process has ended, behind all destructors of this library.
+// The codecs in DCMTK's list. What the list points to is made once and never freed: DCMTK may ask
+// it until the process has ended, behind all destructors of this library.
 #include "zrcodecs/CodecParameter.h"
 #include "zrcodecs/Jpeg2000Codec.h"
 

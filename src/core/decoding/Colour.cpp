@@ -212,8 +212,8 @@ Result<void> mayOpenImage(const Task& task) {
   return {};
 }
 
-/// Whether an image whose pixels share their colour two by two has them all in pairs. DCMTK leaves a
-/// pixel without its partner as it comes from the heap. @see PS3.3 C.7.6.3.1.2 (YBR_FULL_422)
+/// Whether an image whose pixels share their colour two by two has them all in pairs. DCMTK leaves
+/// a pixel without its partner as it comes from the heap. @see PS3.3 C.7.6.3.1.2 (YBR_FULL_422)
 bool hasWholePairs(const Task& task, const DicomImage& image) {
   const EP_Interpretation interpretation = image.getPhotometricInterpretation();
   if (interpretation != EPI_YBR_Full_422 && interpretation != EPI_YBR_Partial_422) {

@@ -80,8 +80,8 @@ private:
 };
 
 /// Frames of a range that a codec of the application decodes, each by its number; null for others.
-/// DCMTK's image classes pass over a frame of a range that a decoder refuses; what DCMTK's own decoders
-/// refuse the guard has seen before.
+/// DCMTK's image classes pass over a frame of a range that a decoder refuses; what DCMTK's own
+/// decoders refuse the guard has seen before.
 [[nodiscard]] std::unique_ptr<ColourFrames> numberedFrames(const Task& task);
 
 /// Frames as DCMTK's image classes render them.

@@ -17,8 +17,8 @@ void registerDecoders();
 
 /// Sees to it that decoding which ends early leaves no samples behind. DCMTK takes samples for
 /// decompressed from the moment it has memory for them, and does not take that back when a decoder
-/// runs out of memory: the next call would deliver them as they came from the heap. Samples that were
-/// there before stay: slices may point at them.
+/// runs out of memory: the next call would deliver them as they came from the heap. Samples that
+/// were there before stay: slices may point at them.
 class UnfinishedSamples {
 public:
   UnfinishedSamples() = default;

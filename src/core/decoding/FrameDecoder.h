@@ -15,8 +15,8 @@ class DcmPixelData;
 
 namespace Zrg::Decoding {
 
-/// Takes frames of one image out of its pixel data, each alone, as they come from the decoder or the
-/// file. Frames asked for one after the other are found without searching.
+/// Takes frames of one image out of its pixel data, each alone, as they come from the decoder or
+/// the file. Frames asked for one after the other are found without searching.
 class FrameDecoder {
 public:
   /// @param item,pixelData must outlive the decoder.

@@ -51,8 +51,9 @@ std::vector<Uint32> FrameFragments::findBeginnings() {
   return beginnings;
 }
 
-/// The fragment that begins the frame of this number by what is in it. It is an answer only when there
-/// are as many beginnings as frames: else one of them is missing, or what looks like one is none.
+/// The fragment that begins the frame of this number by what is in it. It is an answer only when
+/// there are as many beginnings as frames: else one of them is missing, or what looks like one is
+/// none.
 std::optional<Uint32> FrameFragments::startByContent(Uint32 frame) {
   if (inspector_ == nullptr) {
     return std::nullopt;

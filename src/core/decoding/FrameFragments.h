@@ -37,9 +37,9 @@ public:
   /// The transfer syntax that they are stored in.
   [[nodiscard]] E_TransferSyntax syntax() const { return syntax_; }
 
-  /// The fragment in which a frame begins: as DCMTK finds it, by the offset table or as the only one
-  /// of its frame; else, where such a start can be told, by what the fragments begin with. Nothing when
-  /// neither tells.
+  /// The fragment in which a frame begins: as DCMTK finds it, by the offset table or as the only
+  /// one of its frame; else, where such a start can be told, by what the fragments begin with.
+  /// Nothing when neither tells.
   [[nodiscard]] std::optional<Uint32> startOf(Uint32 frame);
 
   /// What the header of the frame says that begins in a fragment; nothing when there is none.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Monochrome samples. All frames are decoded where they are, in the item's pixel data element; a
-// range of frames is decoded one by one into memory that is given. Then both are converted in place:
-// the stored bits alone, through the modality LUT, unsigned.
+// range of frames is decoded one by one into memory that is given. Then both are converted in
+// place: the stored bits alone, through the modality LUT, unsigned.
 #include "decoding/Monochrome.h"
 
 #include "decoding/FrameDecoder.h"
@@ -34,8 +34,8 @@ constexpr char kUnsupportedSampleSize[] = "Only 8 or 16 bit pixel data is suppor
 constexpr char kNotReadable[] = "Error reading pixel data!";
 constexpr char kFrameNotDecompressed[] = "Error decompressing frames";
 
-/// Line by which a failed conversion is known to those who search logs for it; no place in this file.
-/// The check is in `convertInPlace`.
+/// Line by which a failed conversion is known to those who search logs for it; no place in this
+/// file. The check is in `convertInPlace`.
 constexpr int kConversionFailureLine = 610;
 
 /// Bytes of the frames that are selected.
@@ -133,7 +133,8 @@ Result<void> decodeFrames(const Task& task, char* destination) {
     }
     scratch = std::move(*memory);
   }
-  // DCMTK counts samples of, say, 12 bits as one and a half bytes: the rest of the frame is no data.
+  // DCMTK counts samples of, say, 12 bits as one and a half bytes: the rest of the frame is no
+  // data.
   Uint32 storedSize = 0;
   const bool partial = task.pixelData.getUncompressedFrameSize(&task.item, storedSize).good() &&
                        storedSize < frameBytes;
@@ -159,8 +160,8 @@ Result<void> decodeFrames(const Task& task, char* destination) {
 StoredSamples readProcessedSamples(DcmItem& item, unsigned int bytesPerSample) {
   StoredSamples stored = readStoredSamples(item, bytesPerSample);
   if (stored.highBit >= stored.bitsStored && readText(item, DCM_HighBit)) {
-    // Deliberate: a high bit is believed only below Bits Stored; stored bits at the top of the sample
-    // are taken for the lowest. Without stored bits there is none to point at.
+    // Deliberate: a high bit is believed only below Bits Stored; stored bits at the top of the
+    // sample are taken for the lowest. Without stored bits there is none to point at.
     // Test: Samples/SliceDecodingConversion, HighBitAboveTheStoredBits
     stored.highBit = std::max(stored.bitsStored, 1U) - 1;
   }

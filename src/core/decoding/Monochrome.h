@@ -30,8 +30,8 @@ namespace Zrg::Decoding {
 /// Decodes the selected frames one after the other to `destination`, which holds them all.
 [[nodiscard]] Result<void> decodeFrames(const Task& task, char* destination);
 
-/// Where SliceImage::process takes the stored bits of samples of one or two bytes from. To be read after
-/// decoding, as decoders may rewrite the attributes with the samples.
+/// Where SliceImage::process takes the stored bits of samples of one or two bytes from. To be read
+/// after decoding, as decoders may rewrite the attributes with the samples.
 [[nodiscard]] StoredSamples readProcessedSamples(DcmItem& item, unsigned int bytesPerSample);
 
 /// Samples of one or two bytes, frame after frame without gaps, as the transform takes them; they

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// What a slice says besides its samples. Values are read as text, because files are careless with VRs.
+// What a slice says besides its samples. Values are read as text, because files are careless with
+// VRs.
 #include "decoding/SliceAttributes.h"
 
 #include "dicom/ImageAttributes.h"

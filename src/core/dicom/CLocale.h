@@ -11,8 +11,9 @@ inline locale_t cLocale() noexcept {
   return locale;
 }
 
-/// Puts the calling thread into the "C" locale for a scope, for functions of the C library that exist in
-/// no variant with a locale (sscanf). Other threads and the locale of the process are not touched.
+/// Puts the calling thread into the "C" locale for a scope, for functions of the C library that
+/// exist in no variant with a locale (sscanf). Other threads and the locale of the process are not
+/// touched.
 class CLocaleScope {
 public:
   CLocaleScope() noexcept : before_(::uselocale(cLocale())) {}

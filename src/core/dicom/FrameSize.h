@@ -45,8 +45,8 @@ struct FrameSize {
   [[nodiscard]] constexpr unsigned long long allocatedBytes() const {
     return pixels() * bytesPerPixel();  // below 2^61
   }
-  /// Bytes of a sample as it is decoded. The JPEG-LS decoder takes two as soon as more than 8 bits are
-  /// stored, whatever Bits Allocated says.
+  /// Bytes of a sample as it is decoded. The JPEG-LS decoder takes two as soon as more than 8 bits
+  /// are stored, whatever Bits Allocated says.
   [[nodiscard]] constexpr unsigned int cellBytes() const {
     return std::max(bytesPerSample(), bitsStored > 8 ? 2U : 1U);
   }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The readers of numbers in text values. Each one is the C library's own, so that its grammar and its
-// rounding are exact, in the "C" locale.
+// The readers of numbers in text values. Each one is the C library's own, so that its grammar and
+// its rounding are exact, in the "C" locale.
 #include "dicom/CLocale.h"
 
 #include <zrdcmexport/ZrNumbers.h>

@@ -7,8 +7,8 @@
 //   1                  one byte                         one 16-bit word
 //   3                  R G B 0 in a 32-bit word         R G B 0 in a 64-bit word
 //
-// Three values are put with one store for all of them. A word reaches one value into the next pixel,
-// whose own store puts that right; the last pixel of a run stores its three values alone.
+// Three values are put with one store for all of them. A word reaches one value into the next
+// pixel, whose own store puts that right; the last pixel of a run stores its three values alone.
 
 #include "samples/Domain.h"
 
@@ -28,8 +28,8 @@ constexpr long long kSamplesPerValue = 4;
 
 // ---- loops -------------------------------------------------------------------------------------
 
-// Eight samples are looked up before their results are stored: in place, the compiler could not tell
-// that a store does not change the next sample.
+// Eight samples are looked up before their results are stored: in place, the compiler could not
+// tell that a store does not change the next sample.
 template <class Cell, class Word>
 void putWords(const void* table, const void* from, void* to, long long count) {
   const auto* const words = static_cast<const Word*>(table);
@@ -94,8 +94,8 @@ void putWordPixels(const void* table, const void* from, void* to, long long coun
 
 // ---- the table ---------------------------------------------------------------------------------
 
-// The results of all values of a cell, one beside the other in words of `wordBytes`. Goes in blocks, so
-// that nothing but the table itself needs memory.
+// The results of all values of a cell, one beside the other in words of `wordBytes`. Goes in
+// blocks, so that nothing but the table itself needs memory.
 template <class Cell>
 std::vector<unsigned char> tabulate(const SampleConversion& conversion, std::size_t resultBytes,
                                     std::size_t wordBytes) {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The sample transform around its loops: checks, choice of the target container, walk over frames.
 //
-// Frames without gaps are one run of samples, all together or one each. Rows without gaps are one run
-// each. Where the pixels themselves stand apart (mirrored or interleaved views, misaligned memory, the
-// first value of several), a few hundred of them are gathered into a buffer, converted there and put
-// back.
+// Frames without gaps are one run of samples, all together or one each. Rows without gaps are one
+// run each. Where the pixels themselves stand apart (mirrored or interleaved views, misaligned
+// memory, the first value of several), a few hundred of them are gathered into a buffer, converted
+// there and put back.
 
 #include "samples/Domain.h"
 #include "samples/InternalCheck.h"

@@ -57,9 +57,9 @@ public:
   /// size that the attributes ask for.
   [[nodiscard]] bool framesAreSafe(unsigned long first, unsigned long count);
 
-  /// Whether there is enough coded data for `count` frames from `first` on to take memory for them: the
-  /// first one must be whole as far as its size is concerned, the others need what no frame can do
-  /// without. Reads little; whether the frames are safe is another question.
+  /// Whether there is enough coded data for `count` frames from `first` on to take memory for them:
+  /// the first one must be whole as far as its size is concerned, the others need what no frame can
+  /// do without. Reads little; whether the frames are safe is another question.
   [[nodiscard]] bool mayHoldFrames(unsigned long first, unsigned long count);
 
   /// Whether one frame may be decoded alone and fills `frameSize` bytes, neither more nor less.

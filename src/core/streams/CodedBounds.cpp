@@ -20,11 +20,11 @@
 //   RLE              2 bytes for up to 128 bytes of a segment (PS3.5 G.3.1).
 //
 // A component has fewer samples than the image where another is sampled more often (T.81 A.1.1);
-// blocks at its edges count in full (A.2.4), those that fill up interleaved units are left out here,
-// as a scan of one component does not have them.
+// blocks at its edges count in full (A.2.4), those that fill up interleaved units are left out
+// here, as a scan of one component does not have them.
 //
-// Restarts and the end of a scan fill up their last byte (T.81 F.1.2.3), stuffed bits and bytes come
-// on top: all of these make a stream longer, so that nothing need be taken off for them.
+// Restarts and the end of a scan fill up their last byte (T.81 F.1.2.3), stuffed bits and bytes
+// come on top: all of these make a stream longer, so that nothing need be taken off for them.
 #include "streams/CodedBounds.h"
 
 #include <algorithm>
@@ -79,8 +79,8 @@ unsigned long long unitsOf(const JpegFrameHeader& frame, const Sampling& compone
 /// Bits of `lines` lines of `width` equal pixels.
 ///
 /// No line takes fewer, and none leads to a higher step, than one that is a run from end to end:
-/// each step that is gained needs a whole part of its length, pixels that are coded alone take a bit
-/// or more each, and a run that is broken off takes at least two bits and loses a step.
+/// each step that is gained needs a whole part of its length, pixels that are coded alone take a
+/// bit or more each, and a run that is broken off takes at least two bits and loses a step.
 unsigned long long leastRunBits(unsigned long long width, unsigned long long lines) {
   unsigned long long bits = 0;
   std::size_t step = 0;

@@ -23,12 +23,14 @@ namespace Zrg {
 
 /// Bits of a JPEG-LS frame, all its scans together.
 ///
-/// @param interleaveMode that of the first scan: 0 plane by plane, 1 line by line, 2 pixel by pixel.
+/// @param interleaveMode that of the first scan: 0 plane by plane, 1 line by line, 2 pixel by
+/// pixel.
 /// @see ITU-T T.87 A.7
 [[nodiscard]] unsigned long long leastJpegLsBits(const JpegFrameHeader& frame,
                                                  Uint8 interleaveMode);
 
-/// Bytes of an RLE frame of so many segments that yield `planeSize` bytes each, its header included.
+/// Bytes of an RLE frame of so many segments that yield `planeSize` bytes each, its header
+/// included.
 ///
 /// @see PS3.5 G.3, G.5
 [[nodiscard]] unsigned long long leastRleBytes(unsigned long long segments,

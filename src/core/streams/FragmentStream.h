@@ -8,8 +8,8 @@ namespace Zrg {
 
 class Fragments;
 
-/// Bytes of neighbouring fragments of encapsulated pixel data, read forward as one stream. Fragments
-/// are loaded when they are reached; one that cannot be loaded ends the stream.
+/// Bytes of neighbouring fragments of encapsulated pixel data, read forward as one stream.
+/// Fragments are loaded when they are reached; one that cannot be loaded ends the stream.
 class FragmentStream {
 public:
   /// The fragments `first` to `end` - 1, which must outlive the stream.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Finds fragments and the frames that they belong to, as DCMTK's decoders do: `startOfFrame` is what
-// all of them do when they are asked for one frame, `endOfJpegLsFrame` what the JPEG-LS decoder does
-// for each.
+// Finds fragments and the frames that they belong to, as DCMTK's decoders do: `startOfFrame` is
+// what all of them do when they are asked for one frame, `endOfJpegLsFrame` what the JPEG-LS
+// decoder does for each.
 //
 // Basic Offset Table (PS3.5 A.4), fragment 0: for each frame a Uint32, little endian, that counts
 // from the first byte behind the table to the item tag of the frame's first fragment. An item's tag

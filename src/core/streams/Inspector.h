@@ -52,7 +52,8 @@ public:
   [[nodiscard]] virtual unsigned long long leastFrameBits(const FrameSize& size) const = 0;
 
   /// Whether there is enough coded data for `count` frames from `first` on to take memory for them.
-  /// The first one is inspected; of the others no more than their least number of bits is asked for.
+  /// The first one is inspected; of the others no more than their least number of bits is asked
+  /// for.
   [[nodiscard]] virtual bool mayHoldFrames(Fragments& fragments, const FramePlace& first,
                                            unsigned long count, const FrameSize& size) const;
 
@@ -60,8 +61,8 @@ public:
   /// there is no header, or when streams of this kind have none.
   [[nodiscard]] virtual std::optional<CodedFrame> readHeader(FragmentStream& stream) const;
 
-  /// The first fragment of a frame of an image of `frames` frames, as the decoder finds it when it is
-  /// asked for this frame alone; nothing when it does not.
+  /// The first fragment of a frame of an image of `frames` frames, as the decoder finds it when it
+  /// is asked for this frame alone; nothing when it does not.
   [[nodiscard]] virtual std::optional<unsigned long> startOfFrame(Fragments& fragments,
                                                                   unsigned long frame,
                                                                   unsigned long long frames) const;
@@ -69,8 +70,8 @@ public:
   /// Whether a fragment that begins with these two bytes begins a frame for certain.
   [[nodiscard]] virtual bool beginsFrame(Uint8 first, Uint8 second) const;
 
-  /// How many frames the decoder decodes when it decodes all of them, and finds one among when it is
-  /// asked for one alone.
+  /// How many frames the decoder decodes when it decodes all of them, and finds one among when it
+  /// is asked for one alone.
   ///
   /// @param stated    Number of Frames, at least 1
   /// @param fragments without the one of the offset table

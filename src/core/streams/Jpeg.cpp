@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// JPEG of all processes, from baseline to lossless (ITU-T T.81). An image: SOI, then marker segments
-// and markers without a segment, up to the frame header. Then more segments, among them those of
-// scans (SOS), each with coded data behind it. FF 00 is a byte FF of the data, a restart (FF D0 to
-// FF D7) belongs to it, any other marker ends it.
+// JPEG of all processes, from baseline to lossless (ITU-T T.81). An image: SOI, then marker
+// segments and markers without a segment, up to the frame header. Then more segments, among them
+// those of scans (SOS), each with coded data behind it. FF 00 is a byte FF of the data, a restart
+// (FF D0 to FF D7) belongs to it, any other marker ends it.
 //
 // Where a frame ends is known to the decoder alone; a start of image is never within coded data, so
 // that every fragment which begins with one begins a frame.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Finds the fragments of a frame of JPEG 2000. Offset tables are met that are wrong, so one is believed only
-// where it leads to the begin of a codestream; such bytes never appear inside coded data (T.800 B.10.1).
+// Finds the fragments of a frame of JPEG 2000. Offset tables are met that are wrong, so one is
+// believed only where it leads to the begin of a codestream; such bytes never appear inside coded
+// data (T.800 B.10.1).
 #include "streams/Jpeg2000Frames.h"
 
 #include "streams/Fragments.h"

@@ -18,9 +18,9 @@ struct FrameSpan {
   unsigned long end;  ///< the fragment behind its last one
 };
 
-/// Says which fragments of encapsulated pixel data hold which frame of JPEG 2000. Each frame begins a
-/// fragment: in order of preference its only one, the one that the offset table names if a codestream
-/// begins there, the one that begins the codestream of that number.
+/// Says which fragments of encapsulated pixel data hold which frame of JPEG 2000. Each frame begins
+/// a fragment: in order of preference its only one, the one that the offset table names if a
+/// codestream begins there, the one that begins the codestream of that number.
 ///
 /// @see PS3.5 A.4.4 (JPEG 2000 Image Compression)
 class Jpeg2000Frames {

@@ -34,11 +34,13 @@ struct Jpeg2000Image {
   bool isHighThroughput;
 };
 
-/// Reads the headers of a JPEG 2000 or HTJ2K image, a codestream or a JP2 file, without decoding it.
+/// Reads the headers of a JPEG 2000 or HTJ2K image, a codestream or a JP2 file, without decoding
+/// it.
 ///
-/// OpenJPEG trusts headers: a stream of 6 KB can take gigabytes and seconds. What passes here takes time and
-/// memory in proportion to its samples and its bytes: the size is that of the attributes, each tile is
-/// there as a whole, and there are no more packets and code-blocks than so many bytes can describe.
+/// OpenJPEG trusts headers: a stream of 6 KB can take gigabytes and seconds. What passes here takes
+/// time and memory in proportion to its samples and its bytes: the size is that of the attributes,
+/// each tile is there as a whole, and there are no more packets and code-blocks than so many bytes
+/// can describe.
 ///
 /// @param bytes all fragments of a frame
 /// @return the reason where the image must not be decoded

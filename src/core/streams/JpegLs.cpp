@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// JPEG-LS (ITU-T T.87). An image: SOI, then marker segments up to the first scan, among them the frame
-// header (SOF55) and presets (LSE); then the scans, each with coded data behind it. A byte above 7F
-// behind FF ends the data of a scan.
+// JPEG-LS (ITU-T T.87). An image: SOI, then marker segments up to the first scan, among them the
+// frame header (SOF55) and presets (LSE); then the scans, each with coded data behind it. A byte
+// above 7F behind FF ends the data of a scan.
 //
 //   LSE   length, Uint8 type; of type 1: Uint16 MAXVAL, T1, T2, T3, RESET
 //   SOS   length, Uint8 n, n x (component, table), Uint8 NEAR, Uint8 interleave mode, Uint8 0
@@ -92,8 +92,8 @@ bool readSegment(FragmentStream& stream, Uint8 marker, Head& head) {
   return marker == Jpeg::kJpegLsPresets ? readPresets(segment, head.presets) : segment.skipRest();
 }
 
-/// Reads all segments up to a marker that ends them, which is taken: that of the first scan, or of the
-/// frame header. Nothing when something else comes first.
+/// Reads all segments up to a marker that ends them, which is taken: that of the first scan, or of
+/// the frame header. Nothing when something else comes first.
 std::optional<Head> readHead(FragmentStream& stream, Uint8 last) {
   if (!Jpeg::readStartOfImage(stream)) {
     return std::nullopt;

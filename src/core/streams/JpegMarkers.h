@@ -29,8 +29,8 @@ struct JpegFrameHeader {
   std::array<Uint8, kMostComponents> sampling;
 };
 
-/// Marker segments, which JPEG and JPEG-LS have in common: FF, marker, length of 16 bits that counts
-/// itself, payload. All numbers are big endian. @see ITU-T T.81 B.1.1
+/// Marker segments, which JPEG and JPEG-LS have in common: FF, marker, length of 16 bits that
+/// counts itself, payload. All numbers are big endian. @see ITU-T T.81 B.1.1
 namespace Jpeg {
 
 inline constexpr unsigned int kMarkerSize = 2;

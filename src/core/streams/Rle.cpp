@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// RLE Lossless (PS3.5 Annex G). A frame, all numbers little endian, offsets from the first byte of the
-// header:
+// RLE Lossless (PS3.5 Annex G). A frame, all numbers little endian, offsets from the first byte of
+// the header:
 //
 //   0   Uint32      number of segments n
 //   4   Uint32[15]  offset of each segment, 0 for segments that are not there

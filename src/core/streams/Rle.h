@@ -12,7 +12,8 @@ struct RleLayout {
   unsigned long long planeSize;  ///< bytes that a segment must yield: the pixels of the frame
 };
 
-/// Walks an RLE frame from its header to the byte that completes its last segment, without decoding.
+/// Walks an RLE frame from its header to the byte that completes its last segment, without
+/// decoding.
 ///
 /// @return true when the header agrees with the layout and every segment yields a whole plane from
 ///         bytes that are there. The stream is in the last fragment of the frame then.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The table of transfer syntaxes (PS3.6 Annex A). Who asks for a property of one asks here; a new one
-// is a row. Those that DCMTK 3.6.7 knows come first, in the order of its enumeration, which makes
-// the number of a syntax its place.
+// The table of transfer syntaxes (PS3.6 Annex A). Who asks for a property of one asks here; a new
+// one is a row. Those that DCMTK 3.6.7 knows come first, in the order of its enumeration, which
+// makes the number of a syntax its place.
 #include "streams/TransferSyntaxes.h"
 
 #include "streams/Inspector.h"
@@ -25,8 +25,8 @@ constexpr bool kFragments = true;  // encapsulated
 constexpr bool kNative = false;
 constexpr bool kLossless = true;
 constexpr bool kLossy = false;  // or either
-// Deliberate: deflated data counts as lossy, like everything but nine syntaxes, although no sample is
-// lost. Test: SliceDecodingLossyFlag
+// Deliberate: deflated data counts as lossy, like everything but nine syntaxes, although no sample
+// is lost. Test: SliceDecodingLossyFlag
 constexpr bool kCounts = true;
 constexpr bool kNot = false;
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The order of the frames of a multi-frame dataset: pointer and vectors are read into a plain struct
-// and held against the number of frames, then the frames are sorted into volumes.
+// The order of the frames of a multi-frame dataset: pointer and vectors are read into a plain
+// struct and held against the number of frames, then the frames are sorted into volumes.
 //
 //   Frame Increment Pointer                     slices                 volumes
 //   (0018,0088)                                 one per frame          one
@@ -116,8 +116,8 @@ const Pointer* findPointer(const OFString& pointer) {
   return found != kPointers.end() ? found : nullptr;
 }
 
-/// The number at the start of a token, 0 where there is none. Vectors hold plain digits, thousands of
-/// them, which need no text of their own.
+/// The number at the start of a token, 0 where there is none. Vectors hold plain digits, thousands
+/// of them, which need no text of their own.
 int numberIn(const std::string_view token) {
   constexpr std::size_t kMostPlainDigits = 9;  // more may not fit
   int number = 0;
@@ -136,9 +136,9 @@ struct VectorReasons {
   Reason number;
 };
 
-/// The 1-based numbers of a vector as indices, one for each frame and all below `count`. Stops at the
-/// first number that cannot be right, so a vector much longer than the dataset has frames is not
-/// built.
+/// The 1-based numbers of a vector as indices, one for each frame and all below `count`. Stops at
+/// the first number that cannot be right, so a vector much longer than the dataset has frames is
+/// not built.
 Result<std::vector<int>> indicesIn(const OFString& text, unsigned int frames, int count,
                                    const VectorReasons& reasons) {
   constexpr std::string_view kDelimiters = " \\";

@@ -25,8 +25,8 @@ using WantedOrder = std::optional<Volumes::FrameIndices>;
 
 /// Where a frame starts in the shared pixel memory.
 int frameOffset(const SliceImage& image, unsigned int frame) {
-  // Deliberate: 32 bits, which the pixel data of DCMTK never exceeds; the sign counts as the highest.
-  // Test: OneVolume.PlacesFramesOneFrameSizeApart
+  // Deliberate: 32 bits, which the pixel data of DCMTK never exceeds; the sign counts as the
+  // highest. Test: OneVolume.PlacesFramesOneFrameSizeApart
   const std::uint32_t bytesPerFrame = static_cast<std::uint32_t>(image.extent.x) *
                                       image.bytesPerSample *
                                       static_cast<std::uint32_t>(image.extent.y);

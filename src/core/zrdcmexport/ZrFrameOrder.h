@@ -39,21 +39,21 @@ struct FrameOrder {
   bool reversed = false;
 };
 
-/// The reason why colour has no order of frames. It is the only thing that keeps such a dataset from
-/// being split as far as was looked; its frames can be kept together as one volume.
+/// The reason why colour has no order of frames. It is the only thing that keeps such a dataset
+/// from being split as far as was looked; its frames can be kept together as one volume.
 inline constexpr char kColourFramesStayTogether[] = "colour frames are kept together";
 
-/// Reads in which order the frames of a dataset make up volumes: what MultiFrameImage::process files
-/// when it splits, by the same rules, from the attributes alone.
+/// Reads in which order the frames of a dataset make up volumes: what MultiFrameImage::process
+/// files when it splits, by the same rules, from the attributes alone.
 ///
-/// Frames of gated data whose slice number is beyond the frames of their volume, and those behind the
-/// first gap of a volume, are in no volume, and no message says so.
+/// Frames of gated data whose slice number is beyond the frames of their volume, and those behind
+/// the first gap of a volume, are in no volume, and no message says so.
 ///
 /// @param item   the dataset; it is only read. Its pixel data is neither looked at nor decoded.
 /// @param order  receives the order; unchanged after a failure.
-/// @param reason cleared at entry; on failure one fixed English text, such as "no Number of Frames".
-///               The first obstacle counts, in the order: Number of Frames, Frame Increment Pointer,
-///               colour, spacing, kind of pointer, vectors.
+/// @param reason cleared at entry; on failure one fixed English text, such as "no Number of
+///               Frames". The first obstacle counts, in the order: Number of Frames, Frame
+///               Increment Pointer, colour, spacing, kind of pointer, vectors.
 /// @return true when there is an order.
 /// @throws std::bad_alloc when there is no memory for it: at most 65,535 frames in 2^20 volumes.
 /// @see PS3.3 C.7.6.6 (Multi-frame), C.8.4.8.1.1 (NM frame vectors), C.8.8.3.2 (dose grid)

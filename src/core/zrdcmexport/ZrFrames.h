@@ -14,8 +14,8 @@ class DcmItem;
 /// Single frames of an image, by their number in the dataset.
 ///
 /// SliceImage::process is made for whole images: of a range of compressed colour frames it delivers
-/// the first frame of the dataset for each, and it counts frames in 16 bits. The functions here take
-/// a frame by its number, decode that one and nothing else, and count in full.
+/// the first frame of the dataset for each, and it counts frames in 16 bits. The functions here
+/// take a frame by its number, decode that one and nothing else, and count in full.
 namespace Zrg {
 
 /// What decodeFrame() delivers of every frame of an image.
@@ -33,8 +33,8 @@ struct FrameFormat {
   }
 };
 
-/// Number of Frames as the item has it, in full; 1 when it is missing, empty, 0 or no number. How many
-/// frames the pixel data really holds is not looked at. The item is only read.
+/// Number of Frames as the item has it, in full; 1 when it is missing, empty, 0 or no number. How
+/// many frames the pixel data really holds is not looked at. The item is only read.
 /// @see PS3.3 C.7.6.6.1.1 (Number of Frames)
 [[nodiscard]] ZRDCMEXPORT_API std::uint64_t numberOfFrames(DcmItem& item);
 
@@ -51,44 +51,45 @@ struct FrameFormat {
 
 /// Fills the record of an image with what its attributes say, as SliceImage::process does, without
 /// decoding a sample: extent (with all frames), samples per pixel and bytes per sample as
-/// decodeFrame() delivers them, lossy flag, rescale, window and spacing. `valid` becomes false; memory
-/// and overlays of the record stay as they are. The item is only read.
+/// decodeFrame() delivers them, lossy flag, rescale, window and spacing. `valid` becomes false;
+/// memory and overlays of the record stay as they are. The item is only read.
 ///
 /// @return false, the record unchanged, for the items that readFrameFormat() refuses.
 [[nodiscard]] ZRDCMEXPORT_API bool describeImage(DcmItem& item, SliceImage& image,
                                                  std::string& errorText);
 
-/// Memory, in bytes, that decoding the frames `first` to `last` takes at its peak; to be compared with
-/// a limit before anything is decoded. It counts, by the attributes alone:
+/// Memory, in bytes, that decoding the frames `first` to `last` takes at its peak; to be compared
+/// with a limit before anything is decoded. It counts, by the attributes alone:
 ///
-/// - monochrome: the cells of these frames, Bits Allocated in whole bytes (two bytes where more than 8
-///   bits are stored). That is what decodeFrame() delivers and what SliceImage::process takes,
-///   whether it decodes in place or a range;
-/// - colour: these frames as interleaved 8-bit RGB, and for the one frame that is being rendered its
-///   cells, a copy of them, and three planes of rendered samples as wide as the cells, two bytes at
-///   least for a palette. SliceImage::process holds that for all its frames at once: ask for it with
-///   the frames one by one.
+/// - monochrome: the cells of these frames, Bits Allocated in whole bytes (two bytes where more
+///   than 8 bits are stored). That is what decodeFrame() delivers and what SliceImage::process
+///   takes, whether it decodes in place or a range;
+/// - colour: these frames as interleaved 8-bit RGB, and for the one frame that is being rendered
+///   its cells, a copy of them, and three planes of rendered samples as wide as the cells, two
+///   bytes at least for a palette. SliceImage::process holds that for all its frames at once: ask
+///   for it with the frames one by one.
 ///
-/// It does not count the compressed data, which is no larger than the file, nor what the caller does
-/// with the samples.
+/// It does not count the compressed data, which is no larger than the file, nor what the caller
+/// does with the samples.
 ///
 /// @param item       the image
 /// @param first,last 0-based; they need not be there, so that a claim can be judged.
-/// @return the largest number when the sum does not fit; nothing when the item does not say how large
-///         its frames are, or `last` is below `first`. The item is only read.
+/// @return the largest number when the sum does not fit; nothing when the item does not say how
+///         large its frames are, or `last` is below `first`. The item is only read.
 [[nodiscard]] ZRDCMEXPORT_API std::optional<std::uint64_t> decodedBytes(DcmItem& item,
                                                                         std::uint64_t first,
                                                                         std::uint64_t last);
 
-/// Decodes one frame into memory of the caller, whatever its photometric interpretation and transfer
-/// syntax. No other frame is decoded, and none stays decoded in the dataset: native frames are read
-/// from the file alone, of compressed ones nothing but the fragments of this frame is looked at.
+/// Decodes one frame into memory of the caller, whatever its photometric interpretation and
+/// transfer syntax. No other frame is decoded, and none stays decoded in the dataset: native frames
+/// are read from the file alone, of compressed ones nothing but the fragments of this frame is
+/// looked at.
 ///
-/// Monochrome samples come as they are stored: cells of `bytesPerSample` bytes in the byte order of the
-/// machine, with whatever stands beside the stored bits, signed when Pixel Representation says so.
-/// ExDicomUtilities::extractSample_applyLUT_makeUnsigned makes of them what SliceImage::process
-/// delivers. A compressed stream of at most 8 bits is widened to cells of 16 bits. Everything else comes
-/// as interleaved RGB with 8 bits a sample.
+/// Monochrome samples come as they are stored: cells of `bytesPerSample` bytes in the byte order of
+/// the machine, with whatever stands beside the stored bits, signed when Pixel Representation says
+/// so. ExDicomUtilities::extractSample_applyLUT_makeUnsigned makes of them what SliceImage::process
+/// delivers. A compressed stream of at most 8 bits is widened to cells of 16 bits. Everything else
+/// comes as interleaved RGB with 8 bits a sample.
 ///
 /// Frames in several fragments are found by the offset table, else by the start of image in each
 /// fragment; where neither tells, the function fails rather than guess.
@@ -99,16 +100,16 @@ struct FrameFormat {
 /// @param target     receives frameBytes() of readFrameFormat(); owned by the caller.
 /// @param targetSize bytes of `target`.
 /// @param errorText  one line that says why, after failure; empty after success.
-/// @return false when there is no such frame, when it does not decode as a whole, or when memory runs
-///         out ("out of memory"). The target may then hold anything.
+/// @return false when there is no such frame, when it does not decode as a whole, or when memory
+///         runs out ("out of memory"). The target may then hold anything.
 /// @see PS3.5 A.4 (encapsulated pixel data), PS3.3 C.7.6.3.1.2 (Photometric Interpretation)
 [[nodiscard]] ZRDCMEXPORT_API bool decodeFrame(DcmItem& item, std::uint64_t frame, void* target,
                                                std::uint64_t targetSize, std::string& errorText);
 
 /// Frames of one image by their numbers, in any order, each as decodeFrame() delivers it.
 ///
-/// decodeFrame() reads the attributes and finds out where the frames begin at each call. A reader does
-/// so once: to read many frames of one image costs what the frames cost.
+/// decodeFrame() reads the attributes and finds out where the frames begin at each call. A reader
+/// does so once: to read many frames of one image costs what the frames cost.
 ///
 ///     Zrg::FrameReader reader;
 ///     bool done = reader.open(dataset, error);
@@ -117,8 +118,8 @@ struct FrameFormat {
 ///     }
 ///
 /// The item must outlive the reader, and its attributes and pixel data stay as they are; that its
-/// pixel data is decompressed meanwhile does no harm. A reader is used by one thread at a time, and so
-/// is its item. Readers move; one that was moved from has no image.
+/// pixel data is decompressed meanwhile does no harm. A reader is used by one thread at a time, and
+/// so is its item. Readers move; one that was moved from has no image.
 class ZRDCMEXPORT_API FrameReader {
 public:
   /// A reader without an image.

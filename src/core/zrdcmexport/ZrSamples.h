@@ -10,11 +10,12 @@
 
 class DcmItem;
 
-/// Monochrome samples as they are stored, and what is made of them: from memory into memory, for those
-/// who take frames by number. SliceImage::process does it where its samples are.
+/// Monochrome samples as they are stored, and what is made of them: from memory into memory, for
+/// those who take frames by number. SliceImage::process does it where its samples are.
 namespace Zrg {
 
-/// Where the bits of integer samples stand in their containers. @see PS3.5 8.1.1 (Pixel Data Encoding)
+/// Where the bits of integer samples stand in their containers. @see PS3.5 8.1.1 (Pixel Data
+/// Encoding)
 struct StoredSamples {
   unsigned int bytesPerSample = 2;  ///< of a container: 1, 2 or 4
   unsigned int bitsStored = 16;     ///< 0: none, every sample is 0
@@ -22,25 +23,27 @@ struct StoredSamples {
   bool isSigned = false;            ///< two's complement
 };
 
-/// Reads Bits Stored, High Bit and Pixel Representation, cut to what fits into the containers. A High
-/// Bit that is missing is the highest bit, Bits Stored that is missing is 0. The item is only read.
+/// Reads Bits Stored, High Bit and Pixel Representation, cut to what fits into the containers. A
+/// High Bit that is missing is the highest bit, Bits Stored that is missing is 0. The item is only
+/// read.
 ///
 /// SliceImage::process differs in one case: it takes a High Bit that is not below Bits Stored for
 /// Bits Stored - 1. Here the stored bits are where High Bit says.
 ///
 /// @param item           the image
-/// @param bytesPerSample bytes of a container: FrameFormat::bytesPerSample for frames of decodeFrame()
+/// @param bytesPerSample bytes of a container: FrameFormat::bytesPerSample for frames of
+/// decodeFrame()
 [[nodiscard]] ZRDCMEXPORT_API StoredSamples readStoredSamples(DcmItem& item,
                                                               unsigned int bytesPerSample);
 
 /// What is done to the samples of an image, frame by frame or to all of them at once.
 ///
-/// A transform is made once for an image. It is not changed by its use: several threads may apply one
-/// at once. Copies are cheap.
+/// A transform is made once for an image. It is not changed by its use: several threads may apply
+/// one at once. Copies are cheap.
 class ZRDCMEXPORT_API SampleTransform {
 public:
-  /// The stored bits alone, with their sign: the values that rescale applies to. They keep the width of
-  /// their containers.
+  /// The stored bits alone, with their sign: the values that rescale applies to. They keep the
+  /// width of their containers.
   ///
   /// @return nothing for containers that do not have 1, 2 or 4 bytes.
   /// @throws std::bad_alloc
@@ -49,13 +52,13 @@ public:
   /// The stored bits alone, looked up in a table; without a table made unsigned, by 128, 32768 or
   /// 2147483648 according to the width of the container.
   ///
-  /// This is what ExDicomUtilities::extractSample_applyLUT_makeUnsigned does, and combinations that it
-  /// leaves alone are converted too: samples of 32 bits, and samples of 16 bits with a table of 8 bits,
-  /// whose values come out with 16 bits.
+  /// This is what ExDicomUtilities::extractSample_applyLUT_makeUnsigned does, and combinations that
+  /// it leaves alone are converted too: samples of 32 bits, and samples of 16 bits with a table of
+  /// 8 bits, whose values come out with 16 bits.
   ///
   /// @param stored where the bits are in their containers
-  /// @param table the modality LUT, or a palette; copied. One without entries, or with entries of other
-  ///              than 1 or 3 values of 8 or 16 bits, counts as none.
+  /// @param table the modality LUT, or a palette; copied. One without entries, or with entries of
+  ///              other than 1 or 3 values of 8 or 16 bits, counts as none.
   /// @return nothing for containers that do not have 1, 2 or 4 bytes.
   /// @throws std::bad_alloc
   /// @see PS3.3 C.11.1 (Modality LUT Module)
@@ -79,8 +82,9 @@ public:
   ///
   /// @param samples `count` samples in the byte order of the machine
   /// @param count   how many
-  /// @param target  receives count x valuesPerSample() values of bytesPerValue() bytes; memory apart
-  ///                from the samples, or the samples themselves where the values take as many bytes
+  /// @param target  receives count x valuesPerSample() values of bytesPerValue() bytes; memory
+  ///                apart from the samples, or the samples themselves where the values take as many
+  ///                bytes
   void apply(const void* samples, std::uint64_t count, void* target) const noexcept;
 
 private:

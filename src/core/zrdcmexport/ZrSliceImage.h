@@ -113,9 +113,10 @@ public:
   /// @param targetSize bytes of `target`. When they do not suffice, `target` stays untouched.
   /// @return true when the slice was filled; `valid` then is true as well. After false `valid` is
   ///         false, and fields that were reached before the failure hold new values.
-  /// @throws std::bad_alloc from creating DCMTK's image objects, after `errorText` was set, and from
-  ///         whatever else finds no memory; other exceptions of DCMTK pass through. The slice can be
-  ///         used again. Of the item DCMTK may have lost attributes then: take it for damaged.
+  /// @throws std::bad_alloc from creating DCMTK's image objects, after `errorText` was set, and
+  ///         from whatever else finds no memory; other exceptions of DCMTK pass through. The slice
+  ///         can be used again. Of the item DCMTK may have lost attributes then: take it for
+  ///         damaged.
   /// @see PS3.3 C.7.6.3 (Image Pixel Module), PS3.5 8 and Annex A (encoding of pixel data)
   [[nodiscard]] bool process(DcmItem& item, std::string& errorText, int firstFrame, int lastFrame,
                              void* target, unsigned long targetSize);
@@ -149,8 +150,8 @@ public:
   /// group and frame; one without set bits is not recorded. The samples are not changed.
   /// @param item       the item that the samples came from; only its attributes are read.
   /// @param firstFrame 0-based dataset frame of the first samples; recorded frames count from it.
-  ///                   The bits are looked up at the dataset's frame number, so that masks are right
-  ///                   only where the samples begin with frame 0.
+  ///                   The bits are looked up at the dataset's frame number, so that masks are
+  ///                   right only where the samples begin with frame 0.
   /// @param lastFrame  0-based dataset frame of the last samples.
   /// @see PS3.3 C.9.2 (Overlay Plane Module), PS3.5 8.1.2 (overlay data in unused bits)
   void extractEmbeddedOverlays(DcmItem& item, int firstFrame, int lastFrame);

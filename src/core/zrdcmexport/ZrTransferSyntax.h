@@ -47,9 +47,9 @@ struct CodedFrame {
 ///
 /// @param item  holds the image; only read.
 /// @param frame 0-based number of the frame.
-/// @return nothing for pixel data that is not compressed or has been decoded in place, for frames that
-///         have no header of their own (RLE), whose transfer syntax nobody here can read, that begin
-///         nobody knows where (see decodeFrame()), and for headers that are damaged.
+/// @return nothing for pixel data that is not compressed or has been decoded in place, for frames
+///         that have no header of their own (RLE), whose transfer syntax nobody here can read, that
+///         begin nobody knows where (see decodeFrame()), and for headers that are damaged.
 [[nodiscard]] ZRDCMEXPORT_API std::optional<CodedFrame> readCodedFrame(DcmItem& item,
                                                                        std::uint64_t frame);
 

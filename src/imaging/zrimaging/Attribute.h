@@ -19,7 +19,8 @@ namespace zr {
 ///
 ///     PatientID                               a keyword of DCMTK's dictionary
 ///     0010,0020   (0010,0020)   00100020      a number, hexadecimal
-///     7005,16,TOSHIBA_MEC_CT3                 a private element: group, element within the block of
+///     7005,16,TOSHIBA_MEC_CT3                 a private element: group, element within the block
+///     of
 ///                                             its creator, creator (also 7005,xx16 and 7005,1016)
 ///     5200,9230[3]/0020,9113/0020,0032        item 3 (0-based; item 0 where none is named) of one
 ///                                             sequence, item 0 of another in it, an element
@@ -65,16 +66,16 @@ struct AttributeText {
 };
 
 /// The value of an element as text: strings and numbers as they are, unknown values (UN) that the
-/// dictionary knows to be text, words (OW) as numbers. Texts come in UTF-8, converted from the Specific
-/// Character Set of their item (PS3.3 C.12.1.1.2).
+/// dictionary knows to be text, words (OW) as numbers. Texts come in UTF-8, converted from the
+/// Specific Character Set of their item (PS3.3 C.12.1.1.2).
 /// `words` is what words are read as; unsigned 16-bit ones when nothing is said.
-/// @throws Error MissingAttribute "has no element PATH"; Unsupported when the value has no text form,
-///         cannot be read as words, or is none of words though `words` says so
+/// @throws Error MissingAttribute "has no element PATH"; Unsupported when the value has no text
+///         form, cannot be read as words, or is none of words though `words` says so
 [[nodiscard]] ZRIMAGING_API AttributeText readText(DcmItem& dataset, const AttributePath& path,
                                                    std::optional<WordType> words = std::nullopt);
 
-/// The first value of an element of the item itself as text, in UTF-8; empty when it is missing or has
-/// no text form. Bytes that are no characters are escaped as `\xE9`.
+/// The first value of an element of the item itself as text, in UTF-8; empty when it is missing or
+/// has no text form. Bytes that are no characters are escaped as `\xE9`.
 /// @throws Error OutOfMemory
 [[nodiscard]] ZRIMAGING_API std::string textOf(DcmItem& item, const DcmTagKey& key);
 

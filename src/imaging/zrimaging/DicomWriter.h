@@ -14,8 +14,8 @@ class DcmFileFormat;
 namespace zr {
 
 /// Writes a DICOM file that appears under its name only when it is complete.
-/// @throws Error CannotWrite when the target cannot be written or is an input, or the dataset has no
-///         form in this syntax; OutOfMemory
+/// @throws Error CannotWrite when the target cannot be written or is an input, or the dataset has
+///         no form in this syntax; OutOfMemory
 ZRIMAGING_API void writeDicomFile(DcmFileFormat& file, E_TransferSyntax syntax,
                                   const std::filesystem::path& target,
                                   const ProtectedInputs& inputs);

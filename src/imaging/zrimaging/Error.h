@@ -27,8 +27,8 @@ enum class Reason {
 [[nodiscard]] ZRIMAGING_API const char* nameOf(Reason reason) noexcept;
 
 /// What public functions of this library throw when something cannot be done, and nothing else.
-/// `what()` is one line in English: what is wrong, with which file, attribute or transfer syntax, and
-/// what would help where that is known.
+/// `what()` is one line in English: what is wrong, with which file, attribute or transfer syntax,
+/// and what would help where that is known.
 class ZRIMAGING_API Error : public std::runtime_error {
 public:
   Error(Reason reason, const std::string& text) : std::runtime_error(text), reason_(reason) {}

@@ -18,8 +18,8 @@ class NewImagePrivate;
 /// What the samples of a new image are: one a pixel, of 8 or 16 bits.
 enum class ExportType : std::uint8_t { kU8, kU16, kS16 };
 
-/// A new monochrome image of one frame: its attributes, gathered from a file and from the caller, and
-/// then its samples, written as a DICOM file.
+/// A new monochrome image of one frame: its attributes, gathered from a file and from the caller,
+/// and then its samples, written as a DICOM file.
 ///
 ///     zr::NewImage image(512, 200, zr::ExportType::kU16);
 ///     image.deriveFrom(zr::File("ct.dcm"));
@@ -37,21 +37,22 @@ public:
   NewImage(NewImage&& other) noexcept;
   NewImage& operator=(NewImage&& other) noexcept;
 
-  /// Begins with the attributes of a file that have a text form and can be written again, as an image
-  /// derived from it (PS3.3 C.7.6.1.1.2): Image Type `DERIVED\SECONDARY`, SOP Instance and Series
-  /// Instance UIDs of its own. Left out is what belongs to the old image alone: its samples, their
-  /// layout, their lookup tables and extremes, the frames, overlays, and everything private.
+  /// Begins with the attributes of a file that have a text form and can be written again, as an
+  /// image derived from it (PS3.3 C.7.6.1.1.2): Image Type `DERIVED\SECONDARY`, SOP Instance and
+  /// Series Instance UIDs of its own. Left out is what belongs to the old image alone: its samples,
+  /// their layout, their lookup tables and extremes, the frames, overlays, and everything private.
   void deriveFrom(const File& file);
 
   /// Puts attributes over those that are there.
-  /// @param json an object in UTF-8 of keywords ("PatientName") or keys ("G0010-0010") to texts, or to
-  ///             lists of such objects for sequences; several values are separated by backslashes
+  /// @param json an object in UTF-8 of keywords ("PatientName") or keys ("G0010-0010") to texts, or
+  ///             to lists of such objects for sequences; several values are separated by
+  ///             backslashes
   /// @param name what errors call the text, such as the name of its file; empty for nothing
   /// @throws Error CannotWrite that names the key at fault
   void addTags(const std::string& json, const std::string& name = "");
 
-  /// Fills in what follows from the samples and what every file has: SOP Class (Secondary Capture when
-  /// nothing else is said) and missing UIDs. Then every attribute is tried.
+  /// Fills in what follows from the samples and what every file has: SOP Class (Secondary Capture
+  /// when nothing else is said) and missing UIDs. Then every attribute is tried.
   /// @throws Error CannotWrite that names the attribute that cannot be written, or contradicts the
   ///         samples
   void complete();

@@ -20,11 +20,11 @@ namespace zr {
 /// preamble and meta information, in any transfer syntax that DCMTK reads.
 ///
 /// Before DCMTK reads a file its headers are looked at, so that a file that was made to do harm is
-/// refused with an Error: one that nests sequences more than 64 deep, claims lengths that it does not
-/// have, begins with damaged meta information, or inflates to more than the budget allows.
+/// refused with an Error: one that nests sequences more than 64 deep, claims lengths that it does
+/// not have, begins with damaged meta information, or inflates to more than the budget allows.
 ///
-/// Elements of implicit VR get the VRs that DCMTK's dictionary has when the file is read; the private
-/// ones are known once ExDCM::registerPrivateDicomTags() was called.
+/// Elements of implicit VR get the VRs that DCMTK's dictionary has when the file is read; the
+/// private ones are known once ExDCM::registerPrivateDicomTags() was called.
 ///
 /// Different files may be read by different threads at a time. One file is for one thread.
 class ZRIMAGING_API File {
@@ -53,8 +53,8 @@ public:
   /// information. DCMTK takes a syntax that it does not know for another one.
   [[nodiscard]] std::string statedTransferSyntax() const;
 
-  /// Number of Frames (0028,0008) as the file states it, 1 without it; also after decoding, which may
-  /// cut the attribute to the number of frames that were found.
+  /// Number of Frames (0028,0008) as the file states it, 1 without it; also after decoding, which
+  /// may cut the attribute to the number of frames that were found.
   [[nodiscard]] std::size_t statedFrameCount() const { return frameCount_; }
 
   /// Photometric Interpretation (0028,0004) with its spelling repaired; empty when it is missing.

@@ -58,8 +58,8 @@ struct OutputFormat {
   unsigned contents;    ///< a sum of FormatContent
   const char* summary;  ///< for help texts: what is written. Lines are parted by a line feed.
 
-  /// Writes a file that appears under its name when it is complete. The array is one that the format
-  /// holds; writeArray() has looked.
+  /// Writes a file that appears under its name when it is complete. The array is one that the
+  /// format holds; writeArray() has looked.
   /// @throws Error CannotWrite
   void (*write)(const std::filesystem::path& target, const ProtectedInputs& inputs,
                 const ArrayToWrite& array);
@@ -80,8 +80,8 @@ struct OutputFormat {
 /// The format that the ending of a path means, in capitals or not; null when there is none.
 [[nodiscard]] ZRIMAGING_API const OutputFormat* formatOf(const std::filesystem::path& path);
 
-/// Adds a format of a program's own behind those that are there. The row has to stay; no other thread
-/// may use the table meanwhile.
+/// Adds a format of a program's own behind those that are there. The row has to stay; no other
+/// thread may use the table meanwhile.
 /// @throws Error Unsupported when a format of that name or ending is there
 ZRIMAGING_API void addFormat(const OutputFormat& format);
 

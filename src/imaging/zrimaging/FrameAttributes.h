@@ -51,8 +51,8 @@ struct VoiWindow {
   }
 };
 
-/// What a dataset says about one frame. What it does not say, or not as a finite number, is not set:
-/// nothing here is a default. Lengths in millimetres; of windows no more than 16 are kept.
+/// What a dataset says about one frame. What it does not say, or not as a finite number, is not
+/// set: nothing here is a default. Lengths in millimetres; of windows no more than 16 are kept.
 struct FrameAttributes {
   std::optional<RescaleLine> rescale;
   std::vector<VoiWindow> windows;                     ///< in the order of the dataset

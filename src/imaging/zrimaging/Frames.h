@@ -32,8 +32,8 @@ struct FrameTraits {
   bool lossy = false;        ///< the samples went through a lossy compression
   bool stored = false;       ///< monochrome samples are as they are stored: no table maps them
   double sampleOffset = 0;   ///< what was added to make signed samples unsigned
-  /// The sample that fills what is no part of the image (Pixel Padding Value, PS3.3 C.7.5.1.1.2), as it
-  /// occurs among the decoded samples; nothing where it is not known.
+  /// The sample that fills what is no part of the image (Pixel Padding Value, PS3.3 C.7.5.1.1.2),
+  /// as it occurs among the decoded samples; nothing where it is not known.
   std::optional<std::uint16_t> padding;
 
   /// That many frames, without their bytes.
@@ -48,8 +48,8 @@ struct FramesRecord {
   FrameTraits traits;
   PerFrameAttributes attributes;  ///< by index; of a series those of the first file alone
   std::size_t firstNumber = 0;    ///< the number in the file that the frame of index 0 has
-  /// Overlays that are embedded in the samples (PS3.3 C.9.2); their frames are numbers in the file. Null
-  /// when there are none, or none were asked for.
+  /// Overlays that are embedded in the samples (PS3.3 C.9.2); their frames are numbers in the file.
+  /// Null when there are none, or none were asked for.
   KtHandle<ZrOverlayData> overlays;
   std::string name;  ///< of the file, without folders; empty for bytes
 };
@@ -80,38 +80,42 @@ public:
 
 /// All frames of an image.
 ///
-/// Monochrome frames, and a single one, are decoded at once and stay in memory, with the overlays that are
-/// embedded in them. Several colour frames are decoded one by one when they are asked for, into memory for
-/// one frame.
-/// @throws Error when the image, or the first frame of a colour image, does not decode or takes more
-///         memory than there may be; of more colour frames than 65,535 also when the last one does not
+/// Monochrome frames, and a single one, are decoded at once and stay in memory, with the overlays
+/// that are embedded in them. Several colour frames are decoded one by one when they are asked for,
+/// into memory for one frame.
+/// @throws Error when the image, or the first frame of a colour image, does not decode or takes
+///         more memory than there may be; of more colour frames than 65,535 also when the last one
+///         does not
 [[nodiscard]] ZRIMAGING_API std::unique_ptr<Frames> framesOf(Image image,
                                                              const MemoryBudget& memory);
 
-/// The images of a series, one frame in each file, as they are shown: see Image::forDisplay. Each is
-/// decoded when it is asked for.
+/// The images of a series, one frame in each file, as they are shown: see Image::forDisplay. Each
+/// is decoded when it is asked for.
 /// @param files at least one, in the order of the frames
-/// @throws Error when the first file does not decode. Frames::frame names the file in its errors, also for
-///         one that has several frames, or pixels or a rescale line other than those of the first file.
+/// @throws Error when the first file does not decode. Frames::frame names the file in its errors,
+///         also for one that has several frames, or pixels or a rescale line other than those of
+///         the first file.
 [[nodiscard]] ZRIMAGING_API std::unique_ptr<Frames> framesOfSeries(
     std::vector<std::filesystem::path> files, const MemoryBudget& memory);
 
-/// The line from samples of a frame, as they were decoded, to modality values (PS3.3 C.11.1); nothing when
-/// it is not known, or a table maps samples that were left as they are stored.
+/// The line from samples of a frame, as they were decoded, to modality values (PS3.3 C.11.1);
+/// nothing when it is not known, or a table maps samples that were left as they are stored.
 [[nodiscard]] ZRIMAGING_API std::optional<RescaleLine> lineOfSamples(const FramesRecord& record,
                                                                      std::size_t index);
 
-/// The frames in the words that formats write (ArrayDescription): spacings, name, and for monochrome frames the
-/// line to modality values and the first window. Lines and windows that differ between the frames are
-/// lists under names of their own, so that nobody takes the first for all:
+/// The frames in the words that formats write (ArrayDescription): spacings, name, and for
+/// monochrome frames the line to modality values and the first window. Lines and windows that
+/// differ between the frames are lists under names of their own, so that nobody takes the first for
+/// all:
 ///
-///     frame spacing         mm from each frame to the next, negative against row x column direction
-///     modality slope        of the line from samples to modality values
+///     frame spacing         mm from each frame to the next, negative against row x column
+///     direction modality slope        of the line from samples to modality values
 ///     modality intercept    likewise
 ///     modality unit         left out when the dataset does not say it
 ///     window centre, width  likewise
 ///
-/// In the plural ("modality slopes") they have a value for each frame. What is not known is "unknown".
+/// In the plural ("modality slopes") they have a value for each frame. What is not known is
+/// "unknown".
 /// @param indices the frames of the array, in its order
 [[nodiscard]] ZRIMAGING_API ArrayDescription describeArray(const FramesRecord& record,
                                                            const std::vector<std::size_t>& indices);

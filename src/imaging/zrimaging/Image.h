@@ -108,10 +108,10 @@ private:
 
 /// An image in a file: any of its frames is decoded at the cost of that frame, any number of times.
 ///
-/// Monochrome samples come out unsigned, the stored bits alone wherever they are in the container, with the
-/// modality LUT applied (signed samples are shifted by 128 or 32768: FrameTraits::sampleOffset); or, when they are
-/// asked for as stored, as their bytes are, then with a signed type when Pixel Representation says so. Colour
-/// comes out as 8-bit RGB.
+/// Monochrome samples come out unsigned, the stored bits alone wherever they are in the container,
+/// with the modality LUT applied (signed samples are shifted by 128 or 32768:
+/// FrameTraits::sampleOffset); or, when they are asked for as stored, as their bytes are, then with
+/// a signed type when Pixel Representation says so. Colour comes out as 8-bit RGB.
 class ZRIMAGING_API Image {
 public:
   /// Takes the file. Nothing is decoded.
@@ -120,8 +120,8 @@ public:
   Image(Image&& other) noexcept;
   Image& operator=(Image&& other) noexcept;
 
-  /// The same for an image that is to be shown: a modality LUT that is not meant for display is taken out
-  /// of the dataset (PS3.3 C.8.7.1.1.2: X-ray angiography and fluoroscopy).
+  /// The same for an image that is to be shown: a modality LUT that is not meant for display is
+  /// taken out of the dataset (PS3.3 C.8.7.1.1.2: X-ray angiography and fluoroscopy).
   static Image forDisplay(File file);
 
   const File& file() const { return *file_; }
@@ -139,8 +139,8 @@ public:
   FrameTraits traits(bool stored = false) const;
 
   /// Decodes frames into memory of their own, contiguous.
-  /// @throws Error when there are no such frames, when they do not decode, or take more memory than there
-  ///         may be
+  /// @throws Error when there are no such frames, when they do not decode, or take more memory than
+  ///         there may be
   DecodedFrames decode(const DecodeRequest& request, const MemoryBudget& memory) const;
 
   /// Decodes frames into memory of the caller. Overlays are not read.

@@ -10,8 +10,8 @@ class DcmItem;
 
 namespace zr {
 
-/// Memory that reading and decoding one file may take. Files come from anywhere, and a few bytes can
-/// claim to be an image of many gigabytes: who is about to decode asks the budget first.
+/// Memory that reading and decoding one file may take. Files come from anywhere, and a few bytes
+/// can claim to be an image of many gigabytes: who is about to decode asks the budget first.
 struct ZRIMAGING_API MemoryBudget {
   std::uint64_t bytes = std::uint64_t{4} << 30U;
   /// What errors call it: the name of the option that a user sets it by.

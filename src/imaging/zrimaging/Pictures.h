@@ -21,7 +21,8 @@ struct Window {
   double centre;
   double width;
   /// LINEAR has its edges at half steps, which only makes sense for integer values and widths above
-  /// 1; LINEAR_EXACT (C.11.2.1.3.2) has them at centre -/+ width/2; SIGMOID (C.11.2.1.3.1) has no edges.
+  /// 1; LINEAR_EXACT (C.11.2.1.3.2) has them at centre -/+ width/2; SIGMOID (C.11.2.1.3.1) has no
+  /// edges.
   VoiFunction function;
 
   bool operator==(const Window& other) const {
@@ -33,8 +34,8 @@ struct Window {
 /// @return 0 also for values beyond all numbers
 [[nodiscard]] ZRIMAGING_API double grayFraction(double value, const Window& window);
 
-/// The first window of a frame that can be shown; nothing when it has none. A LINEAR window of width 1
-/// or less, which the standard does not allow, is taken for LINEAR_EXACT.
+/// The first window of a frame that can be shown; nothing when it has none. A LINEAR window of
+/// width 1 or less, which the standard does not allow, is taken for LINEAR_EXACT.
 [[nodiscard]] ZRIMAGING_API std::optional<Window> windowOfFrame(const FrameAttributes& frame);
 
 /// How the samples of a frame become grey: the line from samples as they are in memory to modality
@@ -68,22 +69,23 @@ private:
 };
 
 /// Decides how to show monochrome frames: each through the window wanted, else its own, else over
-/// the range of the values that occur in the frames (without those that mark padding). Windows of the
-/// file that leave one grey of all samples give way to that range, with a remark.
+/// the range of the values that occur in the frames (without those that mark padding). Windows of
+/// the file that leave one grey of all samples give way to that range, with a remark.
 /// @param count of the first frames, which decide; they have attributes in the record
 /// @throws Error when a frame does not decode
 /// @see PS3.3 C.11.2.1.2 (Window Center and Window Width)
 [[nodiscard]] ZRIMAGING_API Display displayOf(Frames& frames, std::size_t count,
                                               const std::optional<Window>& wanted);
 
-/// The greys, 0 to 255, of the least and the largest sample of a frame that is shown so; none of a frame
-/// of nothing but padding.
+/// The greys, 0 to 255, of the least and the largest sample of a frame that is shown so; none of a
+/// frame of nothing but padding.
 [[nodiscard]] ZRIMAGING_API std::set<unsigned char> extremeGreys(const FrameTraits& traits,
                                                                  const SampleArray& frame,
                                                                  const FrameDisplay& display);
 
-/// Grey level, 0 to 255, of every value that a sample can take: 256 or 65536 levels, by the bits of the sample.
-/// MONOCHROME1 is turned round, so that it looks right where 255 is white. For monochrome frames.
+/// Grey level, 0 to 255, of every value that a sample can take: 256 or 65536 levels, by the bits of
+/// the sample. MONOCHROME1 is turned round, so that it looks right where 255 is white. For
+/// monochrome frames.
 [[nodiscard]] ZRIMAGING_API std::vector<unsigned char> grayLevels(const FrameTraits& traits,
                                                                   const FrameDisplay& display);
 

@@ -57,19 +57,19 @@ private:
 [[nodiscard]] ZRIMAGING_API std::vector<std::vector<SeriesImage>> groupBySeries(
     std::vector<SeriesImage> images);
 
-/// Puts images in order. Images that nothing tells apart keep the order in which they were given, and
-/// so do two that each would come after the other.
+/// Puts images in order. Images that nothing tells apart keep the order in which they were given,
+/// and so do two that each would come after the other.
 /// @throws Error OutOfMemory
 ZRIMAGING_API void sortSeries(std::vector<SeriesImage>& images, const OrderSwitches& switches);
 
-/// The name of the criterion that puts `first` before `second`, such as "echo-time"; nothing when none
-/// does.
+/// The name of the criterion that puts `first` before `second`, such as "echo-time"; nothing when
+/// none does.
 /// @throws Error OutOfMemory
 [[nodiscard]] ZRIMAGING_API std::optional<std::string> decidingCriterion(
     const SeriesImage& first, const SeriesImage& second, const OrderSwitches& switches);
 
-/// Where the copy of an image goes: "0001.dcm" in the folder; more digits for more than 9999 images.
-/// `position` is 1 for the first of `count`.
+/// Where the copy of an image goes: "0001.dcm" in the folder; more digits for more than 9999
+/// images. `position` is 1 for the first of `count`.
 [[nodiscard]] ZRIMAGING_API std::filesystem::path copyPath(const std::filesystem::path& folder,
                                                            std::size_t position, std::size_t count);
 

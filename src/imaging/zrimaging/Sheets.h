@@ -74,8 +74,8 @@ struct SheetContent {
 [[nodiscard]] ZRIMAGING_API SheetContent allFrames(Frames& frames,
                                                    const std::optional<Window>& wanted);
 
-/// The same for the images of a series, which are shown through the window of the first one. That window
-/// gives way to the range of values only when no file has anything in it.
+/// The same for the images of a series, which are shown through the window of the first one. That
+/// window gives way to the range of values only when no file has anything in it.
 [[nodiscard]] ZRIMAGING_API SheetContent allOfSeries(Frames& frames,
                                                      const std::optional<Window>& wanted);
 

@@ -39,13 +39,13 @@ struct Splitting {
 /// Reads how a file splits. Nothing is decoded.
 [[nodiscard]] ZRIMAGING_API Splitting readSplitting(const File& file);
 
-/// The same for a file whose volumes are wanted: colour frames, which are not split, make up one volume that
-/// is kept whole, with the reason.
+/// The same for a file whose volumes are wanted: colour frames, which are not split, make up one
+/// volume that is kept whole, with the reason.
 /// @throws Error NotAVolume with the reason when there is no order of frames
 [[nodiscard]] ZRIMAGING_API Splitting requireSplitting(const File& file);
 
-/// Millimetres between the slices, with the sign of frameSpacingMm; nothing where volumes differ or a
-/// distance is not known.
+/// Millimetres between the slices, with the sign of frameSpacingMm; nothing where volumes differ or
+/// a distance is not known.
 [[nodiscard]] ZRIMAGING_API std::optional<double> sliceSpacingMm(
     const Splitting& splitting, const PerFrameAttributes& attributes);
 

@@ -28,9 +28,9 @@ struct Utf8Character {
 /// @throws Error OutOfMemory
 [[nodiscard]] ZRIMAGING_API std::string withEscapedBytes(std::string_view text);
 
-/// Whether a terminal acts on the character instead of showing it: control characters (of the second
-/// set too, where U+009B begins a command), marks that turn the direction of what is written round
-/// them (Unicode Standard Annex 9), and separators that end a line.
+/// Whether a terminal acts on the character instead of showing it: control characters (of the
+/// second set too, where U+009B begins a command), marks that turn the direction of what is written
+/// round them (Unicode Standard Annex 9), and separators that end a line.
 [[nodiscard]] ZRIMAGING_API bool isUnsafeOnTerminals(char32_t code);
 
 /// The shortest decimal text that reads back as this number: 0.1, not 0.100000001.

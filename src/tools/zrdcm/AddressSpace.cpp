@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Attributes tell how large samples will be; the address space is limited for everything that they do not
-// tell.
+// Attributes tell how large samples will be; the address space is limited for everything that they
+// do not tell.
 #include "AddressSpace.h"
 
 #include <algorithm>

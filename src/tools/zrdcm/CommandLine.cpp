@@ -126,8 +126,8 @@ int reportUsage(const CLI::App& app, const CLI::ParseError& error) {
   return kUsage;
 }
 
-// Without its dictionary DCMTK does not know what implicit VR files hold; what is said about them then
-// is never the cause.
+// Without its dictionary DCMTK does not know what implicit VR files hold; what is said about them
+// then is never the cause.
 void complainWithoutDictionary() {
   if (!dcmDataDict.isDictionaryLoaded()) {
     complain(

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Completion for shells. Both scripts find the verb among the words so far and offer its options and
-// the global ones, the choices of a value where there are a few, and files everywhere else.
+// Completion for shells. Both scripts find the verb among the words so far and offer its options
+// and the global ones, the choices of a value where there are a few, and files everywhere else.
 #include "CommandTree.h"
 
 #include <sstream>

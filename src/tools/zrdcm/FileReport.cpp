@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Gathers the report on a file: attributes and the order of frames first, then one decode, which may
-// rewrite attributes. It takes the road of the verbs that show and write frames, so that what they can
-// do is what is told here.
+// Gathers the report on a file: attributes and the order of frames first, then one decode, which
+// may rewrite attributes. It takes the road of the verbs that show and write frames, so that what
+// they can do is what is told here.
 #include "FileReport.h"
 
 #include "FrameValues.h"

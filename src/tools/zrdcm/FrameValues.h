@@ -27,8 +27,8 @@ FrameValue unitValue(const char* name,
 /// Adds values of frames to an object, with one number for all frames where one will do: `name` has
 /// the value that all of these frames agree in. Where they differ it is null, and `perFrame` holds
 /// under the same name an array with the value of each frame, null for those that are not known.
-/// `perFrame` is null when all frames agree in everything. The object that holds a text with escaped
-/// bytes gets `"escaped": true`.
+/// `perFrame` is null when all frames agree in everything. The object that holds a text with
+/// escaped bytes gets `"escaped": true`.
 void addFrameValues(nlohmann::ordered_json& target, const std::vector<std::size_t>& numbers,
                     const std::vector<FrameValue>& values);
 

@@ -9,9 +9,9 @@
 
 namespace zrdcm {
 
-/// `text` as it may go to a terminal: one line of UTF-8, a blank for every character that a terminal
-/// would act on (isUnsafeOnTerminals), \xE9 for a byte that is no UTF-8. Whatever the functions below
-/// write passes through here, names of files included.
+/// `text` as it may go to a terminal: one line of UTF-8, a blank for every character that a
+/// terminal would act on (isUnsafeOnTerminals), \xE9 for a byte that is no UTF-8. Whatever the
+/// functions below write passes through here, names of files included.
 std::string printable(const std::string& text);
 
 /// Whether the user wants to see messages and progress on stderr (yes, when the program starts).
@@ -24,7 +24,8 @@ void complain(const std::string& line);
 /// Tells the user of each remark.
 void complainOfAll(const std::vector<zr::Remark>& remarks);
 
-/// Writes the line to stdout, made printable; the main program notices when stdout could not take it.
+/// Writes the line to stdout, made printable; the main program notices when stdout could not take
+/// it.
 /// @throws zr::ReaderGone when nobody reads stdout any more
 void say(const std::string& line);
 

@@ -12,8 +12,8 @@ class App;
 
 namespace zrdcm {
 
-/// What a verb does once its options are parsed, within the memory that it may take; yields the exit
-/// status.
+/// What a verb does once its options are parsed, within the memory that it may take; yields the
+/// exit status.
 /// zr::Error, UsageError and std::bad_alloc that leave it are reported by `main`.
 using VerbAction = std::function<int(const zr::MemoryBudget&)>;
 

@@ -71,7 +71,8 @@ FormatList volumeFormats(const std::string& first) {
 struct SplitImage {
   zr::Splitting splitting;
   std::unique_ptr<zr::Frames> source;
-  /// The frames once more, without a table that is not meant for display; null where `source` shows them.
+  /// The frames once more, without a table that is not meant for display; null where `source` shows
+  /// them.
   std::unique_ptr<zr::Frames> withoutTable;
   zr::SheetContent allFrames;  ///< how the frames are shown
 

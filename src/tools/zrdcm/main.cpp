@@ -6,8 +6,8 @@
 
 int main(int argc, char** argv) {
   zr::occupyStandardDescriptors();
-  // A file-size limit and a closed pipe show as failed writes: reported like a full disk, or the end
-  // of the work.
+  // A file-size limit and a closed pipe show as failed writes: reported like a full disk, or the
+  // end of the work.
   (void)std::signal(SIGXFSZ, SIG_IGN);
   (void)std::signal(SIGPIPE, SIG_IGN);
   zr::removeLeftoversOnSignals();

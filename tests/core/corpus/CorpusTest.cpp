@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Real files against what independent decoders say of them (`expected.tsv` of the corpus). Every row
-// of that table falls to exactly one of three tests:
+// Real files against what independent decoders say of them (`expected.tsv` of the corpus). Every
+// row of that table falls to exactly one of three tests:
 //
 //   monochrome   samples of 8 or 16 bits that DCMTK decodes: the stored samples, whole and each
 //                frame alone, have the expected MD5
-//   colour       colour and palettes that DCMTK renders: the 8-bit RGB has the expected MD5, or that
+//   colour       colour and palettes that DCMTK renders: the 8-bit RGB has the expected MD5, or
+//   that
 //                of DCMTK's own rendering where the table says how little that differs
 //   the rest     refused with one of the library's messages, without a crash
 //
@@ -66,8 +67,8 @@ struct Corpus {
   }
 };
 
-/// The samples of a file of colour that DCMTK decodes can nevertheless be beyond its renderer, which
-/// the table shows by a missing MD5 of the rendering.
+/// The samples of a file of colour that DCMTK decodes can nevertheless be beyond its renderer,
+/// which the table shows by a missing MD5 of the rendering.
 Kind kindOf(const Row& expected, const Row& manifest) {
   if (expected["status"] != "ok" || expected["dcmtk_3_6_7"] != "same") {
     return Kind::Other;

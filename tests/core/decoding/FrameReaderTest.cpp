@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// A reader keeps what it knows of an image between frames: each frame is the one that decodeFrame gives.
+// A reader keeps what it knows of an image between frames: each frame is the one that decodeFrame
+// gives.
 #include "FrameTesting.h"
 #include "SliceDecodingFixtures.h"
 #include "support/Compression.h"

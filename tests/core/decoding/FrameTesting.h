@@ -33,7 +33,8 @@ struct Frame {
   }
 };
 
-/// Decodes a frame into memory of exactly its size; fails the test when bytes behind it were touched.
+/// Decodes a frame into memory of exactly its size; fails the test when bytes behind it were
+/// touched.
 inline Frame decode(DcmItem& item, std::uint64_t number) {
   Frame frame;
   Zrg::FrameFormat format;

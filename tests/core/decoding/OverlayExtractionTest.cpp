@@ -123,8 +123,8 @@ TEST(OverlayExtraction, StartsAtTheFrameOffset) {
   EXPECT_THAT(extract<unsigned char>(slice, {0, 0}, {1, 1}, 0, 0).words, ElementsAre(1));
 }
 
-// Offsets are counted in 32 bits with a sign. The memory is only promised by the system; one page of it
-// is touched.
+// Offsets are counted in 32 bits with a sign. The memory is only promised by the system; one page
+// of it is touched.
 TEST(OverlayExtraction, TakesANegativeFrameOffsetAsOneOfTwoGigabytesAndMore) {
   constexpr std::size_t kOffset = std::size_t{1} << 31U;
   constexpr std::size_t kSize = kOffset + 4096;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// What decoding reads before it touches a sample: what must be there, what is repaired, what becomes
-// of the slice's attributes.
+// What decoding reads before it touches a sample: what must be there, what is repaired, what
+// becomes of the slice's attributes.
 #include "SliceDecodingFixtures.h"
 #include "decoding/SliceDecoding.h"
 #include "support/Compression.h"

@@ -32,7 +32,8 @@ public:
 
 }  // namespace
 
-// Not inlined: next to a caller's new, a compiler takes the free of a replaced delete for a mismatch.
+// Not inlined: next to a caller's new, a compiler takes the free of a replaced delete for a
+// mismatch.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   const bool refused = refusedSize != 0 && size == refusedSize && passedBefore-- == 0;
   void* const memory = refused ? nullptr : std::malloc(size > 0 ? size : 1);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// What the library answers does not depend on the locale that the host application has set, nor on when
-// it sets one: each subject that reads decimals, under a locale with a decimal comma.
+// What the library answers does not depend on the locale that the host application has set, nor on
+// when it sets one: each subject that reads decimals, under a locale with a decimal comma.
 #include "support/CommaLocale.h"
 #include "support/ImageBuilder.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Numbers in text values: what the readers take for a number, held against the C library's functions in
-// the "C" locale, and that a locale changes nothing.
+// Numbers in text values: what the readers take for a number, held against the C library's
+// functions in the "C" locale, and that a locale changes nothing.
 #include "support/CommaLocale.h"
 #include "support/RowName.h"
 

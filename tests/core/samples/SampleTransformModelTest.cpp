@@ -223,8 +223,8 @@ TEST_P(SampleTransformModel, AgreesForLargeImages) {
   }
 }
 
-// Each value comes up four times on average, where the transform goes over to a table of all values.
-// 32-bit samples have too many of them to model all, and are left alone anyway.
+// Each value comes up four times on average, where the transform goes over to a table of all
+// values. 32-bit samples have too many of them to model all, and are left alone anyway.
 class NarrowSampleTransformModel : public SampleTransformModel {};
 
 TEST_P(NarrowSampleTransformModel, AgreesWhereValuesRepeat) {

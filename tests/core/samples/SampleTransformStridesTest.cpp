@@ -128,7 +128,8 @@ TEST(SampleTransformStrides, ConvertsLongRowsWithGaps) {
 }
 
 TEST(SampleTransformStrides, ConvertsLargeImagesOfNarrowRows) {
-  // Large enough for a table of all sample values, with rows that end inside a group of four pixels.
+  // Large enough for a table of all sample values, with rows that end inside a group of four
+  // pixels.
   std::vector<unsigned char> entries;
   for (int value = 0; value < 256; ++value) {
     entries.insert(entries.end(),

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// What the guard in front of the decoders says whatever the coding: sizes that can be counted, images
-// within images. Its answers to frames stand with the tests of their coding, what becomes of images that
-// it refuses in the Hostile tests.
+// What the guard in front of the decoders says whatever the coding: sizes that can be counted,
+// images within images. Its answers to frames stand with the tests of their coding, what becomes of
+// images that it refuses in the Hostile tests.
 #include "streams/CodecGuard.h"
 #include "streams/StreamFixtures.h"
 #include "support/Compression.h"

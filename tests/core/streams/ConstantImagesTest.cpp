@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Images of one value, the smallest streams that there are, from every encoder of DCMTK: none may be
-// taken for a stream that lacks coded data. Zeros in JPEG-LS take exactly the fewest bits.
+// Images of one value, the smallest streams that there are, from every encoder of DCMTK: none may
+// be taken for a stream that lacks coded data. Zeros in JPEG-LS take exactly the fewest bits.
 //
 // ZRDCMEXPORT_LARGEST_CONSTANT_IMAGE=16384 tries squares up to that size, too (minutes, gigabytes).
 #include "streams/CodecGuard.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// JPEG-LS frames that break a decoder which trusts them, most of all those whose end it looks for in the
-// wrong place. What JPEG and JPEG-LS have in common: HostileJpegTest.cpp.
+// JPEG-LS frames that break a decoder which trusts them, most of all those whose end it looks for
+// in the wrong place. What JPEG and JPEG-LS have in common: HostileJpegTest.cpp.
 #include "streams/StreamFixtures.h"
 #include "support/ImageBuilder.h"
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// JPEG and JPEG-LS frames that break decoders which trust them. Each must be refused with a message, with
-// nothing read or written where it must not be, and nothing delivered that no decoder wrote.
+// JPEG and JPEG-LS frames that break decoders which trust them. Each must be refused with a
+// message, with nothing read or written where it must not be, and nothing delivered that no decoder
+// wrote.
 #include "streams/StreamFixtures.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"

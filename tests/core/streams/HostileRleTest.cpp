@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// RLE frames that break decoders which trust them. Each must be refused with a message, with nothing read
-// or written where it must not be, and nothing delivered that no decoder wrote.
+// RLE frames that break decoders which trust them. Each must be refused with a message, with
+// nothing read or written where it must not be, and nothing delivered that no decoder wrote.
 #include "streams/StreamFixtures.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Headers that promise more than there is coded data for, and sizes that decoders cannot count. Each must
-// be refused before memory is taken.
+// Headers that promise more than there is coded data for, and sizes that decoders cannot count.
+// Each must be refused before memory is taken.
 #include "streams/StreamFixtures.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
@@ -161,7 +161,8 @@ TEST(HostileSize, NativeColourOfSeveralFramesEndsAtFourGigabytes) {
 
 // --- Sizes that decoders cannot count
 
-/// Two frames that are no larger than others, but say so: each can be counted, both together cannot.
+/// Two frames that are no larger than others, but say so: each can be counted, both together
+/// cannot.
 std::unique_ptr<DcmDataset> largeFrames(const ImageBuilder& builder, Uint16 rowsAndColumns) {
   auto dataset = support::compress(*builder.build(), EXS_RLELossless);
   EXPECT_TRUE(dataset->putAndInsertUint16(DCM_Rows, rowsAndColumns).good());

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Headers of JPEG 2000 images, written by hand: what passes, and what each kind of hostile header gives.
+// Headers of JPEG 2000 images, written by hand: what passes, and what each kind of hostile header
+// gives.
 #include "streams/Jpeg2000Stream.h"
 #include "support/RowName.h"
 
@@ -21,8 +22,8 @@ void put(Bytes& bytes, std::uint64_t value, int size) {
   }
 }
 
-/// The fields of a codestream that tests change. As it is: 64 x 64 samples of 8 bits in one tile, one
-/// component, two decomposition levels, code-blocks of 64 x 64, one layer.
+/// The fields of a codestream that tests change. As it is: 64 x 64 samples of 8 bits in one tile,
+/// one component, two decomposition levels, code-blocks of 64 x 64, one layer.
 struct Stream {
   std::uint32_t x1 = 64, y1 = 64, x0 = 0, y0 = 0;
   std::uint32_t tileWidth = 64, tileHeight = 64, tilesX = 0, tilesY = 0;

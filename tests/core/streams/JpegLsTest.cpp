@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// JPEG-LS streams: which of them are whole and decodable, and where a frame in several fragments ends.
+// JPEG-LS streams: which of them are whole and decodable, and where a frame in several fragments
+// ends.
 #include "streams/FragmentStream.h"
 #include "streams/JpegLs.h"
 #include "streams/StreamFixtures.h"

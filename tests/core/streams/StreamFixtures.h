@@ -16,8 +16,8 @@ namespace streams {
 
 using decoding::Fragment;
 
-// What decoding says of frames that the guard refuses: all frames of a monochrome image, some of them,
-// an image that is rendered, one that the decoder delivers as RGB, one that is too large.
+// What decoding says of frames that the guard refuses: all frames of a monochrome image, some of
+// them, an image that is rendered, one that the decoder delivers as RGB, one that is too large.
 constexpr const char* kWholeRefused = "Pixel data can't be decompressed";
 constexpr const char* kFrameRefused = "Error decompressing frames";
 constexpr const char* kNothingToRender = "Uncompressed data has size 0";
@@ -48,7 +48,8 @@ const Fragment kEnd = {0xFF, 0xD9};
 /// A JPEG stream that ends behind the header of its first scan.
 [[nodiscard]] Fragment upToCodedData(Fragment stream);
 
-/// A segment of JPEG-LS presets. The largest sample is that of 12 bits, unless its low byte is given.
+/// A segment of JPEG-LS presets. The largest sample is that of 12 bits, unless its low byte is
+/// given.
 [[nodiscard]] Fragment jpegLsPresets(Uint16 reset, Uint8 maxvalLow = 0xFF);
 
 /// The guard of a dataset's pixel data, which must be there.

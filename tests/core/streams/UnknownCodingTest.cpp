@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // A codec of the application, for a transfer syntax whose streams nobody here can read: it decodes,
-// within sizes that can be counted and fragments that are there. The codec of these tests copies bytes,
-// and counts how often it is asked.
+// within sizes that can be counted and fragments that are there. The codec of these tests copies
+// bytes, and counts how often it is asked.
 #include "decoding/SliceDecodingFixtures.h"
 #include "streams/CodecGuard.h"
 #include "streams/Inspector.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The order of frames as attributes alone tell it, and why there is none. That splitting files frames
-// by the same order stands in SplittingPropertyTest.cpp.
+// The order of frames as attributes alone tell it, and why there is none. That splitting files
+// frames by the same order stands in SplittingPropertyTest.cpp.
 #include "support/ImageBuilder.h"
 #include "support/RowName.h"
 

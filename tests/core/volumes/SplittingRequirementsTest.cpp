@@ -238,7 +238,8 @@ TEST(Frames, ThatDecodingDoesNotCountAreRefused) {
   EXPECT_EQ(split.errorText(), "");
 }
 
-// All samples are there, but decoding converts 65538 modulo 65536 of the frames and leaves the rest.
+// All samples are there, but decoding converts 65538 modulo 65536 of the frames and leaves the
+// rest.
 TEST(Frames, BeyondSixteenBitsAreRefused) {
   const support::ImageBuilder image = support::monochromeImage(1, 1)
                                           .frames(65538)

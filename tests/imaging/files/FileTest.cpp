@@ -100,7 +100,8 @@ TEST(FileInMemory, IsReadAndRefusedLikeOneOnDisk) {
   }
 }
 
-// ---- the budget ------------------------------------------------------------------------------------
+// ---- the budget
+// ------------------------------------------------------------------------------------
 
 TEST(Budget, IsAskedBeforeADeflatedDatasetIsInflated) {
   const support::TempDir folder;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Why an image does not decode: the cause that is in the file. That every verb tells it: the test of the same
-// name in tests/tools.
+// Why an image does not decode: the cause that is in the file. That every verb tells it: the test
+// of the same name in tests/tools.
 #include "support/Compression.h"
 #include "support/CorpusFixture.h"
 #include "support/Files.h"
@@ -52,7 +52,8 @@ protected:
   support::TempDir folder_;
 };
 
-// --- attributes -----------------------------------------------------------------------------------
+// --- attributes
+// -----------------------------------------------------------------------------------
 
 struct Obstacle {
   const char* name;
@@ -196,7 +197,8 @@ TEST_F(Explanation, OfPixelDataOfUnknownVrNamesTheVr) {
             "CTImageStorage has Pixel Data (7FE0,0010) with VR UN; only OB and OW are pixels");
 }
 
-// --- transfer syntaxes ----------------------------------------------------------------------------
+// --- transfer syntaxes
+// ----------------------------------------------------------------------------
 
 struct Syntax {
   const char* name;
@@ -247,7 +249,8 @@ INSTANTIATE_TEST_SUITE_P(
         Syntax{"Unknown", "1.2.3.4.5", nullptr}),
     support::nameOf<Syntax>);
 
-// --- compressed data ------------------------------------------------------------------------------
+// --- compressed data
+// ------------------------------------------------------------------------------
 
 class CompressedData : public Explanation {
 protected:
@@ -332,7 +335,8 @@ TEST_F(CompressedData, ThatEndsInItsHeaderIsCalledDamaged) {
   }
 }
 
-// --- real files -----------------------------------------------------------------------------------
+// --- real files
+// -----------------------------------------------------------------------------------
 
 struct RealFile {
   const char* name;

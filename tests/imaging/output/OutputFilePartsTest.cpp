@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Output files where no user brings it about: somebody else changes the folder meanwhile, descriptors run
-// out, a caller asks for what no front end asks for.
+// Output files where no user brings it about: somebody else changes the folder meanwhile,
+// descriptors run out, a caller asks for what no front end asks for.
 #include "support/ChildProcess.h"
 #include "support/Compression.h"
 #include "support/Files.h"

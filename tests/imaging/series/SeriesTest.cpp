@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Files of series, grouped, put in order and copied, as a program that links the library meets them.
+// Files of series, grouped, put in order and copied, as a program that links the library meets
+// them.
 #include "support/Compression.h"
 #include "support/Files.h"
 #include "support/ImageBuilder.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Stands between the process and the C library's allocator. Definitions in the executable come
 // before those of shared libraries, so that the libraries under test call these. The address
-// sanitizer has an allocator of its own, which offers hooks instead (and only reports blocks that it
-// did hand out).
+// sanitizer has an allocator of its own, which offers hooks instead (and only reports blocks that
+// it did hand out).
 
 #include "platform/zrvolren/AllocationWatch.h"
 

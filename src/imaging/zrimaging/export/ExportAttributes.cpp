@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The attributes of a file to be written: from JSON, from a dataset, checked, into the writer, which
-// is asked of each text whether it can write it.
+// The attributes of a file to be written: from JSON, from a dataset, checked, into the writer,
+// which is asked of each text whether it can write it.
 #include "zrimaging/export/ExportAttributes.h"
 
 #include "zrimaging/Error.h"

@@ -40,8 +40,8 @@ struct AttributeSet {
 };
 
 /// Reads a JSON object of keys ("G0008-0016") or keywords ("SOPClassUID") to texts, or to lists of
-/// such objects for sequences. Letters beyond ASCII are UTF-8; where no SpecificCharacterSet is named
-/// for them the set gets the one of Unicode.
+/// such objects for sequences. Letters beyond ASCII are UTF-8; where no SpecificCharacterSet is
+/// named for them the set gets the one of Unicode.
 /// @param name what errors call the text; empty for nothing
 /// @throws Error that names the key at fault.
 AttributeSet parseAttributes(const std::string& json, const std::string& name);
@@ -51,8 +51,9 @@ AttributeSet parseAttributes(const std::string& json, const std::string& name);
 /// frames, and everything private.
 AttributeSet attributesOf(DcmItem& dataset, ExportType type);
 
-/// Puts changes over a set; attributes that both have are replaced. When the changes name Unicode, the
-/// texts that stay are converted to it, those of items with a SpecificCharacterSet of their own too.
+/// Puts changes over a set; attributes that both have are replaced. When the changes name Unicode,
+/// the texts that stay are converted to it, those of items with a SpecificCharacterSet of their own
+/// too.
 /// @throws Error when a text that stays does not convert, or is not in the set that is named.
 void apply(AttributeSet& attributes, const AttributeSet& changes);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// One character set for a new file whose attributes come from two places: from --tags, which is UTF-8,
-// and from a file in whatever set. An item may name a set of its own; what stands in it follows that.
+// One character set for a new file whose attributes come from two places: from --tags, which is
+// UTF-8, and from a file in whatever set. An item may name a set of its own; what stands in it
+// follows that.
 #include "zrimaging/export/ExportUnicode.h"
 
 #include "zrimaging/Error.h"
@@ -21,7 +22,8 @@ bool isAscii(const std::string& text) {
                      [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-/// The first text beyond ASCII in a place where another set than Unicode holds; null when there is none.
+/// The first text beyond ASCII in a place where another set than Unicode holds; null when there is
+/// none.
 /// @param set what holds where the attributes name none themselves
 const Attribute* firstOutsideUnicode(const AttributeSet& attributes, const std::string& set) {
   const std::string named =

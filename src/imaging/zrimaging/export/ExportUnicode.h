@@ -5,8 +5,8 @@
 
 namespace zr {
 
-/// Names Unicode as the Specific Character Set of attributes in UTF-8, where none is named for letters
-/// beyond ASCII.
+/// Names Unicode as the Specific Character Set of attributes in UTF-8, where none is named for
+/// letters beyond ASCII.
 /// @throws Error when another one is named for such letters.
 void requireCharacterSet(AttributeSet& attributes);
 

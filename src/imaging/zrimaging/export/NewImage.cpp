@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// A new image in three steps: attributes gathered, completed and tried one by one, then written by the
-// library's writer through a file that appears when it is whole.
+// A new image in three steps: attributes gathered, completed and tried one by one, then written by
+// the library's writer through a file that appears when it is whole.
 #include "zrimaging/Boundary.h"
 #include "zrimaging/Export.h"
 #include "zrimaging/export/ExportAttributes.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Paths to elements. A slash separates steps, but a private creator may hold one too: the text is cut at
-// a slash only where a step ends before it and steps follow it, and as early as that is so.
+// Paths to elements. A slash separates steps, but a private creator may hold one too: the text is
+// cut at a slash only where a step ends before it and steps follow it, and as early as that is so.
 #include "zrimaging/Attribute.h"
 #include "zrimaging/Boundary.h"
 #include "zrimaging/files/FoundElement.h"
@@ -30,8 +30,8 @@ std::optional<std::uint16_t> hexNumber(std::string_view text, std::size_t digits
   return whole ? std::optional<std::uint16_t>(number) : std::nullopt;
 }
 
-/// "16", "xx16" or "1016": the element within a block. The block is looked for, so its digits do not
-/// count.
+/// "16", "xx16" or "1016": the element within a block. The block is looked for, so its digits do
+/// not count.
 std::optional<std::uint16_t> elementInBlock(std::string_view text) {
   constexpr std::size_t kBlockDigits = 2;
   if (text.size() == 2 * kBlockDigits) {

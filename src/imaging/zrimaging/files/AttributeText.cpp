@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// An element as text: strings through the character set of their item, words through the library's own
-// reading of them.
+// An element as text: strings through the character set of their item, words through the library's
+// own reading of them.
 #include "zrimaging/Attribute.h"
 #include "zrimaging/Boundary.h"
 #include "zrimaging/files/FoundElement.h"

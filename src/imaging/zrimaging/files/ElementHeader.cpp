@@ -2,7 +2,8 @@
 // Headers as DCMTK reads them, which is not always as they should be written:
 //
 //   explicit VR   group(2) element(2) VR(2) length(2)              short form
-//                 group(2) element(2) VR(2) reserved(2) length(4)  VRs that DcmVR says are extended,
+//                 group(2) element(2) VR(2) reserved(2) length(4)  VRs that DcmVR says are
+//                 extended,
 //                                                                  unknown ones of capitals too
 //   implicit VR   group(2) element(2) length(4)                    the dictionary tells the VR
 //   items         (FFFE,E000) length(4); ends (FFFE,E00D) and (FFFE,E0DD); length(4)

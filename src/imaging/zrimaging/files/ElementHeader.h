@@ -49,9 +49,9 @@ struct ElementHeader {
   [[nodiscard]] Content content() const;
 };
 
-/// The private creators of one item in implicit VR, where they decide what a private element is. DCMTK
-/// looks at the element that it has just put into the item, and misses one that belongs further to the
-/// front, unless it comes once more.
+/// The private creators of one item in implicit VR, where they decide what a private element is.
+/// DCMTK looks at the element that it has just put into the item, and misses one that belongs
+/// further to the front, unless it comes once more.
 class PrivateCreators {
 public:
   /// Every element of the item is announced here, in the order of the file.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Reading: what is no DICOM is refused with a clear reason before DCMTK tries to make sense of it. A file
-// and bytes in memory take the same road.
+// Reading: what is no DICOM is refused with a clear reason before DCMTK tries to make sense of it.
+// A file and bytes in memory take the same road.
 #include "zrimaging/File.h"
 
 #include "zrimaging/Boundary.h"

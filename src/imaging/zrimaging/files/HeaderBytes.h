@@ -11,8 +11,8 @@
 
 namespace zr {
 
-/// The bytes of a stream from where it stands, a block at a time: headers are a few bytes each, and a
-/// call of the stream for every one of them costs more than the headers do.
+/// The bytes of a stream from where it stands, a block at a time: headers are a few bytes each, and
+/// a call of the stream for every one of them costs more than the headers do.
 class HeaderBytes {
 public:
   static constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();

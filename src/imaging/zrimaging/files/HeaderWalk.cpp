@@ -6,9 +6,9 @@
 //   fragments   the same
 //
 // A length counts from the position behind its header, and is looked at between two elements: what
-// lies within may go beyond it, and an item of undefined length within a sequence of a few bytes goes
-// on until its delimiter. Everything that DCMTK reports as an error ends its reading, so that nothing
-// behind it can nest.
+// lies within may go beyond it, and an item of undefined length within a sequence of a few bytes
+// goes on until its delimiter. Everything that DCMTK reports as an error ends its reading, so that
+// nothing behind it can nest.
 #include "zrimaging/files/HeaderWalk.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -49,8 +49,9 @@ bool HeaderWalk::beginsLikeMetaInformation() {
          ((group[0] == 0x02 && group[1] == 0x00) || (group[0] == 0x00 && group[1] == 0x02));
 }
 
-// DCMTK reads the first element before it asks whether it is the group length. If it is none, errors in
-// it are forgotten and reading goes on from the place where they occurred: such a file is left alone.
+// DCMTK reads the first element before it asks whether it is the group length. If it is none,
+// errors in it are forgotten and reading goes on from the place where they occurred: such a file is
+// left alone.
 std::optional<std::uint32_t> HeaderWalk::readFirstOfGroup0002(Encoding encoding) {
   const std::optional<ElementHeader> header = readElementHeader(bytes_, encoding, {});
   if (!header) {
@@ -83,8 +84,8 @@ bool HeaderWalk::isUsedUp(const Level& level) const {
   return static_cast<std::uint32_t>(bytes_.position() - level.begin) >= level.length;
 }
 
-// DCMTK looks at this in ordinary items only, not in group 0002 and not in directory records. An item
-// that its last header already goes beyond is as good as endless: the difference wraps.
+// DCMTK looks at this in ordinary items only, not in group 0002 and not in directory records. An
+// item that its last header already goes beyond is as good as endless: the difference wraps.
 bool HeaderWalk::isLongerThanItem(const ElementHeader& header, const Level& item) const {
   if (item.kind == Kind::kDirectoryRecord || item.kind == Kind::kMetaInformation) {
     return false;

@@ -24,8 +24,8 @@ std::uint64_t times(std::uint64_t a, std::uint64_t b) {
   return b != 0 && a > kBeyondCounting / b ? kBeyondCounting : a * b;
 }
 
-// What the frames take for good. The most that decoding takes at a time is more for colour, which is
-// rendered.
+// What the frames take for good. The most that decoding takes at a time is more for colour, which
+// is rendered.
 std::uint64_t deliveredBytes(DcmItem& item, std::uint64_t frames, std::uint64_t peak) {
   Zrg::FrameFormat format;
   std::string unused;  // decoding says what is missing

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The file from its beginning: preamble, meta information, dataset. The meta information is walked
-// over first and then, being safe, read by DCMTK itself: it alone knows where the dataset begins and
-// which transfer syntax it takes from there, whatever stands in group 0002.
+// over first and then, being safe, read by DCMTK itself: it alone knows where the dataset begins
+// and which transfer syntax it takes from there, whatever stands in group 0002.
 #include "zrimaging/files/NestingGuard.h"
 
 #include "zrimaging/files/HeaderBytes.h"

@@ -29,8 +29,8 @@ struct TooDeepSequence {
 
 /// What the headers of the elements tell before anything is built of them.
 struct HeaderScan {
-  /// Set when sequences nest deeper than allowed; the rest of the file was not looked at then. DCMTK
-  /// reads nested sequences by recursion, so a small file made for it exhausts the stack.
+  /// Set when sequences nest deeper than allowed; the rest of the file was not looked at then.
+  /// DCMTK reads nested sequences by recursion, so a small file made for it exhausts the stack.
   std::optional<TooDeepSequence> tooDeep;
   /// The most sequences that were open at a time. Encapsulated pixel data is none.
   std::size_t deepest = 0;
@@ -38,11 +38,11 @@ struct HeaderScan {
   std::uint64_t headers = 0;
   /// A deflated dataset inflates to more bytes than were allowed; the rest was not looked at.
   bool inflatesBeyondLimit = false;
-  /// The meta information begins with an element that cannot be read. What DCMTK makes of the rest is not
-  /// foreseen; the rest was not looked at.
+  /// The meta information begins with an element that cannot be read. What DCMTK makes of the rest
+  /// is not foreseen; the rest was not looked at.
   bool isDamagedMeta = false;
-  /// The first element that is longer than the rest of the file, and how long it claims to be; empty
-  /// when there is none.
+  /// The first element that is longer than the rest of the file, and how long it claims to be;
+  /// empty when there is none.
   std::string overlong;
 };
 
@@ -55,9 +55,9 @@ struct ScanLimits {
 
 /// Looks at the headers of a DICOM file as `DcmFileFormat::loadFile` reads them when it is told no
 /// transfer syntax and DCMTK's switches for the parser are as they are by default: with or without
-/// preamble and meta information, in any transfer syntax, deflated ones too. Takes constant stack, and
-/// time and memory that grow no faster than the file. Where DCMTK would stop it stops, and leaves the
-/// complaint to the real reader; so it does when the file cannot be opened.
+/// preamble and meta information, in any transfer syntax, deflated ones too. Takes constant stack,
+/// and time and memory that grow no faster than the file. Where DCMTK would stop it stops, and
+/// leaves the complaint to the real reader; so it does when the file cannot be opened.
 HeaderScan scanHeaders(const std::filesystem::path& file, const ScanLimits& limits = {});
 
 /// The same for bytes in memory.

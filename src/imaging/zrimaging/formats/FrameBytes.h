@@ -7,8 +7,8 @@ namespace zr {
 
 class OutputFile;
 
-/// Writes all frames in order, row by row, the channels of a pixel adjacent, in little endian whatever
-/// machine writes them.
+/// Writes all frames in order, row by row, the channels of a pixel adjacent, in little endian
+/// whatever machine writes them.
 void writeFrames(OutputFile& file, const ArrayToWrite& array);
 
 }  // namespace zr

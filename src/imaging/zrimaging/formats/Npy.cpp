@@ -6,8 +6,8 @@
 //   8   length of the header text, little endian, 2 bytes
 //   10  header: a Python dictionary, blanks, line feed; the samples begin at a multiple of 64
 //
-// Shape: (frames, rows, columns), for colour (frames, rows, columns, 3); the frame axis is there for a
-// single frame too, so that a script need not tell the cases apart. See
+// Shape: (frames, rows, columns), for colour (frames, rows, columns, 3); the frame axis is there
+// for a single frame too, so that a script need not tell the cases apart. See
 // https://numpy.org/doc/stable/reference/generated/numpy.lib.format.html
 #include "zrimaging/Output.h"
 #include "zrimaging/formats/FrameBytes.h"

@@ -25,7 +25,8 @@ inline double distance(const Vector& one, const Vector& other) {
 }
 
 /// Row direction x column direction.
-/// @param directions those of Image Orientation (PS3.3 C.7.6.2.1.1): of the rows, then of the columns
+/// @param directions those of Image Orientation (PS3.3 C.7.6.2.1.1): of the rows, then of the
+/// columns
 inline Vector normalOf(const std::array<double, 6>& directions) {
   const auto& [rx, ry, rz, cx, cy, cz] = directions;
   return {ry * cz - rz * cy, rz * cx - rx * cz, rx * cy - ry * cx};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Spacings and values of frames for the header of a file. A value that all frames have is written once;
-// one that differs is a list under the name in the plural, those not known as "unknown".
+// Spacings and values of frames for the header of a file. A value that all frames have is written
+// once; one that differs is a list under the name in the plural, those not known as "unknown".
 #include "zrimaging/Formats.h"
 #include "zrimaging/Frames.h"
 #include "zrimaging/Text.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The values that stand together in one place of a dataset: in the macros of a functional group, or flat
-// in an item.
+// The values that stand together in one place of a dataset: in the macros of a functional group, or
+// flat in an item.
 //
 //   values        macro of an enhanced object              flat
 //   rescale       Pixel Value Transformation               Rescale Slope and Intercept

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Radiotherapy dose: values are samples x Dose Grid Scaling, and the frames stand at the Grid Frame Offset
-// Vector (PS3.3 C.8.8.3).
+// Radiotherapy dose: values are samples x Dose Grid Scaling, and the frames stand at the Grid Frame
+// Offset Vector (PS3.3 C.8.8.3).
 #include "zrimaging/images/DoseGrid.h"
 
 #include "zrimaging/geometry/Vectors.h"

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Why an image does not decode. The library says what went wrong where it noticed; most of the time the
-// cause stands in the attributes: samples that are no pixel data, a compression without a decoder, a stream
-// that says something else than the dataset. Causes are looked for from the coarse to the fine: an object
-// without pixels first, the compressed stream last. The first one that holds is told.
+// Why an image does not decode. The library says what went wrong where it noticed; most of the time
+// the cause stands in the attributes: samples that are no pixel data, a compression without a
+// decoder, a stream that says something else than the dataset. Causes are looked for from the
+// coarse to the fine: an object without pixels first, the compressed stream last. The first one
+// that holds is told.
 #include "zrimaging/images/Explanation.h"
 
 #include "zrimaging/Error.h"
@@ -79,8 +80,9 @@ Facts::Facts(const File& file)
   fragments = fragmentsOf(pixelData);
 }
 
-// --- causes, in the order in which they are looked for --------------------------------------------
-// Each answers a text when it holds, and an empty one when it does not.
+// --- causes, in the order in which they are looked for
+// -------------------------------------------- Each answers a text when it holds, and an empty one
+// when it does not.
 
 std::string noPixelsAtAll(const Facts& facts) {
   const std::string what = describeWithoutPixels(facts.dataset);
@@ -212,8 +214,8 @@ bool cellsMayBeWider(const Facts& facts) {
   return facts.says(DCM_BitsAllocated, 16) && stored && *stored <= 8;
 }
 
-/// What a stream has otherwise than the dataset says, as "of 16 rows, where Rows says 17"; empty where
-/// they agree.
+/// What a stream has otherwise than the dataset says, as "of 16 rows, where Rows says 17"; empty
+/// where they agree.
 std::string disagreement(const Facts& facts, const Zrg::CodedFrame& stream) {
   const auto differ = [](unsigned is, const char* what, const char* name, unsigned says) {
     return "of " + std::to_string(is) + what + ", where " + name + " says " + std::to_string(says);

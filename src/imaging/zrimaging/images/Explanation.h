@@ -19,9 +19,9 @@ struct TransferSyntaxName {
 /// the file for another one.
 TransferSyntaxName transferSyntaxOf(const File& file);
 
-/// Why the image of a file does not decode, in one line: what the object is, what is not there or not
-/// known, and what would help. `found` is what decoding said of it, which comes back where nothing
-/// better is found, and where memory was short. The file may have been decoded in part.
+/// Why the image of a file does not decode, in one line: what the object is, what is not there or
+/// not known, and what would help. `found` is what decoding said of it, which comes back where
+/// nothing better is found, and where memory was short. The file may have been decoded in part.
 Error whyNotDecoded(const File& file, const Error& found);
 
 /// What a message of the decoder amounts to: OutOfMemory or Undecodable.

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Where the values of a frame stand:
 //
-//   enhanced objects   layers of the functional groups: the frame takes each value from the first layer
-//                      that has it (macros of its own item, macros of the shared item, values that lie
-//                      flat in its own item, flat in the shared one)
+//   enhanced objects   layers of the functional groups: the frame takes each value from the first
+//   layer
+//                      that has it (macros of its own item, macros of the shared item, values that
+//                      lie flat in its own item, flat in the shared one)
 //   dose grids         the top level, Dose Grid Scaling, Grid Frame Offset Vector (DoseGrid)
 //   other objects      the top level
 //
@@ -43,8 +44,8 @@ std::vector<DcmItem*> itemsOf(DcmSequenceOfItems* sequence) {
   return items;
 }
 
-// Secondary captures of several frames may have functional groups, and have their line and window at
-// the top level all the same (PS3.3 C.8.6.3).
+// Secondary captures of several frames may have functional groups, and have their line and window
+// at the top level all the same (PS3.3 C.8.6.3).
 bool isSecondaryCapture(const std::string& sopClass) {
   return sopClass == UID_MultiframeGrayscaleByteSecondaryCaptureImageStorage ||
          sopClass == UID_MultiframeGrayscaleWordSecondaryCaptureImageStorage;

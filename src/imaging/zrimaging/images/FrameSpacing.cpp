@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The distance of neighbouring frames: by their positions, else what the dataset says of it. The thickness
-// of a slice is no distance.
+// The distance of neighbouring frames: by their positions, else what the dataset says of it. The
+// thickness of a slice is no distance.
 #include "zrimaging/FrameAttributes.h"
 #include "zrimaging/geometry/Vectors.h"
 

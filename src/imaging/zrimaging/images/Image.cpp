@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Images: frames are decoded one by one into memory that holds them all, then transformed as a whole. In
-// memory there are the samples that are asked for, and their stored form besides where it has another width.
+// Images: frames are decoded one by one into memory that holds them all, then transformed as a
+// whole. In memory there are the samples that are asked for, and their stored form besides where it
+// has another width.
 #include "zrimaging/Image.h"
 
 #include "zrimaging/Error.h"
@@ -27,8 +28,8 @@ namespace zr {
 
 namespace {
 
-/// Attributes of so many frames are read at once; of more only as far as they are asked for, because their
-/// number may be a mere claim.
+/// Attributes of so many frames are read at once; of more only as far as they are asked for,
+/// because their number may be a mere claim.
 constexpr std::size_t kFramesReadAtOnce = 65535;
 
 using Memory = std::shared_ptr<char>;

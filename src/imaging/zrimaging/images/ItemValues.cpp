@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Values of an item for the attributes of frames: names in UTF-8, codes and numbers as they are written.
-// Texts are cut to what is sensible, so that no file can make the reading expensive.
+// Values of an item for the attributes of frames: names in UTF-8, codes and numbers as they are
+// written. Texts are cut to what is sensible, so that no file can make the reading expensive.
 #include "zrimaging/images/ItemValues.h"
 
 #include "zrimaging/texts/CharacterSet.h"

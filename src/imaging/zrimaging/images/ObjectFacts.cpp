@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// What an object is: the library's predicates and the attributes that say how its pixels are stored.
+// What an object is: the library's predicates and the attributes that say how its pixels are
+// stored.
 #include "zrimaging/File.h"
 #include "zrimaging/Image.h"
 #include "zrimaging/images/Explanation.h"

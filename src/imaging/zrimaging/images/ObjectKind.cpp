@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// What an object is, by its SOP Class UID: those without pixels by a table of classes and of families of
-// classes, the others by DCMTK's name of the class.
+// What an object is, by its SOP Class UID: those without pixels by a table of classes and of
+// families of classes, the others by DCMTK's name of the class.
 #include "zrimaging/images/ObjectKind.h"
 
 #include "zrimaging/File.h"

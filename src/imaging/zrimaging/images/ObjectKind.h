@@ -10,8 +10,9 @@ namespace zr {
 /// DCMTK's name of the SOP class of an object, or its UID where DCMTK has none; empty without one.
 std::string classNameOf(DcmItem& dataset);
 
-/// What an object is that has no pixels and needs none: "a radiotherapy plan", "a structured report".
-/// Empty for an object with pixels, for an image that lacks them, and where no SOP Class UID tells.
+/// What an object is that has no pixels and needs none: "a radiotherapy plan", "a structured
+/// report". Empty for an object with pixels, for an image that lacks them, and where no SOP Class
+/// UID tells.
 std::string describeWithoutPixels(DcmItem& dataset);
 
 }  // namespace zr

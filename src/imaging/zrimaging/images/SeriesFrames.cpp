@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The images of a series as the frames of one. They are taken for alike only as far as that is true: a
-// file of another kind is refused when its frame is asked for.
+// The images of a series as the frames of one. They are taken for alike only as far as that is
+// true: a file of another kind is refused when its frame is asked for.
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
 #include "zrimaging/Frames.h"

@@ -17,8 +17,8 @@ namespace zr {
 
 namespace {
 
-/// Takes DCMTK's bytes. DCMTK's own way to a file forgets why a write failed, and takes what waits in
-/// a buffer for written.
+/// Takes DCMTK's bytes. DCMTK's own way to a file forgets why a write failed, and takes what waits
+/// in a buffer for written.
 class FileConsumer : public DcmConsumer {
 public:
   explicit FileConsumer(OutputFile& file) : file_(file) {}

@@ -7,8 +7,8 @@
 
 namespace zr {
 
-/// While it lives, SIGINT, SIGTERM and SIGHUP wait: what is made and what is noted of it cannot come
-/// apart.
+/// While it lives, SIGINT, SIGTERM and SIGHUP wait: what is made and what is noted of it cannot
+/// come apart.
 class SignalsHeld {
 public:
   SignalsHeld();

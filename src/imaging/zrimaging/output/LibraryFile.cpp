@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// A file that somebody else writes by its name: looked at before it gets the name that was asked for.
+// A file that somebody else writes by its name: looked at before it gets the name that was asked
+// for.
 #include "zrimaging/output/LibraryFile.h"
 
 #include "zrimaging/Error.h"

@@ -11,8 +11,8 @@
 
 namespace zr {
 
-/// The same promise as that of OutputFile for a file that a library writes, which wants a folder and
-/// a name.
+/// The same promise as that of OutputFile for a file that a library writes, which wants a folder
+/// and a name.
 ///
 /// The library gets a folder that is new, private and called so that nothing in its name can be
 /// taken for something else: it stands beside the target, whose own folder may be called anything.

@@ -23,7 +23,8 @@ namespace fs = std::filesystem;
 }
 
 // The kernel's names of our own descriptors look like links, but the file that such a link seems to
-// lead to is another matter: a pipe has none, and one that is being appended to must not be replaced.
+// lead to is another matter: a pipe has none, and one that is being appended to must not be
+// replaced.
 std::optional<int> descriptorNamed(fs::path path) {
   constexpr int kMostLinks = 40;  // as many as the kernel follows
   std::error_code error;
@@ -88,8 +89,8 @@ void prepareToReplace(int descriptor, const OutputPlace& place) {
     return;
   }
   constexpr mode_t kPermissions = 07777;
-  // Only root may; for others the file is theirs from now on, as every file that they make. The owner
-  // goes first, because giving a file away takes the right to change its permissions.
+  // Only root may; for others the file is theirs from now on, as every file that they make. The
+  // owner goes first, because giving a file away takes the right to change its permissions.
   [[maybe_unused]] const int given =
       fchown(descriptor, place.replaced->st_uid, place.replaced->st_gid);
   if (fchmod(descriptor, place.replaced->st_mode & kPermissions) != 0 || fsync(descriptor) != 0) {

@@ -85,8 +85,8 @@ private:
   Picture picture_;
 };
 
-// The letters that there are: capitals. What is no letter, digit or known sign becomes a blank, a letter
-// of several bytes one.
+// The letters that there are: capitals. What is no letter, digit or known sign becomes a blank, a
+// letter of several bytes one.
 std::string inCapitals(const std::string& text) {
   std::string capitals;
   for (const char letter : text) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Order of the files of a series by the library's comparison, in small memory: of each file only the
-// few attributes stay that a comparison reads.
+// Order of the files of a series by the library's comparison, in small memory: of each file only
+// the few attributes stay that a comparison reads.
 #include "zrimaging/Boundary.h"
 #include "zrimaging/File.h"
 #include "zrimaging/Series.h"
@@ -75,8 +75,8 @@ int compare(DcmDataset& first, DcmDataset& second, const OrderSwitches& on) {
                         on.echoTime, on.volumeUid, on.cardiacPhase);
 }
 
-// Merges two sorted neighbours. The right image goes first only when it is said to come first itself;
-// that keeps the order of the others, and the indices in bounds whatever the answers are.
+// Merges two sorted neighbours. The right image goes first only when it is said to come first
+// itself; that keeps the order of the others, and the indices in bounds whatever the answers are.
 void mergeRuns(std::vector<SeriesImage>& from, std::size_t begin, std::size_t middle,
                std::size_t end, std::vector<SeriesImage>& to, const OrderSwitches& switches) {
   std::size_t left = begin;
@@ -132,8 +132,8 @@ std::optional<std::string> criterionBetween(const SeriesImage& first, const Seri
   if (compare(first.attributes(), second.attributes(), switches) >= 0) {
     return std::nullopt;
   }
-  // The library says who is first, not why. Shown the attributes of one criterion after the other, it
-  // tells which one it was: the last one where none before it told the two apart.
+  // The library says who is first, not why. Shown the attributes of one criterion after the other,
+  // it tells which one it was: the last one where none before it told the two apart.
   const auto decides = [&](const Criterion& criterion) {
     OrderSwitches only;
     if (criterion.member != nullptr) {

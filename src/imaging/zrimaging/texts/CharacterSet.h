@@ -19,8 +19,8 @@ namespace zr {
 /// Which characters the bytes of an item's texts stand for (PS3.5 6.1, PS3.3 C.12.1.1.2).
 class CharacterSet {
 public:
-  /// @param terms values of Specific Character Set, separated by backslashes; unknown ones stand for
-  ///              no character beyond ASCII
+  /// @param terms values of Specific Character Set, separated by backslashes; unknown ones stand
+  ///              for no character beyond ASCII
   explicit CharacterSet(const std::string& terms);
 
   /// The set of an item: its own Specific Character Set, else that of the item it stands in, else
@@ -39,11 +39,12 @@ private:
   bool switches_ = false;  ///< escape sequences may bring in other sets
 };
 
-/// The values of an element of the item without their padding, joined already where they are numbers
-/// or codes; nothing when it has no text form.
+/// The values of an element of the item without their padding, joined already where they are
+/// numbers or codes; nothing when it has no text form.
 std::optional<Utf8Text> utf8Of(DcmItem& item, DcmElement& element);
 
-/// Value 0 of an element of the item; empty when it has none. Texts are in UTF-8, all else as stored.
+/// Value 0 of an element of the item; empty when it has none. Texts are in UTF-8, all else as
+/// stored.
 std::string firstUtf8Of(DcmItem& item, DcmElement& element);
 
 }  // namespace zr

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Texts with escape sequences. They are read here, character by character, and only what a byte of a
-// set means is left to the converter: where a text is damaged the rest is to be shown all the same.
+// Texts with escape sequences. They are read here, character by character, and only what a byte of
+// a set means is left to the converter: where a text is damaged the rest is to be shown all the
+// same.
 //
 // Sets of two bytes a character in G0 (Japanese) use bytes that else are letters, a backslash among
 // them: only who knows which set is in use can tell where a value ends.

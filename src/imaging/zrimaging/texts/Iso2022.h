@@ -13,8 +13,8 @@ namespace zr {
 /// A repertoire of characters that escape sequences can bring in.
 struct CodedSet;
 
-/// The sets in use: that of the bytes below 80 (G0) and that of those above (G1), where null stands for
-/// no characters at all.
+/// The sets in use: that of the bytes below 80 (G0) and that of those above (G1), where null stands
+/// for no characters at all.
 struct CodedSets {
   const CodedSet* low;
   const CodedSet* high;
@@ -23,8 +23,8 @@ struct CodedSets {
 /// ASCII and nothing beyond.
 CodedSets asciiAlone();
 
-/// What a text begins with in the set "ISO_IR NUMBER" or, with escape sequences, "ISO 2022 IR NUMBER":
-/// ASCII alone when the number is not known.
+/// What a text begins with in the set "ISO_IR NUMBER" or, with escape sequences, "ISO 2022 IR
+/// NUMBER": ASCII alone when the number is not known.
 CodedSets setsOf(std::string_view number, bool switching);
 
 /// Reads a text in sets that escape sequences may change (PS3.5 6.1.2.5).
