@@ -3,6 +3,7 @@
 // the builders of the tests and DCMTK's encoders; the damaged ones are those that break decoders
 // which trust what a file says of itself.
 #include "ImageInput.h"
+#include "codecs/Jpeg2000Encoding.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
 
@@ -15,6 +16,7 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <stdexcept>
 
 namespace {
@@ -334,6 +336,45 @@ void writeNesting(const Folder& folder) {
   folder.write("nesting", "meta", Output().list({4, 0, 1, 0, 40, 3, 0, 3, 0, 11, 11, 1, 1}).all());
 }
 
+#if defined(FUZZ_WITH_CODECS)
+
+/// Samples without any order, which choose the attributes by the byte in front of the stream.
+void writeStream(const Folder& folder, const char* name, unsigned choice, unsigned columns,
+                 unsigned rows, unsigned components, const jpeg2000::Settings& settings) {
+  std::vector<int> samples(std::size_t{columns} * rows * components);
+  std::minstd_rand random;
+  for (int& sample : samples) {
+    sample = static_cast<int>(random() >> 8U) & ((1 << settings.bits) - 1);
+    sample -= settings.isSigned ? 1 << (settings.bits - 1) : 0;
+  }
+  folder.write("jpeg2000", name,
+               Output()
+                   .byte(choice)
+                   .bytes(jpeg2000::encode(samples, columns, rows, components, settings))
+                   .all());
+}
+
+void writeJpeg2000(const Folder& folder) {
+  using jpeg2000::Order;
+  writeStream(folder, "grey8", 0, 9, 7, 1, {.levels = 2});
+  writeStream(folder, "grey12", 1, 9, 7, 1, {.bits = 12, .levels = 2});
+  writeStream(folder, "grey16-signed", 3, 8, 8, 1, {.bits = 16, .isSigned = true, .levels = 2});
+  writeStream(folder, "rgb", 0, 8, 6, 3, {.hasColourTransform = true, .levels = 2});
+  writeStream(folder, "rgb-planar", 4, 8, 6, 3, {.levels = 2});
+  writeStream(folder, "lossy", 0, 16, 16, 1, {.ratio = 2});
+  writeStream(folder, "ict", 0, 16, 12, 3, {.hasColourTransform = true, .ratio = 3});
+  writeStream(folder, "tiles", 0, 20, 20, 1, {.tileSize = 8, .levels = 1});
+  writeStream(folder, "layers", 0, 16, 16, 1, {.layers = 3});
+  writeStream(folder, "rpcl-precincts", 0, 40, 40, 1,
+              {.levels = 2, .precinctExponent = 4, .order = Order::Rpcl});
+  writeStream(folder, "cprl-markers", 0, 12, 12, 3,
+              {.levels = 1, .order = Order::Cprl, .hasMarkers = true});
+  writeStream(folder, "file", 0, 9, 7, 1, {.levels = 2, .isFile = true});
+  writeStream(folder, "subsampled", 0, 9, 7, 3, {.levels = 1, .chroma = 2});
+}
+
+#endif
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -351,6 +392,9 @@ int main(int argc, char** argv) {
     writeTables(folder);
     writeTexts(folder);
     writeNesting(folder);
+#if defined(FUZZ_WITH_CODECS)
+    writeJpeg2000(folder);
+#endif
   } catch (const std::exception& failure) {
     (void)std::fprintf(stderr, "write_seeds: %s\n", failure.what());
     return 1;

@@ -308,9 +308,9 @@ TEST(Device, IsNoDicomFile) {
 
 TEST(UnsupportedSyntax, IsNamedInOneLine) {
   const support::TempDir folder;
-  const std::string file = folder.file("jpeg2000.dcm").string();
+  const std::string file = folder.file("mpeg2.dcm").string();
   const std::string image =
-      preambleAndMeta(UID_JPEG2000LosslessOnlyTransferSyntax) + littleEndian(0x28, 2) +
+      preambleAndMeta(UID_MPEG2MainProfileAtMainLevelTransferSyntax) + littleEndian(0x28, 2) +
       littleEndian(0x02, 2) + "US" + littleEndian(2, 2) + littleEndian(1, 2) +
       littleEndian(0x28, 2) + littleEndian(0x04, 2) + "CS" + littleEndian(12, 2) + "MONOCHROME2 " +
       littleEndian(0x28, 2) + littleEndian(0x10, 2) + "US" + littleEndian(2, 2) +
@@ -325,11 +325,12 @@ TEST(UnsupportedSyntax, IsNamedInOneLine) {
   const Outcome outcome = runZrdcm({"decode", file, "-o", folder.file("out.npy").string()});
 
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.errors,
-            "zrdcm: " + file +
-                ": is compressed as JPEG 2000 (Lossless only) (1.2.840.10008.1.2.4.90), for which "
-                "there is no decoder; convert it to an uncompressed transfer "
-                "syntax first\n");
+  EXPECT_EQ(
+      outcome.errors,
+      "zrdcm: " + file +
+          ": is compressed as MPEG2 Main Profile @ Main Level (1.2.840.10008.1.2.4.100), for which "
+          "there is no decoder; convert it to an uncompressed transfer "
+          "syntax first\n");
 }
 
 }  // namespace

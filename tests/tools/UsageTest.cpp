@@ -9,6 +9,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <zrimaging/Codecs.h>
+
 namespace {
 
 using testing::HasSubstr;
@@ -128,11 +130,13 @@ TEST(ZrdcmHelp, ListsTheTypesOfAnOptionOnce) {
   EXPECT_THAT(runZrdcm({"split", "--help"}).output, HasSubstr("--format nrrd|npy  "));
 }
 
-TEST(ZrdcmVersion, IsThatOfTheProjectAndOfDcmtk) {
+TEST(ZrdcmVersion, IsThatOfTheProjectOfDcmtkAndOfOtherDecoders) {
   const Outcome outcome = runZrdcm({"--version"});
 
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.output, "zrdcm " ZRDCM_VERSION " (DCMTK " PACKAGE_VERSION ")\n");
+  const std::string decoders = zr::decoderLibraries();
+  EXPECT_EQ(outcome.output, "zrdcm " ZRDCM_VERSION " (DCMTK " PACKAGE_VERSION +
+                                (decoders.empty() ? "" : "; " + decoders) + ")\n");
 }
 
 TEST(ZrdcmWithoutDictionary, SaysSoInOneLineAndGoesOn) {

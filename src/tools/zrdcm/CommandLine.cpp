@@ -22,6 +22,7 @@
 #include <string>
 #include <utility>
 #include <vector>
+#include <zrimaging/Codecs.h>
 #include <zrimaging/Error.h>
 #include <zrimaging/MemoryBudget.h>
 #include <zrimaging/Output.h>
@@ -43,7 +44,12 @@ constexpr Verb kVerbs[] = {
 };
 
 constexpr const char* kUsageHint = "Run zrdcm --help or zrdcm VERB --help for the usage.\n";
-constexpr const char* kVersion = "zrdcm " ZRDCM_VERSION " (DCMTK " PACKAGE_VERSION ")";
+
+std::string versionText() {
+  const std::string decoders = zr::decoderLibraries();
+  return "zrdcm " ZRDCM_VERSION " (DCMTK " PACKAGE_VERSION +
+         (decoders.empty() ? "" : "; " + decoders) + ")";
+}
 
 using ConfiguredVerb = std::pair<CLI::App*, VerbAction>;
 
@@ -54,7 +60,7 @@ struct GlobalOptions {
 };
 
 void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
-  app.set_version_flag("--version", kVersion);
+  app.set_version_flag("--version", versionText());
   CLI::Option* quiet = app.add_flag("-q,--quiet", options.quiet,
                                     "Neither messages nor progress; the exit status tells");
   app.add_flag("-v,--verbose", options.verbose, "Show what the libraries log while they read files")

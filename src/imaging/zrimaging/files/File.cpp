@@ -4,6 +4,7 @@
 #include "zrimaging/File.h"
 
 #include "zrimaging/Boundary.h"
+#include "zrimaging/files/CodecRegistration.h"
 #include "zrimaging/files/NestingGuard.h"
 
 #include <zrdcmexport/ZrFrames.h>
@@ -143,6 +144,7 @@ std::unique_ptr<DcmFileFormat> readGuarded(bool saysDicom, const HeaderScan& hea
   if (!saysDicom && !holdsKnownAttributes(*format->getDataset())) {
     throw Error(Reason::NotDicom, "is not a DICOM file");
   }
+  letCodecsDecode(*format);
   return format;
 }
 

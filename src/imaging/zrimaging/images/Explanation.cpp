@@ -8,6 +8,7 @@
 
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
+#include "zrimaging/files/CodecRegistration.h"
 #include "zrimaging/images/ObjectKind.h"
 
 #include <zrdcmexport/ZrFrames.h>
@@ -40,6 +41,7 @@ struct Facts {
   DcmPixelSequence* fragments = nullptr;  ///< compressed frames; item 0 is the offset table
   std::size_t frames = 1;                 ///< as the file names them
   std::string photometricInterpretation;  ///< with its spelling repaired; empty when it is missing
+  bool isAdopted = false;                 ///< by a codec, in a syntax that DCMTK does not know
 
   std::optional<unsigned> number(const DcmTagKey& key) const {
     Uint16 value = 0;
@@ -75,7 +77,8 @@ Facts::Facts(const File& file)
       known(Zrg::findTransferSyntax(syntax.uid)),
       object(classNameOf(dataset)),
       frames(file.statedFrameCount()),
-      photometricInterpretation(file.photometricInterpretation()) {
+      photometricInterpretation(file.photometricInterpretation()),
+      isAdopted(zr::isAdopted(file)) {
   (void)dataset.findAndGetElement(DCM_PixelData, pixelData);  // null tells as much
   fragments = fragmentsOf(pixelData);
 }
@@ -122,7 +125,7 @@ std::string noDecoder(const Facts& facts) {
   if (facts.known == nullptr) {
     return "is in transfer syntax " + facts.syntaxText() + ", which is not known here";
   }
-  return Zrg::isDecodable(facts.syntax.uid)
+  return Zrg::isDecodable(facts.syntax.uid) || facts.isAdopted
              ? ""
              : "is compressed as " + facts.syntaxText() +
                    ", for which there is no decoder; convert it to an uncompressed transfer syntax "

@@ -4,6 +4,7 @@
 #include "zrimaging/DicomWriter.h"
 #include "zrimaging/File.h"
 #include "zrimaging/Series.h"
+#include "zrimaging/files/CodecRegistration.h"
 #include "zrimaging/files/Condition.h"
 
 #include <zrdcmexport/ExDCM.h>
@@ -41,6 +42,11 @@ void keepOriginalNumber(DcmDataset& dataset) {
 void writeRenumbered(const fs::path& file, std::size_t position, const fs::path& target,
                      const ProtectedInputs& inputs) {
   const File source(file);
+  if (isAdopted(source)) {
+    throw Error(Reason::Unsupported,
+                "cannot copy " + file.string() + ": it is in transfer syntax " +
+                    source.statedTransferSyntax() + ", which DCMTK does not write");
+  }
   DcmFileFormat copy(&source.dataset());
   DcmDataset& dataset = *copy.getDataset();
   keepOriginalNumber(dataset);
