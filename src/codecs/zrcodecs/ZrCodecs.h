@@ -20,12 +20,14 @@ class DcmFileFormat;
 namespace zrcodecs {
 
 struct CodecOptions {
-  /// Threads that decode frames of one dataset at once, the caller's among them.
+  /// Threads that decode frames of one dataset at once, the caller's among them. The codecs that
+  /// there are so far decode one frame after the other, whatever is asked for.
   unsigned int threads = 1;
   /// A frame of more samples (columns x rows x samples per pixel) is refused before memory is
   /// taken.
   std::uint64_t mostSamplesPerFrame = std::uint64_t{1} << 28U;
-  /// Whether codecs of transfer syntaxes that DCMTK decodes itself are registered too.
+  /// Whether codecs of transfer syntaxes that DCMTK decodes itself are registered too. There is none
+  /// so far: those of the table above are all.
   bool replaceBuiltIn = true;
 };
 
