@@ -24,7 +24,7 @@ TARGETS = {
 # but public ones.
 ORDER = {
     "core": ["dicom", "streams|samples|dictionary|series", "decoding|writing", "volumes"],
-    "imaging": ["texts|output|geometry", "files", "images|series|export", "pictures", "formats"],
+    "imaging": ["texts|output|geometry", "files", "images|series|export|volumes", "pictures", "formats"],
 }
 FACES = {"core": "zrdcmexport", "imaging": "zrimaging"}
 # Inspectors that the codecs are built with as well: a program that uses the codecs alone needs no core.

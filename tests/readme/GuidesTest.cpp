@@ -4,8 +4,10 @@
 #include "decoding.h"
 #include "embedding.h"
 #include "export.h"
+#include "imaging.h"
 #include "lookup-tables-and-overlays.h"
 #include "multi-frame.h"
+#include "support/Compression.h"
 #include "support/ImageBuilder.h"
 #include "support/TempDir.h"
 
@@ -13,6 +15,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
 
 namespace {
 
@@ -334,6 +340,49 @@ TEST(EmbeddingGuide, KnowsTheSizeOfTheTarget) {
     Zrg::SliceImage tooSmall;
     EXPECT_FALSE(tooSmall.process(*dataset, error, 0, 0, memory.data(), memory.size()));
   }
+}
+
+std::string savedIn(const support::TempDir& folder, const DcmDataset& dataset) {
+  const std::filesystem::path path = folder.file("in.dcm");
+  support::saveFile(dataset, path, EXS_LittleEndianExplicit);
+  return path.string();
+}
+
+std::string contentOf(const std::string& path) {
+  std::ifstream stream(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+TEST(ImagingGuide, TakesAFrameByItsNumber) {
+  const support::TempDir folder;
+  const auto dataset = monochromeImage(2, 1).frames(3).samples({1, 2, 3, 4, 5, 6}).build();
+
+  const zr::DecodedFrames frames = imaging_guide::frameOf(savedIn(folder, *dataset), 2);
+
+  EXPECT_EQ(frames.count(), 1U);
+  EXPECT_THAT(samplesAt(reinterpret_cast<const char*>(frames.samples().bytes), 2),
+              ElementsAre(5, 6));
+}
+
+TEST(ImagingGuide, SaysWhyBytesAreNoImage) {
+  const support::TempDir folder;
+
+  EXPECT_EQ(imaging_guide::whyNot(contentOf(savedIn(folder, *ctSlice(2, 2).build()))), "");
+  EXPECT_EQ(imaging_guide::whyNot("no file"), "NotDicom: is not a DICOM file");
+}
+
+TEST(ImagingGuide, WritesByTheEndingAndNeverOverAnInput) {
+  const support::TempDir folder;
+  const std::string input = savedIn(folder, *monochromeImage(2, 1).samples({7, 8}).build());
+  const zr::DecodedFrames frames = imaging_guide::frameOf(input, 0);
+  const std::string target = folder.file("out.raw").string();
+
+  imaging_guide::writeFrames(frames, target, zr::ProtectedInputs({input}));
+
+  EXPECT_EQ(contentOf(target), std::string("\7\0\10\0", 4));
+  EXPECT_THROW(imaging_guide::writeFrames(frames, target, zr::ProtectedInputs({target})),
+               zr::Error);
+  EXPECT_THROW(imaging_guide::writeFrames(frames, folder.file("out.bmp").string(), {}), zr::Error);
 }
 
 }  // namespace

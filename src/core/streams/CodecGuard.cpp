@@ -8,16 +8,14 @@
 //                         nothing is unpacked as a run
 //   RLE, frame alone      a short fragment or a segment outside it is read beyond its end
 //   JPEG, frame header    a smaller image than the attributes promise leaves heap contents; a
-//   larger
-//                         promise than the stream allocates gigabytes; a marker for temporary use
-//                         makes the search for the header endless; more than 8 bits called baseline
-//                         fill half of the samples; samples of more bits than Bits Allocated are
-//                         taken for twice as many
+//                         larger promise than the stream allocates gigabytes; a marker for
+//                         temporary use makes the search for the header endless; more than 8 bits
+//                         called baseline fill half of the samples; samples of more bits than Bits
+//                         Allocated are taken for twice as many
 //   JPEG, whole images    the decoder for the first frame drops the lowest bits of longer samples
 //   JPEG-LS, all of it    a stream that ends inside its scans, which an offset table can bring
-//   about,
-//                         is read beyond its end; presets of a kind that the decoder does not check
-//                         make it read outside its buffers
+//                         about, is read beyond its end; presets of a kind that the decoder does
+//                         not check make it read outside its buffers
 //   JPEG 2000, headers    those of a few bytes that make a codec of the application take gigabytes
 #include "streams/CodecGuard.h"
 

@@ -11,27 +11,27 @@
 // alone.
 //
 //   SIZ  Uint16 capabilities, Uint32 X, Y (end of the image), XO, YO (its begin), XT, YT (size of a
-//   tile),
-//        XTO, YTO (begin of the tiles), Uint16 components, each Uint8 sign (bit 7) and precision -
-//        1, Uint8 horizontal, Uint8 vertical distance of samples
+//        tile), XTO, YTO (begin of the tiles), Uint16 components, each Uint8 sign (bit 7) and
+//        precision - 1, Uint8 horizontal, Uint8 vertical distance of samples
 //   COD  Uint8 flags (1: precincts are given), Uint8 order, Uint16 layers, Uint8 colour transform,
-//   then
-//        Uint8 decomposition levels, width and height of code-blocks (exponent - 2), style,
+//        then Uint8 decomposition levels, width and height of code-blocks (exponent - 2), style,
 //        wavelet, and for each resolution Uint8: exponents of the precinct's width (low bits) and
 //        height
 //   COC  component (Uint8, or Uint16 with more than 256), Uint8 flags, then as COD from the levels
-//   on SOT  Uint16 tile, Uint32 bytes of the tile-part from its marker on (0: to the end of the
-//   codestream),
-//        Uint8 tile-part, Uint8 their number; more segments up to SOD (FF93), then packets
+//        on
+//   SOT  Uint16 tile, Uint32 bytes of the tile-part from its marker on (0: to the end of the
+//        codestream), Uint8 tile-part, Uint8 their number; more segments up to SOD (FF93), then
+//        packets
 //
 // What each check keeps away from OpenJPEG:
 //
 //   other size, components, precision   samples that do not fill the frame, or fill it twice
 //   tiles                               a structure of 7 KB for each, 65,535 of them in a header of
-//   100 bytes tiles that are missing              "decoded" to zeros without a word
+//                                       100 bytes
+//   tiles that are missing              "decoded" to zeros without a word
 //   packets                             each takes a byte at least; those of 1 x 1 precincts take
-//   gigabytes positions                           precincts narrow in one resolution and flat in
-//   another are
+//                                       gigabytes
+//   positions                           precincts narrow in one resolution and flat in another are
 //                                       looked for at each pixel
 //   code-blocks                         half a KB for each, coded or not
 #include "streams/Jpeg2000Stream.h"

@@ -20,8 +20,8 @@ namespace zr {
 ///     PatientID                               a keyword of DCMTK's dictionary
 ///     0010,0020   (0010,0020)   00100020      a number, hexadecimal
 ///     7005,16,TOSHIBA_MEC_CT3                 a private element: group, element within the block
-///     of
-///                                             its creator, creator (also 7005,xx16 and 7005,1016)
+///                                             of its creator, creator (also 7005,xx16 and
+///                                             7005,1016)
 ///     5200,9230[3]/0020,9113/0020,0032        item 3 (0-based; item 0 where none is named) of one
 ///                                             sequence, item 0 of another in it, an element
 class ZRIMAGING_API AttributePath {

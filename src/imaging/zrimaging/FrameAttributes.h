@@ -16,7 +16,7 @@ namespace zr {
 /// A text that the dataset says of its values; empty when it does not.
 struct ValueText {
   std::string utf8;
-  bool escaped = false;  ///< it holds bytes that stand for no known character, as \xE9
+  bool escaped = false;  ///< it holds bytes that stand for no known character, as \\xE9
 
   bool operator==(const ValueText& other) const {
     return utf8 == other.utf8 && escaped == other.escaped;

@@ -91,7 +91,8 @@ public:
 
 /// The images of a series, one frame in each file, as they are shown: see Image::forDisplay. Each
 /// is decoded when it is asked for.
-/// @param files at least one, in the order of the frames
+/// @param files  at least one, in the order of the frames
+/// @param memory that the frames in memory at a time may take
 /// @throws Error when the first file does not decode. Frames::frame names the file in its errors,
 ///         also for one that has several frames, or pixels or a rescale line other than those of
 ///         the first file.
@@ -109,13 +110,15 @@ public:
 /// all:
 ///
 ///     frame spacing         mm from each frame to the next, negative against row x column
-///     direction modality slope        of the line from samples to modality values
+///                           direction
+///     modality slope        of the line from samples to modality values
 ///     modality intercept    likewise
 ///     modality unit         left out when the dataset does not say it
 ///     window centre, width  likewise
 ///
 /// In the plural ("modality slopes") they have a value for each frame. What is not known is
 /// "unknown".
+/// @param record  of the image
 /// @param indices the frames of the array, in its order
 [[nodiscard]] ZRIMAGING_API ArrayDescription describeArray(const FramesRecord& record,
                                                            const std::vector<std::size_t>& indices);

@@ -80,8 +80,10 @@ struct DecodeRequest {
 /// Frames that are decoded and in memory.
 class ZRIMAGING_API DecodedFrames final : public Frames {
 public:
+  /// @param record  what is known of the frames
   /// @param samples all frames of the record, one after the other
   /// @param memory  what keeps the samples
+  /// @param remarks what the user must know about the samples
   DecodedFrames(FramesRecord record, const SampleArray& samples, std::shared_ptr<const void> memory,
                 std::vector<Remark> remarks);
 
@@ -144,6 +146,8 @@ public:
   DecodedFrames decode(const DecodeRequest& request, const MemoryBudget& memory) const;
 
   /// Decodes frames into memory of the caller. Overlays are not read.
+  /// @param request which frames, and how
+  /// @param memory  that decoding may take
   /// @param target receives count x rows x columns x channels samples; owned by the caller
   /// @param size   bytes of `target`
   /// @return what the user must know about the samples

@@ -71,7 +71,9 @@ private:
 /// Decides how to show monochrome frames: each through the window wanted, else its own, else over
 /// the range of the values that occur in the frames (without those that mark padding). Windows of
 /// the file that leave one grey of all samples give way to that range, with a remark.
-/// @param count of the first frames, which decide; they have attributes in the record
+/// @param frames some or all are decoded
+/// @param count  of the first frames, which decide; they have attributes in the record
+/// @param wanted the window of a user; without it the frames have theirs
 /// @throws Error when a frame does not decode
 /// @see PS3.3 C.11.2.1.2 (Window Center and Window Width)
 [[nodiscard]] ZRIMAGING_API Display displayOf(Frames& frames, std::size_t count,
@@ -103,6 +105,7 @@ using Colour = std::array<unsigned char, 3>;
 
 /// Draws the overlays that are on a frame into its picture, each group in its own colour.
 /// @param picture gray
+/// @param record  of the image that the frame is in
 /// @param index   of the frame
 /// @return the picture in RGB
 /// @see PS3.3 C.9.2 (Overlay Plane Module)
@@ -110,7 +113,8 @@ using Colour = std::array<unsigned char, 3>;
                                                  std::size_t index);
 
 /// One overlay as a picture as large as the frame: 255 where it is set, 0 elsewhere.
-/// @param index of the overlay in `record.overlays`
+/// @param record of the image
+/// @param index  of the overlay in `record.overlays`
 [[nodiscard]] ZRIMAGING_API Picture overlayMask(const FramesRecord& record, int index);
 
 }  // namespace zr

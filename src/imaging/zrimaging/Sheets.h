@@ -62,13 +62,16 @@ struct SheetContent {
 /// the colours of their groups, colour frames in colour. Besides the samples of the source only the
 /// sheet and one tile are held.
 ///
-/// @param layout receives where everything is
+/// @param frames  what is drawn; they are decoded one after the other
+/// @param content which of them, and what the sheet says
+/// @param layout  receives where everything is
 /// @return RGB, at most SheetLayout::kLargestSide wide and high
 /// @throws Error when a frame does not decode.
 [[nodiscard]] ZRIMAGING_API Picture drawContactSheet(Frames& frames, const SheetContent& content,
                                                      SheetLayout& layout);
 
 /// What a sheet of all frames has to show.
+/// @param frames some are decoded to find their windows
 /// @param wanted the window of a user; without it the frames have theirs
 /// @throws Error when a frame does not decode.
 [[nodiscard]] ZRIMAGING_API SheetContent allFrames(Frames& frames,
@@ -85,6 +88,7 @@ struct SheetContent {
 [[nodiscard]] ZRIMAGING_API std::size_t columnsOfVolumes(const File& file);
 
 /// Overlay groups that have something drawn on any of these frames, ascending.
+/// @param record of the image
 /// @param frames indices
 [[nodiscard]] ZRIMAGING_API std::vector<unsigned> overlayGroups(
     const FramesRecord& record, const std::vector<std::size_t>& frames);

@@ -5,8 +5,7 @@
 //   monochrome   samples of 8 or 16 bits that DCMTK decodes: the stored samples, whole and each
 //                frame alone, have the expected MD5
 //   colour       colour and palettes that DCMTK renders: the 8-bit RGB has the expected MD5, or
-//   that
-//                of DCMTK's own rendering where the table says how little that differs
+//                that of DCMTK's own rendering where the table says how little that differs
 //   the rest     refused with one of the library's messages, without a crash
 //
 // Each test prints what it did with which file, and fails when it had fewer files than it must.

@@ -3,8 +3,8 @@
 //
 //   explicit VR   group(2) element(2) VR(2) length(2)              short form
 //                 group(2) element(2) VR(2) reserved(2) length(4)  VRs that DcmVR says are
-//                 extended,
-//                                                                  unknown ones of capitals too
+//                                                                  extended, unknown ones of
+//                                                                  capitals too
 //   implicit VR   group(2) element(2) length(4)                    the dictionary tells the VR
 //   items         (FFFE,E000) length(4); ends (FFFE,E00D) and (FFFE,E0DD); length(4)
 //

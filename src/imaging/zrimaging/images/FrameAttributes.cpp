@@ -2,9 +2,8 @@
 // Where the values of a frame stand:
 //
 //   enhanced objects   layers of the functional groups: the frame takes each value from the first
-//   layer
-//                      that has it (macros of its own item, macros of the shared item, values that
-//                      lie flat in its own item, flat in the shared one)
+//                      layer that has it (macros of its own item, macros of the shared item, values
+//                      that lie flat in its own item, flat in the shared one)
 //   dose grids         the top level, Dose Grid Scaling, Grid Frame Offset Vector (DoseGrid)
 //   other objects      the top level
 //
