@@ -26,7 +26,11 @@ constexpr Uint8 kCanary = 0xA5;
 
 Uint16 extent(const Uint8* end, const Uint8* begin) {
   const auto number = [](const Uint8* at) {
-    return static_cast<unsigned int>(at[0]) << 24U | at[1] << 16U | at[2] << 8U | at[3];
+    unsigned int value = 0;
+    for (int i = 0; i < 4; ++i) {
+      value = value << 8U | at[i];
+    }
+    return value;
   };
   return static_cast<Uint16>(number(end) - number(begin));
 }

@@ -146,7 +146,7 @@ public:
                         static_cast<Uint32>(task_.attributes.size.allocatedBytes()),
                         frame_->cells(), frame_->cellsSize());
     return status.bad() ? frameNotDecompressed(status)
-                        : frame_->render(decoder_.colourModel().c_str(), target);
+                        : frame_->render(decoder_.colourModel(), target);
   }
 
 private:

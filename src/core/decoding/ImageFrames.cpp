@@ -104,7 +104,7 @@ bool ImageFrames::areUpToDate() const {
 }
 
 Result<void> ImageFrames::decode(std::uint64_t frame, char* target, std::uint64_t targetSize) {
-  if (const Result<void> allowed = mayDecode(frame, targetSize); !allowed) {
+  if (Result<void> allowed = mayDecode(frame, targetSize); !allowed) {
     return allowed;
   }
   const auto number = static_cast<Uint32>(frame);
@@ -170,7 +170,7 @@ Result<void> ImageFrames::decodeStored(Uint32 frame, char* target) {
   if (!scratch) {
     return scratch.reason();
   }
-  if (const Result<void> taken = take(frame, frameBytes, scratch->get(), frameBytes + 1); !taken) {
+  if (Result<void> taken = take(frame, frameBytes, scratch->get(), frameBytes + 1); !taken) {
     return taken;
   }
   std::memcpy(target, scratch->get(), frameBytes);
@@ -185,7 +185,7 @@ Result<void> ImageFrames::decodeNarrow(Uint32 frame, char* target, unsigned int 
   }
   const auto pixels = static_cast<Uint32>(size.pixels());
   const auto frameBytes = static_cast<Uint32>(image_.format.frameBytes());
-  if (const Result<void> taken = take(frame, pixels, target, frameBytes); !taken) {
+  if (Result<void> taken = take(frame, pixels, target, frameBytes); !taken) {
     return taken;
   }
   const auto* const bytes = reinterpret_cast<const Uint8*>(target);
@@ -215,8 +215,7 @@ Result<void> ImageFrames::renderDecoded(Uint32 frame, char* target) {
   (void)completePlanarConfiguration(item_);  // the decoders ask for it; the frame knows which it is
   ColourFrame colour(item_, image_.attributes.size);
   const auto frameBytes = static_cast<Uint32>(image_.attributes.size.allocatedBytes());
-  if (const Result<void> taken = take(frame, frameBytes, colour.cells(), colour.cellsSize());
-      !taken) {
+  if (Result<void> taken = take(frame, frameBytes, colour.cells(), colour.cellsSize()); !taken) {
     return taken;
   }
   return colour.render(decoder_.colourModel(), target);

@@ -33,7 +33,7 @@ constexpr char kNoPixelData[] = "No pixel data";
 Result<char*> decodeRange(SliceImage& slice, const Task& task) {
   char* destination = static_cast<char*>(task.target);
   if (task.target != nullptr) {
-    if (const Result<void> fits = targetHoldsFrames(task); !fits) {
+    if (Result<void> fits = targetHoldsFrames(task); !fits) {
       return fits.reason();
     }
   } else {
@@ -55,7 +55,7 @@ Result<char*> decodeRange(SliceImage& slice, const Task& task) {
 
 Result<void> fillMonochrome(SliceImage& slice, const Task& task) {
   slice.samplesPerPixel = 1;
-  if (const Result<void> one = requireOneSamplePerPixel(task.item); !one) {
+  if (Result<void> one = requireOneSamplePerPixel(task.item); !one) {
     return one;
   }
   const Result<char*> samples = task.frames.all ? decodeInPlace(task) : decodeRange(slice, task);
@@ -105,7 +105,7 @@ Result<void> findMemory(SliceImage& slice, const Task& task, ColourFrames& frame
     return {};
   }
   if (task.target != nullptr) {
-    if (const Result<void> fits = fitsTarget(task.targetSize, totalBytes); !fits) {
+    if (Result<void> fits = fitsTarget(task.targetSize, totalBytes); !fits) {
       return fits;
     }
     slice.data = static_cast<char*>(task.target);
@@ -126,7 +126,7 @@ Result<void> findMemory(SliceImage& slice, const Task& task, ColourFrames& frame
 Result<void> takeFrames(SliceImage& slice, const Task& task, ColourFrames& frames) {
   const unsigned long long frameBytes = frames.frameBytes();
   const auto totalBytes = frameBytes * static_cast<unsigned long long>(task.frames.count);
-  if (const Result<void> memory = findMemory(slice, task, frames, totalBytes); !memory) {
+  if (Result<void> memory = findMemory(slice, task, frames, totalBytes); !memory) {
     return memory;
   }
   char* target = firstSample(slice);
@@ -134,7 +134,7 @@ Result<void> takeFrames(SliceImage& slice, const Task& task, ColourFrames& frame
     if (!frames.hasFrame(position)) {
       return frames.missingFrame(totalBytes);
     }
-    if (const Result<void> made = frames.makeFrame(position, target, totalBytes); !made) {
+    if (Result<void> made = frames.makeFrame(position, target, totalBytes); !made) {
       return made;
     }
     target += frameBytes;
@@ -148,7 +148,7 @@ Result<void> takeRenderedFrames(SliceImage& slice, const Task& task) {
 }
 
 Result<void> fillColour(SliceImage& slice, const Task& task) {
-  if (const Result<void> countable = haveCountableSize(task); !countable) {
+  if (Result<void> countable = haveCountableSize(task); !countable) {
     announceRgb(slice);
     return countable;
   }
@@ -162,7 +162,7 @@ Result<void> fillColour(SliceImage& slice, const Task& task) {
     announceRgb(slice);
     return takeRenderedFrames(slice, task);
   }
-  if (const Result<void> allowed = ColourDocument::mayOpen(task); !allowed) {
+  if (Result<void> allowed = ColourDocument::mayOpen(task); !allowed) {
     announceRgb(slice);
     return allowed;
   }
@@ -188,7 +188,7 @@ Result<void> fillSamples(SliceImage& slice, const Task& task) {
   } catch (const std::bad_alloc&) {
     return Reason{kOutOfMemory};
   }
-  const Result<void> filled =
+  Result<void> filled =
       task.attributes.monochrome ? fillMonochrome(slice, task) : fillColour(slice, task);
   if (filled) {
     samples.finished();
@@ -235,8 +235,7 @@ bool SliceImage::process(DcmItem& item, std::string& errorText, int firstFrame, 
   valid = false;
   Decoding::warnWithoutDictionary();
   try {
-    const Result<void> filled =
-        Decoding::fill(*this, item, firstFrame, lastFrame, target, targetSize);
+    Result<void> filled = Decoding::fill(*this, item, firstFrame, lastFrame, target, targetSize);
     valid = static_cast<bool>(filled);
     if (!valid) {
       errorText = filled.reason().text;

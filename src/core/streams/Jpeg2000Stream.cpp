@@ -467,7 +467,7 @@ uint64_t countBlocks(const Area& component, const ComponentCoding& coding,
   const unsigned int ofBand = resolution > 0 ? 1 : 0;
   const unsigned int width = std::min(coding.blockWidth, (precinct & 0x0FU) - ofBand);
   const unsigned int height = std::min(coding.blockHeight, (precinct >> 4U) - ofBand);
-  const unsigned int level = coding.levels - resolution + ofBand;
+  const unsigned int level = std::min(coding.levels - resolution + ofBand, kMostLevels + 1);
   const uint64_t half = level > 0 ? uint64_t{1} << (level - 1) : 0;
   uint64_t blocks = 0;
   for (unsigned int band = resolution > 0 ? 1 : 0; band <= (resolution > 0 ? 3U : 0U); ++band) {
@@ -516,7 +516,8 @@ std::optional<Reason> Walk::countTile(const Area& tile, const Coding& coding, ui
   }
   // OpenJPEG numbers packets, and steps over positions, as if all resolutions were like the
   // largest.
-  const uint64_t each = uint64_t{1} * mostResolutions * image_.components.size();
+  const uint64_t each =
+      std::max(uint64_t{1}, uint64_t{1} * mostResolutions * image_.components.size());
   const uint64_t most = kPositionsOfAByte * size_ + kAFewPositions;
   const uint64_t positions =
       intervals(tile.x0, tile.x1, narrowest) * intervals(tile.y0, tile.y1, flattest);
