@@ -42,13 +42,15 @@ struct ArrayToWrite {
 
 /// What the files of a format can hold; a sum of these.
 enum FormatContent : unsigned {
-  kColour = 1,         ///< three channels
-  kSixteenBits = 2,    ///< samples of two bytes; those of one byte go into every format
-  kSigned = 4,         ///< samples with a sign
-  kSeveralFrames = 8,  ///< of one size, in one file; else every frame is a file of its own
-  kShape = 16,         ///< the file itself says type and size of the array: it can be read alone
-  kDescription = 32,   ///< spacings, keys and values: ArrayDescription
-  kForEyes = 64,       ///< a picture: samples go through a window first, unless they are kept
+  kColour = 1,           ///< three channels
+  kSixteenBits = 2,      ///< integers of two bytes; those of one byte go into every format
+  kSigned = 4,           ///< samples with a sign
+  kSeveralFrames = 8,    ///< of one size, in one file; else every frame is a file of its own
+  kShape = 16,           ///< the file itself says type and size of the array: it can be read alone
+  kDescription = 32,     ///< spacings, keys and values: ArrayDescription
+  kForEyes = 64,         ///< a picture: samples go through a window first, unless they are kept
+  kThirtyTwoBits = 128,  ///< integers of four bytes
+  kFloatingPoint = 256,  ///< floating-point numbers of four and eight bytes
 };
 
 /// A format that arrays are written in: a row of the table.
@@ -87,8 +89,9 @@ ZRIMAGING_API void addFormat(const OutputFormat& format);
 
 /// Writes an array.
 /// `inputs` are files that must not be replaced.
-/// @throws Error Unsupported when the format does not hold such an array; CannotWrite when the file
-///         cannot be written or is an input. What `frameAt` throws passes through.
+/// @throws Error Unsupported when the format does not hold such an array, with the names of those
+///         that do; CannotWrite when the file cannot be written or is an input. What `frameAt`
+///         throws passes through.
 ZRIMAGING_API void writeArray(const OutputFormat& format, const std::filesystem::path& target,
                               const ProtectedInputs& inputs, const ArrayToWrite& array);
 

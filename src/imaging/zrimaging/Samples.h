@@ -9,18 +9,38 @@
 
 namespace zr {
 
-/// Type of one sample: integers with and without a sign, of 8 and 16 bits.
-enum class SampleType : std::uint8_t { kU8, kS8, kU16, kS16 };
+/// Type of one sample: integers with and without a sign, of 8, 16 and 32 bits, and the floating-point
+/// numbers of IEEE 754, of 32 and 64 bits.
+enum class SampleType : std::uint8_t { kU8, kS8, kU16, kS16, kU32, kS32, kF32, kF64 };
 
 inline std::size_t bytesOf(SampleType type) {
-  return type == SampleType::kU8 || type == SampleType::kS8 ? 1 : 2;
+  switch (type) {
+    case SampleType::kU8:
+    case SampleType::kS8:
+      return 1;
+    case SampleType::kU16:
+    case SampleType::kS16:
+      return 2;
+    case SampleType::kU32:
+    case SampleType::kS32:
+    case SampleType::kF32:
+      return 4;
+    case SampleType::kF64:
+      break;
+  }
+  return 8;
 }
 
+/// Whether these are integers with a sign.
 inline bool isSigned(SampleType type) {
-  return type == SampleType::kS8 || type == SampleType::kS16;
+  return type == SampleType::kS8 || type == SampleType::kS16 || type == SampleType::kS32;
 }
 
-/// The type as NumPy and NRRD call it: "uint8", "int16".
+inline bool isFloatingPoint(SampleType type) {
+  return type == SampleType::kF32 || type == SampleType::kF64;
+}
+
+/// The type as NumPy calls it: "uint8", "int16", "float32".
 inline const char* typeName(SampleType type) {
   switch (type) {
     case SampleType::kU8:
@@ -30,9 +50,17 @@ inline const char* typeName(SampleType type) {
     case SampleType::kU16:
       return "uint16";
     case SampleType::kS16:
+      return "int16";
+    case SampleType::kU32:
+      return "uint32";
+    case SampleType::kS32:
+      return "int32";
+    case SampleType::kF32:
+      return "float32";
+    case SampleType::kF64:
       break;
   }
-  return "int16";
+  return "float64";
 }
 
 /// Samples that somebody else owns: frames x rows x columns x channels, contiguous, in the byte
@@ -48,7 +76,8 @@ struct SampleArray {
   std::size_t frameBytes() const { return rows * columns * channels * bytesOf(type); }
   std::size_t byteCount() const { return frames * frameBytes(); }
 
-  /// The bits of sample `index`, counted over all frames; a signed one keeps its bits too.
+  /// The bits of sample `index`, counted over all frames; a signed one keeps its bits too. For
+  /// samples of 8 and 16 bits.
   std::uint16_t sample(std::size_t index) const {
     if (bytesOf(type) == 1) {
       return bytes[index];

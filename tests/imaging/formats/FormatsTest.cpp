@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The table of output formats, and what each row writes.
+#include "support/RowName.h"
 #include "support/TempDir.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/Output.h"
@@ -17,6 +18,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using zr::OutputFormat;
 using zr::SampleArray;
@@ -119,11 +121,94 @@ TEST_F(WrittenArray, IsRefusedByAFormatThatDoesNotHoldIt) {
     FAIL() << "two frames in one picture";
   } catch (const zr::Error& error) {
     EXPECT_EQ(error.reason(), zr::Reason::Unsupported);
-    EXPECT_EQ(error.what(), "cannot write " + folder_.file("out").string() +
-                                ": files of the format png do not hold several frames");
+    EXPECT_EQ(error.what(),
+              "cannot write " + folder_.file("out").string() +
+                  ": files of the format png do not hold several frames: npy, nrrd and raw do");
   }
   EXPECT_FALSE(std::filesystem::exists(folder_.file("out")));
 }
+
+/// An array of one frame, one row and two samples of a type, and what the files call the type.
+struct TypedSamples {
+  const char* name;
+  SampleType type;
+  std::string bytes;  ///< of 1 and -2, or of 1 and 0xFF..FE, in little endian
+  const char* npy;
+  const char* nrrd;
+};
+
+const TypedSamples kTypedSamples[] = {
+    {"Unsigned8", SampleType::kU8, {"\x01\xFE", 2}, "|u1", "uint8"},
+    {"Signed8", SampleType::kS8, {"\x01\xFE", 2}, "|i1", "int8"},
+    {"Unsigned16", SampleType::kU16, {"\x01\0\xFE\xFF", 4}, "<u2", "uint16"},
+    {"Signed16", SampleType::kS16, {"\x01\0\xFE\xFF", 4}, "<i2", "int16"},
+    {"Unsigned32", SampleType::kU32, {"\x01\0\0\0\xFE\xFF\xFF\xFF", 8}, "<u4", "uint32"},
+    {"Signed32", SampleType::kS32, {"\x01\0\0\0\xFE\xFF\xFF\xFF", 8}, "<i4", "int32"},
+    {"Float32", SampleType::kF32, {"\0\0\x80\x3F\0\0\0\xC0", 8}, "<f4", "float"},
+    {"Float64", SampleType::kF64, {"\0\0\0\0\0\0\xF0\x3F\0\0\0\0\0\0\0\xC0", 16}, "<f8", "double"}};
+
+class SamplesOfAType : public WrittenArray, public testing::WithParamInterface<TypedSamples> {
+protected:
+  SampleArray samples() const {
+    return {reinterpret_cast<const unsigned char*>(GetParam().bytes.data()),
+            GetParam().type,
+            1,
+            1,
+            2,
+            1};
+  }
+};
+
+TEST_P(SamplesOfAType, AreRawAsTheyAre) {
+  EXPECT_EQ(bytesAs("raw", zr::arrayOf(samples())), GetParam().bytes);
+}
+
+TEST_P(SamplesOfAType, AreNpyOfThatType) {
+  const std::string bytes = bytesAs("npy", zr::arrayOf(samples()));
+
+  EXPECT_THAT(bytes, HasSubstr(std::string("{'descr': '") + GetParam().npy + "', "));
+  EXPECT_EQ(bytes.substr(128), GetParam().bytes);
+}
+
+TEST_P(SamplesOfAType, AreNrrdOfThatType) {
+  const std::string bytes = bytesAs("nrrd", zr::arrayOf(samples()));
+
+  EXPECT_THAT(bytes, HasSubstr(std::string("\ntype: ") + GetParam().nrrd + "\n"));
+  EXPECT_EQ(bytes.substr(bytes.find("\n\n") + 2), GetParam().bytes);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, SamplesOfAType, testing::ValuesIn(kTypedSamples),
+                         support::nameOf<TypedSamples>);
+
+struct RefusedSamples {
+  const char* name;
+  SampleType type;
+  const char* reason;
+};
+
+class SamplesThatNoPictureHolds : public WrittenArray,
+                                  public testing::WithParamInterface<RefusedSamples> {};
+
+TEST_P(SamplesThatNoPictureHolds, AreRefusedWithTheFormatsThatDo) {
+  const std::vector<unsigned char> bytes(8);
+  try {
+    (void)bytesAs("png", zr::arrayOf({bytes.data(), GetParam().type, 1, 1, 1, 1}));
+    FAIL() << "written";
+  } catch (const zr::Error& error) {
+    EXPECT_EQ(error.what(), "cannot write " + folder_.file("out").string() +
+                                ": files of the format png do not hold " + GetParam().reason);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Types, SamplesThatNoPictureHolds,
+    testing::Values(
+        RefusedSamples{"Unsigned32", SampleType::kU32, "samples of 32 bits: npy, nrrd and raw do"},
+        RefusedSamples{"Signed32", SampleType::kS32, "samples of 32 bits: npy, nrrd and raw do"},
+        RefusedSamples{"Float32", SampleType::kF32, "floating-point samples: npy, nrrd and raw do"},
+        RefusedSamples{"Float64", SampleType::kF64,
+                       "floating-point samples: npy, nrrd and raw do"}),
+    support::nameOf<RefusedSamples>);
 
 TEST_F(WrittenArray, AsPictureIsPng) {
   const std::filesystem::path target = folder_.file("out");

@@ -8,10 +8,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 
 namespace zr {
 
 namespace {
+
+/// Samples of every type and kind.
+constexpr unsigned kAnySamples = kColour | kSixteenBits | kThirtyTwoBits | kFloatingPoint | kSigned;
 
 constexpr OutputFormat kOwnFormats[] = {
 #define ZR_FORMAT(name, contents, writer, summary) {name, "." name, contents, summary, writer},
@@ -44,22 +48,51 @@ std::string lowerCase(std::string text) {
   return text;
 }
 
+/// What a format has to hold for an array, and how it is called where that is missing.
+struct Need {
+  bool needed;
+  FormatContent content;
+  const char* what;
+};
+
+std::vector<Need> needsOf(const SampleArray& array) {
+  const bool integer = !isFloatingPoint(array.type);
+  const std::vector<Need> all = {
+      {array.channels != 1, kColour, "colour"},
+      {integer && bytesOf(array.type) == 2, kSixteenBits, "samples of 16 bits"},
+      {integer && bytesOf(array.type) == 4, kThirtyTwoBits, "samples of 32 bits"},
+      {!integer, kFloatingPoint, "floating-point samples"},
+      {isSigned(array.type), kSigned, "signed samples"},
+      {array.frames > 1, kSeveralFrames, "several frames"}};
+  std::vector<Need> needs;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(needs),
+               [](const Need& need) { return need.needed; });
+  return needs;
+}
+
+// ": npy, nrrd and raw do", for the end of a refusal; empty when no format holds all that.
+std::string formatsThatDo(const std::vector<Need>& needs) {
+  unsigned contents = 0;
+  for (const Need& need : needs) {
+    contents |= need.content;
+  }
+  const std::vector<const OutputFormat*> able = formatsWith(contents);
+  std::string text;
+  for (std::size_t i = 0; i < able.size(); ++i) {
+    const char* const before = i == 0 ? ": " : i + 1 == able.size() ? " and " : ", ";
+    text += before + std::string(able[i]->name);
+  }
+  return able.empty() ? "" : text + (able.size() == 1 ? " does" : " do");
+}
+
 void requireRoom(const OutputFormat& format, const std::filesystem::path& target,
                  const SampleArray& array) {
-  struct Need {
-    bool needed;
-    FormatContent content;
-    const char* what;
-  };
-  const Need needs[] = {{array.channels != 1, kColour, "colour"},
-                        {bytesOf(array.type) > 1, kSixteenBits, "samples of 16 bits"},
-                        {isSigned(array.type), kSigned, "signed samples"},
-                        {array.frames > 1, kSeveralFrames, "several frames"}};
+  const std::vector<Need> needs = needsOf(array);
   for (const Need& need : needs) {
-    if (need.needed && !format.holds(need.content)) {
+    if (!format.holds(need.content)) {
       throw Error(Reason::Unsupported, "cannot write " + target.string() +
                                            ": files of the format " + format.name +
-                                           " do not hold " + need.what);
+                                           " do not hold " + need.what + formatsThatDo(needs));
     }
   }
 }

@@ -3,6 +3,7 @@
 
 #include "zrimaging/Output.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <vector>
@@ -12,15 +13,15 @@ namespace zr {
 namespace {
 
 void writeSamples(OutputFile& file, const SampleArray& array) {
-  if (bytesOf(array.type) == 1 || std::endian::native == std::endian::little) {
+  const std::size_t sampleBytes = bytesOf(array.type);
+  if (sampleBytes == 1 || std::endian::native == std::endian::little) {
     file.write(array.bytes, array.byteCount());
     return;
   }
-  std::vector<unsigned char> row(array.columns * array.channels * 2);
+  std::vector<unsigned char> row(array.columns * array.channels * sampleBytes);
   for (std::size_t at = 0; at < array.byteCount(); at += row.size()) {
-    for (std::size_t i = 0; i < row.size(); i += 2) {
-      row[i] = array.bytes[at + i + 1];
-      row[i + 1] = array.bytes[at + i];
+    for (std::size_t i = 0; i < row.size(); i += sampleBytes) {
+      std::reverse_copy(array.bytes + at + i, array.bytes + at + i + sampleBytes, row.data() + i);
     }
     file.write(row.data(), row.size());
   }

@@ -29,9 +29,17 @@ const char* npyType(SampleType type) {
     case SampleType::kU16:
       return "<u2";
     case SampleType::kS16:
+      return "<i2";
+    case SampleType::kU32:
+      return "<u4";
+    case SampleType::kS32:
+      return "<i4";
+    case SampleType::kF32:
+      return "<f4";
+    case SampleType::kF64:
       break;
   }
-  return "<i2";
+  return "<f8";
 }
 
 std::string npyHeader(const SampleArray& array) {

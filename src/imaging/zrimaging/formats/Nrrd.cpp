@@ -14,6 +14,14 @@ namespace zr {
 
 namespace {
 
+// Integers are called as elsewhere, floating-point numbers as in C.
+const char* nrrdType(SampleType type) {
+  if (isFloatingPoint(type)) {
+    return type == SampleType::kF32 ? "float" : "double";
+  }
+  return typeName(type);
+}
+
 // The format spells what is not known, or has no distance like the channels of colour, "nan"; it
 // takes no other word. Where nothing is known there is nothing to spell.
 std::string spacingField(const ArrayDescription& description, bool colour) {
@@ -40,7 +48,7 @@ std::string nrrdHeader(const SampleArray& array, const ArrayDescription& descrip
   if (!description.content.empty()) {
     text += "content: " + oneLine(description.content) + "\n";
   }
-  text += std::string("type: ") + typeName(array.type) + "\n";
+  text += std::string("type: ") + nrrdType(array.type) + "\n";
   text += std::string("dimension: ") + (colour ? "4" : "3") + "\n";
   text += "sizes: " + channelSize + std::to_string(array.columns) + " " +
           std::to_string(array.rows) + " " + std::to_string(array.frames) + "\n";
