@@ -15,9 +15,18 @@ void FrameDecoder::beginAt(Uint32 frame, Uint32 fragment) {
   nextFragment_ = fragment;
 }
 
-OFCondition FrameDecoder::decode(Uint32 frame, Uint32 frameSize, void* cells, Uint32 cellsSize) {
+/// The fragment in which a frame begins; 0 when it is not known.
+Uint32 FrameDecoder::startOf(Uint32 frame) const {
   // A start fragment other than 0 is trusted by DCMTK: a stale one would give another frame.
-  Uint32 fragment = frame == next_ ? nextFragment_ : 0;
+  return frame == next_ ? nextFragment_ : 0;
+}
+
+bool FrameDecoder::mayDecode(Uint32 frame, Uint32 frameSize) {
+  return guard_.frameIsSafe(frame, startOf(frame), frameSize);
+}
+
+OFCondition FrameDecoder::decode(Uint32 frame, Uint32 frameSize, void* cells, Uint32 cellsSize) {
+  Uint32 fragment = startOf(frame);
   if (!guard_.frameIsSafe(frame, fragment, frameSize)) {
     return EC_CannotChangeRepresentation;
   }

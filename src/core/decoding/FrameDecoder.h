@@ -26,6 +26,9 @@ public:
   /// Says in which fragment a frame begins, for frames that DCMTK does not find.
   void beginAt(Uint32 frame, Uint32 fragment);
 
+  /// Whether the coded data of a frame may be decoded and fills `frameSize` bytes; nothing is decoded.
+  [[nodiscard]] bool mayDecode(Uint32 frame, Uint32 frameSize);
+
   /// Decodes one frame.
   ///
   /// @param frame     0-based number of the frame.
@@ -40,6 +43,8 @@ public:
   [[nodiscard]] const OFString& colourModel() const { return colourModel_; }
 
 private:
+  [[nodiscard]] Uint32 startOf(Uint32 frame) const;
+
   DcmItem& item_;
   DcmPixelData& pixelData_;
   CodecGuard guard_;

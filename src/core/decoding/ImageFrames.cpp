@@ -103,28 +103,44 @@ bool ImageFrames::areUpToDate() const {
          !image_.pixelData->hasRepresentation(kExplicitLittleEndian, nullptr);
 }
 
+Result<void> ImageFrames::check(std::uint64_t frame) {
+  if (Result<void> countable = isCountable(frame); !countable) {
+    return countable;
+  }
+  if (!fragments_.areCompressed()) {
+    return hasNativeBytes(frame);
+  }
+  const auto number = static_cast<Uint32>(frame);
+  if (Result<void> begun = begin(number); !begun) {
+    return begun;
+  }
+  const Result<Uint32> frameBytes = codedBytes();
+  if (!frameBytes) {
+    return frameBytes.reason();
+  }
+  return decoder_.mayDecode(number, *frameBytes) ? Result<void>() : reasonOfRefusal();
+}
+
 Result<void> ImageFrames::decode(std::uint64_t frame, char* target, std::uint64_t targetSize) {
-  if (Result<void> allowed = mayDecode(frame, targetSize); !allowed) {
-    return allowed;
+  if (Result<void> countable = isCountable(frame); !countable) {
+    return countable;
+  }
+  if (Result<void> fits = fitsTarget(targetSize, image_.format.frameBytes()); !fits) {
+    return fits;
   }
   const auto number = static_cast<Uint32>(frame);
   const bool isNative = !DcmXfer(image_.attributes.storedSyntax).isEncapsulated();
   if (!image_.format.monochrome && isNative) {
     return renderNative(number, target);
   }
-  if (fragments_.areCompressed()) {
-    const Result<Uint32> start = findStart(number);
-    if (!start) {
-      return start.reason();
-    }
-    start_ = *start;
-    decoder_.beginAt(number, start_);
+  if (Result<void> begun = begin(number); !begun) {
+    return begun;
   }
   return image_.format.monochrome ? decodeStored(number, target) : renderDecoded(number, target);
 }
 
-/// Whether there is such a frame, the target holds it, and DCMTK can count its bytes.
-Result<void> ImageFrames::mayDecode(std::uint64_t frame, std::uint64_t targetSize) const {
+/// Whether there is such a frame, and DCMTK can count its bytes.
+Result<void> ImageFrames::isCountable(std::uint64_t frame) const {
   if (frame >= image_.format.frames || frame >= kMostFrames) {
     const auto frames = static_cast<unsigned long long>(image_.format.frames);
     return Message(
@@ -135,7 +151,32 @@ Result<void> ImageFrames::mayDecode(std::uint64_t frame, std::uint64_t targetSiz
   if (largest > kMostFrameBytes) {
     return Message(KtString::printf(kFrameTooLarge, largest).str());
   }
-  return fitsTarget(targetSize, image_.format.frameBytes());
+  return {};
+}
+
+/// Whether data that is not compressed reaches as far as a frame asks for.
+Result<void> ImageFrames::hasNativeBytes(std::uint64_t frame) const {
+  const FrameSize& size = image_.attributes.size;
+  // DCMTK shows what a colour image lacks at its end as black; there is a luminance or an index for
+  // each pixel at least.
+  const unsigned long long required =
+      image_.format.monochrome ? times(image_.format.frameBytes(), frame + 1)
+                               : plus(times(times(size.pixels(), size.bytesPerSample()), frame), 1);
+  return holdsSamples(image_.pixelData->getLength(), required);
+}
+
+/// Finds the fragment in which a frame of compressed data begins; others need none.
+Result<void> ImageFrames::begin(Uint32 frame) {
+  if (!fragments_.areCompressed()) {
+    return {};
+  }
+  const Result<Uint32> start = findStart(frame);
+  if (!start) {
+    return start.reason();
+  }
+  start_ = *start;
+  decoder_.beginAt(frame, start_);
+  return {};
 }
 
 /// The fragment in which a frame of compressed data begins.
@@ -154,14 +195,31 @@ std::optional<CodedFrame> ImageFrames::codedHeader() {
   return fragments_.areCompressed() ? fragments_.header(start_) : std::nullopt;
 }
 
+/// Bytes that the decoder makes of the frame that has begun: fewer than those of its containers,
+/// where these have 16 bits and the stream has at most 8.
+Result<Uint32> ImageFrames::codedBytes() {
+  const FrameSize& size = image_.attributes.size;
+  const bool mayBeNarrow = image_.format.monochrome && size.bitsAllocated == 16;
+  const std::optional<CodedFrame> header = mayBeNarrow ? codedHeader() : std::nullopt;
+  if (!header || header->precision > 8) {
+    return static_cast<Uint32>(size.allocatedBytes());
+  }
+  if (image_.attributes.isSigned && size.bitsStored > header->precision) {
+    return Message(
+        KtString::printf(kUnknownSign, header->precision, unsigned{size.bitsStored}).str());
+  }
+  return static_cast<Uint32>(size.pixels());
+}
+
 Result<void> ImageFrames::decodeStored(Uint32 frame, char* target) {
-  if (image_.attributes.size.bitsAllocated == 16) {
-    const std::optional<CodedFrame> header = codedHeader();
-    if (header && header->precision <= 8) {
-      return decodeNarrow(frame, target, header->precision);
-    }
+  const Result<Uint32> coded = codedBytes();
+  if (!coded) {
+    return coded.reason();
   }
   const auto frameBytes = static_cast<Uint32>(image_.format.frameBytes());
+  if (*coded != frameBytes) {
+    return decodeNarrow(frame, *coded, target);
+  }
   if (frameBytes % 2 == 0) {
     return take(frame, frameBytes, target, frameBytes);
   }
@@ -178,12 +236,8 @@ Result<void> ImageFrames::decodeStored(Uint32 frame, char* target) {
 }
 
 /// A stream of at most 8 bits where containers of 16 bits are allocated: it is widened.
-Result<void> ImageFrames::decodeNarrow(Uint32 frame, char* target, unsigned int precision) {
-  const FrameSize& size = image_.attributes.size;
-  if (image_.attributes.isSigned && size.bitsStored > precision) {
-    return Message(KtString::printf(kUnknownSign, precision, unsigned{size.bitsStored}).str());
-  }
-  const auto pixels = static_cast<Uint32>(size.pixels());
+/// @param pixels of the frame, each of which comes out of the decoder as a byte
+Result<void> ImageFrames::decodeNarrow(Uint32 frame, Uint32 pixels, char* target) {
   const auto frameBytes = static_cast<Uint32>(image_.format.frameBytes());
   if (Result<void> taken = take(frame, pixels, target, frameBytes); !taken) {
     return taken;

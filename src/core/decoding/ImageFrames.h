@@ -39,6 +39,11 @@ public:
   /// Whether the pixel data is still as it was when the frames were made: not decompressed since.
   [[nodiscard]] bool areUpToDate() const;
 
+  /// Judges one frame without decoding it: whether it can be there with the size that the attributes
+  /// promise.
+  /// @param frame 0-based
+  [[nodiscard]] Result<void> check(std::uint64_t frame);
+
   /// Decodes one frame.
   /// @param frame      0-based
   /// @param target     receives frameBytes() of the format
@@ -46,10 +51,13 @@ public:
   [[nodiscard]] Result<void> decode(std::uint64_t frame, char* target, std::uint64_t targetSize);
 
 private:
-  [[nodiscard]] Result<void> mayDecode(std::uint64_t frame, std::uint64_t targetSize) const;
+  [[nodiscard]] Result<void> isCountable(std::uint64_t frame) const;
+  [[nodiscard]] Result<void> hasNativeBytes(std::uint64_t frame) const;
+  [[nodiscard]] Result<void> begin(Uint32 frame);
   [[nodiscard]] Result<Uint32> findStart(Uint32 frame);
+  [[nodiscard]] Result<Uint32> codedBytes();
   [[nodiscard]] Result<void> decodeStored(Uint32 frame, char* target);
-  [[nodiscard]] Result<void> decodeNarrow(Uint32 frame, char* target, unsigned int precision);
+  [[nodiscard]] Result<void> decodeNarrow(Uint32 frame, Uint32 pixels, char* target);
   [[nodiscard]] Result<void> renderNative(Uint32 frame, char* target);
   [[nodiscard]] Result<void> renderDecoded(Uint32 frame, char* target);
   [[nodiscard]] Result<void> take(Uint32 frame, Uint32 frameBytes, void* target, Uint32 targetSize);

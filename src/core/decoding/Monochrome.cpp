@@ -29,7 +29,6 @@ constexpr char kNoSamplesPerPixel[] = "Dicom tag DCM_SamplesPerPixel (0028,0002)
 constexpr char kNotOneSamplePerPixel[] =
     "Dicom tag DCM_SamplesPerPixel does not have the expected value";
 constexpr char kNotDecompressed[] = "Pixel data can't be decompressed";
-constexpr char kIncomplete[] = "Pixel data incomplete, expected %zu bytes, found %zu bytes";
 constexpr char kUnsupportedSampleSize[] = "Only 8 or 16 bit pixel data is supported!";
 constexpr char kNotReadable[] = "Error reading pixel data!";
 constexpr char kFrameNotDecompressed[] = "Error decompressing frames";
@@ -96,10 +95,9 @@ Result<char*> decodeInPlace(const Task& task) {
       task.pixelData.chooseRepresentation(kExplicitLittleEndian, nullptr, stack).bad()) {
     return Reason{kNotDecompressed};
   }
-  const std::size_t required = requiredSize(task);
-  const std::size_t found = task.pixelData.getLength();
-  if (found < required) {
-    return Message(KtString::printf(kIncomplete, required, found).str());
+  if (const Result<void> whole = holdsSamples(task.pixelData.getLength(), requiredSize(task));
+      !whole) {
+    return whole.reason();
   }
   return samplesOf(task.pixelData, task.attributes.size.bytesPerSample());
 }

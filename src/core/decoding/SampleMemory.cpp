@@ -10,6 +10,7 @@ namespace Zrg::Decoding {
 namespace {
 
 constexpr char kInvalidTargetSize[] = "Invalid target size: buffer %zu bytes, required %zu bytes";
+constexpr char kIncomplete[] = "Pixel data incomplete, expected %zu bytes, found %zu bytes";
 
 }  // namespace
 
@@ -18,6 +19,13 @@ Result<void> fitsTarget(std::size_t targetSize, std::size_t required) {
     return {};
   }
   return Message(KtString::printf(kInvalidTargetSize, targetSize, required).str());
+}
+
+Result<void> holdsSamples(std::size_t found, std::size_t required) {
+  if (required <= found) {
+    return {};
+  }
+  return Message(KtString::printf(kIncomplete, required, found).str());
 }
 
 Result<std::shared_ptr<char>> allocateSamples(std::size_t size) {

@@ -21,6 +21,26 @@ namespace {
 
 constexpr char kNotOpen[] = "No image is open to read frames of";
 
+/// Does something with the image that is open, null for none, and tells what became of it.
+template <class State, class Work>
+bool withImage(State* image, std::string& errorText, const Work& work) {
+  errorText.clear();
+  if (image == nullptr) {
+    errorText = kNotOpen;
+    return false;
+  }
+  try {
+    const Result<void> done = work(*image);
+    if (!done) {
+      errorText = done.reason().text;
+    }
+    return static_cast<bool>(done);
+  } catch (const std::bad_alloc&) {
+    errorText = Decoding::kOutOfMemory;
+    return false;
+  }
+}
+
 }  // namespace
 
 std::uint64_t numberOfFrames(DcmItem& item) {
@@ -84,18 +104,30 @@ public:
 
   [[nodiscard]] const FrameFormat& format() const { return frames_->format(); }
 
+  Result<void> check(std::uint64_t frame) {
+    const Result<void> known = bringUpToDate();
+    return known ? frames_->check(frame) : known;
+  }
+
   Result<void> decode(std::uint64_t frame, char* target, std::uint64_t targetSize) {
-    if (!frames_->areUpToDate()) {
-      Result<Decoding::Image> image = Decoding::readImage(item_);
-      if (!image) {
-        return image.reason();
-      }
-      frames_ = std::make_unique<Decoding::ImageFrames>(item_, std::move(*image));
-    }
-    return frames_->decode(frame, target, targetSize);
+    const Result<void> known = bringUpToDate();
+    return known ? frames_->decode(frame, target, targetSize) : known;
   }
 
 private:
+  /// Reads the image again when its pixel data was decompressed meanwhile.
+  Result<void> bringUpToDate() {
+    if (frames_->areUpToDate()) {
+      return {};
+    }
+    Result<Decoding::Image> image = Decoding::readImage(item_);
+    if (!image) {
+      return image.reason();
+    }
+    frames_ = std::make_unique<Decoding::ImageFrames>(item_, std::move(*image));
+    return {};
+  }
+
   State(DcmItem& item, Decoding::Image image)
       : item_(item), frames_(std::make_unique<Decoding::ImageFrames>(item, std::move(image))) {}
 
@@ -130,23 +162,15 @@ FrameFormat FrameReader::format() const {
   return state_ != nullptr ? state_->format() : FrameFormat{};
 }
 
+bool FrameReader::check(std::uint64_t frame, std::string& errorText) {
+  return withImage(state_.get(), errorText, [&](State& state) { return state.check(frame); });
+}
+
 bool FrameReader::decode(std::uint64_t frame, void* target, std::uint64_t targetSize,
                          std::string& errorText) {
-  errorText.clear();
-  try {
-    if (state_ == nullptr) {
-      errorText = kNotOpen;
-      return false;
-    }
-    const Result<void> decoded = state_->decode(frame, static_cast<char*>(target), targetSize);
-    if (!decoded) {
-      errorText = decoded.reason().text;
-    }
-    return static_cast<bool>(decoded);
-  } catch (const std::bad_alloc&) {
-    errorText = Decoding::kOutOfMemory;
-    return false;
-  }
+  return withImage(state_.get(), errorText, [&](State& state) {
+    return state.decode(frame, static_cast<char*>(target), targetSize);
+  });
 }
 
 bool decodeFrame(DcmItem& item, std::uint64_t frame, void* target, std::uint64_t targetSize,

@@ -141,6 +141,23 @@ public:
   /// What decode() delivers of every frame; without an image all of it is 0.
   [[nodiscard]] FrameFormat format() const;
 
+  /// Judges a frame without decoding it, so that memory is taken only for what can be there:
+  ///
+  ///     if (reader.check(0, error)) {
+  ///       memory.resize(reader.format().frameBytes());
+  ///     }
+  ///
+  /// A frame passes when there is such a number; compressed, when its fragments are found and what
+  /// they hold leads the decoder to a frame of this size and not out of bounds; native, when the
+  /// pixel data reaches to its end (of colour, which is shown as far as it is there: to its
+  /// beginning). Samples that pass may be damaged all the same, and then decode() fails.
+  ///
+  /// @param frame     0-based number of the frame
+  /// @param errorText cleared; on failure one line that says why
+  /// @return false when decode() would fail for one of these reasons, and for a reader without an
+  ///         image. The item stays as it is; fragments are loaded as decode() does.
+  [[nodiscard]] bool check(std::uint64_t frame, std::string& errorText);
+
   /// Decodes one frame; parameters, changes of the item and failures are those of decodeFrame(). A
   /// reader without an image fails.
   [[nodiscard]] bool decode(std::uint64_t frame, void* target, std::uint64_t targetSize,

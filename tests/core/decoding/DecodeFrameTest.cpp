@@ -356,6 +356,17 @@ TEST_P(DecodeFrameRefusal, IsOneLine) {
   EXPECT_EQ(frame.errorText, GetParam().reason);
 }
 
+TEST_P(DecodeFrameRefusal, IsKnownBeforeMemoryIsTaken) {
+  const auto image = GetParam().image();
+  Zrg::FrameReader reader;
+  std::string errorText;
+
+  const bool passed = reader.open(*image, errorText) && reader.check(GetParam().frame, errorText);
+
+  EXPECT_FALSE(passed);
+  EXPECT_EQ(errorText, GetParam().reason);
+}
+
 std::unique_ptr<DcmDataset> cutRle() {
   const auto whole = support::compress(*rgb().build(), EXS_RLELossless);
   std::vector<decoding::Fragment> fragments = decoding::fragmentsOf(*whole);

@@ -10,8 +10,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <functional>
 #include <memory>
+#include <ostream>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -88,6 +93,18 @@ TEST_P(FrameReaderOf, ImageGoesOnWhenTheImageIsDecompressedMeanwhile) {
   EXPECT_THAT(read(reader, 3), Each(3 * kStep));
 }
 
+TEST_P(FrameReaderOf, ImagePassesTheCheckAndStaysAsItIs) {
+  Zrg::FrameReader reader = open(*image_);
+  std::string errorText = "left over";
+
+  for (const unsigned frame : {4U, 0U, 1U}) {
+    EXPECT_TRUE(reader.check(frame, errorText)) << frame;
+    EXPECT_EQ(errorText, "");
+    EXPECT_THAT(read(reader, frame), Each(kStep * frame)) << frame;
+  }
+  EXPECT_TRUE(image_->canWriteXfer(GetParam().syntax, EXS_Unknown));
+}
+
 INSTANTIATE_TEST_SUITE_P(Codings, FrameReaderOf,
                          testing::Values(Coding{"GreyNative", false, EXS_LittleEndianExplicit},
                                          Coding{"GreyRle", false, EXS_RLELossless},
@@ -155,6 +172,104 @@ TEST(FrameReader, WithoutAnImageFails) {
 
   EXPECT_EQ(errorText, "No image is open to read frames of");
   EXPECT_EQ(reader.format().frames, 0U);
+}
+
+// ---- frames that cannot be there
+
+struct Claim {
+  const char* name;
+  std::function<std::unique_ptr<DcmDataset>()> image;
+  std::uint64_t frame;
+  const char* reason;
+};
+
+void PrintTo(const Claim& claim, std::ostream* stream) {
+  *stream << claim.name;
+}
+
+class FrameReaderCheck : public testing::TestWithParam<Claim> {};
+
+TEST_P(FrameReaderCheck, RefusesWhatIsNotThere) {
+  const auto image = GetParam().image();
+  Zrg::FrameReader reader = open(*image);
+  std::string errorText;
+
+  EXPECT_FALSE(reader.check(GetParam().frame, errorText));
+
+  EXPECT_EQ(errorText, GetParam().reason);
+}
+
+std::unique_ptr<DcmDataset> ofSize(std::unique_ptr<DcmDataset> image, Uint16 rows, Uint16 columns) {
+  EXPECT_TRUE(image->putAndInsertUint16(DCM_Rows, rows).good());
+  EXPECT_TRUE(image->putAndInsertUint16(DCM_Columns, columns).good());
+  return image;
+}
+
+// A stream of 8 bits under attributes of 12 signed ones in 16.
+std::unique_ptr<DcmDataset> withoutSigns() {
+  auto image = clip(grey(), 1, EXS_JPEGProcess14SV1);
+  EXPECT_TRUE(image->putAndInsertUint16(DCM_BitsAllocated, 16).good());
+  EXPECT_TRUE(image->putAndInsertUint16(DCM_BitsStored, 12).good());
+  EXPECT_TRUE(image->putAndInsertUint16(DCM_HighBit, 11).good());
+  EXPECT_TRUE(image->putAndInsertUint16(DCM_PixelRepresentation, 1).good());
+  return image;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Claims, FrameReaderCheck,
+    testing::Values(
+        Claim{"JpegOfAnotherSize",
+              [] { return ofSize(clip(grey(), 1, EXS_JPEGProcess14SV1), 30000, 30000); }, 1,
+              "The compressed image has 16 x 16 pixels of 1 samples with 8 bits, where the "
+              "attributes say 30000 x 30000 pixels of 1 samples with 8 bits allocated"},
+        Claim{"JpegLsOfAnotherSize",
+              [] { return ofSize(clip(grey(), 1, EXS_JPEGLSLossless), 65535, 16); }, 0,
+              "The compressed image has 16 x 16 pixels of 1 samples with 8 bits, where the "
+              "attributes say 16 x 65535 pixels of 1 samples with 8 bits allocated"},
+        Claim{"RleOfAnotherSize",
+              [] {
+                return ofSize(clip(support::rgbImage(16, 16), 3, EXS_RLELossless), 20000, 20000);
+              },
+              4, "The compressed data does not hold the whole frame"},
+        Claim{"SignsThatAreLost", withoutSigns, 2,
+              "The compressed image has 8 bits, where 12 signed bits are stored: its signs are "
+              "lost"},
+        Claim{"NativeThatEndsInTheFrame",
+              [] { return ofSize(clip(grey(), 1, EXS_LittleEndianExplicit), 17, 16); }, 4,
+              "Pixel data incomplete, expected 1360 bytes, found 1280 bytes"},
+        Claim{"NativeColourThatEndsBeforeTheFrame",
+              [] {
+                return ofSize(clip(support::rgbImage(16, 16), 3, EXS_LittleEndianExplicit), 60, 16);
+              },
+              4, "Pixel data incomplete, expected 3841 bytes, found 3840 bytes"},
+        Claim{"NoSuchFrame", [] { return clip(grey(), 1, EXS_RLELossless); }, kFrames,
+              "There is no frame 5: Number of Frames is 5"}),
+    support::nameOf<Claim>);
+
+TEST(FrameReader, LetsPassAStreamOfEightBitsForContainersOfSixteen) {
+  auto image = clip(grey(), 1, EXS_JPEGProcess14SV1);
+  ASSERT_TRUE(image->putAndInsertUint16(DCM_BitsAllocated, 16).good());
+  Zrg::FrameReader reader = open(*image);
+  std::string errorText;
+
+  EXPECT_TRUE(reader.check(3, errorText)) << errorText;
+}
+
+TEST(FrameReader, LetsPassAColourFrameThatIsThereInPart) {
+  const auto image = ofSize(clip(support::rgbImage(16, 16), 3, EXS_LittleEndianExplicit), 59, 16);
+  Zrg::FrameReader reader = open(*image);
+  std::string errorText;
+
+  EXPECT_TRUE(reader.check(4, errorText)) << errorText;
+}
+
+TEST(FrameReader, WithoutAnImageHasNoFrameToCheck) {
+  Zrg::FrameReader reader;
+  std::string errorText;
+
+  EXPECT_FALSE(reader.check(0, errorText));
+
+  EXPECT_EQ(errorText, "No image is open to read frames of");
 }
 
 TEST(FrameReader, LetsGoOfAnImageWhenAnotherOneDoesNotOpen) {

@@ -27,67 +27,84 @@ SampleType storedType(const Zrg::FrameFormat& format, DcmItem& item) {
   return twoBytes ? SampleType::kU16 : SampleType::kU8;
 }
 
+bool isNative(const File& file) {
+  return !DcmXfer(file.dataset().getOriginalXfer()).isEncapsulated();
+}
+
 }  // namespace
 
 FrameDecoder::FrameDecoder(const File& file) : file_(file) {
   std::string error;
   DcmItem& item = file.dataset();
   Zrg::SliceImage slice;
-  if (!Zrg::readFrameFormat(item, format_, error) || !Zrg::describeImage(item, slice, error)) {
+  if (!reader_.open(item, error) || !Zrg::describeImage(item, slice, error)) {
     throw whyNotDecoded(file, decoderError(error));
   }
-  if (format_.rows == 0 || format_.columns == 0) {
+  const Zrg::FrameFormat format = reader_.format();
+  if (format.rows == 0 || format.columns == 0) {
     throw Error(Reason::NoPixelData, "has an image without pixels");
   }
-  if (format_.bytesPerSample > 2) {
+  if (format.bytesPerSample > 2) {
     throw whyNotDecoded(
         file, Error(Reason::Unsupported, "has samples of 32 bits, which are not decoded"));
   }
-  traits_.type = storedType(format_, item);
-  traits_.rows = format_.rows;
-  traits_.columns = format_.columns;
-  traits_.channels = format_.samplesPerPixel;
-  traits_.monochrome = format_.monochrome;
+  traits_.type = storedType(format, item);
+  traits_.rows = format.rows;
+  traits_.columns = format.columns;
+  traits_.channels = format.samplesPerPixel;
+  traits_.monochrome = format.monochrome;
   traits_.darkIsHigh = file.photometricInterpretation() == "MONOCHROME1";
   traits_.lossy = slice.lossy;
-  traits_.stored = format_.monochrome;
+  traits_.stored = format.monochrome;
 }
 
-void FrameDecoder::decode(std::size_t number, void* target, bool named) const {
+/// What a message about a frame amounts to.
+Error FrameDecoder::refusal(std::size_t number, const std::string& message, bool named) const {
+  return decoderError(named ? "frame " + std::to_string(number) + ": " + message : message);
+}
+
+void FrameDecoder::check(std::size_t number) {
   std::string error;
-  if (!Zrg::decodeFrame(file_.dataset(), number, target, frameBytes(), error)) {
-    throw decoderError(named ? "frame " + std::to_string(number) + ": " + error : error);
-  }
-}
-
-void FrameDecoder::decodeOnly(void* target) const {
-  try {
-    decode(0, target, false);
-  } catch (const Error& error) {
-    std::string unused;
-    Zrg::SliceImage slice;
-    slice.convertSamples = false;
-    if (!slice.process(file_.dataset(), unused, -1, -1, nullptr, 0)) {
-      throw whyNotDecoded(file_, error);
-    }
-    const char* const samples = slice.data != nullptr ? slice.data : slice.buffer.get();
-    std::memcpy(target, samples + static_cast<unsigned>(slice.frameOffset), frameBytes());
-  }
-}
-
-void FrameDecoder::requireBytesOf(std::size_t frames) const {
-  DcmElement* element = nullptr;
-  const bool native = !DcmXfer(file_.dataset().getOriginalXfer()).isEncapsulated();
-  if (!format_.monochrome || !native ||
-      file_.dataset().findAndGetElement(DCM_PixelData, element).bad()) {
+  if (reader_.check(number, error)) {
     return;
   }
-  const std::size_t expected = frames * frameBytes();
-  const std::size_t found = element->getLength();
-  if (found < expected) {
-    throw whyNotDecoded(file_, Error(Reason::Damaged,
-                                     "Pixel data incomplete, expected " + std::to_string(expected) +
-                                         " bytes, found " + std::to_string(found) + " bytes"));
+  throw whyNotDecoded(
+      file_, isNative(file_) ? Error(Reason::Damaged, error) : refusal(number, error, true));
+}
+
+void FrameDecoder::checkOnly() {
+  std::string error;
+  if (!reader_.check(0, error)) {
+    decodeAsAWhole(isNative(file_) ? Error(Reason::Damaged, error) : refusal(0, error, false));
+  }
+}
+
+void FrameDecoder::decode(std::size_t number, void* target, bool named) {
+  std::string error;
+  if (!reader_.decode(number, target, frameBytes(), error)) {
+    throw refusal(number, error, named);
+  }
+}
+
+void FrameDecoder::decodeOnly(void* target) {
+  if (Zrg::firstSample(whole_) == nullptr) {
+    try {
+      decode(0, target, false);
+      return;
+    } catch (const Error& error) {
+      decodeAsAWhole(error);
+    }
+  }
+  std::memcpy(target, Zrg::firstSample(whole_), frameBytes());
+}
+
+/// Decodes all pixel data of the image at once.
+/// @param found why its frame does not decode alone
+void FrameDecoder::decodeAsAWhole(const Error& found) {
+  std::string unused;
+  whole_.convertSamples = false;
+  if (!whole_.process(file_.dataset(), unused, -1, -1, nullptr, 0)) {
+    throw whyNotDecoded(file_, found);
   }
 }
 

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "zrimaging/Error.h"
 #include "zrimaging/Frames.h"
 
 #include <zrdcmexport/ZrFrames.h>
+#include <zrdcmexport/ZrSliceImage.h>
 
 #include <cstddef>
+#include <string>
 
 namespace zr {
 
@@ -22,26 +25,37 @@ public:
   /// stored.
   const FrameTraits& traits() const { return traits_; }
 
-  std::size_t frameBytes() const { return static_cast<std::size_t>(format_.frameBytes()); }
+  std::size_t frameBytes() const { return static_cast<std::size_t>(reader_.format().frameBytes()); }
+
+  /// Judges one frame of several, without decoding it and before memory is taken for it: whether
+  /// the pixel data can hold it.
+  /// @throws Error with the cause, as far as it is found
+  void check(std::size_t number);
+
+  /// Judges the only frame of an image, by all ways of decoding it that there are: its pixel data
+  /// may be in fragments that are no frame of their own. Where nothing else tells, it is decoded
+  /// into memory that is kept for decodeOnly().
+  /// @throws Error with the cause, as far as it is found
+  void checkOnly();
 
   /// @param target receives frameBytes()
   /// @param named  whether the reason of a failure begins with the number of the frame
   /// @throws Error when it does not decode
-  void decode(std::size_t number, void* target, bool named) const;
+  void decode(std::size_t number, void* target, bool named);
 
-  /// Decodes the only frame of an image by all ways that there are: its pixel data may be in
-  /// fragments that are no frame of their own.
+  /// Decodes the only frame of an image.
+  /// @param target receives frameBytes()
   /// @throws Error with the cause, as far as it is found
-  void decodeOnly(void* target) const;
-
-  /// Refuses pixel data that ends before these frames do.
-  /// @throws Error (Damaged)
-  void requireBytesOf(std::size_t frames) const;
+  void decodeOnly(void* target);
 
 private:
+  Error refusal(std::size_t number, const std::string& message, bool named) const;
+  void decodeAsAWhole(const Error& found);
+
   const File& file_;
-  Zrg::FrameFormat format_;
+  Zrg::FrameReader reader_;
   FrameTraits traits_;
+  Zrg::SliceImage whole_;  ///< the only frame, once it was decoded as a whole
 };
 
 }  // namespace zr

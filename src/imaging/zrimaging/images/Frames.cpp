@@ -25,6 +25,7 @@ class FramesOnDemand final : public Frames {
 public:
   FramesOnDemand(Image image, const MemoryBudget& memory)
       : image_(std::move(image)), count_(image_.frameCount()), decoder_(prepared(memory)) {
+    decoder_.check(0);
     oneFrame_.resize(decoder_.frameBytes());
     record_.traits = decoder_.traits();
     record_.name = image_.file().path().filename().string();

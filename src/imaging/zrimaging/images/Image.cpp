@@ -115,9 +115,21 @@ public:
   /// Where among them the frames begin that are wanted.
   std::size_t offset() const { return (wanted_.first - decoded_.first) * traits_.frameBytes(); }
 
+  /// Judges the frames before memory is taken for them: the first and the last one, as the others
+  /// are judged when their turn comes.
+  void check() {
+    if (available_ == 1) {
+      decoder_.checkOnly();
+      return;
+    }
+    decoder_.check(decoded_.last);
+    if (decoded_.first != decoded_.last) {
+      decoder_.check(decoded_.first);
+    }
+  }
+
   /// The overlays, when they are wanted.
-  KtHandle<ZrOverlayData> decode(char* target) const {
-    decoder_.requireBytesOf(wanted_.last + 1);
+  KtHandle<ZrOverlayData> decode(char* target) {
     const bool inPlace = decoder_.frameBytes() == traits_.frameBytes();
     const Memory apart = inPlace ? Memory() : allocate(decoded_.count() * decoder_.frameBytes());
     char* const stored = inPlace ? target : apart.get();
@@ -137,7 +149,7 @@ private:
     return FrameDecoder(file);
   }
 
-  void decodeStored(char* target) const {
+  void decodeStored(char* target) {
     if (available_ == 1) {
       decoder_.decodeOnly(target);
       return;
@@ -232,7 +244,8 @@ FrameTraits Image::traits(bool stored) const {
 
 DecodedFrames Image::decode(const DecodeRequest& request, const MemoryBudget& memory) const {
   const DecoderWatch decoders;
-  const Decoding decoding(*file_, request, memory);
+  Decoding decoding(*file_, request, memory);
+  decoding.check();
   const Memory owned = allocate(decoding.bytes());
   FramesRecord record;
   record.overlays = decoding.decode(owned.get());
@@ -254,11 +267,12 @@ std::vector<Remark> Image::decodeInto(const DecodeRequest& request, const Memory
   const DecoderWatch decoders;
   DecodeRequest samplesAlone = request;
   samplesAlone.overlays = false;
-  const Decoding decoding(*file_, samplesAlone, memory);
+  Decoding decoding(*file_, samplesAlone, memory);
   if (size < decoding.bytes()) {
     throw Error(Reason::TooLarge, "takes " + std::to_string(decoding.bytes()) +
                                       " bytes; the memory handed in has " + std::to_string(size));
   }
+  decoding.check();
   (void)decoding.decode(static_cast<char*>(target));  // no overlays were asked for
   return remarksOn(*file_, decoders);
 }
