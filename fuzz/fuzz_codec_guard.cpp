@@ -140,10 +140,10 @@ Bytes samplesOf(const std::vector<Bytes>& planes, const Image& image) {
     const std::size_t sample = segment / bytes;
     const std::size_t place = bytes - 1 - segment % bytes;
     for (std::size_t pixel = 0; pixel < image.pixels(); ++pixel) {
-      const std::size_t cell = image.head.has(ImageInput::kPlanar)
-                                   ? sample * image.pixels() + pixel
-                                   : pixel * image.head.samplesPerPixel + sample;
-      samples[cell * bytes + place] = planes[segment][pixel];
+      const std::size_t at = image.head.has(ImageInput::kPlanar)
+                                 ? sample * image.pixels() + pixel
+                                 : pixel * image.head.samplesPerPixel + sample;
+      samples[at * bytes + place] = planes[segment][pixel];
     }
   }
   return samples;

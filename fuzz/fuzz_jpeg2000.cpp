@@ -18,7 +18,7 @@
 namespace {
 
 using fuzz::require;
-using zrcodecs::ImageAttributes;
+using zrcodecs::CodedImageAttributes;
 
 constexpr std::uint64_t kMostSamples = 1U << 16U;
 constexpr std::size_t kFromEndToBegin = 8;  ///< bytes between the two corners in a SIZ segment
@@ -37,8 +37,8 @@ Uint16 extent(const Uint8* end, const Uint8* begin) {
 
 /// The attributes that a SIZ segment at the usual place asks for, with some that `choice` makes
 /// disagree.
-ImageAttributes attributesFor(const std::vector<Uint8>& stream, Uint8 choice) {
-  ImageAttributes attributes;
+CodedImageAttributes attributesFor(const std::vector<Uint8>& stream, Uint8 choice) {
+  CodedImageAttributes attributes;
   attributes.bitsAllocated = (choice & 1U) != 0 ? 16 : 8;
   attributes.bitsStored = attributes.bitsAllocated;
   attributes.pixelRepresentation = (choice >> 1U) & 1U;
@@ -67,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const Uint8* data, std::size_t size) {
   const Uint8 choice = input.byte();
   std::vector<Uint8> stream = input.rest();
   stream.shrink_to_fit();
-  const ImageAttributes attributes = attributesFor(stream, choice);
+  const CodedImageAttributes attributes = attributesFor(stream, choice);
   const auto headers =
       Zrg::readJpeg2000Image(stream.data(), stream.size(),
                              {attributes.columns, attributes.rows, attributes.samplesPerPixel,

@@ -28,11 +28,11 @@ struct Table {
   ModelTable model;
 };
 
-std::uint32_t cellAt(const ZrDataAccess& samples, std::size_t index) {
+std::uint32_t wordAt(const ZrDataAccess& samples, std::size_t index) {
   const std::size_t size = samples.primType().primTypeSize();
-  std::uint32_t cell = 0;
-  std::memcpy(&cell, static_cast<const char*>(samples.dataPtr(0)) + index * size, size);
-  return cell;
+  std::uint32_t word = 0;
+  std::memcpy(&word, static_cast<const char*>(samples.dataPtr(0)) + index * size, size);
+  return word;
 }
 
 Table tableFrom(Input& input) {
@@ -58,7 +58,7 @@ Table tableFrom(Input& input) {
     table.model.firstMapped = table.lut.firstMapped;
     const auto values = static_cast<std::size_t>(entries.dims().x) * entries.nDataVar();
     for (std::size_t i = 0; i < values; ++i) {
-      table.model.values.push_back(cellAt(entries, i));
+      table.model.values.push_back(wordAt(entries, i));
     }
   }
   return table;
@@ -66,12 +66,12 @@ Table tableFrom(Input& input) {
 
 void compare(const ZrDataAccess& result, int offset, const ModelOutput& expected) {
   require(result.primType() == expected.type && result.nDataVar() == expected.nDataVar);
-  if (!expected.cells) {
+  if (!expected.words) {
     return;  // samples that are not converted, of which a fresh target holds nothing
   }
   require(offset == expected.offset);
-  for (std::size_t i = 0; i < expected.cells->size(); ++i) {
-    require(cellAt(result, i) == (*expected.cells)[i]);
+  for (std::size_t i = 0; i < expected.words->size(); ++i) {
+    require(wordAt(result, i) == (*expected.words)[i]);
   }
 }
 
@@ -130,7 +130,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   ModelInput model{
       type, {}, std::min(bitsStored, width), std::min(highBit, width - 1), table.model};
   for (std::size_t i = 0; i < count; ++i) {
-    model.cells.push_back(cellAt(*source, i));
+    model.words.push_back(wordAt(*source, i));
   }
   // All values of a word take their time: not often.
   if (width == 8 ? road % 8 == 2 : road == 4 && bytes.size() % 16 == 0) {

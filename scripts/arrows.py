@@ -27,8 +27,10 @@ ORDER = {
     "imaging": ["texts|output|geometry", "files", "images|series|export|volumes", "pictures", "formats"],
 }
 FACES = {"core": "zrdcmexport", "imaging": "zrimaging"}
-# Inspectors that the codecs are built with as well: a program that uses the codecs alone needs no core.
-SHARED = {"codecs": {f"src/core/streams/{name}.h" for name in ("Fragments", "Jpeg2000Frames", "Jpeg2000Stream")}}
+# What the codecs are built with as well, inspectors and a header of sizes: a program that uses the codecs alone
+# needs no core.
+SHARED = {"codecs": {f"src/core/{name}.h" for name in (
+    "dicom/FrameSize", "streams/Fragments", "streams/Jpeg2000Frames", "streams/Jpeg2000Stream")}}
 # Where the sources of a target begin, and what a quoted or angled name of theirs is relative to.
 BASES = ["src/platform", "src/core", "src/codecs", "src/imaging", "src/tools/zrdcm", "src/python", "src"]
 LARGEST_SHARE = 0.28

@@ -109,7 +109,7 @@ Builder& Builder::withAxialPlane(double spacingMm, double thicknessMm, std::size
   return with(DCM_SliceThickness, decimal(thicknessMm));
 }
 
-void Builder::describePixels(const PixelFormat& format) {
+void Builder::describePixels(const StoredPixels& format) {
   const auto number = [](std::size_t value) { return std::to_string(value); };
   with(DCM_SamplesPerPixel, number(format.samplesPerPixel));
   with(DCM_PhotometricInterpretation, format.photometricInterpretation);
@@ -125,14 +125,15 @@ void Builder::describePixels(const PixelFormat& format) {
   with(DCM_PixelRepresentation, format.isSigned ? "1" : "0");
 }
 
-Builder& Builder::withPixels(const PixelFormat& format, const std::vector<std::uint16_t>& samples) {
+Builder& Builder::withPixels(const StoredPixels& format,
+                             const std::vector<std::uint16_t>& samples) {
   describePixels(format);
   require(dataset_->putAndInsertUint16Array(DCM_PixelData, samples.data(), samples.size()),
           "pixel data");
   return *this;
 }
 
-Builder& Builder::withPixels(const PixelFormat& format, const std::vector<std::uint8_t>& samples) {
+Builder& Builder::withPixels(const StoredPixels& format, const std::vector<std::uint8_t>& samples) {
   describePixels(format);
   require(dataset_->putAndInsertUint8Array(DCM_PixelData, samples.data(), samples.size()),
           "pixel data");

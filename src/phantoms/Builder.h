@@ -14,7 +14,7 @@
 namespace phantoms {
 
 /// The samples of a phantom and how they are stored.
-struct PixelFormat {
+struct StoredPixels {
   std::size_t columns = 0;
   std::size_t rows = 0;
   std::size_t frames = 1;
@@ -57,8 +57,8 @@ public:
   /// Item `index` of a sequence; the items are made in order, each when it is first asked for.
   DcmItem& item(const DcmTagKey& sequence, std::size_t index = 0);
 
-  Builder& withPixels(const PixelFormat& format, const std::vector<std::uint16_t>& samples);
-  Builder& withPixels(const PixelFormat& format, const std::vector<std::uint8_t>& samples);
+  Builder& withPixels(const StoredPixels& format, const std::vector<std::uint16_t>& samples);
+  Builder& withPixels(const StoredPixels& format, const std::vector<std::uint8_t>& samples);
 
   /// Position, orientation and spacing of an axial slice.
   Builder& withAxialPlane(double spacingMm, double thicknessMm, std::size_t size);
@@ -66,7 +66,7 @@ public:
   std::unique_ptr<DcmDataset> take() { return std::move(dataset_); }
 
 private:
-  void describePixels(const PixelFormat& format);
+  void describePixels(const StoredPixels& format);
 
   std::unique_ptr<DcmDataset> dataset_;
 };

@@ -14,6 +14,13 @@ struct Point {
   double y;
 };
 
+/// A place in a body; the phantom says where its axes are and what its unit is.
+struct BodyPoint {
+  double x;
+  double y;
+  double z;
+};
+
 /// A rectangle that a shape lies in; the default is the whole plane.
 struct Box {
   static constexpr double kFar = 1e9;

@@ -18,20 +18,20 @@ namespace phantoms {
 
 namespace {
 
-struct NamedSyntax {
+struct NamedCoding {
   E_TransferSyntax syntax;
   const char* suffix;
   unsigned number;  // last part of the instance UID
 };
 
-constexpr NamedSyntax kSyntaxes[] = {{EXS_LittleEndianExplicit, "", 1},
+constexpr NamedCoding kSyntaxes[] = {{EXS_LittleEndianExplicit, "", 1},
                                      {EXS_RLELossless, "-rle", 2},
                                      {EXS_JPEGProcess14SV1, "-jpeg-lossless", 3},
                                      {EXS_JPEGLSLossless, "-jpeg-ls", 4},
                                      {EXS_JPEGProcess1, "-jpeg-baseline", 5}};
 
-const NamedSyntax& namedSyntax(E_TransferSyntax syntax) {
-  for (const NamedSyntax& named : kSyntaxes) {
+const NamedCoding& namedCoding(E_TransferSyntax syntax) {
+  for (const NamedCoding& named : kSyntaxes) {
     if (named.syntax == syntax) {
       return named;
     }
@@ -54,7 +54,7 @@ void encode(DcmDataset& dataset, E_TransferSyntax syntax) {
 }
 
 CodedPhantom codedAs(const Phantom& phantom, E_TransferSyntax syntax) {
-  const NamedSyntax& named = namedSyntax(syntax);
+  const NamedCoding& named = namedCoding(syntax);
   // A copy: encoding rewrites the dataset.
   auto file = std::make_unique<DcmFileFormat>(phantom.dataset.get());
   DcmDataset& dataset = *file->getDataset();

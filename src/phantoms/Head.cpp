@@ -35,14 +35,9 @@ constexpr Look kHounsfield{-1000, 25, -95, 1150, 420, 6, 41, 29, 12};
 constexpr Look kT2{12, 420, 1050, 45, 330, 2500, 1250, 830, 2350};
 constexpr Look kPerfusion{0.0, 0.1, 0.05, 0.04, 0.05, 0.05, 1.0, 0.3, 0.05};
 
-/// A place in the head in mm: x to the left of the patient, y to the back, z to the top.
-struct Place {
-  double x;
-  double y;
-  double z;
-};
+// Places in the head are in mm: x to the left of the patient, y to the back, z to the top.
 
-double toEllipsoid(const Place& at, const Place& centre, const Place& radii) {
+double toEllipsoid(const BodyPoint& at, const BodyPoint& centre, const BodyPoint& radii) {
   const double x = (at.x - centre.x) / radii.x;
   const double y = (at.y - centre.y) / radii.y;
   const double z = (at.z - centre.z) / radii.z;
@@ -52,7 +47,7 @@ double toEllipsoid(const Place& at, const Place& centre, const Place& radii) {
 }
 
 /// Smooth noise in space, made of that in planes.
-double noise3(const Place& at, double featureMm, std::uint64_t seed) {
+double noise3(const BodyPoint& at, double featureMm, std::uint64_t seed) {
   const double level = at.z / featureMm + 1000;
   const double below = std::floor(level);
   const double t = level - below;
@@ -64,8 +59,8 @@ double noise3(const Place& at, double featureMm, std::uint64_t seed) {
 
 // Fluid in the folds of the surface and between the halves, gray matter along them and in the
 // nuclei, white matter for the rest. `depth` is the way to the surface of the brain.
-double brain(const Place& at, double depth, const Look& look) {
-  const Place mirrored{std::abs(at.x), at.y, at.z};
+double brain(const BodyPoint& at, double depth, const Look& look) {
+  const BodyPoint mirrored{std::abs(at.x), at.y, at.z};
   const bool horn = toEllipsoid(mirrored, {13, -8, 14}, {6.5, 33, 10}) < 0;
   const bool trigone = toEllipsoid(mirrored, {25, 30, 6}, {6, 13, 10}) < 0;
   const bool third = toEllipsoid(mirrored, {0, 6, -4}, {2.6, 13, 11}) < 0;
@@ -87,8 +82,8 @@ double brain(const Place& at, double depth, const Look& look) {
 }
 
 /// What is in the face and the base of the skull; false where it is the head in general.
-bool face(const Place& at, const Look& look, double& value) {
-  const Place mirrored{std::abs(at.x), at.y, at.z};
+bool face(const BodyPoint& at, const Look& look, double& value) {
+  const BodyPoint mirrored{std::abs(at.x), at.y, at.z};
   const double eye = toEllipsoid(mirrored, {33, -70, -42}, {12.5, 12.5, 12.5});
   const double lens = toEllipsoid(mirrored, {33, -80, -42}, {5, 2.2, 5});
   const double orbit = toEllipsoid(mirrored, {29, -62, -42}, {17, 27, 16});
@@ -109,7 +104,7 @@ bool face(const Place& at, const Look& look, double& value) {
   return true;
 }
 
-double tissueAt(const Place& at, const Look& look) {
+double tissueAt(const BodyPoint& at, const Look& look) {
   const double toSkin = toEllipsoid(at, {0, 0, 0}, {77, 96, 106});
   double value = look.air;
   if (toSkin > 0) {
@@ -132,14 +127,14 @@ double tissueAt(const Place& at, const Look& look) {
 }
 
 /// How a machine cuts the head.
-struct Cut {
+struct Section {
   std::size_t size;
   double pixelMm;
   double thicknessMm;
 };
 
 // Each pixel shows the mean of what lies in it: four places in the plane, in two layers of the cut.
-Canvas cutThrough(double z, const Cut& cut, const Look& look) {
+Canvas cutThrough(double z, const Section& cut, const Look& look) {
   Canvas canvas(cut.size, cut.size, 0);
   const double half = cut.pixelMm * static_cast<double>(cut.size) / 2;
   canvas.map([&](Point p, double) {
@@ -159,7 +154,8 @@ Canvas cutThrough(double z, const Cut& cut, const Look& look) {
 /// What a machine makes of a value: its noise, its scale.
 using Detector = std::function<double(double value, std::int64_t x, std::int64_t y)>;
 
-void append(std::vector<std::uint16_t>& samples, const Canvas& canvas, const Detector& detector) {
+void appendDetected(std::vector<std::uint16_t>& samples, const Canvas& canvas,
+                    const Detector& detector) {
   for (std::size_t row = 0; row < canvas.rows(); ++row) {
     for (std::size_t column = 0; column < canvas.columns(); ++column) {
       const double value = detector(canvas.at(column, row), static_cast<std::int64_t>(column),
@@ -171,7 +167,7 @@ void append(std::vector<std::uint16_t>& samples, const Canvas& canvas, const Det
 
 // --- CT -----------------------------------------------------------------------------------------
 
-constexpr Cut kCtCut{128, 1.75, 6};
+constexpr Section kCtCut{128, 1.75, 6};
 constexpr std::size_t kCtSlices = 20;
 constexpr double kCtTop = 66;
 constexpr double kCtIntercept = -1024;
@@ -182,7 +178,7 @@ std::vector<std::uint16_t> ctFrames() {
     Canvas canvas =
         cutThrough(kCtTop - kCtCut.thicknessMm * static_cast<double>(i), kCtCut, kHounsfield);
     canvas.smooth(0.5);
-    append(samples, canvas, [i](double value, std::int64_t x, std::int64_t y) {
+    appendDetected(samples, canvas, [i](double value, std::int64_t x, std::int64_t y) {
       return value - kCtIntercept + 4 * grain(x, y, 701 + i);
     });
   }
@@ -191,7 +187,7 @@ std::vector<std::uint16_t> ctFrames() {
 
 // --- enhanced MR --------------------------------------------------------------------------------
 
-constexpr Cut kMrCut{128, 1.75, 5};
+constexpr Section kMrCut{128, 1.75, 5};
 constexpr std::size_t kMrSlices = 12;
 constexpr double kMrBottom = -18;
 
@@ -201,7 +197,7 @@ std::vector<std::uint16_t> mrFrames() {
     Canvas canvas =
         cutThrough(kMrBottom + kMrCut.thicknessMm * static_cast<double>(i), kMrCut, kT2);
     canvas.smooth(0.5);
-    append(samples, canvas, [i](double value, std::int64_t x, std::int64_t y) {
+    appendDetected(samples, canvas, [i](double value, std::int64_t x, std::int64_t y) {
       return std::hypot(value + 30 * grain(x, y, 731 + 2 * i), 30 * grain(x, y, 732 + 2 * i));
     });
   }
@@ -210,7 +206,7 @@ std::vector<std::uint16_t> mrFrames() {
 
 // --- uptake of the brain ------------------------------------------------------------------------
 
-constexpr Cut kNmCut{64, 3.5, 7};
+constexpr Section kNmCut{64, 3.5, 7};
 constexpr std::size_t kNmSlices = 12;
 constexpr double kNmBottom = -20;
 
@@ -235,7 +231,7 @@ std::vector<std::uint16_t> nmFrames(const std::vector<std::uint16_t>& slices) {
       return 1000 * value + 260 * std::sqrt(value) * grain(pixel++, slice, 761);
     });
     canvas.smooth(1.2);
-    append(samples, canvas, [](double value, std::int64_t, std::int64_t) { return value; });
+    appendDetected(samples, canvas, [](double value, std::int64_t, std::int64_t) { return value; });
   }
   return samples;
 }

@@ -36,16 +36,11 @@ constexpr std::array<Interval, 2> kIntervals{{{800, 0, 9, 900}, {1040, 2.5, 12, 
 /// 0 wide (filled) to 1 squeezed. The slots start with the R wave; filling is fast, then slow.
 constexpr std::array<double, kTimeSlots> kSqueeze{0.05, 0.45, 0.88, 1, 0.72, 0.3, 0.14, 0.04};
 
-/// A place in the body: x to the left of the patient, y to the back, z from the apex of the heart
-/// towards its valves; all in mm, the long axis of the ventricle is x = y = 0.
-struct Place {
-  double x;
-  double y;
-  double z;
-};
+// Places in the body are in mm: x to the left of the patient, y to the back, z from the apex of the
+// heart towards its valves; the long axis of the ventricle is x = y = 0.
 
 /// Distance to the surface of an ellipsoid around the long axis, negative inside.
-double toShell(const Place& at, double radius, double apex) {
+double toShell(const BodyPoint& at, double radius, double apex) {
   constexpr double kWidest = 58;
   constexpr double kTowardsValves = 75;
   const double along = at.z < kWidest ? kWidest - apex : kTowardsValves;
@@ -70,7 +65,7 @@ public:
         apex_(7 + 1.5 * tight),
         base_(86 - 13 * tight) {}
 
-  double uptake(const Place& at) const {
+  double uptake(const BodyPoint& at) const {
     const double outer = inside(toShell(at, outer_, apex_), 2);
     const double inner = inside(toShell(at, inner_, apex_ + outer_ - inner_ - 1), 2);
     // The septum, on the right of the patient, ends before the free wall: a ring, then a horseshoe.
@@ -89,7 +84,7 @@ private:
 };
 
 /// What lies around: the thin right ventricle, the dome of the liver, blood in everything.
-double surroundings(const Place& at, double tight) {
+double surroundings(const BodyPoint& at, double tight) {
   const double x = (at.x + 36 - 3 * tight) / (27 - 4 * tight);
   const double y = (at.y - 6) / (36 - 5 * tight);
   const double z = (at.z - 62) / 50;
@@ -112,8 +107,8 @@ Canvas slice(const Interval& interval, std::size_t timeSlot, std::size_t index) 
     double weights = 0;
     for (int step = -2; step <= 2; ++step) {
       const double off = 4.0 * step;
-      const Place at{p.x * kHalfMm + kMiddleMm, p.y * kHalfMm,
-                     kSliceMm * static_cast<double>(index) + off};
+      const BodyPoint at{p.x * kHalfMm + kMiddleMm, p.y * kHalfMm,
+                         kSliceMm * static_cast<double>(index) + off};
       const double weight = std::exp(-0.5 * std::pow(off / kBlurMm, 2));
       const double muscle = ventricle.uptake(at);
       sum += weight * std::max(muscle, surroundings(at, tight));

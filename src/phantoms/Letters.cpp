@@ -14,12 +14,12 @@ namespace {
 
 constexpr int kDotColumns = 5;
 constexpr int kDotRows = 7;
-constexpr int kAdvance = kDotColumns + 1;
+constexpr int kLetterAdvance = kDotColumns + 1;
 
-using Rows = std::array<std::uint8_t, kDotRows>;
+using DotRows = std::array<std::uint8_t, kDotRows>;
 
-const std::map<char, Rows>& letters() {
-  static const std::map<char, Rows> kLetters = {
+const std::map<char, DotRows>& letters() {
+  static const std::map<char, DotRows> kLetters = {
       {'0', {14, 17, 19, 21, 25, 17, 14}}, {'1', {4, 12, 4, 4, 4, 4, 14}},
       {'2', {14, 17, 1, 2, 4, 8, 31}},     {'3', {31, 2, 4, 2, 1, 17, 14}},
       {'4', {2, 6, 10, 18, 31, 2, 2}},     {'5', {31, 16, 30, 1, 1, 17, 14}},
@@ -35,7 +35,7 @@ const std::map<char, Rows>& letters() {
   return kLetters;
 }
 
-bool hasDot(const Rows& rows, int column, int row) {
+bool hasDot(const DotRows& rows, int column, int row) {
   return ((rows.at(static_cast<std::size_t>(row)) >> (kDotColumns - 1 - column)) & 1) != 0;
 }
 
@@ -52,7 +52,7 @@ void drawLabel(std::string_view label, int column, int row, int scale,
         }
       }
     }
-    column += kAdvance * scale;
+    column += kLetterAdvance * scale;
   }
 }
 

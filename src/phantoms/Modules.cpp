@@ -16,7 +16,7 @@ constexpr const char* kAxial = "1\\0\\0\\0\\1\\0";
 constexpr const char* kAcquired = "20240229120000";
 
 /// The corner of a slice: its first pixel.
-std::string positionOf(const SliceStack& stack, std::size_t slice) {
+std::string imagePositionOf(const SliceStack& stack, std::size_t slice) {
   const double corner = -stack.pixelMm * (static_cast<double>(stack.size) - 1) / 2;
   const double z = stack.firstMm + stack.spacingMm * static_cast<double>(slice);
   return decimal(corner) + "\\" + decimal(corner) + "\\" + decimal(z);
@@ -146,7 +146,8 @@ void describeFrameGroups(Builder& builder, const SliceStack& stack) {
     put(content, DCM_FrameReferenceDateTime, kAcquired);
     put(content, DCM_FrameAcquisitionDateTime, kAcquired);
     put(content, DCM_FrameAcquisitionDuration, "176400");
-    put(itemOf(groups, DCM_PlanePositionSequence), DCM_ImagePositionPatient, positionOf(stack, i));
+    put(itemOf(groups, DCM_PlanePositionSequence), DCM_ImagePositionPatient,
+        imagePositionOf(stack, i));
   }
 }
 
@@ -184,7 +185,7 @@ void describeReconstruction(Builder& builder, const SliceStack& stack) {
   // The orientation of the slices is an attribute of the detector that their data came from.
   DcmItem& detector = builder.item(DCM_DetectorInformationSequence);
   put(detector, DCM_CollimatorType, "PARA");
-  put(detector, DCM_ImagePositionPatient, positionOf(stack, 0));
+  put(detector, DCM_ImagePositionPatient, imagePositionOf(stack, 0));
   put(detector, DCM_ImageOrientationPatient, kAxial);
 }
 

@@ -20,7 +20,7 @@ constexpr std::size_t kTableEntries = 4096;
 constexpr double kWhite = 2500;
 constexpr double kGray = 1750;
 constexpr double kFluid = 520;
-constexpr double kFat = 3500;
+constexpr double kFatSignal = 3500;
 
 Shape brainShape() {
   return ellipse({0, 0.01}, 0.6, 0.76);
@@ -65,7 +65,7 @@ void drawScalpAndSkull(Canvas& canvas) {
   canvas.fill(ellipse({0, 0.01}, 0.745, 0.915), 1300);
   canvas.fill(
       ellipse({0, 0.01}, 0.735, 0.9),
-      [](Point p) { return kFat + 350 * fractalNoise(p.x * 14, p.y * 14, 111, 2); }, 0.015);
+      [](Point p) { return kFatSignal + 350 * fractalNoise(p.x * 14, p.y * 14, 111, 2); }, 0.015);
   canvas.fill(ellipse({0, 0.01}, 0.69, 0.855), 260, 0.02);
   canvas.fill(rim(ellipse({0, 0.01}, 0.665, 0.828), 0.011), 1500, 0.02);  // marrow of the skull
   canvas.fill(grown(brain, 0.028), 1150, 0.014);                          // meninges

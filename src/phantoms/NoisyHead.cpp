@@ -47,7 +47,7 @@ int headAt(double x, double y) {
   return x * x + 4 * (y - 0.1) * (y - 0.1) < 0.02 ? 5 : 40;
 }
 
-std::vector<std::uint16_t> samplesOf(const HeadForm& form) {
+std::vector<std::uint16_t> headSamples(const HeadForm& form) {
   const std::size_t frameSize = form.columns * form.rows;
   std::vector<std::uint16_t> samples(frameSize * form.frames);
   const std::size_t different = frameSize * std::min(form.frames, kDifferentFrames);
@@ -67,8 +67,8 @@ std::vector<std::uint16_t> samplesOf(const HeadForm& form) {
   return samples;
 }
 
-PixelFormat pixelFormat(const HeadForm& form) {
-  PixelFormat format;
+StoredPixels storedPixelsOf(const HeadForm& form) {
+  StoredPixels format;
   format.columns = form.columns;
   format.rows = form.rows;
   format.frames = form.frames;
@@ -92,12 +92,12 @@ std::unique_ptr<DcmDataset> noisyHead(const HeadForm& form, int number) {
     builder.with(DCM_FrameIncrementPointer, "(0018,0088)");
     builder.with(DCM_SpacingBetweenSlices, "1.25");
   }
-  const std::vector<std::uint16_t> samples = samplesOf(form);
+  const std::vector<std::uint16_t> samples = headSamples(form);
   if (form.eightBit) {
-    builder.withPixels(pixelFormat(form),
+    builder.withPixels(storedPixelsOf(form),
                        std::vector<std::uint8_t>(samples.begin(), samples.end()));
   } else {
-    builder.withPixels(pixelFormat(form), samples);
+    builder.withPixels(storedPixelsOf(form), samples);
   }
   return builder.take();
 }

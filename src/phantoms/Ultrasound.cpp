@@ -26,7 +26,7 @@ constexpr Point kApex{0, -1.02};
 constexpr double kFanHalfAngle = 0.72;
 constexpr double kFanRadius = 1.72;
 
-using Colour = std::array<std::uint8_t, 3>;
+using Rgb = std::array<std::uint8_t, 3>;
 
 /// 0 wide (filled) to 1 squeezed, over one beat.
 double squeeze(double beat) {
@@ -111,14 +111,13 @@ Flow flowAt(Point p, const Heart& heart, double beat) {
   return {filling ? jet : -jet, jet * pulse * inside * swirl};
 }
 
-Colour flowColour(double towards) {
+Rgb flowColour(double towards) {
   const double speed = std::min(std::abs(towards), 1.0);
   const auto channel = [](double value) {
     return static_cast<std::uint8_t>(std::lround(std::clamp(value, 0.0, 255.0)));
   };
-  return towards > 0
-             ? Colour{channel(150 + 105 * speed), channel(230 * speed * speed), channel(20)}
-             : Colour{channel(10), channel(200 * speed * speed), channel(150 + 105 * speed)};
+  return towards > 0 ? Rgb{channel(150 + 105 * speed), channel(230 * speed * speed), channel(20)}
+                     : Rgb{channel(10), channel(200 * speed * speed), channel(150 + 105 * speed)};
 }
 
 class Frame {
@@ -126,7 +125,7 @@ public:
   explicit Frame(std::vector<std::uint8_t>& samples, std::size_t index)
       : pixels_(&samples[index * kColumns * kRows * 3]) {}
 
-  void set(int column, int row, const Colour& colour) {
+  void set(int column, int row, const Rgb& colour) {
     if (column >= 0 && row >= 0 && column < static_cast<int>(kColumns) &&
         row < static_cast<int>(kRows)) {
       const std::size_t pixel =
@@ -156,7 +155,7 @@ void drawFan(Frame& frame, const Canvas& tissue, const Heart& heart, double beat
       const auto gray = static_cast<std::uint8_t>(std::lround(level));
       const Flow flow = flowAt(p, heart, beat);
       frame.set(static_cast<int>(column), static_cast<int>(row),
-                flow.strength > 0.16 ? flowColour(flow.towards) : Colour{gray, gray, gray});
+                flow.strength > 0.16 ? flowColour(flow.towards) : Rgb{gray, gray, gray});
     }
   }
 }

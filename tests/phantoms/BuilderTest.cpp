@@ -38,7 +38,7 @@ TEST(PhantomBuilder, GivesEachNumberASeriesAndAnInstanceOfOneStudy) {
 }
 
 TEST(PhantomBuilder, DescribesTheSamplesThatItIsGiven) {
-  phantoms::PixelFormat format;
+  phantoms::StoredPixels format;
   format.columns = 3;
   format.rows = 1;
   format.frames = 2;

@@ -4,10 +4,11 @@
 // be harmless.
 #include "zrcodecs/Jpeg2000Codec.h"
 
+#include "dicom/FrameSize.h"
 #include "streams/Fragments.h"
 #include "streams/Jpeg2000Frames.h"
 #include "zrcodecs/CodecParameter.h"
-#include "zrcodecs/ImageAttributes.h"
+#include "zrcodecs/CodedImageAttributes.h"
 #include "zrcodecs/Jpeg2000Decoder.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -19,9 +20,6 @@
 namespace zrcodecs {
 
 namespace {
-
-/// DCMTK counts the samples of all frames in 32 bits, and adds a byte to an odd number of them.
-constexpr std::uint64_t kMostBytes = (std::uint64_t{1} << 32U) - 2;
 
 std::uint64_t mostSamples(const DcmCodecParameter* parameter) {
   const auto* const ours = dynamic_cast<const CodecParameter*>(parameter);
@@ -40,18 +38,18 @@ DcmItem* ownerOf(const DcmStack& stack) {
   return dynamic_cast<DcmItem*>(rest.pop());
 }
 
-OFCondition checkFirstFrame(Zrg::Fragments& fragments, const ImageAttributes& attributes,
+OFCondition checkFirstFrame(Zrg::Fragments& fragments, const CodedImageAttributes& attributes,
                             std::uint64_t most) {
   const auto span = Zrg::Jpeg2000Frames(fragments, attributes.numberOfFrames).spanFrom(1);
-  if (!span || attributes.frameBytes() > kMostBytes / attributes.numberOfFrames) {
+  if (!span || attributes.frameBytes() > Zrg::kMostDecodedBytes / attributes.numberOfFrames) {
     return EC_CannotChangeRepresentation;
   }
   const Zrg::FrameBytes bytes(fragments, *span);
   return checkJpeg2000(bytes.data(), bytes.size(), attributes, most);
 }
 
-OFCondition decodeAll(Zrg::Fragments& fragments, const ImageAttributes& attributes,
-                      std::uint64_t most, Uint8* target) {
+OFCondition decodeAllFrames(Zrg::Fragments& fragments, const CodedImageAttributes& attributes,
+                            std::uint64_t most, Uint8* target) {
   Zrg::Jpeg2000Frames frames(fragments, attributes.numberOfFrames);
   unsigned long start = 1;
   for (unsigned long frame = 0; frame < attributes.numberOfFrames; ++frame) {
@@ -72,8 +70,8 @@ OFCondition decodeAll(Zrg::Fragments& fragments, const ImageAttributes& attribut
 
 OFCondition decodeInto(DcmItem& item, DcmPixelSequence& sequence, DcmPolymorphOBOW& pixelData,
                        std::uint64_t most, OFBool& removeOldRepresentation) {
-  ImageAttributes attributes;
-  OFCondition status = readImageAttributes(item, attributes);
+  CodedImageAttributes attributes;
+  OFCondition status = readCodedImageAttributes(item, attributes);
   if (status.bad()) {
     return status;
   }
@@ -91,7 +89,8 @@ OFCondition decodeInto(DcmItem& item, DcmPixelSequence& sequence, DcmPolymorphOB
   if (bytes % 2 != 0) {
     words[bytes / 2] = 0;
   }
-  status = decodeAll(fragments, attributes, most, static_cast<Uint8*>(static_cast<void*>(words)));
+  status =
+      decodeAllFrames(fragments, attributes, most, static_cast<Uint8*>(static_cast<void*>(words)));
   const OFString model = decodedColourModel(attributes.photometricInterpretation);
   if (status.good() && model != attributes.photometricInterpretation) {
     // The compressed frames would not agree with the attribute any more.
@@ -126,8 +125,8 @@ OFCondition Jpeg2000Codec::decodeFrame(const DcmRepresentationParameter* /*from*
   if (item == nullptr || sequence == nullptr || buffer == nullptr) {
     return EC_IllegalCall;
   }
-  ImageAttributes attributes;
-  const OFCondition status = readImageAttributes(*item, attributes);
+  CodedImageAttributes attributes;
+  const OFCondition status = readCodedImageAttributes(*item, attributes);
   if (status.bad()) {
     return status;
   }

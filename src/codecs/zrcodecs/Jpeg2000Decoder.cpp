@@ -24,7 +24,8 @@ namespace {
 
 constexpr unsigned short kConditionCode = 2000;
 constexpr char kOpenJpegFailed[] = "JPEG 2000 stream is damaged";
-constexpr char kOtherImage[] = "JPEG 2000 stream gives another image than its header says";
+constexpr char kStreamGivesOtherImage[] =
+    "JPEG 2000 stream gives another image than its header says";
 
 OFCondition failure(const std::string& text) {
   return makeOFCondition(OFM_dcmdata, kConditionCode, OF_error, text.c_str());
@@ -52,24 +53,24 @@ void logWarning(const char* text, void* /*data*/) {
 }
 
 /// The codestream as OpenJPEG reads it: bytes in memory, then an end marker.
-class Source {
+class CodestreamSource {
 public:
-  Source(const Uint8* bytes, std::size_t size) : bytes_(bytes), size_(size) {}
+  CodestreamSource(const Uint8* bytes, std::size_t size) : bytes_(bytes), size_(size) {}
 
   [[nodiscard]] std::size_t size() const { return size_ + kEnd.size(); }
 
   static OPJ_SIZE_T read(void* buffer, OPJ_SIZE_T count, void* data) {
-    return static_cast<Source*>(data)->take(static_cast<Uint8*>(buffer), count);
+    return static_cast<CodestreamSource*>(data)->take(static_cast<Uint8*>(buffer), count);
   }
   static OPJ_OFF_T skip(OPJ_OFF_T count, void* data) {
-    Source& self = *static_cast<Source*>(data);
+    CodestreamSource& self = *static_cast<CodestreamSource*>(data);
     const auto left = static_cast<OPJ_OFF_T>(self.size() - self.position_);
     const OPJ_OFF_T step = std::clamp<OPJ_OFF_T>(count, 0, left);
     self.position_ += static_cast<std::size_t>(step);
     return step == count ? step : -1;
   }
   static OPJ_BOOL seek(OPJ_OFF_T position, void* data) {
-    Source& self = *static_cast<Source*>(data);
+    CodestreamSource& self = *static_cast<CodestreamSource*>(data);
     if (position < 0 || static_cast<std::size_t>(position) > self.size()) {
       return OPJ_FALSE;
     }
@@ -113,21 +114,21 @@ using CodecHandle = std::unique_ptr<opj_codec_t, DestroyCodec>;
 using StreamHandle = std::unique_ptr<opj_stream_t, DestroyStream>;
 using ImageHandle = std::unique_ptr<opj_image_t, DestroyImage>;
 
-StreamHandle streamOf(Source& source) {
+StreamHandle streamOf(CodestreamSource& source) {
   constexpr std::size_t kMostBuffered = std::size_t{1} << 20U;
   StreamHandle stream(opj_stream_create(std::min(source.size(), kMostBuffered), OPJ_TRUE));
   if (stream) {
     opj_stream_set_user_data(stream.get(), &source, nullptr);
     opj_stream_set_user_data_length(stream.get(), source.size());
-    opj_stream_set_read_function(stream.get(), &Source::read);
-    opj_stream_set_skip_function(stream.get(), &Source::skip);
-    opj_stream_set_seek_function(stream.get(), &Source::seek);
+    opj_stream_set_read_function(stream.get(), &CodestreamSource::read);
+    opj_stream_set_skip_function(stream.get(), &CodestreamSource::skip);
+    opj_stream_set_seek_function(stream.get(), &CodestreamSource::seek);
   }
   return stream;
 }
 
 /// Lets OpenJPEG decode; null, with the log saying why, when it does not.
-ImageHandle imageOf(Source& source) {
+ImageHandle imageOf(CodestreamSource& source) {
   CodecHandle codec(opj_create_decompress(OPJ_CODEC_J2K));
   const StreamHandle stream = streamOf(source);
   if (!codec || !stream) {
@@ -147,7 +148,7 @@ ImageHandle imageOf(Source& source) {
 }
 
 /// Whether the image has the components that the header promised, each with samples.
-bool isWhole(const opj_image_t& image, const ImageAttributes& attributes) {
+bool hasPromisedSize(const opj_image_t& image, const CodedImageAttributes& attributes) {
   if (image.numcomps != attributes.samplesPerPixel) {
     return false;
   }
@@ -169,7 +170,7 @@ struct SampleRule {
   }
 };
 
-SampleRule ruleFor(const opj_image_comp_t& component, const ImageAttributes& attributes) {
+SampleRule ruleFor(const opj_image_comp_t& component, const CodedImageAttributes& attributes) {
   const bool isSigned = component.sgnd != 0;
   const auto bits = static_cast<unsigned int>(component.prec);
   const auto ofStream = static_cast<OPJ_INT32>((1U << bits) - 1);
@@ -200,7 +201,7 @@ OPJ_UINT32 indexFor(OPJ_UINT32 pixel, OPJ_UINT32 distance, OPJ_UINT32 first, OPJ
 /// Copies a component; one that is subsampled gives its samples to their neighbours too.
 template <class Sample>
 void copyComponent(const opj_image_t& image, const opj_image_comp_t& from, const SampleRule& rule,
-                   const ImageAttributes& attributes, Plane<Sample> to) {
+                   const CodedImageAttributes& attributes, Plane<Sample> to) {
   Sample* out = to.samples;
   for (OPJ_UINT32 y = 0; y < attributes.rows; ++y) {
     const std::size_t row = indexFor(image.y0 + y, from.dy, from.y0, from.h);
@@ -214,7 +215,7 @@ void copyComponent(const opj_image_t& image, const opj_image_comp_t& from, const
 }
 
 template <class Sample>
-void copySamples(const opj_image_t& image, const ImageAttributes& attributes, Sample* target) {
+void copySamples(const opj_image_t& image, const CodedImageAttributes& attributes, Sample* target) {
   const std::size_t components = image.numcomps;
   const std::size_t pixels = std::size_t{1} * attributes.columns * attributes.rows;
   const bool isPlanar = attributes.planarConfiguration == 1;
@@ -227,7 +228,7 @@ void copySamples(const opj_image_t& image, const ImageAttributes& attributes, Sa
 }
 
 Zrg::Result<Zrg::Jpeg2000Image> readHeaders(const Uint8* bytes, std::size_t size,
-                                            const ImageAttributes& attributes,
+                                            const CodedImageAttributes& attributes,
                                             std::uint64_t mostSamples) {
   return Zrg::readJpeg2000Image(bytes, size,
                                 {attributes.columns, attributes.rows, attributes.samplesPerPixel,
@@ -236,25 +237,26 @@ Zrg::Result<Zrg::Jpeg2000Image> readHeaders(const Uint8* bytes, std::size_t size
 
 }  // namespace
 
-OFCondition checkJpeg2000(const Uint8* bytes, std::size_t size, const ImageAttributes& attributes,
-                          std::uint64_t mostSamples) {
+OFCondition checkJpeg2000(const Uint8* bytes, std::size_t size,
+                          const CodedImageAttributes& attributes, std::uint64_t mostSamples) {
   const auto headers = readHeaders(bytes, size, attributes, mostSamples);
   return headers ? EC_Normal : failure(headers.reason().text);
 }
 
-OFCondition decodeJpeg2000(const Uint8* bytes, std::size_t size, const ImageAttributes& attributes,
-                           std::uint64_t mostSamples, void* target) {
+OFCondition decodeJpeg2000(const Uint8* bytes, std::size_t size,
+                           const CodedImageAttributes& attributes, std::uint64_t mostSamples,
+                           void* target) {
   const auto headers = readHeaders(bytes, size, attributes, mostSamples);
   if (!headers) {
     return failure(headers.reason().text);
   }
-  Source source(bytes + headers->begin, headers->end - headers->begin);
+  CodestreamSource source(bytes + headers->begin, headers->end - headers->begin);
   const ImageHandle image = imageOf(source);
   if (!image) {
     return failure(kOpenJpegFailed);
   }
-  if (!isWhole(*image, attributes)) {
-    return failure(kOtherImage);
+  if (!hasPromisedSize(*image, attributes)) {
+    return failure(kStreamGivesOtherImage);
   }
   if (attributes.bitsAllocated == 8) {
     copySamples(*image, attributes, static_cast<Uint8*>(target));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "zrcodecs/ImageAttributes.h"
+#include "zrcodecs/CodedImageAttributes.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctypes.h"
@@ -25,12 +25,12 @@ namespace zrcodecs {
 /// @param target      receives attributes.frameBytes() bytes; after a failure some may be written
 /// @return why there is no frame
 [[nodiscard]] OFCondition decodeJpeg2000(const Uint8* bytes, std::size_t size,
-                                         const ImageAttributes& attributes,
+                                         const CodedImageAttributes& attributes,
                                          std::uint64_t mostSamples, void* target);
 
 /// Whether decodeJpeg2000() would hand these bytes to OpenJPEG.
 [[nodiscard]] OFCondition checkJpeg2000(const Uint8* bytes, std::size_t size,
-                                        const ImageAttributes& attributes,
+                                        const CodedImageAttributes& attributes,
                                         std::uint64_t mostSamples);
 
 }  // namespace zrcodecs

@@ -5,7 +5,7 @@
 #include "decoding/Colour.h"
 
 #include "decoding/ColourFrame.h"
-#include "decoding/FrameDecoder.h"
+#include "decoding/FrameExtractor.h"
 #include "dicom/ItemValues.h"
 #include "streams/CodecGuard.h"
 #include "streams/TransferSyntaxes.h"
@@ -29,29 +29,27 @@ constexpr char kNoPixelDataInDocument[] = "Unable to locate DcmPixelData in DiDo
 constexpr char kNoImageMemory[] = "Unable to create valid DicomImage object (out of memory)";
 constexpr char kNoUncompressedData[] = "Uncompressed data has size 0";
 constexpr char kTooLarge[] = "pixel data has an unsupported uncompressed size of more than 4GB";
-constexpr char kNotRendered[] = "DicomImage::getOutputData() failed";
-constexpr char kFrameNotDecompressed[] = "DcmPixelData::getUncompressedFrame() failed";
+constexpr char kNoOutputData[] = "DicomImage::getOutputData() failed";
+constexpr char kNoUncompressedFrame[] = "DcmPixelData::getUncompressedFrame() failed";
 
 constexpr unsigned long long kFourGiB = 1ULL << 32;
-constexpr int kBitsPerSample = 8;
-constexpr int kInterleaved = 0;
 
 /// For DCMTK's image classes: a range of frames is read alone.
 unsigned long flagsOf(const Task& task) {
   return task.frames.all ? 0 : CIF_UsePartialAccessToPixelData;
 }
 
-unsigned long firstOf(const Task& task) {
+unsigned long firstFrameOf(const Task& task) {
   return static_cast<unsigned long>(task.frames.first);
 }
 
-unsigned long countOf(const Task& task) {
+unsigned long frameCountOf(const Task& task) {
   return static_cast<unsigned long>(task.frames.count);
 }
 
 Message frameNotDecompressed(const OFCondition& status) {
   const std::string reason = status.text();
-  return Message(reason.empty() ? kFrameNotDecompressed : kFrameNotDecompressed + (": " + reason));
+  return Message(reason.empty() ? kNoUncompressedFrame : kNoUncompressedFrame + (": " + reason));
 }
 
 /// What DCMTK says of a frame that its decoders do not take.
@@ -107,7 +105,7 @@ public:
 private:
   ImageAttributes attributes_;
   DcmPixelData& pixelData_;
-  FrameDecoder decoder_;
+  FrameExtractor decoder_;
   Uint32 frameBytes_;
   bool all_;
 };
@@ -129,7 +127,7 @@ public:
   bool mayHoldFrames(int count) override {
     CodecGuard guard(task_.attributes, task_.pixelData);
     return guard.isCountable(1) &&
-           guard.mayHoldFrames(firstOf(task_), static_cast<unsigned long>(count));
+           guard.mayHoldFrames(firstFrameOf(task_), static_cast<unsigned long>(count));
   }
 
   Message missingFrame(unsigned long long /*totalBytes*/) const override { return frameRefused(); }
@@ -144,14 +142,14 @@ public:
     const OFCondition status =
         decoder_.decode(static_cast<Uint32>(task_.frames.first + position),
                         static_cast<Uint32>(task_.attributes.size.allocatedBytes()),
-                        frame_->cells(), frame_->cellsSize());
+                        frame_->containers(), frame_->containersSize());
     return status.bad() ? frameNotDecompressed(status)
                         : frame_->render(decoder_.colourModel(), target);
   }
 
 private:
   const Task& task_;
-  FrameDecoder decoder_;
+  FrameExtractor decoder_;
   std::optional<ColourFrame> frame_;
 };
 
@@ -171,11 +169,11 @@ public:
   bool mayHoldFrames(int /*count*/) override { return true; }  // the image holds them already
 
   Message missingFrame(unsigned long long totalBytes) const override {
-    return Reason{totalBytes >= kFourGiB ? kTooLarge : kNotRendered};
+    return FailureText{totalBytes >= kFourGiB ? kTooLarge : kNoOutputData};
   }
 
   Result<void> makeFrame(int position, char* target, unsigned long long totalBytes) override {
-    if (image_->getOutputData(target, frameBytes_, kBitsPerSample,
+    if (image_->getOutputData(target, frameBytes_, kRenderedBits,
                               static_cast<unsigned long>(position), kInterleaved) == 0) {
       return missingFrame(totalBytes);
     }
@@ -196,18 +194,20 @@ bool hasWholeSamples(const Task& task) {
 
 Result<void> mayOpenImage(const Task& task) {
   if (task.attributes.size.bytesPerSample() > 2 && !hasWholeSamples(task)) {
-    return Reason{kNoUncompressedData};
+    return FailureText{kNoUncompressedData};
   }
   CodecGuard guard(task.item, task.pixelData);  // reads what a document may have rewritten
-  const bool isCountable = task.frames.all ? guard.isCountable() : guard.isCountable(countOf(task));
+  const bool isCountable =
+      task.frames.all ? guard.isCountable() : guard.isCountable(frameCountOf(task));
   if (!isCountable) {
-    return Reason{kTooLarge};
+    return FailureText{kTooLarge};
   }
-  const bool isSafe = task.frames.all ? allImagesAreSafe(task.item)
-                                      : guard.colourModelIsSafe() &&
-                                            guard.framesAreSafe(firstOf(task), countOf(task));
+  const bool isSafe = task.frames.all
+                          ? allImagesAreSafe(task.item)
+                          : guard.colourModelIsSafe() &&
+                                guard.framesAreSafe(firstFrameOf(task), frameCountOf(task));
   if (!isSafe) {
-    return Reason{kNoUncompressedData};
+    return FailureText{kNoUncompressedData};
   }
   return {};
 }
@@ -234,7 +234,7 @@ std::unique_ptr<DicomImage> openImage(const Task& task) {
   try {
     // A document may have decompressed the pixel data in place; what was compressed is gone then.
     return std::make_unique<DicomImage>(&task.item, storedSyntaxOf(task.pixelData), flagsOf(task),
-                                        firstOf(task), countOf(task));
+                                        firstFrameOf(task), frameCountOf(task));
   } catch (const std::bad_alloc&) {
     throw NoImageMemory(kNoImageMemory);
   }
@@ -255,7 +255,7 @@ bool completePlanarConfiguration(DcmItem& item) {
 Result<void> haveCountableSize(const Task& task) {
   const auto count = static_cast<unsigned long long>(task.frames.count);
   if (count > 1 && task.attributes.size.rgbBytes() * count >= kFourGiB) {  // one has no position
-    return Reason{kTooLarge};
+    return FailureText{kTooLarge};
   }
   return {};
 }
@@ -271,7 +271,7 @@ ColourDocument& ColourDocument::operator=(ColourDocument&& other) noexcept = def
 Result<void> ColourDocument::mayOpen(const Task& task) {
   CodecGuard guard(task.attributes, task.pixelData);
   if (task.frames.all && !guard.isCountable()) {
-    return Reason{kTooLarge};
+    return FailureText{kTooLarge};
   }
   if (task.frames.all ? allImagesAreSafe(task.item) : guard.colourModelIsSafe()) {
     return {};
@@ -280,25 +280,25 @@ Result<void> ColourDocument::mayOpen(const Task& task) {
   if (isDirect(task, syntax, task.item, task.pixelData)) {
     return frameRefused();
   }
-  return Reason{kNoUncompressedData};
+  return FailureText{kNoUncompressedData};
 }
 
 Result<ColourDocument> ColourDocument::open(const Task& task) {
   std::unique_ptr<DiDocument> document;
   try {
     document = std::make_unique<DiDocument>(&task.item, task.attributes.storedSyntax, flagsOf(task),
-                                            firstOf(task), countOf(task));
+                                            firstFrameOf(task), frameCountOf(task));
   } catch (const std::bad_alloc&) {
     throw NoImageMemory(kNoDocumentMemory);
   }
   ColourDocument opened(std::move(document));
   opened.item_ = dynamic_cast<DcmItem*>(opened.document_->getDicomObject());
   if (opened.item_ == nullptr) {
-    return Reason{kNoDocument};
+    return FailureText{kNoDocument};
   }
   opened.pixelData_ = opened.document_->getPixelData();
   if (opened.pixelData_ == nullptr) {
-    return Reason{kNoPixelDataInDocument};
+    return FailureText{kNoPixelDataInDocument};
   }
   return opened;
 }
@@ -327,13 +327,13 @@ Result<std::unique_ptr<ColourFrames>> renderedFrames(const Task& task) {
   }
   std::unique_ptr<DicomImage> image = openImage(task);
   (void)image->hideAllOverlays(0);  // 0 says that there are none
-  const unsigned long frameBytes = image->getOutputDataSize(kBitsPerSample);
+  const unsigned long frameBytes = image->getOutputDataSize(kRenderedBits);
   if (frameBytes == 0) {  // there is nothing to show
-    return Reason{kNoUncompressedData};
+    return FailureText{kNoUncompressedData};
   }
   if (frameBytes != task.attributes.size.rgbBytes() ||  // grey after all
       !hasWholePairs(task, *image)) {
-    return Reason{kNotRendered};
+    return FailureText{kNoOutputData};
   }
   return std::unique_ptr<ColourFrames>(new RenderedFrames(std::move(image), frameBytes));
 }

@@ -19,7 +19,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <optional>
+#include <type_traits>
+#include <utility>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -31,7 +34,9 @@ namespace {
 
 constexpr Uint16 kFirstOverlayGroup = 0x6000;
 constexpr Uint16 kLastOverlayGroup = 0x601E;
-constexpr int kWordBits = 32;
+/// Bits of a word of a mask.
+constexpr int kMaskWordBits = std::numeric_limits<
+    std::remove_pointer_t<decltype(std::declval<KtBitfield&>().words())>>::digits;
 
 /// What an overlay group says of a plane without data of its own; places and frames from 0.
 struct EmbeddedPlane {
@@ -57,7 +62,7 @@ KtVec2i planeOrigin(DcmItem& item, Uint16 group) {
   return row ? KtVec2i(column.value_or(1) - 1, *row - 1) : KtVec2i(0, 0);
 }
 
-std::optional<EmbeddedPlane> readPlane(DcmItem& item, Uint16 group) {
+std::optional<EmbeddedPlane> readEmbeddedPlane(DcmItem& item, Uint16 group) {
   const std::optional<Uint16> rows = readUint16(item, DcmTagKey(group, 0x0010));
   if (!rows || item.tagExists(DcmTagKey(group, 0x3000))) {
     return std::nullopt;
@@ -132,19 +137,19 @@ std::uint32_t packWord(const char* samples, unsigned int bit) {
 #else
 template <typename T>
 std::uint32_t packWord(const char* samples, unsigned int bit) {
-  return packSamples<T>(samples, kWordBits, bit);
+  return packSamples<T>(samples, kMaskWordBits, bit);
 }
 #endif
 
 template <typename T>
 void packRow(const char* samples, int columns, unsigned int bit, std::uint32_t* words) {
   int left = columns;
-  for (; left >= kWordBits; left -= kWordBits, samples += kWordBits * sizeof(T)) {
+  for (; left >= kMaskWordBits; left -= kMaskWordBits, samples += kMaskWordBits * sizeof(T)) {
     *words++ = packWord<T>(samples, bit);
   }
-  if (left > 0 && columns >= kWordBits) {
+  if (left > 0 && columns >= kMaskWordBits) {
     // The last 32 samples of the row, without those that the word before has.
-    const int before = kWordBits - left;
+    const int before = kMaskWordBits - left;
     *words = packWord<T>(samples - static_cast<std::size_t>(before) * sizeof(T), bit) >> before;
   } else if (left > 0) {
     *words = packSamples<T>(samples, left, bit);
@@ -153,8 +158,8 @@ void packRow(const char* samples, int columns, unsigned int bit, std::uint32_t* 
 
 /// Where a rectangle of a frame stands in the slice's memory, in samples; nothing when the memory
 /// does not hold all of it.
-std::optional<long long> positionOf(const SliceImage& slice, const KtVec2i& origin, int columns,
-                                    int rows, int frame) {
+std::optional<long long> firstSampleOf(const SliceImage& slice, const KtVec2i& origin, int columns,
+                                       int rows, int frame) {
   if (frame < 0 || frame >= slice.extent.z) {
     return std::nullopt;
   }
@@ -173,7 +178,7 @@ std::optional<long long> positionOf(const SliceImage& slice, const KtVec2i& orig
 void SliceImage::extractEmbeddedOverlays(DcmItem& item, int firstFrame, int lastFrame) {
   KtHandle<ZrOverlayData> found;
   for (Uint16 group = kFirstOverlayGroup; group <= kLastOverlayGroup; group += 2) {
-    const std::optional<EmbeddedPlane> plane = readPlane(item, group);
+    const std::optional<EmbeddedPlane> plane = readEmbeddedPlane(item, group);
     if (!plane || !isInside(*plane, extent)) {
       continue;
     }
@@ -211,15 +216,15 @@ void SliceImage::extractEmbeddedOverlay(KtVec2i& origin, KtVec2i& size, int fram
   const int columns = std::max(size.x, 0);
   const int rows = std::max(size.y, 0);
   const unsigned long wordsPerRow =
-      (static_cast<unsigned long>(columns) + kWordBits - 1) / kWordBits;
-  size.x = static_cast<int>(wordsPerRow * kWordBits);
-  mask.resize(wordsPerRow * kWordBits * static_cast<unsigned long>(rows), KtBitfield::CLEARED);
+      (static_cast<unsigned long>(columns) + kMaskWordBits - 1) / kMaskWordBits;
+  size.x = static_cast<int>(wordsPerRow * kMaskWordBits);
+  mask.resize(wordsPerRow * kMaskWordBits * static_cast<unsigned long>(rows), KtBitfield::CLEARED);
 
   const char* const memory = firstSample(*this);
-  const unsigned int bit = static_cast<unsigned int>(bitPosition) % kWordBits;
+  const unsigned int bit = static_cast<unsigned int>(bitPosition) % kMaskWordBits;
   // Deliberate: the frame is a position in this slice's memory, not shifted by the first frame that
   // was decoded. Test: OverlayExtraction.TakesTheFrameNumberAsThePositionInMemory
-  const std::optional<long long> position = positionOf(*this, origin, columns, rows, frame);
+  const std::optional<long long> position = firstSampleOf(*this, origin, columns, rows, frame);
   if (memory == nullptr || columns == 0 || rows == 0 || bit >= 8 * sizeof(T) || !position) {
     return;
   }

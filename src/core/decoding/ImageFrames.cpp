@@ -36,7 +36,7 @@ constexpr char kFrameTooLarge[] = "A frame of %llu bytes is more than DCMTK can 
 constexpr char kNoDecoder[] = "There is no decoder for the transfer syntax %s";
 constexpr char kNoStart[] =
     "Neither the offset table nor the fragments tell where frame %llu begins";
-constexpr char kOtherImage[] =
+constexpr char kStreamHasOtherImage[] =
     "The compressed image has %u x %u pixels of %u samples with %u bits, where the attributes say "
     "%u x %u pixels of %u samples with %u bits allocated";
 constexpr char kNotWhole[] = "The compressed data does not hold the whole frame";
@@ -44,13 +44,12 @@ constexpr char kUnknownSign[] =
     "The compressed image has %u bits, where %u signed bits are stored: its signs are lost";
 constexpr char kNotDecoded[] = "The frame cannot be decoded: %s";
 
-constexpr unsigned long long kMostFrameBytes = (1ULL << 32) - 2;  // DCMTK makes sizes even
-constexpr std::uint64_t kMostFrames = std::uint64_t{1} << 31;     // it counts them with a sign
+constexpr std::uint64_t kMostFrames = std::uint64_t{1} << 31;  // DCMTK counts them with a sign
 
 Result<void> hasDecodableSamples(const ImageAttributes& attributes) {
   const unsigned int bits = attributes.size.bitsAllocated;
   if (bits == 1) {
-    return Reason{kPackedBits};
+    return FailureText{kPackedBits};
   }
   if (bits != 8 && bits != 16 && bits != 32) {
     return Message(KtString::printf(kNotWholeBytes, bits).str());
@@ -62,7 +61,7 @@ Result<void> hasDecodableSamples(const ImageAttributes& attributes) {
   return {};
 }
 
-FrameFormat formatOf(const ImageAttributes& attributes) {
+FrameFormat frameFormatOf(const ImageAttributes& attributes) {
   FrameFormat format;
   format.frames = attributes.frames.inFull;
   format.columns = attributes.size.columns;
@@ -75,23 +74,23 @@ FrameFormat formatOf(const ImageAttributes& attributes) {
 
 }  // namespace
 
-Result<Image> readImage(DcmItem& item) {
+Result<ReadableImage> readImage(DcmItem& item) {
   const Result<DcmPixelData*> pixelData = findPixelData(item);
   if (!pixelData) {
     return pixelData.reason();
   }
-  Image image{*pixelData, readImageAttributes(item, *pixelData), {}};
+  ReadableImage image{*pixelData, readImageAttributes(item, *pixelData), {}};
   if (image.attributes.missing) {
     return *image.attributes.missing;
   }
   if (const Result<void> decodable = hasDecodableSamples(image.attributes); !decodable) {
     return decodable.reason();
   }
-  image.format = formatOf(image.attributes);
+  image.format = frameFormatOf(image.attributes);
   return image;
 }
 
-ImageFrames::ImageFrames(DcmItem& item, Image image)
+ImageFrames::ImageFrames(DcmItem& item, ReadableImage image)
     : item_(item),
       image_(std::move(image)),
       fragments_(*image_.pixelData, image_.format.frames),
@@ -147,8 +146,8 @@ Result<void> ImageFrames::isCountable(std::uint64_t frame) const {
         KtString::printf(kNoSuchFrame, static_cast<unsigned long long>(frame), frames).str());
   }
   const FrameSize& size = image_.attributes.size;
-  const unsigned long long largest = std::max(size.cellsBytes(), size.rgbBytes());
-  if (largest > kMostFrameBytes) {
+  const unsigned long long largest = std::max(size.decodedFrameBytes(), size.rgbBytes());
+  if (largest > kMostDecodedBytes) {
     return Message(KtString::printf(kFrameTooLarge, largest).str());
   }
   return {};
@@ -160,8 +159,10 @@ Result<void> ImageFrames::hasNativeBytes(std::uint64_t frame) const {
   // DCMTK shows what a colour image lacks at its end as black; there is a luminance or an index for
   // each pixel at least.
   const unsigned long long required =
-      image_.format.monochrome ? times(image_.format.frameBytes(), frame + 1)
-                               : plus(times(times(size.pixels(), size.bytesPerSample()), frame), 1);
+      image_.format.monochrome
+          ? saturatedProduct(image_.format.frameBytes(), frame + 1)
+          : saturatedSum(
+                saturatedProduct(saturatedProduct(size.pixels(), size.bytesPerSample()), frame), 1);
   return holdsSamples(image_.pixelData->getLength(), required);
 }
 
@@ -269,7 +270,8 @@ Result<void> ImageFrames::renderDecoded(Uint32 frame, char* target) {
   (void)completePlanarConfiguration(item_);  // the decoders ask for it; the frame knows which it is
   ColourFrame colour(item_, image_.attributes.size);
   const auto frameBytes = static_cast<Uint32>(image_.attributes.size.allocatedBytes());
-  if (Result<void> taken = take(frame, frameBytes, colour.cells(), colour.cellsSize()); !taken) {
+  if (Result<void> taken = take(frame, frameBytes, colour.containers(), colour.containersSize());
+      !taken) {
     return taken;
   }
   return colour.render(decoder_.colourModel(), target);
@@ -292,11 +294,12 @@ Message ImageFrames::reasonOfRefusal() {
   if (!header || (header->columns == size.columns && header->rows == size.rows &&
                   header->components == size.samplesPerPixel &&
                   (header->precision > 8) == (size.bitsAllocated > 8))) {
-    return Reason{kNotWhole};
+    return FailureText{kNotWhole};
   }
-  return Message(KtString::printf(kOtherImage, header->columns, header->rows, header->components,
-                                  header->precision, unsigned{size.columns}, unsigned{size.rows},
-                                  unsigned{size.samplesPerPixel}, unsigned{size.bitsAllocated})
+  return Message(KtString::printf(kStreamHasOtherImage, header->columns, header->rows,
+                                  header->components, header->precision, unsigned{size.columns},
+                                  unsigned{size.rows}, unsigned{size.samplesPerPixel},
+                                  unsigned{size.bitsAllocated})
                      .str());
 }
 

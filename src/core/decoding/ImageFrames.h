@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "decoding/FrameDecoder.h"
+#include "decoding/FrameExtractor.h"
 #include "decoding/FrameFragments.h"
 #include "dicom/ImageAttributes.h"
 #include "dicom/Result.h"
@@ -19,20 +19,20 @@ class DcmPixelData;
 namespace Zrg::Decoding {
 
 /// An image whose frames can be asked for: everything that is known before a sample is read.
-struct Image {
+struct ReadableImage {
   DcmPixelData* pixelData = nullptr;
   ImageAttributes attributes;
   FrameFormat format;
 };
 
 /// Reads the image of an item, or says why it cannot be decoded.
-[[nodiscard]] Result<Image> readImage(DcmItem& item);
+[[nodiscard]] Result<ReadableImage> readImage(DcmItem& item);
 
 /// The frames of an image by their numbers. Where each of them begins is found once and kept.
 class ImageFrames {
 public:
   /// @param item must outlive the frames, with its pixel data
-  ImageFrames(DcmItem& item, Image image);
+  ImageFrames(DcmItem& item, ReadableImage image);
 
   [[nodiscard]] const FrameFormat& format() const { return image_.format; }
 
@@ -65,9 +65,9 @@ private:
   [[nodiscard]] std::optional<CodedFrame> codedHeader();
 
   DcmItem& item_;
-  Image image_;
+  ReadableImage image_;
   FrameFragments fragments_;
-  FrameDecoder decoder_;
+  FrameExtractor decoder_;
   Uint32 start_ = 0;  ///< the fragment in which the frame that is being decoded begins
 };
 

@@ -4,7 +4,7 @@
 // place: the stored bits alone, through the modality LUT, unsigned.
 #include "decoding/Monochrome.h"
 
-#include "decoding/FrameDecoder.h"
+#include "decoding/FrameExtractor.h"
 #include "decoding/SampleMemory.h"
 #include "dicom/ItemValues.h"
 #include "samples/InternalCheck.h"
@@ -39,8 +39,8 @@ constexpr int kConversionFailureLine = 610;
 
 /// Bytes of the frames that are selected.
 std::size_t requiredSize(const Task& task) {
-  return times(task.attributes.size.allocatedBytes(),
-               static_cast<unsigned long long>(task.frames.count));
+  return saturatedProduct(task.attributes.size.allocatedBytes(),
+                          static_cast<unsigned long long>(task.frames.count));
 }
 
 /// The element's own array of samples.
@@ -56,10 +56,10 @@ Result<char*> samplesOf(DcmPixelData& pixelData, unsigned int bytesPerSample) {
     status = pixelData.getUint16Array(words);
     samples = reinterpret_cast<char*>(words);
   } else {
-    return Reason{kUnsupportedSampleSize};
+    return FailureText{kUnsupportedSampleSize};
   }
   if (status.bad()) {
-    return Reason{kNotReadable};
+    return FailureText{kNotReadable};
   }
   return samples;
 }
@@ -78,10 +78,10 @@ Result<void> requireOneSamplePerPixel(DcmItem& item) {
   // Test: SliceDecodingMonochrome.RefusesSamplesPerPixelThatHaveNoText
   const std::optional<int> samplesPerPixel = readInt(item, DCM_SamplesPerPixel);
   if (!samplesPerPixel) {
-    return Reason{kNoSamplesPerPixel};
+    return FailureText{kNoSamplesPerPixel};
   }
   if (*samplesPerPixel != 1) {
-    return Reason{kNotOneSamplePerPixel};
+    return FailureText{kNotOneSamplePerPixel};
   }
   return {};
 }
@@ -93,7 +93,7 @@ Result<char*> decodeInPlace(const Task& task) {
   CodecGuard guard(task.attributes, task.pixelData);
   if (!guard.allFramesAreSafe() ||
       task.pixelData.chooseRepresentation(kExplicitLittleEndian, nullptr, stack).bad()) {
-    return Reason{kNotDecompressed};
+    return FailureText{kNotDecompressed};
   }
   if (const Result<void> whole = holdsSamples(task.pixelData.getLength(), requiredSize(task));
       !whole) {
@@ -110,7 +110,7 @@ Result<std::shared_ptr<char>> allocateFrames(const Task& task) {
   const auto first = static_cast<unsigned long>(task.frames.first);
   const auto count = static_cast<unsigned long>(task.frames.count);
   if (!CodecGuard(task.attributes, task.pixelData).mayHoldFrames(first, count)) {
-    return Reason{kFrameNotDecompressed};
+    return FailureText{kFrameNotDecompressed};
   }
   return allocateSamples(requiredSize(task));
 }
@@ -119,7 +119,7 @@ Result<void> decodeFrames(const Task& task, char* destination) {
   const unsigned long long allocatedBytes = task.attributes.size.allocatedBytes();
   if (allocatedBytes >
       std::numeric_limits<Uint32>::max()) {  // DCMTK counts the bytes of a frame so
-    return Reason{kFrameNotDecompressed};
+    return FailureText{kFrameNotDecompressed};
   }
   const auto frameBytes = static_cast<Uint32>(allocatedBytes);
   // DCMTK's frame decoder asks for an even number of bytes.
@@ -137,7 +137,7 @@ Result<void> decodeFrames(const Task& task, char* destination) {
   const bool partial = task.pixelData.getUncompressedFrameSize(&task.item, storedSize).good() &&
                        storedSize < frameBytes;
 
-  FrameDecoder decoder(task.item, task.pixelData, task.attributes);
+  FrameExtractor decoder(task.item, task.pixelData, task.attributes);
   for (int frame = task.frames.first; frame <= task.frames.last; ++frame) {
     char* const samples = scratch != nullptr ? scratch.get() : destination;
     if (partial) {
@@ -145,7 +145,7 @@ Result<void> decodeFrames(const Task& task, char* destination) {
     }
     if (decoder.decode(static_cast<Uint32>(frame), frameBytes, samples, frameBytes + frameBytes % 2)
             .bad()) {
-      return Reason{kFrameNotDecompressed};
+      return FailureText{kFrameNotDecompressed};
     }
     if (scratch != nullptr) {
       std::memcpy(destination, samples, frameBytes);
@@ -157,7 +157,7 @@ Result<void> decodeFrames(const Task& task, char* destination) {
 
 StoredSamples readProcessedSamples(DcmItem& item, unsigned int bytesPerSample) {
   StoredSamples stored = readStoredSamples(item, bytesPerSample);
-  if (stored.highBit >= stored.bitsStored && readText(item, DCM_HighBit)) {
+  if (stored.highBit >= stored.bitsStored && readValueText(item, DCM_HighBit)) {
     // Deliberate: a high bit is believed only below Bits Stored; stored bits at the top of the
     // sample are taken for the lowest. Without stored bits there is none to point at.
     // Test: Samples/SliceDecodingConversion, HighBitAboveTheStoredBits
@@ -187,7 +187,7 @@ Result<int> convertInPlace(const KtHandle<ZrDataAccess>& samples,
                                         kConversionFailureLine)) {
     // Deliberate: every failed conversion reads so, whatever its reason.
     // Test: SliceDecodingModalityLut.OfWiderEntriesThanTheSamplesFails
-    return Reason{kOutOfMemory};
+    return FailureText{kOutOfMemory};
   }
   return offset;
 }

@@ -32,7 +32,7 @@ Result<std::shared_ptr<char>> allocateSamples(std::size_t size) {
   // An image without pixels still gets an address: calloc may answer null for no bytes.
   auto* const memory = static_cast<char*>(std::calloc(size > 0 ? size : 1, 1));
   if (memory == nullptr) {
-    return Reason{kOutOfMemory};
+    return FailureText{kOutOfMemory};
   }
   return std::shared_ptr<char>(memory, [](char* samples) { std::free(samples); });
 }

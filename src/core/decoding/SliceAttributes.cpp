@@ -35,11 +35,11 @@ std::optional<KtVec2f> readPair(DcmItem& item, const DcmTagKey& firstKey,
   return KtVec2f(*first, *second);
 }
 
+}  // namespace
+
 KtVec2f notSet() {
   return {std::nanf("0"), std::nanf("0")};
 }
-
-}  // namespace
 
 bool isLossy(DcmItem& item) {
   Wex::ItemOF wrapped(item);

@@ -17,6 +17,9 @@ namespace Decoding {
 /// syntax is not known to keep every sample. @see PS3.3 C.7.6.1.1.5 (Lossy Image Compression)
 [[nodiscard]] bool isLossy(DcmItem& item);
 
+/// A pair of numbers that nothing says: (NaN, NaN).
+[[nodiscard]] KtVec2f notSet();
+
 /// (slope, intercept); (1, 0) unless both are there and the slope is not 0.
 [[nodiscard]] KtVec2f readRescale(DcmItem& item);
 /// (centre, width) of the first window; NaN unless both are there.

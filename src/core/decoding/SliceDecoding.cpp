@@ -68,7 +68,7 @@ Result<void> fillMonochrome(SliceImage& slice, const Task& task) {
     slice.rescale = KtVec2f(1.0F, 0.0F);  // a table replaces slope and intercept
   }
   if (*samples == nullptr || (slice.bytesPerSample != 1 && slice.bytesPerSample != 2)) {
-    return Reason{kNoPixelData};
+    return FailureText{kNoPixelData};
   }
   slice.data = *samples;
 
@@ -186,7 +186,7 @@ Result<void> fillSamples(SliceImage& slice, const Task& task) {
       samples.watch(task.pixelData);
     }
   } catch (const std::bad_alloc&) {
-    return Reason{kOutOfMemory};
+    return FailureText{kOutOfMemory};
   }
   Result<void> filled =
       task.attributes.monochrome ? fillMonochrome(slice, task) : fillColour(slice, task);
@@ -196,8 +196,8 @@ Result<void> fillSamples(SliceImage& slice, const Task& task) {
   return filled;
 }
 
-Result<void> fill(SliceImage& slice, DcmItem& item, int firstFrame, int lastFrame, void* target,
-                  std::size_t targetSize) {
+Result<void> fillSlice(SliceImage& slice, DcmItem& item, int firstFrame, int lastFrame,
+                       void* target, std::size_t targetSize) {
   const Result<DcmPixelData*> pixelData = findPixelData(item);
   if (!pixelData) {
     return pixelData.reason();
@@ -235,7 +235,8 @@ bool SliceImage::process(DcmItem& item, std::string& errorText, int firstFrame, 
   valid = false;
   Decoding::warnWithoutDictionary();
   try {
-    Result<void> filled = Decoding::fill(*this, item, firstFrame, lastFrame, target, targetSize);
+    Result<void> filled =
+        Decoding::fillSlice(*this, item, firstFrame, lastFrame, target, targetSize);
     valid = static_cast<bool>(filled);
     if (!valid) {
       errorText = filled.reason().text;

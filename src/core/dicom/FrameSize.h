@@ -1,27 +1,21 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <zrdcmexport/ZrByteCounts.h>
+
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctypes.h"
 
 #include <algorithm>
-#include <limits>
+#include <cstdint>
 
 namespace Zrg {
 
-/// Largest number of bytes, which also stands for everything beyond.
-inline constexpr unsigned long long kBeyondCounting =
-    std::numeric_limits<unsigned long long>::max();
+inline constexpr unsigned long long kBitsPerByte = 8;
 
-/// a x b; the largest number when the product does not fit.
-constexpr unsigned long long times(unsigned long long a, unsigned long long b) {
-  return b != 0 && a > kBeyondCounting / b ? kBeyondCounting : a * b;
-}
-
-/// a + b likewise.
-constexpr unsigned long long plus(unsigned long long a, unsigned long long b) {
-  return a > kBeyondCounting - b ? kBeyondCounting : a + b;
-}
+/// Most bytes that DCMTK decodes together, and the largest frame: it counts them in 32 bits, after
+/// it has made their number even.
+inline constexpr std::uint64_t kMostDecodedBytes = (std::uint64_t{1} << 32U) - 2;
 
 /// The attributes that say how large a frame is. @see PS3.3 C.7.6.3 (Image Pixel Module)
 struct FrameSize {
@@ -47,12 +41,12 @@ struct FrameSize {
   }
   /// Bytes of a sample as it is decoded. The JPEG-LS decoder takes two as soon as more than 8 bits
   /// are stored, whatever Bits Allocated says.
-  [[nodiscard]] constexpr unsigned int cellBytes() const {
+  [[nodiscard]] constexpr unsigned int containerBytes() const {
     return std::max(bytesPerSample(), bitsStored > 8 ? 2U : 1U);
   }
   /// Bytes of a frame as it is decoded.
-  [[nodiscard]] constexpr unsigned long long cellsBytes() const {
-    return times(samples(), cellBytes());
+  [[nodiscard]] constexpr unsigned long long decodedFrameBytes() const {
+    return saturatedProduct(samples(), containerBytes());
   }
   /// Bytes of a frame as interleaved RGB.
   [[nodiscard]] constexpr unsigned long long rgbBytes() const { return 3 * pixels(); }

@@ -19,19 +19,20 @@ namespace Zrg {
 
 namespace {
 
-constexpr char kNoPixelData[] = "File contains no pixel data";
-constexpr char kInvalidPixelData[] = "File contains invalid pixel data";
-constexpr char kNoColumns[] = "File contains no pixel columns";
-constexpr char kNoRows[] = "File contains no pixel rows";
-constexpr char kNoBitsAllocated[] = "File contains no bits allocated";
-constexpr char kNoSamplesPerPixel[] = "File contains no samples per pixel";
+constexpr char kFileHasNoPixelData[] = "File contains no pixel data";
+constexpr char kFileHasInvalidPixelData[] = "File contains invalid pixel data";
+constexpr char kFileHasNoColumns[] = "File contains no pixel columns";
+constexpr char kFileHasNoRows[] = "File contains no pixel rows";
+constexpr char kFileHasNoBitsAllocated[] = "File contains no bits allocated";
+constexpr char kFileHasNoSamplesPerPixel[] = "File contains no samples per pixel";
 constexpr char kNoPhotometricInterpretation[] =
     "Dicom tag DCM_PhotometricInterpretation not found or cannot be read";
 
 /// Reads attributes of VR US and remembers the first one that is missing.
-class Reader {
+class AttributeReader {
 public:
-  Reader(DcmItem& item, ImageAttributes& attributes) : item_(item), attributes_(attributes) {}
+  AttributeReader(DcmItem& item, ImageAttributes& attributes)
+      : item_(item), attributes_(attributes) {}
 
   void require(const DcmTagKey& key, const char* message, Uint16& value) {
     const std::optional<Uint16> found = readUint16(item_, key);
@@ -50,7 +51,7 @@ public:
 private:
   void miss(bool isMissing, const char* message) {
     if (isMissing && !attributes_.missing) {
-      attributes_.missing = Reason{message};
+      attributes_.missing = FailureText{message};
     }
   }
 
@@ -69,7 +70,7 @@ std::uint64_t countInFull(std::string_view digits) {
 
 FrameCount readFrameCount(DcmItem& item) {
   FrameCount count;
-  const std::optional<OFString> text = readText(item, DCM_NumberOfFrames);
+  const std::optional<OFString> text = readValueText(item, DCM_NumberOfFrames);
   if (!text) {
     return count;
   }
@@ -91,13 +92,13 @@ E_TransferSyntax storedSyntaxOf(DcmPixelData& pixelData) {
 }
 
 Result<DcmPixelData*> findPixelData(DcmItem& item) {
-  DcmElement* const element = findElement(item, DCM_PixelData);
+  DcmElement* const element = topLevelElement(item, DCM_PixelData);
   if (element == nullptr) {
-    return Reason{kNoPixelData};
+    return FailureText{kFileHasNoPixelData};
   }
   auto* const pixelData = dynamic_cast<DcmPixelData*>(element);
   if (pixelData == nullptr) {
-    return Reason{kInvalidPixelData};
+    return FailureText{kFileHasInvalidPixelData};
   }
   return pixelData;
 }
@@ -107,11 +108,11 @@ ImageAttributes readImageAttributes(DcmItem& item, DcmPixelData* pixelData) {
   if (pixelData != nullptr) {
     attributes.storedSyntax = storedSyntaxOf(*pixelData);
   }
-  Reader reader(item, attributes);
-  reader.require(DCM_Columns, kNoColumns, attributes.size.columns);
-  reader.require(DCM_Rows, kNoRows, attributes.size.rows);
-  reader.require(DCM_BitsAllocated, kNoBitsAllocated, attributes.size.bitsAllocated);
-  reader.require(DCM_SamplesPerPixel, kNoSamplesPerPixel, attributes.size.samplesPerPixel);
+  AttributeReader reader(item, attributes);
+  reader.require(DCM_Columns, kFileHasNoColumns, attributes.size.columns);
+  reader.require(DCM_Rows, kFileHasNoRows, attributes.size.rows);
+  reader.require(DCM_BitsAllocated, kFileHasNoBitsAllocated, attributes.size.bitsAllocated);
+  reader.require(DCM_SamplesPerPixel, kFileHasNoSamplesPerPixel, attributes.size.samplesPerPixel);
   reader.requirePhotometricInterpretation();
 
   attributes.frames = readFrameCount(item);

@@ -38,7 +38,7 @@ struct ImageAttributes {
   /// How the pixel data holds its samples; unknown without pixel data.
   E_TransferSyntax storedSyntax = EXS_Unknown;
   /// The message for the first attribute that is missing and that no image can do without.
-  std::optional<Reason> missing;
+  std::optional<FailureText> missing;
 };
 
 /// Reads the attributes. Decoding with DCMTK may rewrite them: read them before.

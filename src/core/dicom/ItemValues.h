@@ -14,15 +14,15 @@
 namespace Zrg {
 
 /// The element itself; null when there is none at the item's top level.
-[[nodiscard]] inline DcmElement* findElement(DcmItem& item, const DcmTagKey& key) {
+[[nodiscard]] inline DcmElement* topLevelElement(DcmItem& item, const DcmTagKey& key) {
   DcmElement* element = nullptr;
   return item.findAndGetElement(key, element).good() ? element : nullptr;
 }
 
 /// One value as text, which is empty for an element without values. Numbers come as decimals.
 template <class Item>
-[[nodiscard]] std::optional<OFString> readText(Item& item, const DcmTagKey& key,
-                                               unsigned long position = 0) {
+[[nodiscard]] std::optional<OFString> readValueText(Item& item, const DcmTagKey& key,
+                                                    unsigned long position = 0) {
   OFString text;
   if (item.findAndGetOFString(key, text, position).bad()) {
     return std::nullopt;
@@ -32,7 +32,7 @@ template <class Item>
 
 /// All values as one text, joined by backslashes.
 template <class Item>
-[[nodiscard]] std::optional<OFString> readTexts(Item& item, const DcmTagKey& key) {
+[[nodiscard]] std::optional<OFString> readValueTexts(Item& item, const DcmTagKey& key) {
   OFString texts;
   if (item.findAndGetOFStringArray(key, texts).bad()) {
     return std::nullopt;
@@ -57,7 +57,7 @@ template <class Item>
 /// An integer of whatever VR, by its text; 0 for a text that is no number.
 template <class Item>
 [[nodiscard]] std::optional<int> readInt(Item& item, const DcmTagKey& key) {
-  const std::optional<OFString> text = readText(item, key);
+  const std::optional<OFString> text = readValueText(item, key);
   return text ? std::optional(intOf(*text).value_or(0)) : std::nullopt;
 }
 
@@ -65,7 +65,7 @@ template <class Item>
 template <class Item>
 [[nodiscard]] std::optional<float> readFloat(Item& item, const DcmTagKey& key,
                                              unsigned long position = 0) {
-  const std::optional<OFString> text = readText(item, key, position);
+  const std::optional<OFString> text = readValueText(item, key, position);
   return text ? floatOf(*text) : std::nullopt;
 }
 

@@ -8,7 +8,7 @@
 namespace Zrg {
 
 /// Why there is no value: a fixed English text.
-struct Reason {
+struct FailureText {
   const char* text;
 };
 
@@ -17,7 +17,7 @@ struct Message {
   std::string text;
 
   explicit Message(std::string made) : text(std::move(made)) {}
-  Message(Reason reason) : text(reason.text) {}  // NOLINT(google-explicit-constructor)
+  Message(FailureText reason) : text(reason.text) {}  // NOLINT(google-explicit-constructor)
 };
 
 /// A value, or the reason why there is none.
@@ -25,8 +25,8 @@ template <class T>
 class [[nodiscard]] Result {
 public:
   // Implicit, so that functions can return each of them as it is.
-  Result(T value) : value_(std::move(value)) {}     // NOLINT(google-explicit-constructor)
-  Result(Reason reason) : message_(reason.text) {}  // NOLINT(google-explicit-constructor)
+  Result(T value) : value_(std::move(value)) {}          // NOLINT(google-explicit-constructor)
+  Result(FailureText reason) : message_(reason.text) {}  // NOLINT(google-explicit-constructor)
   Result(Message message)
       : message_(std::move(message.text)) {}  // NOLINT(google-explicit-constructor)
 
@@ -53,7 +53,7 @@ template <>
 class [[nodiscard]] Result<void> {
 public:
   Result() = default;
-  Result(Reason reason) : reason_(reason) {}                // NOLINT(google-explicit-constructor)
+  Result(FailureText reason) : reason_(reason) {}           // NOLINT(google-explicit-constructor)
   Result(Message message) : reason_(std::move(message)) {}  // NOLINT(google-explicit-constructor)
 
   explicit operator bool() const { return !reason_; }

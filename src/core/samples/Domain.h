@@ -32,7 +32,7 @@ public:
 private:
   using Run = void (*)(const void* words, const void* source, void* target, long long count);
 
-  // One result for each bit pattern of a sample, in cells of 1, 2, 4 or 8 bytes.
+  // One result for each bit pattern of a sample, in containers of 1, 2, 4 or 8 bytes.
   std::vector<unsigned char> words_;
   Run run_ = nullptr;
 };

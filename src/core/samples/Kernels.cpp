@@ -97,12 +97,13 @@ void isolate(const Isolation<T>& isolation, T* samples, long long count) {
 // Isolates in place, by mask or by shifts, and adds `offset`.
 template <class Src>
 void isolateInPlace(const StoredBits& bits, unsigned offset, Src* samples, long long count) {
-  using Cell = std::make_unsigned_t<Src>;
-  auto* const cells = reinterpret_cast<Cell*>(samples);  // same type but for the sign
+  using Container = std::make_unsigned_t<Src>;
+  auto* const containers = reinterpret_cast<Container*>(samples);  // same type but for the sign
   if (bits.masks) {
-    ZrSSETools::maskUnaligned<std::bit_and, Cell>(cells, count, static_cast<Cell>(bits.mask));
+    ZrSSETools::maskUnaligned<std::bit_and, Container>(containers, count,
+                                                       static_cast<Container>(bits.mask));
   } else if (bits.shifts() || offset != 0) {
-    isolate(isolationOf<Cell>(bits, std::is_signed_v<Src>, offset), cells, count);
+    isolate(isolationOf<Container>(bits, std::is_signed_v<Src>, offset), containers, count);
   }
 }
 
@@ -127,7 +128,7 @@ void isolateInto(const StoredBits& bits, unsigned offset, const Src* source, Src
 // ---- looking up --------------------------------------------------------------------------------
 
 // The entry of an input. The difference wraps in 32 bits, whatever first value a file names.
-inline std::size_t entryOf(int value, int firstMapped, int lastEntry) {
+inline std::size_t entryNumber(int value, int firstMapped, int lastEntry) {
   const int index =
       static_cast<int>(static_cast<unsigned>(value) - static_cast<unsigned>(firstMapped));
   return static_cast<std::size_t>(std::max(std::min(index, lastEntry), 0));
@@ -147,7 +148,7 @@ void lookUp(const LookupTable& table, const Src* source, Dst* target, long long 
   const int firstMapped = table.firstMapped;
   const int lastEntry = table.entries - 1;
   for (long long i = 0; i < count; ++i) {
-    putEntry<kValuesPerEntry>(values, entryOf(source[i], firstMapped, lastEntry), target, i);
+    putEntry<kValuesPerEntry>(values, entryNumber(source[i], firstMapped, lastEntry), target, i);
   }
 }
 
@@ -172,19 +173,19 @@ template <typename Src, typename Dst, int kValuesPerEntry, bool kShift, bool kMa
 void action_T(long long count, const Src* source, Dst* target, unsigned leftShift,
               unsigned rightShift, unsigned mask, const Dst* values, int entries, int firstMapped) {
   static_assert(kValuesPerEntry == 3 && kShift != kMask && kReserved == 0);
-  using Cell = std::make_unsigned_t<Src>;
-  using Value = std::conditional_t<std::is_unsigned_v<Src> && !std::is_same_v<Src, char>, Cell,
+  using Container = std::make_unsigned_t<Src>;
+  using Value = std::conditional_t<std::is_unsigned_v<Src> && !std::is_same_v<Src, char>, Container,
                                    std::make_signed_t<Src>>;
   for (long long i = 0; i < count; ++i) {
-    auto cell = static_cast<Cell>(source[i]);
+    auto container = static_cast<Container>(source[i]);
     int value = 0;
     if constexpr (kShift) {
-      cell = static_cast<Cell>(unsigned{cell} << leftShift);
-      value = static_cast<Value>(cell) >> rightShift;
+      container = static_cast<Container>(unsigned{container} << leftShift);
+      value = static_cast<Value>(container) >> rightShift;
     } else {
-      value = static_cast<int>(cell & mask);
+      value = static_cast<int>(container & mask);
     }
-    putEntry<kValuesPerEntry>(values, entryOf(value, firstMapped, entries - 1), target, i);
+    putEntry<kValuesPerEntry>(values, entryNumber(value, firstMapped, entries - 1), target, i);
   }
 }
 

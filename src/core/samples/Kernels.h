@@ -7,11 +7,11 @@
 
 namespace ExDicomUtilities::detail {
 
-/// Where the stored bits of a sample stand in its cell, as the work that isolates them.
+/// Where the stored bits of a sample stand in its container, as the work that isolates them.
 ///
-/// At most one of the two ways is in use; none means that all bits of the cell are stored.
+/// At most one of the two ways is in use; none means that all bits of the container are stored.
 struct StoredBits {
-  unsigned leftShift = 0;   ///< moves the highest stored bit to the top of the cell
+  unsigned leftShift = 0;   ///< moves the highest stored bit to the top of the container
   unsigned rightShift = 0;  ///< moves the lowest stored bit to the bottom afterwards
   bool masks = false;       ///< an AND with `mask` does instead of the shifts, which are 0 then
   unsigned mask = 0;        ///< may be 0, when no bit at all is stored
@@ -21,8 +21,8 @@ struct StoredBits {
 
   /// Finds the work for samples of an integer type.
   ///
-  /// Counts that do not fit the cell are cut to it: more Bits Stored than the cell has bits mean
-  /// all of them, a High Bit above the cell means its highest bit.
+  /// Counts that do not fit the container are cut to it: more Bits Stored than it has bits mean
+  /// all of them, a High Bit above the container means its highest bit.
   /// @see PS3.5 8.1.1 (Pixel Data Encoding)
   [[nodiscard]] static StoredBits of(KtPrimType type, unsigned bitsStored, unsigned highBit);
 };

@@ -7,7 +7,7 @@
 //     (0028,1101) red, (0028,1102) green, (0028,1103) blue descriptor
 //     (0028,1201) red, (0028,1202) green, (0028,1203) blue data
 //
-// A descriptor is read in this order: find its container, parse it, view the data as bytes and as
+// A descriptor is read in this order: find its holder, parse it, view the data as bytes and as
 // words, repair what the announced bits and the stored form disagree about, compare the counts,
 // take the values over. Whatever disagrees costs one warning and nothing else, as long as there are
 // values to use.
@@ -115,10 +115,10 @@ bool isFaultyAngiograph(Wex::Item& item) {
 // ---- the steps of one descriptor ---------------------------------------------------------------
 
 // Reads the three numbers. Without a descriptor there is no table, which is no failure.
-KtResult readDescriptor(Wex::Item& container, const DcmTagKey& tag, Descriptor& descriptor,
+KtResult readDescriptor(Wex::Item& holder, const DcmTagKey& tag, Descriptor& descriptor,
                         bool& isThere) {
   OFString text;
-  isThere = container.findAndGetOFStringArray(tag, text).good();
+  isThere = holder.findAndGetOFStringArray(tag, text).good();
   if (!isThere) {
     return {};
   }
@@ -146,14 +146,14 @@ bool isAvailable(const OFCondition& status) {
   return status.good();
 }
 
-LutData viewData(Wex::Item& container, const DcmTagKey& tag) {
+LutData viewData(Wex::Item& holder, const DcmTagKey& tag) {
   LutData data;
-  if (!isAvailable(container.findAndGetUint8Array(tag, data.data8, data.count8)) ||
+  if (!isAvailable(holder.findAndGetUint8Array(tag, data.data8, data.count8)) ||
       data.data8 == nullptr) {
     data.data8 = nullptr;
     data.count8 = 0;
   }
-  if (!isAvailable(container.findAndGetUint16Array(tag, data.data16, data.count16)) ||
+  if (!isAvailable(holder.findAndGetUint16Array(tag, data.data16, data.count16)) ||
       data.data16 == nullptr) {
     data.data16 = nullptr;
     data.count16 = 0;
@@ -232,8 +232,8 @@ void narrowWherePossible(LutInfo& info, int bits) {
 }
 
 // The item that holds descriptor and data; null where there is no such item. `owned` keeps it.
-Wex::Item* findContainer(Wex::Item& item, const DcmTagKey& descriptor,
-                         std::unique_ptr<Wex::Item>& owned, KtResult& result) {
+Wex::Item* findHolder(Wex::Item& item, const DcmTagKey& descriptor,
+                      std::unique_ptr<Wex::Item>& owned, KtResult& result) {
   if (isPalette(descriptor)) {
     return &item;
   }
@@ -253,20 +253,20 @@ Wex::Item* findContainer(Wex::Item& item, const DcmTagKey& descriptor,
 KtResult readLut(Wex::Item& item, const DcmTagKey& tag, LutInfo& info) {
   KtResult result;
   std::unique_ptr<Wex::Item> owned;
-  Wex::Item* const container = findContainer(item, tag, owned, result);
-  if (container == nullptr) {
+  Wex::Item* const holder = findHolder(item, tag, owned, result);
+  if (holder == nullptr) {
     return result;
   }
   Descriptor descriptor;
   bool isThere = false;
-  result = readDescriptor(*container, tag, descriptor, isThere);
+  result = readDescriptor(*holder, tag, descriptor, isThere);
   if (!isThere || result.isBad()) {
     return result;
   }
   if (isModality(tag)) {
     restoreSign(item, descriptor.firstMapped);
   }
-  LutData data = viewData(*container, dataTagOf(tag));
+  LutData data = viewData(*holder, dataTagOf(tag));
   const bool formAgrees = repair(data, descriptor, isPalette(tag));
   result = reported(data.data8 != nullptr || data.data16 != nullptr, "data8!=0 || data16!=0");
   if (result.isBad()) {
@@ -322,8 +322,8 @@ std::size_t commonSize(const std::array<KtDArray<T>, 3>& channels) {
 }
 
 // Fills the table. That it found no memory must not pass for an image without a table.
-void fill(LUT& lut, const KtDArray<unsigned char>& data8, const KtDArray<unsigned short>& data16,
-          unsigned nComponents, int firstMapped, bool prefer16) {
+void fillLut(LUT& lut, const KtDArray<unsigned char>& data8, const KtDArray<unsigned short>& data16,
+             unsigned nComponents, int firstMapped, bool prefer16) {
   lut.set(data8, data16, nComponents, firstMapped, prefer16);
   if (lut.entries.isNull() && (!data8.empty() || !data16.empty())) {
     throw std::bad_alloc();
@@ -336,7 +336,7 @@ void readModalityLut(LUT& lut, Wex::Item& item) {
   int firstMapped = 0;
   bool inconsistent = false;
   getLUTInfo(item, DCM_LUTDescriptor, data8, data16, firstMapped, inconsistent);
-  fill(lut, data8, data16, 1, firstMapped, true);
+  fillLut(lut, data8, data16, 1, firstMapped, true);
 }
 
 void readPaletteLut(LUT& lut, Wex::Item& item) {
@@ -357,7 +357,7 @@ void readPaletteLut(LUT& lut, Wex::Item& item) {
   } else if (commonSize(channels16) > 0) {
     mergeRGB(merged16, channels16[0], channels16[1], channels16[2]);
   }
-  fill(lut, merged8, merged16, 3, firstMapped[0], false);
+  fillLut(lut, merged8, merged16, 3, firstMapped[0], false);
 }
 
 }  // namespace

@@ -34,9 +34,9 @@ void keepFirstFailure(OFCondition& status, const OFCondition& next) {
 }
 
 // The entries side by side and what the descriptor says of them.
-class Table {
+class EntryTable {
 public:
-  explicit Table(const LUT& lut) : firstMapped_(lut.firstMapped) {
+  explicit EntryTable(const LUT& lut) : firstMapped_(lut.firstMapped) {
     if (lut.entries.isNotNull()) {
       lut.entries->clone(entries_, KtAllocator(1));
     }
@@ -79,7 +79,7 @@ void insertInto(DcmItem& item, std::unique_ptr<Element> element, OFCondition& st
   keepFirstFailure(status, inserted);
 }
 
-void insertDescriptor(DcmItem& item, const DcmTagKey& tag, const Table& table,
+void insertDescriptor(DcmItem& item, const DcmTagKey& tag, const EntryTable& table,
                       OFCondition& status) {
   const std::array<Uint16, 3> values = table.descriptor();
   auto element = std::make_unique<DcmUnsignedShort>(DcmTag(tag));
@@ -87,7 +87,7 @@ void insertDescriptor(DcmItem& item, const DcmTagKey& tag, const Table& table,
   insertInto(item, std::move(element), status);
 }
 
-void insertModalityData(DcmItem& item, const Table& table, OFCondition& status) {
+void insertModalityData(DcmItem& item, const EntryTable& table, OFCondition& status) {
   const auto count = static_cast<unsigned long>(table.size());
   if (table.is8()) {
     // The VR comes first: as words, which is the dictionary's view, the element takes no bytes.
@@ -103,14 +103,14 @@ void insertModalityData(DcmItem& item, const Table& table, OFCondition& status) 
   }
 }
 
-void insertModalityLut(DcmItem& item, const Table& table, OFCondition& status) {
+void insertModalityLut(DcmItem& item, const EntryTable& table, OFCondition& status) {
   auto sequence = std::make_unique<DcmSequenceOfItems>(DcmTag(DCM_ModalityLUTSequence));
-  auto container = std::make_unique<DcmItem>();
-  insertDescriptor(*container, DCM_LUTDescriptor, table, status);
-  insertModalityData(*container, table, status);
-  const OFCondition appended = sequence->append(container.get());
+  auto lutItem = std::make_unique<DcmItem>();
+  insertDescriptor(*lutItem, DCM_LUTDescriptor, table, status);
+  insertModalityData(*lutItem, table, status);
+  const OFCondition appended = sequence->append(lutItem.get());
   if (appended.good()) {
-    (void)container.release();  // owned by the sequence
+    (void)lutItem.release();  // owned by the sequence
   }
   keepFirstFailure(status, appended);
   insertInto(item, std::move(sequence), status);
@@ -130,7 +130,7 @@ const std::array<DcmTagKey, 3>& paletteData() {
   return kTags;
 }
 
-std::vector<Uint16> channelWords(const Table& table, std::size_t channel) {
+std::vector<Uint16> channelWords(const EntryTable& table, std::size_t channel) {
   constexpr unsigned kInBothHalves = 0x0101;
   std::vector<Uint16> words(table.size());
   for (std::size_t i = 0; i < words.size(); ++i) {
@@ -140,7 +140,7 @@ std::vector<Uint16> channelWords(const Table& table, std::size_t channel) {
   return words;
 }
 
-void insertPalette(DcmItem& item, const Table& table, OFCondition& status) {
+void insertPalette(DcmItem& item, const EntryTable& table, OFCondition& status) {
   for (std::size_t channel = 0; channel < 3; ++channel) {
     insertDescriptor(item, paletteDescriptors()[channel], table, status);
     const std::vector<Uint16> words = channelWords(table, channel);
@@ -170,7 +170,7 @@ void removeOldLut(DcmItem& item, bool palette) {
 
 void LUT::dcmDatasetWrite(const LUT& lut, DcmItem& item, bool writePalette) {
   removeOldLut(item, writePalette);
-  const Table table(lut);
+  const EntryTable table(lut);
   if (!table.is8() && !table.is16()) {
     return;
   }

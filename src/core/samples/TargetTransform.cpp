@@ -103,7 +103,7 @@ private:
 };
 
 template <class Value>
-void putEntry(const LookupTable& table, std::int64_t value, void* target, std::uint64_t sample) {
+void putEntryFor(const LookupTable& table, std::int64_t value, void* target, std::uint64_t sample) {
   const std::int64_t entry =
       std::clamp<std::int64_t>(value - table.firstMapped, 0, table.entries - 1);
   const auto* const from = static_cast<const Value*>(table.values) +
@@ -186,9 +186,9 @@ private:
       if (!entries_.areThere()) {
         static_cast<std::uint32_t*>(target)[i] = static_cast<std::uint32_t>(value) + added;
       } else if (bytesPerValue() == 1) {
-        putEntry<std::uint8_t>(entries_.table(), value, target, i);
+        putEntryFor<std::uint8_t>(entries_.table(), value, target, i);
       } else {
-        putEntry<std::uint16_t>(entries_.table(), value, target, i);
+        putEntryFor<std::uint16_t>(entries_.table(), value, target, i);
       }
     }
   }

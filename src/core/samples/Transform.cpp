@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// The sample transform around its loops: checks, choice of the target container, walk over frames.
+// The sample transform around its loops: checks, choice of the target array, walk over frames.
 //
 // Frames without gaps are one run of samples, all together or one each. Rows without gaps are one
 // run each. Where the pixels themselves stand apart (mirrored or interleaved views, misaligned
@@ -62,7 +62,7 @@ bool canReuse(const KtHandle<ZrDataAccess>& target, const ZrDataAccess& source,
          (target->hasData() || !source.hasData());
 }
 
-// The container that receives the results; null when there is none to be had.
+// The array that receives the results; null when there is none to be had.
 KtHandle<ZrDataAccess> chooseTarget(const KtHandle<ZrDataAccess>& source,
                                     KtHandle<ZrDataAccess>& target, const TargetForm& form,
                                     bool allowInPlace) {
@@ -89,18 +89,18 @@ KtHandle<ZrDataAccess> chooseTarget(const KtHandle<ZrDataAccess>& source,
 
 // ---- walk over the samples ---------------------------------------------------------------------
 
-// The rows of one container as the loops see them: pixels of `pixelBytes` bytes.
+// The rows of one array as the loops see them: pixels of `pixelBytes` bytes.
 struct View {
   std::size_t valueBytes;
   long long pixelBytes;
   KtVec3l dims;
   KtVec3l strides;
 
-  View(const ZrDataAccess& container, KtPrimType type, unsigned valuesPerPixel)
+  View(const ZrDataAccess& array, KtPrimType type, unsigned valuesPerPixel)
       : valueBytes(type.primTypeSize()),
         pixelBytes(static_cast<long long>(valueBytes) * valuesPerPixel),
-        dims(container.dims()),
-        strides(container.strides()) {}
+        dims(array.dims()),
+        strides(array.strides()) {}
 
   bool isAligned(const void* data) const {
     return reinterpret_cast<std::uintptr_t>(data) % valueBytes == 0;
@@ -122,10 +122,10 @@ long long samplesIn(const ZrDataAccess& source, unsigned valuesPerPixel) {
   return source.hasData() ? dims.x * dims.y * dims.z * valuesPerPixel : 0;
 }
 
-// Converts the pixels of all frames of `source` into `target`, which may be the same container.
-class Walk {
+// Converts the pixels of all frames of `source` into `target`, which may be the same array.
+class PixelConverter {
 public:
-  Walk(const SampleConversion& conversion, ZrDataAccess& source, ZrDataAccess& target)
+  PixelConverter(const SampleConversion& conversion, ZrDataAccess& source, ZrDataAccess& target)
       : conversion_(conversion),
         source_(source),
         target_(target),
@@ -206,7 +206,7 @@ private:
 };
 
 // The entries side by side; `repacked` keeps them alive where they had to be copied.
-detail::LookupTable tableOf(const LUT& lut, KtHandle<ZrDataAccess>& repacked) {
+detail::LookupTable lookupTableOf(const LUT& lut, KtHandle<ZrDataAccess>& repacked) {
   if (!hasTable(lut)) {
     return {};
   }
@@ -247,7 +247,7 @@ KtResult extractSample_applyLUT_makeUnsigned(const KtHandle<ZrDataAccess>& inout
   conversion.source = source->primType();
   conversion.target = form.type;
   conversion.bits = detail::StoredBits::of(source->primType(), bitsStored, highBit);
-  conversion.table = tableOf(lut, entries);
+  conversion.table = lookupTableOf(lut, entries);
   if (entries.isNotNull() && failsInternally(conversion.table.values != nullptr,
                                              "entries->hasData()", CheckSource::kSampleTransform)) {
     return KtResult::makeBad(1);
@@ -257,7 +257,7 @@ KtResult extractSample_applyLUT_makeUnsigned(const KtHandle<ZrDataAccess>& inout
   // Test: SampleTransform.RelabelsWhatItCannotConvert
   const long long frames = source->dims().z;
   if (detail::isConvertible(conversion)) {
-    Walk(conversion, *source, *target).convertFrames();
+    PixelConverter(conversion, *source, *target).convertFrames();
     offset = frames > 0 ? detail::signOffset(conversion) : 0;
   }
   target->setPrimType(form.type);

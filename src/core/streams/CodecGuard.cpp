@@ -28,15 +28,6 @@
 
 namespace Zrg {
 
-namespace {
-
-/// The last even number that 32 bits hold: decoders add a byte to an odd one.
-constexpr unsigned long long kMostBytes = (1ULL << 32) - 2;
-
-constexpr unsigned long long kBitsPerByte = 8;
-
-}  // namespace
-
 CodecGuard::CodecGuard(DcmItem& item, DcmPixelData& pixelData)
     : CodecGuard(readImageAttributes(item, &pixelData), pixelData) {}
 
@@ -57,7 +48,8 @@ CodecGuard::CodecGuard(const ImageAttributes& attributes, DcmPixelData& pixelDat
 }
 
 bool CodecGuard::isCountable(unsigned long long frames) const {
-  return inspector_ == nullptr || times(size_.cellsBytes(), frames) <= kMostBytes;
+  return inspector_ == nullptr ||
+         saturatedProduct(size_.decodedFrameBytes(), frames) <= kMostDecodedBytes;
 }
 
 bool CodecGuard::allFramesAreSafe() {

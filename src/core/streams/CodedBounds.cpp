@@ -41,8 +41,6 @@ constexpr Uint8 kLosslessFrame = 0xC3;
 constexpr unsigned int kBlockSide = 8;
 constexpr unsigned int kMostSampling = 4;
 
-constexpr Uint8 kPixelByPixel = 2;
-
 /// J of T.87 A.2.1: pixels of a run that one bit stands for, as a power of two.
 constexpr std::array<unsigned int, 32> kRunBits = {0, 0, 0, 0, 1,  1,  1,  1,  2,  2, 2,
                                                    2, 3, 3, 3, 3,  4,  4,  5,  5,  6, 6,

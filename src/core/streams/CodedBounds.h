@@ -21,10 +21,13 @@ namespace Zrg {
 /// @see ITU-T T.81 F, G, H
 [[nodiscard]] std::optional<unsigned long long> leastJpegBits(const JpegFrameHeader& frame);
 
+/// Interleave modes of a JPEG-LS scan; 1 is line by line. @see ITU-T T.87 C.2.3
+inline constexpr Uint8 kPlaneByPlane = 0;
+inline constexpr Uint8 kPixelByPixel = 2;
+
 /// Bits of a JPEG-LS frame, all its scans together.
 ///
-/// @param interleaveMode that of the first scan: 0 plane by plane, 1 line by line, 2 pixel by
-/// pixel.
+/// @param interleaveMode that of the first scan
 /// @see ITU-T T.87 A.7
 [[nodiscard]] unsigned long long leastJpegLsBits(const JpegFrameHeader& frame,
                                                  Uint8 interleaveMode);

@@ -7,8 +7,6 @@ namespace Zrg {
 
 namespace {
 
-constexpr unsigned long long kBitsPerByte = 8;
-
 class UnknownCoding final : public Inspector {
 public:
   [[nodiscard]] std::optional<FrameYield> inspect(Fragments& fragments, const FramePlace& place,

@@ -20,10 +20,9 @@ namespace {
 
 using Jpeg::Segment;
 
-constexpr unsigned long long kBitsPerByte = 8;
 constexpr Uint8 kMostBaselinePrecision = 8;
 constexpr Uint8 kMostShortPrecision = 12;
-constexpr Uint8 kMostPrecision = 255;  // none: the attributes bound it
+constexpr Uint8 kAnyPrecision = 255;  // none: the attributes bound it
 
 bool isFrameMarker(Uint8 marker) {
   return marker >= 0xC0 && marker <= 0xCF && marker != Jpeg::kHuffmanTables &&
@@ -98,7 +97,7 @@ public:
     if (!least || *least > image->codedBytes * kBitsPerByte) {
       return std::nullopt;
     }
-    return FrameYield{Jpeg::decodedBytes(image->header, size), end,
+    return FrameYield{Jpeg::jpegFrameBytes(image->header, size), end,
                       image->header.precision > kMostShortPrecision};
   }
 
@@ -174,7 +173,7 @@ std::optional<JpegImage> passJpegImage(FragmentStream& stream) {
 }
 
 const Inspector& jpegInspector() {
-  static constexpr JpegInspector kInspector(kMostPrecision);
+  static constexpr JpegInspector kInspector(kAnyPrecision);
   return kInspector;
 }
 

@@ -11,8 +11,6 @@ namespace Zrg {
 
 namespace {
 
-constexpr unsigned long long kBitsPerByte = 8;
-
 /// A main header, a tile-part and a packet.
 constexpr unsigned long long kLeastBytes = 2 + 2 + 41 + 2 + 12 + 14 + 1;
 

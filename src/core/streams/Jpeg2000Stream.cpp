@@ -51,19 +51,19 @@ using std::uint32_t;
 using std::uint64_t;
 using std::uint8_t;
 
-constexpr Reason kNoCodestream{"JPEG 2000 codestream not found"};
-constexpr Reason kCutHeader{"JPEG 2000 headers are damaged or cut short"};
-constexpr Reason kPart2{"JPEG 2000 stream uses transforms of Part 2"};
-constexpr Reason kOtherSize{"JPEG 2000 stream has another size than the image"};
-constexpr Reason kOtherComponents{"JPEG 2000 stream has other components than the image"};
-constexpr Reason kTooPrecise{"JPEG 2000 stream has more bits than the samples of the image"};
-constexpr Reason kTooManySamples{"JPEG 2000 stream has more samples than allowed"};
-constexpr Reason kBadTiles{"JPEG 2000 stream has no tiles or too many for its size"};
-constexpr Reason kBadCoding{"JPEG 2000 stream has a coding style that does not exist"};
-constexpr Reason kBadTilePart{"JPEG 2000 tile-part reaches beyond the stream"};
-constexpr Reason kMissingTile{"JPEG 2000 stream lacks tiles"};
-constexpr Reason kTooManyPackets{"JPEG 2000 stream promises more packets than it has bytes"};
-constexpr Reason kTooManyBlocks{"JPEG 2000 stream promises more code-blocks than it can hold"};
+constexpr FailureText kNoCodestream{"JPEG 2000 codestream not found"};
+constexpr FailureText kCutHeader{"JPEG 2000 headers are damaged or cut short"};
+constexpr FailureText kPart2{"JPEG 2000 stream uses transforms of Part 2"};
+constexpr FailureText kOtherSize{"JPEG 2000 stream has another size than the image"};
+constexpr FailureText kOtherComponents{"JPEG 2000 stream has other components than the image"};
+constexpr FailureText kTooPrecise{"JPEG 2000 stream has more bits than the samples of the image"};
+constexpr FailureText kTooManySamples{"JPEG 2000 stream has more samples than allowed"};
+constexpr FailureText kBadTiles{"JPEG 2000 stream has no tiles or too many for its size"};
+constexpr FailureText kBadCoding{"JPEG 2000 stream has a coding style that does not exist"};
+constexpr FailureText kBadTilePart{"JPEG 2000 tile-part reaches beyond the stream"};
+constexpr FailureText kMissingTile{"JPEG 2000 stream lacks tiles"};
+constexpr FailureText kTooManyPackets{"JPEG 2000 stream promises more packets than it has bytes"};
+constexpr FailureText kTooManyBlocks{"JPEG 2000 stream promises more code-blocks than it can hold"};
 
 constexpr unsigned int kStartOfCodestream = 0xFF4F;
 constexpr unsigned int kSize = 0xFF51;
@@ -195,17 +195,17 @@ public:
   Result<Jpeg2000Image> image();
 
 private:
-  std::optional<Reason> findCodestream();
-  std::optional<Reason> readSizes();
-  std::optional<Reason> readComponents(Cursor& segment);
-  std::optional<Reason> checkSizes() const;
-  std::optional<Reason> readHeader(unsigned int lastMarker, Coding& coding);
-  std::optional<Reason> readTileParts();
-  std::optional<Reason> readTilePart(uint64_t begin, std::vector<bool>& seen);
+  std::optional<FailureText> findCodestream();
+  std::optional<FailureText> readSizes();
+  std::optional<FailureText> readComponents(Cursor& segment);
+  std::optional<FailureText> checkSizes() const;
+  std::optional<FailureText> readHeader(unsigned int lastMarker, Coding& coding);
+  std::optional<FailureText> readTileParts();
+  std::optional<FailureText> readTilePart(uint64_t begin, std::vector<bool>& seen);
   [[nodiscard]] std::size_t endOfCodestream() const;
-  std::optional<Reason> countAll() const;
-  std::optional<Reason> countTile(const Area& tile, const Coding& coding, uint64_t& packets,
-                                  uint64_t& blocks) const;
+  std::optional<FailureText> countAll() const;
+  std::optional<FailureText> countTile(const Area& tile, const Coding& coding, uint64_t& packets,
+                                       uint64_t& blocks) const;
   [[nodiscard]] bool readCodingDefault(Cursor& segment, Coding& coding) const;
   [[nodiscard]] bool readCodingOfComponent(Cursor& segment, Coding& coding) const;
   [[nodiscard]] Area tileArea(uint64_t tile) const;
@@ -220,7 +220,7 @@ private:
   std::map<uint32_t, Coding> ofTiles_;  // of tiles with a coding of their own
 };
 
-std::optional<Reason> Walk::findCodestream() {
+std::optional<FailureText> Walk::findCodestream() {
   image_.begin = 0;
   image_.end = size_;
   if (size_ >= kSignatureBox.size() &&
@@ -249,7 +249,7 @@ std::optional<Reason> Walk::findCodestream() {
   return stream_.u16() == kStartOfCodestream ? std::nullopt : std::optional(kNoCodestream);
 }
 
-std::optional<Reason> Walk::readSizes() {
+std::optional<FailureText> Walk::readSizes() {
   if (stream_.u16() != kSize) {
     return kCutHeader;
   }
@@ -263,13 +263,13 @@ std::optional<Reason> Walk::readSizes() {
   sizes_.tileHeight = segment.u32();
   sizes_.tilesX = segment.u32();
   sizes_.tilesY = segment.u32();
-  if (const std::optional<Reason> reason = readComponents(segment)) {
+  if (const std::optional<FailureText> reason = readComponents(segment)) {
     return reason;
   }
   return checkSizes();
 }
 
-std::optional<Reason> Walk::readComponents(Cursor& segment) {
+std::optional<FailureText> Walk::readComponents(Cursor& segment) {
   const uint16_t components = segment.u16();
   if (!segment.isGood()) {
     return kCutHeader;
@@ -300,7 +300,7 @@ std::optional<Reason> Walk::readComponents(Cursor& segment) {
   return std::nullopt;
 }
 
-std::optional<Reason> Walk::checkSizes() const {
+std::optional<FailureText> Walk::checkSizes() const {
   const Area& image = sizes_.image;
   if (image.x1 <= image.x0 || image.y1 <= image.y0 || image.x1 - image.x0 != frame_.columns ||
       image.y1 - image.y0 != frame_.rows) {
@@ -361,7 +361,7 @@ bool Walk::readCodingOfComponent(Cursor& segment, Coding& coding) const {
 }
 
 /// Reads segments up to the marker that ends a main or tile-part header, which is taken.
-std::optional<Reason> Walk::readHeader(unsigned int lastMarker, Coding& coding) {
+std::optional<FailureText> Walk::readHeader(unsigned int lastMarker, Coding& coding) {
   while (true) {
     const unsigned int marker = stream_.u16();
     if (!stream_.isGood() || marker < 0xFF01) {
@@ -400,7 +400,7 @@ std::size_t Walk::endOfCodestream() const {
 }
 
 /// Takes a tile-part whose marker has been taken.
-std::optional<Reason> Walk::readTilePart(uint64_t begin, std::vector<bool>& seen) {
+std::optional<FailureText> Walk::readTilePart(uint64_t begin, std::vector<bool>& seen) {
   Cursor segment = segmentOf(stream_);
   const uint16_t tile = segment.u16();
   const uint32_t length = segment.u32();
@@ -413,7 +413,7 @@ std::optional<Reason> Walk::readTilePart(uint64_t begin, std::vector<bool>& seen
   }
   const uint64_t end = length == 0 ? endOfCodestream() : begin + length;
   Coding coding = ofTiles_.contains(tile) ? ofTiles_[tile] : coding_;
-  if (const std::optional<Reason> reason = readHeader(kStartOfData, coding)) {
+  if (const std::optional<FailureText> reason = readHeader(kStartOfData, coding)) {
     return reason;
   }
   if (end > image_.end || end < stream_.position()) {
@@ -427,7 +427,7 @@ std::optional<Reason> Walk::readTilePart(uint64_t begin, std::vector<bool>& seen
 
 /// Takes the tile-parts, the first of whose markers has been taken. Behind the last of them an end
 /// marker may be missing, and bytes of the container may follow.
-std::optional<Reason> Walk::readTileParts() {
+std::optional<FailureText> Walk::readTileParts() {
   sizes_.tilesAcross = divideUp(sizes_.image.x1 - sizes_.tilesX, sizes_.tileWidth);
   sizes_.tilesDown = divideUp(sizes_.image.y1 - sizes_.tilesY, sizes_.tileHeight);
   const uint64_t tiles = sizes_.tilesAcross * sizes_.tilesDown;
@@ -439,7 +439,7 @@ std::optional<Reason> Walk::readTileParts() {
   std::vector<bool> seen(static_cast<std::size_t>(tiles), false);
   bool isTilePart = true;
   while (isTilePart) {
-    if (const std::optional<Reason> reason = readTilePart(stream_.position() - 2, seen)) {
+    if (const std::optional<FailureText> reason = readTilePart(stream_.position() - 2, seen)) {
       return reason;
     }
     const std::size_t end = stream_.position();
@@ -484,8 +484,8 @@ uint64_t countBlocks(const Area& component, const ComponentCoding& coding,
 
 /// Adds the packets and the code-blocks of one tile, and looks at the places where OpenJPEG would
 /// search for its precincts.
-std::optional<Reason> Walk::countTile(const Area& tile, const Coding& coding, uint64_t& packets,
-                                      uint64_t& blocks) const {
+std::optional<FailureText> Walk::countTile(const Area& tile, const Coding& coding,
+                                           uint64_t& packets, uint64_t& blocks) const {
   unsigned int narrowest = kMostPrecinctExponent;
   unsigned int flattest = kMostPrecinctExponent;
   uint64_t mostPrecincts = 0;
@@ -527,7 +527,7 @@ std::optional<Reason> Walk::countTile(const Area& tile, const Coding& coding, ui
   return std::nullopt;
 }
 
-std::optional<Reason> Walk::countAll() const {
+std::optional<FailureText> Walk::countAll() const {
   const uint64_t samples = uint64_t{1} * frame_.columns * frame_.rows * frame_.samplesPerPixel;
   const uint64_t mostBlocks = samples / kSamplesOfABlock + kBlocksOfAByte * size_ + kAFewBlocks;
   uint64_t packets = 0;
@@ -536,7 +536,8 @@ std::optional<Reason> Walk::countAll() const {
     if (coding.layers == 0) {
       return kBadCoding;
     }
-    if (const std::optional<Reason> reason = countTile(tileArea(tile), coding, packets, blocks)) {
+    if (const std::optional<FailureText> reason =
+            countTile(tileArea(tile), coding, packets, blocks)) {
       return reason;
     }
     if (blocks > mostBlocks) {
@@ -547,7 +548,7 @@ std::optional<Reason> Walk::countAll() const {
 }
 
 Result<Jpeg2000Image> Walk::image() {
-  std::optional<Reason> reason = findCodestream();
+  std::optional<FailureText> reason = findCodestream();
   if (!reason) {
     reason = readSizes();
   }

@@ -17,15 +17,12 @@ namespace {
 
 using Jpeg::Segment;
 
-constexpr unsigned long long kBitsPerByte = 8;
 constexpr Uint8 kLastStuffedByte = 0x7F;
 constexpr Uint8 kCodingParameters = 1;
 constexpr Uint16 kDefaultReset = 64;
 constexpr Uint16 kLeastReset = 3;
 constexpr Uint16 kMostReset = 255;
-constexpr Uint8 kPlaneByPlane = 0;
-constexpr Uint8 kPixelByPixel = 2;
-constexpr Uint8 kMostPrecision = 16;
+constexpr Uint8 kMostBitsOfSample = 16;
 
 /// Coding parameters of JPEG-LS; 0 where the stream leaves a parameter to its default.
 struct Presets {
@@ -46,12 +43,12 @@ bool readPresets(Segment& segment, Presets& presets) {
 /// Whether the decoder takes a scan with these presets for what it is. A RESET of its own leads it
 /// another way, where it does not check the largest sample, counts in 8 bits, and takes the
 /// samples of a pixel for samples of a line.
-bool isDecodable(const Presets& presets, const JpegFrameHeader& header, Uint8 interleaveMode) {
+bool presetsFit(const Presets& presets, const JpegFrameHeader& header, Uint8 interleaveMode) {
   if (presets.reset == 0 || presets.reset == kDefaultReset) {
     return true;
   }
   return presets.reset >= kLeastReset && presets.reset <= kMostReset &&
-         header.precision <= kMostPrecision &&
+         header.precision <= kMostBitsOfSample &&
          presets.largestSample == (1U << header.precision) - 1 && interleaveMode != kPixelByPixel;
 }
 
@@ -119,7 +116,7 @@ bool passScans(FragmentStream& stream, JpegLsImage& image, const Presets& preset
     Uint8 interleaveMode = 0;
     Uint8 marker = 0;
     if (!readScanHeader(stream, interleaveMode) ||
-        !isDecodable(presets, image.header, interleaveMode) ||
+        !presetsFit(presets, image.header, interleaveMode) ||
         !readMarkerBehindScan(stream, marker, image.codedBytes)) {
       return false;
     }
@@ -149,7 +146,7 @@ public:
         leastJpegLsBits(image->header, image->interleaveMode) > image->codedBytes * kBitsPerByte) {
       return std::nullopt;
     }
-    return FrameYield{Jpeg::decodedBytes(image->header, size), *end};
+    return FrameYield{Jpeg::jpegFrameBytes(image->header, size), *end};
   }
 
   [[nodiscard]] unsigned long long leastFrameBits(const FrameSize& size) const override {

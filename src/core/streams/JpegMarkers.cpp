@@ -37,7 +37,7 @@ bool agrees(const JpegFrameHeader& header, const FrameSize& size) {
          header.columns == size.columns && header.components == size.samplesPerPixel;
 }
 
-unsigned long long decodedBytes(const JpegFrameHeader& header, const FrameSize& size) {
+unsigned long long jpegFrameBytes(const JpegFrameHeader& header, const FrameSize& size) {
   return size.samples() * (header.precision > 8 ? 2 : 1);
 }
 

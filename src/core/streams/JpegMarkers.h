@@ -125,7 +125,8 @@ private:
 [[nodiscard]] bool agrees(const JpegFrameHeader& header, const FrameSize& size);
 
 /// Bytes of the samples that decoders make of a frame.
-[[nodiscard]] unsigned long long decodedBytes(const JpegFrameHeader& header, const FrameSize& size);
+[[nodiscard]] unsigned long long jpegFrameBytes(const JpegFrameHeader& header,
+                                                const FrameSize& size);
 
 [[nodiscard]] CodedFrame codedFrameOf(const JpegFrameHeader& header);
 

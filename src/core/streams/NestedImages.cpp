@@ -11,7 +11,7 @@ namespace Zrg {
 bool visitImages(DcmItem& item, const std::function<bool(DcmItem&, DcmPixelData&)>& visit) {
   auto* const dataset = dynamic_cast<DcmDataset*>(&item);
   if (dataset == nullptr) {
-    auto* const pixelData = dynamic_cast<DcmPixelData*>(findElement(item, DCM_PixelData));
+    auto* const pixelData = dynamic_cast<DcmPixelData*>(topLevelElement(item, DCM_PixelData));
     return pixelData == nullptr || visit(item, *pixelData);
   }
   DcmStack stack;

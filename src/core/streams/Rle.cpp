@@ -29,7 +29,6 @@ namespace {
 constexpr unsigned int kHeaderSize = 64;
 constexpr unsigned int kMostSegments = 15;
 constexpr Uint8 kNoOperation = 128;
-constexpr unsigned long long kBitsPerByte = 8;
 
 bool readLittleEndian32(FragmentStream& stream, Uint32& value) {
   value = 0;

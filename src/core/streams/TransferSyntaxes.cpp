@@ -33,7 +33,7 @@ constexpr bool kNot = false;
 constexpr std::size_t kInDcmtk = 42;
 
 // clang-format off
-constexpr std::array<SyntaxRow, 62> kRows = {{
+constexpr std::array<SyntaxRow, 62> kSyntaxRows = {{
     // uid, name, encapsulated, lossless; in DCMTK, who decodes, who inspects, counts as lossy
     {{"1.2.840.10008.1.2", "Little Endian Implicit", kNative, kLossless},
      EXS_LittleEndianImplicit, DecodedBy::NotNeeded, nullptr, kNot},
@@ -195,8 +195,8 @@ constexpr std::array<SyntaxRow, 62> kRows = {{
 // clang-format on
 
 constexpr bool isInOrderOfDcmtk() {
-  for (std::size_t i = 0; i < kRows.size(); ++i) {
-    if (kRows[i].inDcmtk != (i < kInDcmtk ? static_cast<E_TransferSyntax>(i) : EXS_Unknown)) {
+  for (std::size_t i = 0; i < kSyntaxRows.size(); ++i) {
+    if (kSyntaxRows[i].inDcmtk != (i < kInDcmtk ? static_cast<E_TransferSyntax>(i) : EXS_Unknown)) {
       return false;
     }
   }
@@ -208,14 +208,14 @@ static_assert(isInOrderOfDcmtk());
 
 const SyntaxRow* findSyntaxRow(E_TransferSyntax syntax) noexcept {
   const auto place = static_cast<std::size_t>(syntax);  // beyond the table when it is not known
-  return place < kInDcmtk ? &kRows[place] : nullptr;
+  return place < kInDcmtk ? &kSyntaxRows[place] : nullptr;
 }
 
 const SyntaxRow* findSyntaxRow(const std::string& uid) noexcept {
-  const auto* const row = std::find_if(kRows.begin(), kRows.end(), [&](const SyntaxRow& candidate) {
-    return !uid.empty() && uid == candidate.syntax.uid;
-  });
-  return row != kRows.end() ? row : nullptr;
+  const auto* const row = std::find_if(
+      kSyntaxRows.begin(), kSyntaxRows.end(),
+      [&](const SyntaxRow& candidate) { return !uid.empty() && uid == candidate.syntax.uid; });
+  return row != kSyntaxRows.end() ? row : nullptr;
 }
 
 bool hasCodec(E_TransferSyntax syntax) {

@@ -38,36 +38,38 @@ namespace Volumes {
 namespace {
 
 // Why there is no order, in the order of the checks. Colour stands in the public header.
-constexpr Reason kNoNumberOfFrames{"no Number of Frames"};
-constexpr Reason kNoPointer{"no Frame Increment Pointer"};
-constexpr Reason kNegativeFrames{"Number of Frames is negative"};
-constexpr Reason kTooManyFrames{"Number of Frames is above 65535, and no more are decoded"};
-constexpr Reason kOneFrame{"it has one frame"};
-constexpr Reason kSpacingUnusable{"Spacing Between Slices is 0 or no number"};
-constexpr Reason kNoSpacing{"neither Spacing Between Slices nor Grid Frame Offset Vector"};
-constexpr Reason kGridNoNumbers{"Grid Frame Offset Vector holds what is no number"};
-constexpr Reason kGridTooShort{"Grid Frame Offset Vector has fewer than two numbers"};
-constexpr Reason kGridVaries{"the distances in Grid Frame Offset Vector vary"};
-constexpr Reason kGridStands{"the distances in Grid Frame Offset Vector are 0"};
-constexpr Reason kUnknownPointer{"the Frame Increment Pointer names no known order of frames"};
-constexpr Reason kNoNumberOfSlices{"no Number of Slices"};
-constexpr Reason kTooFewSlices{"Number of Slices is below 2"};
-constexpr Reason kNoSliceVector{"no Slice Vector, and Number of Slices is not Number of Frames"};
-constexpr Reason kSliceVectorLength{"Slice Vector has not one number for each frame"};
-constexpr Reason kSliceVectorNumber{
+constexpr FailureText kNoNumberOfFrames{"no Number of Frames"};
+constexpr FailureText kNoPointer{"no Frame Increment Pointer"};
+constexpr FailureText kNegativeFrames{"Number of Frames is negative"};
+constexpr FailureText kTooManyFrames{"Number of Frames is above 65535, and no more are decoded"};
+constexpr FailureText kOneFrame{"it has one frame"};
+constexpr FailureText kSpacingUnusable{"Spacing Between Slices is 0 or no number"};
+constexpr FailureText kNoSpacing{"neither Spacing Between Slices nor Grid Frame Offset Vector"};
+constexpr FailureText kGridNoNumbers{"Grid Frame Offset Vector holds what is no number"};
+constexpr FailureText kGridTooShort{"Grid Frame Offset Vector has fewer than two numbers"};
+constexpr FailureText kGridVaries{"the distances in Grid Frame Offset Vector vary"};
+constexpr FailureText kGridStands{"the distances in Grid Frame Offset Vector are 0"};
+constexpr FailureText kUnknownPointer{"the Frame Increment Pointer names no known order of frames"};
+constexpr FailureText kNoNumberOfSlices{"no Number of Slices"};
+constexpr FailureText kTooFewSlices{"Number of Slices is below 2"};
+constexpr FailureText kNoSliceVector{
+    "no Slice Vector, and Number of Slices is not Number of Frames"};
+constexpr FailureText kSliceVectorLength{"Slice Vector has not one number for each frame"};
+constexpr FailureText kSliceVectorNumber{
     "Slice Vector has a number below 1 or above the number of slices"};
-constexpr Reason kNoTimeSlots{"Number of Time Slots is missing or below 1"};
-constexpr Reason kNoRrIntervals{"Number of R-R Intervals is missing or below 1"};
-constexpr Reason kTooManyVolumes{"time slots times R-R intervals are more than 1048576 volumes"};
-constexpr Reason kRrVectorLength{"R-R Interval Vector has not one number for each frame"};
-constexpr Reason kRrVectorNumber{
+constexpr FailureText kNoTimeSlots{"Number of Time Slots is missing or below 1"};
+constexpr FailureText kNoRrIntervals{"Number of R-R Intervals is missing or below 1"};
+constexpr FailureText kTooManyVolumes{
+    "time slots times R-R intervals are more than 1048576 volumes"};
+constexpr FailureText kRrVectorLength{"R-R Interval Vector has not one number for each frame"};
+constexpr FailureText kRrVectorNumber{
     "R-R Interval Vector has a number below 1 or above Number of R-R Intervals"};
-constexpr Reason kTimeSlotVectorLength{"Time Slot Vector has not one number for each frame"};
-constexpr Reason kTimeSlotVectorNumber{
+constexpr FailureText kTimeSlotVectorLength{"Time Slot Vector has not one number for each frame"};
+constexpr FailureText kTimeSlotVectorNumber{
     "Time Slot Vector has a number below 1 or above Number of Time Slots"};
-constexpr Reason kSliceBeyondFrames{"Slice Vector has a number above Number of Frames"};
-constexpr Reason kSliceTwice{"two frames have the same number in Slice Vector"};
-constexpr Reason kSliceTwiceInVolume{
+constexpr FailureText kSliceBeyondFrames{"Slice Vector has a number above Number of Frames"};
+constexpr FailureText kSliceTwice{"two frames have the same number in Slice Vector"};
+constexpr FailureText kSliceTwiceInVolume{
     "two frames of one volume have the same number in Slice Vector"};
 
 enum class PointerKind { OneSlicePerFrame, NmSlices, GatedNm };
@@ -98,7 +100,7 @@ constexpr std::int64_t kMostVolumes = 1 << 20;
 constexpr double kGridTolerance = 0.0001;
 
 /// Distance of the frames of a dose grid; 0 with the reason where it varies.
-SliceSpacing stepOf(const KtDArray<float>& offsets) {
+SliceSpacing sliceSpacingOf(const KtDArray<float>& offsets) {
   const float step = offsets[1] - offsets[0];
   for (std::size_t i = 2; i < offsets.size(); ++i) {
     const float deviation = offsets[i] - offsets[i - 1] - step;
@@ -132,8 +134,8 @@ int numberIn(const std::string_view token) {
 
 /// What may be wrong with a vector.
 struct VectorReasons {
-  Reason length;
-  Reason number;
+  FailureText length;
+  FailureText number;
 };
 
 /// The 1-based numbers of a vector as indices, one for each frame and all below `count`. Stops at
@@ -185,7 +187,7 @@ Result<int> readNumberOfSlices(DcmItem& item, PointerKind kind, int frames) {
 /// Slices of the frames; an empty vector when frame i is slice i. The indices are not spelled out
 /// then: the number of frames is but a claim yet.
 Result<std::vector<int>> readSlices(DcmItem& item, int slices, unsigned int frames) {
-  const std::optional<OFString> text = readTexts(item, DCM_SliceVector);
+  const std::optional<OFString> text = readValueTexts(item, DCM_SliceVector);
   if (!text) {
     if (static_cast<unsigned int>(slices) != frames) {
       return kNoSliceVector;
@@ -197,7 +199,7 @@ Result<std::vector<int>> readSlices(DcmItem& item, int slices, unsigned int fram
 
 /// All values of a vector; empty, which fits no dataset, when it is missing.
 OFString readVector(DcmItem& item, const DcmTagKey& tag) {
-  return readTexts(item, tag).value_or(OFString());
+  return readValueTexts(item, tag).value_or(OFString());
 }
 
 /// Adds the gates to the indices; nothing when all is well, otherwise the reason.
@@ -343,7 +345,7 @@ Result<FrameOrder> readOrder(DcmItem& item) {
     return kTooManyFrames;
   }
   if (isColour(item)) {
-    return Reason{kColourFramesStayTogether};
+    return FailureText{kColourFramesStayTogether};
   }
   const SliceSpacing spacing = readSliceSpacing(item, static_cast<unsigned int>(*frames));
   if (spacing.mm == 0) {
@@ -371,7 +373,7 @@ Result<int> readNumberOfFrames(DcmItem& item) {
 }
 
 Result<OFString> readPointer(DcmItem& item) {
-  std::optional<OFString> pointer = readTexts(item, DCM_FrameIncrementPointer);
+  std::optional<OFString> pointer = readValueTexts(item, DCM_FrameIncrementPointer);
   if (!pointer) {
     return kNoPointer;
   }
@@ -379,7 +381,7 @@ Result<OFString> readPointer(DcmItem& item) {
 }
 
 SliceSpacing readSliceSpacing(DcmItem& item, unsigned int frames) {
-  if (const std::optional<OFString> text = readText(item, DCM_SpacingBetweenSlices)) {
+  if (const std::optional<OFString> text = readValueText(item, DCM_SpacingBetweenSlices)) {
     // A spacing that is no number still keeps the grid from being asked.
     const std::optional<float> spacing = floatOf(*text);
     if (!spacing) {
@@ -387,7 +389,7 @@ SliceSpacing readSliceSpacing(DcmItem& item, unsigned int frames) {
     }
     return {*spacing, *spacing < 0, kSpacingUnusable};
   }
-  const std::optional<OFString> text = readTexts(item, DCM_GridFrameOffsetVector);
+  const std::optional<OFString> text = readValueTexts(item, DCM_GridFrameOffsetVector);
   if (!text) {
     return {0.0F, std::nullopt, kNoSpacing};
   }
@@ -396,7 +398,7 @@ SliceSpacing readSliceSpacing(DcmItem& item, unsigned int frames) {
     const bool noNumbers = offsets.empty() && !text->empty();
     return {0.0F, std::nullopt, noNumbers ? kGridNoNumbers : kGridTooShort};
   }
-  return frames < 2 ? SliceSpacing{0.0F, std::nullopt, kOneFrame} : stepOf(offsets);
+  return frames < 2 ? SliceSpacing{0.0F, std::nullopt, kOneFrame} : sliceSpacingOf(offsets);
 }
 
 Result<FrameIndices> readFrameIndices(DcmItem& item, const OFString& pointer, int frames) {

@@ -33,7 +33,7 @@ struct FrameIndices {
 struct SliceSpacing {
   float mm = 0.0F;               ///< as the dataset has it, negative too; 0: there is none
   std::optional<bool> reversed;  ///< nothing where the dataset has no usable spacing
-  Reason reason{""};             ///< why it is 0
+  FailureText reason{""};        ///< why it is 0
 };
 
 /// The frames of each volume in the order of their slices.

@@ -49,7 +49,7 @@ std::uint64_t numberOfFrames(DcmItem& item) {
 
 bool readFrameFormat(DcmItem& item, FrameFormat& format, std::string& errorText) {
   errorText.clear();
-  const Result<Decoding::Image> image = Decoding::readImage(item);
+  const Result<Decoding::ReadableImage> image = Decoding::readImage(item);
   if (!image) {
     errorText = image.reason().text;
     return false;
@@ -60,7 +60,7 @@ bool readFrameFormat(DcmItem& item, FrameFormat& format, std::string& errorText)
 
 bool describeImage(DcmItem& item, SliceImage& image, std::string& errorText) {
   errorText.clear();
-  const Result<Decoding::Image> known = Decoding::readImage(item);
+  const Result<Decoding::ReadableImage> known = Decoding::readImage(item);
   if (!known) {
     errorText = known.reason().text;
     return false;
@@ -80,22 +80,23 @@ std::optional<std::uint64_t> decodedBytes(DcmItem& item, std::uint64_t first, st
   if (attributes.missing || last < first) {
     return std::nullopt;
   }
-  const std::uint64_t frames = plus(last - first, 1);
+  const std::uint64_t frames = saturatedSum(last - first, 1);
   if (attributes.monochrome) {
-    return times(size.cellsBytes(), frames);
+    return saturatedProduct(size.decodedFrameBytes(), frames);
   }
   // A palette of 8-bit indices may have entries of 16 bits.
   const bool palette = size.samplesPerPixel == 1;
-  const unsigned int planeBytes = std::max(size.cellBytes(), palette ? 2U : 1U);
-  const std::uint64_t planes = times(size.rgbBytes(), planeBytes);
-  return plus(times(size.rgbBytes(), frames), plus(times(size.cellsBytes(), 2), planes));
+  const unsigned int planeBytes = std::max(size.containerBytes(), palette ? 2U : 1U);
+  const std::uint64_t planes = saturatedProduct(size.rgbBytes(), planeBytes);
+  return saturatedSum(saturatedProduct(size.rgbBytes(), frames),
+                      saturatedSum(saturatedProduct(size.decodedFrameBytes(), 2), planes));
 }
 
 /// The item that is open, and its frames.
 class FrameReader::State {
 public:
   static Result<std::unique_ptr<State>> open(DcmItem& item) {
-    Result<Decoding::Image> image = Decoding::readImage(item);
+    Result<Decoding::ReadableImage> image = Decoding::readImage(item);
     if (!image) {
       return image.reason();
     }
@@ -120,7 +121,7 @@ private:
     if (frames_->areUpToDate()) {
       return {};
     }
-    Result<Decoding::Image> image = Decoding::readImage(item_);
+    Result<Decoding::ReadableImage> image = Decoding::readImage(item_);
     if (!image) {
       return image.reason();
     }
@@ -128,7 +129,7 @@ private:
     return {};
   }
 
-  State(DcmItem& item, Decoding::Image image)
+  State(DcmItem& item, Decoding::ReadableImage image)
       : item_(item), frames_(std::make_unique<Decoding::ImageFrames>(item, std::move(image))) {}
 
   DcmItem& item_;

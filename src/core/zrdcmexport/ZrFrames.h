@@ -61,13 +61,13 @@ struct FrameFormat {
 /// Memory, in bytes, that decoding the frames `first` to `last` takes at its peak; to be compared
 /// with a limit before anything is decoded. It counts, by the attributes alone:
 ///
-/// - monochrome: the cells of these frames, Bits Allocated in whole bytes (two bytes where more
-///   than 8 bits are stored). That is what decodeFrame() delivers and what SliceImage::process
+/// - monochrome: the containers of these frames, Bits Allocated in whole bytes (two bytes where
+///   more than 8 bits are stored). That is what decodeFrame() delivers and what SliceImage::process
 ///   takes, whether it decodes in place or a range;
 /// - colour: these frames as interleaved 8-bit RGB, and for the one frame that is being rendered
-///   its cells, a copy of them, and three planes of rendered samples as wide as the cells, two
-///   bytes at least for a palette. SliceImage::process holds that for all its frames at once: ask
-///   for it with the frames one by one.
+///   its containers, a copy of them, and three planes of rendered samples as wide as the
+///   containers, two bytes at least for a palette. SliceImage::process holds that for all its
+///   frames at once: ask for it with the frames one by one.
 ///
 /// It does not count the compressed data, which is no larger than the file, nor what the caller
 /// does with the samples.
@@ -85,11 +85,11 @@ struct FrameFormat {
 /// are read from the file alone, of compressed ones nothing but the fragments of this frame is
 /// looked at.
 ///
-/// Monochrome samples come as they are stored: cells of `bytesPerSample` bytes in the byte order of
-/// the machine, with whatever stands beside the stored bits, signed when Pixel Representation says
-/// so. ExDicomUtilities::extractSample_applyLUT_makeUnsigned makes of them what SliceImage::process
-/// delivers. A compressed stream of at most 8 bits is widened to cells of 16 bits. Everything else
-/// comes as interleaved RGB with 8 bits a sample.
+/// Monochrome samples come as they are stored: containers of `bytesPerSample` bytes in the byte
+/// order of the machine, with whatever is beside the stored bits, signed when Pixel Representation
+/// says so. ExDicomUtilities::extractSample_applyLUT_makeUnsigned makes of them what
+/// SliceImage::process delivers. A compressed stream of at most 8 bits is widened to containers of
+/// 16 bits. Everything else comes as interleaved RGB with 8 bits a sample.
 ///
 /// Frames in several fragments are found by the offset table, else by the start of image in each
 /// fragment; where neither tells, the function fails rather than guess.

@@ -4,6 +4,7 @@
 // overlays and multi-frame datasets have files of their own.
 #include "ZrSliceImage.h"
 
+#include "decoding/SliceAttributes.h"
 #include "dicom/ItemValues.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -49,9 +50,7 @@ std::set<std::string> initEnhancedDICOMSOPClassUIDS() {
 // Built when the library is loaded, so that predicates may be asked from any thread.
 const std::set<std::string> enhancedDICOMSOPClassUIDS = initEnhancedDICOMSOPClassUIDS();
 
-KtVec2f notSet() {
-  return {std::nanf("0"), std::nanf("0")};
-}
+using Decoding::notSet;
 
 bool isSet(const KtVec2f& pair) {
   return !std::isnan(pair.x) && !std::isnan(pair.y);
@@ -121,7 +120,7 @@ bool isMultiFrameVolume(DcmItem& item) {
 }
 
 bool isEnhancedDicom(DcmItem& item) {
-  const std::optional<OFString> sopClassUid = readText(item, DCM_SOPClassUID);
+  const std::optional<OFString> sopClassUid = readValueText(item, DCM_SOPClassUID);
   return sopClassUid && isEnhancedSopClass(*sopClassUid) && item.tagExists(DCM_NumberOfFrames) &&
          item.tagExists(DCM_PerFrameFunctionalGroupsSequence);
 }

@@ -27,7 +27,7 @@ bool isDecodable(const std::string& uid) {
 }
 
 std::optional<CodedFrame> readCodedFrame(DcmItem& item, std::uint64_t frame) {
-  auto* const pixelData = dynamic_cast<DcmPixelData*>(findElement(item, DCM_PixelData));
+  auto* const pixelData = dynamic_cast<DcmPixelData*>(topLevelElement(item, DCM_PixelData));
   const std::uint64_t frames = numberOfFrames(item);
   if (pixelData == nullptr || frame >= frames || frame >= std::uint64_t{1} << 32) {
     return std::nullopt;

@@ -7,12 +7,11 @@
 #include <bit>
 
 namespace {
-constexpr unsigned long kWordBits = 32;
 constexpr std::uint32_t kAllBits = ~std::uint32_t{0};
 
 // Not (bits + 31) / 32, which wraps for the largest numbers.
 std::size_t wordsFor(unsigned long bits) {
-  return bits / kWordBits + (bits % kWordBits != 0 ? 1 : 0);
+  return bits / KtBitfield::kWordBits + (bits % KtBitfield::kWordBits != 0 ? 1 : 0);
 }
 }  // namespace
 

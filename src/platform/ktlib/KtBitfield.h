@@ -14,6 +14,9 @@
 /// `words()`.
 class KTLIB_API KtBitfield {
 public:
+  /// Bits of a word.
+  static constexpr unsigned long kWordBits = 32;
+
   /// What the bits are after `resize`.
   enum INIT : int {
     KEEP = 0,     ///< old bits keep their values, new bits are 0
@@ -33,18 +36,18 @@ public:
 
   /// Whether bit `index` is 1; false for an index outside the field.
   [[nodiscard]] bool test(unsigned long index) const noexcept {
-    return index < size_ && (words_[index / 32] >> (index % 32) & 1U) != 0;
+    return index < size_ && (words_[index / kWordBits] >> (index % kWordBits) & 1U) != 0;
   }
   /// Makes bit `index` 1; nothing happens for an index outside the field.
   void set(unsigned long index) noexcept {
     if (index < size_) {
-      words_[index / 32] |= std::uint32_t{1} << (index % 32);
+      words_[index / kWordBits] |= std::uint32_t{1} << (index % kWordBits);
     }
   }
   /// Makes bit `index` 0; nothing happens for an index outside the field.
   void reset(unsigned long index) noexcept {
     if (index < size_) {
-      words_[index / 32] &= ~(std::uint32_t{1} << (index % 32));
+      words_[index / kWordBits] &= ~(std::uint32_t{1} << (index % kWordBits));
     }
   }
 

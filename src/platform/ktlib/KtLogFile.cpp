@@ -11,7 +11,7 @@
 #include <utility>
 
 namespace {
-constexpr int kDeepestNesting = 4;
+constexpr int kDeepestSinkNesting = 4;
 
 void writeToStandardError(KtLogFile::Level level, const std::string& text) {
   const std::string line = (level == KtLogFile::Level::Warning ? "W: " : "") + text + '\n';
@@ -45,7 +45,7 @@ public:
     const std::lock_guard lock(mutex_);
     const Nesting nesting(depth_);
     // A share of its own keeps a sink alive that replaces itself while it runs.
-    if (const std::shared_ptr<const Sink> sink = sink_; sink && depth_ <= kDeepestNesting) {
+    if (const std::shared_ptr<const Sink> sink = sink_; sink && depth_ <= kDeepestSinkNesting) {
       (*sink)(level, text);
     } else {
       writeToStandardError(level, text);

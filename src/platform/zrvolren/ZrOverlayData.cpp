@@ -16,21 +16,19 @@ namespace {
 
 constexpr int kBadIndex = 1;  // code of the results made here
 
-constexpr std::size_t kWordBits = 32;
-
 std::size_t wordsOfRow(std::size_t columns) {
-  return (columns + kWordBits - 1) / kWordBits;
+  return (columns + KtBitfield::kWordBits - 1) / KtBitfield::kWordBits;
 }
 
 // A mask seen as rows of whole words.
-struct Rows {
+struct MaskRows {
   std::size_t columns;
   std::size_t count;
   std::size_t words;  // of each row
 
   // The bits of word `word` that are columns: all, but for those behind the last column.
   [[nodiscard]] std::uint32_t columnsOfWord(std::size_t word) const {
-    const std::size_t unused = word + 1 == words ? words * kWordBits - columns : 0;
+    const std::size_t unused = word + 1 == words ? words * KtBitfield::kWordBits - columns : 0;
     return ~std::uint32_t{0} >> unused;
   }
 };
@@ -38,18 +36,18 @@ struct Rows {
 // Makes the mask hold exactly the words of its rows, clear where it was too short, and drops the
 // columns and rows that lie wholly beyond it: a size that promises far more than there is costs no
 // memory. Both size components and the mask's length are above 0.
-Rows fitToRows(const KtVec2i& size, KtBitfield& mask) {
-  Rows rows{};
+MaskRows fitToRows(const KtVec2i& size, KtBitfield& mask) {
+  MaskRows rows{};
   rows.columns = std::min<std::size_t>(static_cast<std::size_t>(size.x), mask.size());
   rows.words = wordsOfRow(rows.columns);
   const std::size_t rowsHeld = (mask.wordCount() + rows.words - 1) / rows.words;
   rows.count = std::min(static_cast<std::size_t>(size.y), rowsHeld);
-  mask.resize(rows.count * rows.words * kWordBits, KtBitfield::KEEP);
+  mask.resize(rows.count * rows.words * KtBitfield::kWordBits, KtBitfield::KEEP);
   return rows;
 }
 
 // The tight box around set bits, in columns and rows of the mask.
-struct Box {
+struct BitBox {
   std::size_t column = 0;
   std::size_t row = 0;
   std::size_t width = 0;  // 0: no bit is set
@@ -57,7 +55,7 @@ struct Box {
 };
 
 // Columns that have a set bit in any row, as one row of words; notes first row and height in `box`.
-std::vector<std::uint32_t> mergeRows(const Rows& rows, const KtBitfield& mask, Box& box) {
+std::vector<std::uint32_t> mergeRows(const MaskRows& rows, const KtBitfield& mask, BitBox& box) {
   std::vector<std::uint32_t> merged(rows.words, 0);
   const std::uint32_t* words = mask.words();
   for (std::size_t row = 0; row < rows.count; ++row, words += rows.words) {
@@ -75,8 +73,8 @@ std::vector<std::uint32_t> mergeRows(const Rows& rows, const KtBitfield& mask, B
   return merged;
 }
 
-Box findBox(const Rows& rows, const KtBitfield& mask) {
-  Box box;
+BitBox findBox(const MaskRows& rows, const KtBitfield& mask) {
+  BitBox box;
   const std::vector<std::uint32_t> merged = mergeRows(rows, mask, box);
   const auto isSet = [](std::uint32_t word) { return word != 0; };
   const auto first = std::find_if(merged.begin(), merged.end(), isSet);
@@ -85,7 +83,7 @@ Box findBox(const Rows& rows, const KtBitfield& mask) {
   }
   const auto last = std::find_if(merged.rbegin(), merged.rend(), isSet).base() - 1;
   const auto bitOf = [&merged](auto word) {
-    return static_cast<std::size_t>(word - merged.begin()) * kWordBits;
+    return static_cast<std::size_t>(word - merged.begin()) * KtBitfield::kWordBits;
   };
   box.column = bitOf(first) + static_cast<std::size_t>(std::countr_zero(*first));
   const std::size_t end = bitOf(last) + static_cast<std::size_t>(std::bit_width(*last));
@@ -94,21 +92,21 @@ Box findBox(const Rows& rows, const KtBitfield& mask) {
 }
 
 // The box alone, as rows of whole words of its own width.
-KtBitfield cutOut(const Rows& rows, const KtBitfield& mask, const Box& box) {
+KtBitfield cutOut(const MaskRows& rows, const KtBitfield& mask, const BitBox& box) {
   const std::size_t boxWords = wordsOfRow(box.width);
-  const Rows boxRows{box.width, box.height, boxWords};
+  const MaskRows boxRows{box.width, box.height, boxWords};
   KtBitfield packed;
-  packed.resize(box.height * boxWords * kWordBits, KtBitfield::CLEARED);
+  packed.resize(box.height * boxWords * KtBitfield::kWordBits, KtBitfield::CLEARED);
 
-  const std::size_t firstWord = box.column / kWordBits;
-  const auto shift = static_cast<unsigned>(box.column % kWordBits);
+  const std::size_t firstWord = box.column / KtBitfield::kWordBits;
+  const auto shift = static_cast<unsigned>(box.column % KtBitfield::kWordBits);
   const std::uint32_t* source = mask.words() + box.row * rows.words;
   std::uint32_t* target = packed.words();
   for (std::size_t row = 0; row < box.height; ++row) {
     for (std::size_t i = 0; i < boxWords; ++i) {
       const std::size_t word = firstWord + i;
       const std::uint64_t next = word + 1 < rows.words ? source[word + 1] : 0;
-      const std::uint64_t pair = next << kWordBits | source[word];
+      const std::uint64_t pair = next << KtBitfield::kWordBits | source[word];
       target[i] = static_cast<std::uint32_t>(pair >> shift) & boxRows.columnsOfWord(i);
     }
     source += rows.words;
@@ -125,9 +123,9 @@ ZrOverlayData::ZrOverlayData(const ZrMeta* meta)
 ZrOverlayData::~ZrOverlayData() = default;
 
 void ZrOverlayData::cropOverlayData(KtVec2i& origin, KtVec2i& size, KtBitfield& mask) {
-  Box box;
+  BitBox box;
   if (size.x > 0 && size.y > 0 && mask.size() > 0) {
-    const Rows rows = fitToRows(size, mask);
+    const MaskRows rows = fitToRows(size, mask);
     box = findBox(rows, mask);
     if (box.width > 0) {
       mask = cutOut(rows, mask, box);
@@ -201,6 +199,7 @@ bool ZrOverlayData::test(int index, int column, int row) const {
   if (x < 0 || y < 0 || x >= overlay->size.x || y >= overlay->size.y) {
     return false;
   }
-  const std::size_t rowBits = wordsOfRow(static_cast<std::size_t>(overlay->size.x)) * kWordBits;
+  const std::size_t rowBits =
+      wordsOfRow(static_cast<std::size_t>(overlay->size.x)) * KtBitfield::kWordBits;
   return overlay->mask.test(static_cast<std::size_t>(y) * rowBits + static_cast<std::size_t>(x));
 }

@@ -47,11 +47,11 @@ INSTANTIATE_TEST_SUITE_P(
         // The JPEG-LS decoder takes two bytes for them.
         Size{"GreyOfMoreBitsThanAllocated",
              monochromeImage(10, 5).unsigned8().withUint16(DCM_BitsStored, 12), 0, 0, 100},
-        // 150 delivered, 2 x 150 cells, 150 rendered
+        // 150 delivered, 2 x 150 containers, 150 rendered
         Size{"Rgb", rgbImage(10, 5), 0, 0, 600},
         // 3 x 150 delivered, and what one frame takes
         Size{"RgbFrames", rgbImage(10, 5), 7, 9, 900},
-        // 150 delivered, 2 x 300 cells, 300 rendered
+        // 150 delivered, 2 x 300 containers, 300 rendered
         Size{"Rgb16", rgbImage(10, 5).unsigned16(), 0, 0, 1050},
         // 150 delivered, 2 x 50 indices, 300 rendered
         Size{"Palette", support::paletteImage(10, 5), 0, 0, 550},

@@ -21,7 +21,7 @@ struct Frame {
   std::string errorText;
   std::vector<std::uint8_t> bytes;
 
-  /// Cells of 16 bits.
+  /// Containers of 16 bits.
   [[nodiscard]] std::vector<int> words() const {
     std::vector<int> values;
     for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {

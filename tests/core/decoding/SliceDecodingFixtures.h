@@ -44,10 +44,10 @@ enum class Samples { Converted, Stored };
 [[nodiscard]] std::vector<int> frameOf(const std::vector<int>& samples, std::size_t frameSize,
                                        std::size_t frame);
 
-/// 8-bit or 16-bit cells as numbers.
-template <class Cell>
-std::vector<int> numbers(const std::vector<Cell>& cells) {
-  return {cells.begin(), cells.end()};
+/// 8-bit or 16-bit containers as numbers.
+template <class Container>
+std::vector<int> numbers(const std::vector<Container>& containers) {
+  return {containers.begin(), containers.end()};
 }
 
 using Fragment = std::vector<Uint8>;

@@ -17,9 +17,9 @@ using support::DatasetBuilder;
 TEST(ItemValues, OfAMissingElementAreNothing) {
   DcmItem item;
 
-  EXPECT_EQ(Zrg::findElement(item, DCM_Rows), nullptr);
-  EXPECT_FALSE(Zrg::readText(item, DCM_PatientName));
-  EXPECT_FALSE(Zrg::readTexts(item, DCM_ImageType));
+  EXPECT_EQ(Zrg::topLevelElement(item, DCM_Rows), nullptr);
+  EXPECT_FALSE(Zrg::readValueText(item, DCM_PatientName));
+  EXPECT_FALSE(Zrg::readValueTexts(item, DCM_ImageType));
   EXPECT_FALSE(Zrg::readUint16(item, DCM_Rows));
   EXPECT_FALSE(Zrg::readSint16(item, DCM_OverlayOrigin));
   EXPECT_FALSE(Zrg::readInt(item, DCM_NumberOfFrames));
@@ -29,8 +29,8 @@ TEST(ItemValues, OfAMissingElementAreNothing) {
 TEST(ItemValues, AreReadByTheirPosition) {
   const auto dataset = DatasetBuilder().with(DCM_PixelSpacing, "0.5\\0.25").build();
 
-  EXPECT_EQ(Zrg::readText(*dataset, DCM_PixelSpacing, 1), OFString("0.25"));
-  EXPECT_EQ(Zrg::readTexts(*dataset, DCM_PixelSpacing), OFString("0.5\\0.25"));
+  EXPECT_EQ(Zrg::readValueText(*dataset, DCM_PixelSpacing, 1), OFString("0.25"));
+  EXPECT_EQ(Zrg::readValueTexts(*dataset, DCM_PixelSpacing), OFString("0.5\\0.25"));
   EXPECT_EQ(Zrg::readFloat(*dataset, DCM_PixelSpacing, 1), 0.25F);
   EXPECT_FALSE(Zrg::readFloat(*dataset, DCM_PixelSpacing, 2));
 }

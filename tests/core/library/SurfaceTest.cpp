@@ -9,6 +9,7 @@
 #include <zrdcmexport/ExDCMLog.h>
 #include <zrdcmexport/ExDicomUtilitiesGlobal.h>
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
+#include <zrdcmexport/ZrByteCounts.h>
 #include <zrdcmexport/ZrDcmExport.h>
 #include <zrdcmexport/ZrFrameOrder.h>
 #include <zrdcmexport/ZrFrames.h>
@@ -160,6 +161,10 @@ TEST(Surface, OfSlicesAndVolumesDecodes) {
   EXPECT_THAT(frame, testing::ElementsAre(3, 4));
   EXPECT_EQ(volumes.numFrames(), 2U);
   EXPECT_FALSE(Zrg::isEnhancedDicom(*dataset));
+}
+
+TEST(Surface, OfByteCountsStopsAtTheLargest) {
+  EXPECT_EQ(Zrg::saturatedProduct(1ULL << 40U, 1ULL << 40U), Zrg::kBeyondCounting);
 }
 
 TEST(Surface, OfTransferSyntaxesNamesThem) {

@@ -32,18 +32,18 @@ bool isConverted(KtPrimType source, KtPrimType target, unsigned valuesPerEntry) 
 
 }  // namespace
 
-// The field is laid over the cell bit by bit: bit j of the result is bit j + rightShift of the cell
+// The field is laid over the word bit by bit: bit j of the result is bit j + rightShift of the word
 // after it was moved up by leftShift. Above the field stands 0, or the highest bit of the field.
-std::int64_t storedValue(std::uint32_t cell, unsigned width, bool isSignedType, unsigned bitsStored,
+std::int64_t storedValue(std::uint32_t word, unsigned width, bool isSignedType, unsigned bitsStored,
                          unsigned highBit) {
   const int leftShift = static_cast<int>(width) - 1 - static_cast<int>(highBit);
   const int rightShift = static_cast<int>(width) - static_cast<int>(bitsStored);
   if (bitsStored == 0) {
     return 0;
   }
-  const auto movedBit = [&](int position) {  // of the cell after the shift to the left
+  const auto movedBit = [&](int position) {  // of the word after the shift to the left
     const int origin = position - leftShift;
-    return origin >= 0 && ((cell / (std::uint64_t{1} << origin)) % 2) == 1;
+    return origin >= 0 && ((word / (std::uint64_t{1} << origin)) % 2) == 1;
   };
   std::int64_t value = 0;
   for (int j = 0; j < static_cast<int>(bitsStored); ++j) {
@@ -68,14 +68,14 @@ ModelOutput transformByModel(const ModelInput& input) {
   if (!hasTable && isSigned(input.type)) {
     output.offset = width == 8 ? 128 : 32768;
   }
-  std::vector<std::uint32_t> cells;
-  for (const std::uint32_t cell : input.cells) {
+  std::vector<std::uint32_t> words;
+  for (const std::uint32_t word : input.words) {
     const std::int64_t value =
-        storedValue(cell, width, isSigned(input.type), input.bitsStored, input.highBit);
+        storedValue(word, width, isSigned(input.type), input.bitsStored, input.highBit);
     if (!hasTable) {
       const std::int64_t modulus = std::int64_t{1} << width;
       const std::int64_t sum = value + output.offset;
-      cells.push_back(static_cast<std::uint32_t>(((sum % modulus) + modulus) % modulus));
+      words.push_back(static_cast<std::uint32_t>(((sum % modulus) + modulus) % modulus));
       continue;
     }
     const auto entries =
@@ -83,11 +83,11 @@ ModelOutput transformByModel(const ModelInput& input) {
     const std::int64_t entry =
         std::clamp<std::int64_t>(value - input.table.firstMapped, 0, entries - 1);
     for (unsigned v = 0; v < input.table.valuesPerEntry; ++v) {
-      cells.push_back(input.table.values[static_cast<std::size_t>(
+      words.push_back(input.table.values[static_cast<std::size_t>(
           entry * static_cast<std::int64_t>(input.table.valuesPerEntry) + v)]);
     }
   }
-  output.cells = cells;
+  output.words = words;
   return output;
 }
 

@@ -20,7 +20,7 @@ struct ModelTable {
 
 struct ModelInput {
   KtPrimType type = KtPrimType::U8;
-  std::vector<std::uint32_t> cells;  // the samples' bits, one value per pixel
+  std::vector<std::uint32_t> words;  // the samples' bits, one value per pixel
   unsigned bitsStored = 0;
   unsigned highBit = 0;
   ModelTable table;
@@ -31,14 +31,14 @@ struct ModelOutput {
   unsigned nDataVar = 1;
   int offset = 0;
   /// The results' bits; nothing when the samples are left as they are.
-  std::optional<std::vector<std::uint32_t>> cells;
+  std::optional<std::vector<std::uint32_t>> words;
 };
 
 /// Works for Bits Stored up to the width and High Bit below it.
 ModelOutput transformByModel(const ModelInput& input);
 
 /// The stored value of one sample, with its sign.
-std::int64_t storedValue(std::uint32_t cell, unsigned width, bool isSigned, unsigned bitsStored,
+std::int64_t storedValue(std::uint32_t word, unsigned width, bool isSigned, unsigned bitsStored,
                          unsigned highBit);
 
 }  // namespace luttest

@@ -39,27 +39,27 @@ std::ostream& operator<<(std::ostream& out, const Combination& row) {
 enum class Place { InPlaceWithTarget, InPlaceWithoutTarget, NewTarget, GivenTarget };
 
 // Samples as memory, whatever their type.
-std::vector<std::uint32_t> cellsOf(const ZrDataAccess& container) {
-  std::vector<std::uint32_t> cells;
+std::vector<std::uint32_t> wordsOf(const ZrDataAccess& container) {
+  std::vector<std::uint32_t> words;
   const std::size_t bytes = container.primType().primTypeSize();
   if (!container.hasData()) {
-    return cells;
+    return words;
   }
   const auto* memory = static_cast<const unsigned char*>(container.dataPtr(0));
-  cells.resize(static_cast<std::size_t>(container.size()) / bytes);
-  for (std::uint32_t& cell : cells) {
-    std::memcpy(&cell, memory, bytes);  // little endian: the low bytes
+  words.resize(static_cast<std::size_t>(container.size()) / bytes);
+  for (std::uint32_t& word : words) {
+    std::memcpy(&word, memory, bytes);  // little endian: the low bytes
     memory += bytes;
   }
-  return cells;
+  return words;
 }
 
-KtHandle<ZrDataAccess> containerOf(const std::vector<std::uint32_t>& cells, KtPrimType type,
+KtHandle<ZrDataAccess> containerOf(const std::vector<std::uint32_t>& words, KtPrimType type,
                                    const KtVec3l& dims) {
   KtHandle<ZrDataAccess> container(new ZrDataAccess(dims, type, 1, KtAllocator(1)));
   auto* memory = static_cast<unsigned char*>(container->dataPtr(0));
-  for (const std::uint32_t cell : cells) {
-    std::memcpy(memory, &cell, type.primTypeSize());
+  for (const std::uint32_t word : words) {
+    std::memcpy(memory, &word, type.primTypeSize());
     memory += type.primTypeSize();
   }
   return container;
@@ -83,13 +83,13 @@ protected:
 
   unsigned random(unsigned below) { return static_cast<unsigned>(generator_() % below); }
 
-  std::vector<std::uint32_t> randomCells(std::size_t count) {
-    std::vector<std::uint32_t> cells(count);
+  std::vector<std::uint32_t> randomWords(std::size_t count) {
+    std::vector<std::uint32_t> words(count);
     const std::uint32_t all = width() == 32 ? 0xFFFFFFFFU : (1U << width()) - 1;
-    for (std::uint32_t& cell : cells) {
-      cell = static_cast<std::uint32_t>(generator_()) & all;
+    for (std::uint32_t& word : words) {
+      word = static_cast<std::uint32_t>(generator_()) & all;
     }
-    return cells;
+    return words;
   }
 
   ModelTable randomTable() {
@@ -117,7 +117,7 @@ protected:
 
 void SampleTransformModel::compare(const ModelInput& input, const KtVec3l& dims, Place place) {
   const ModelOutput expected = transformByModel(input);
-  const KtHandle<ZrDataAccess> source = containerOf(input.cells, input.type, dims);
+  const KtHandle<ZrDataAccess> source = containerOf(input.words, input.type, dims);
   const bool wantsInPlace =
       place == Place::InPlaceWithTarget || place == Place::InPlaceWithoutTarget;
   const bool fitsInPlace =
@@ -139,7 +139,7 @@ void SampleTransformModel::compare(const ModelInput& input, const KtVec3l& dims,
     EXPECT_TRUE(result.isBad());
     EXPECT_EQ(result.code(), 1);
     EXPECT_EQ(source->primType(), input.type);
-    EXPECT_EQ(cellsOf(*source), input.cells);
+    EXPECT_EQ(wordsOf(*source), input.words);
     return;
   }
   ASSERT_TRUE(result.isOk());
@@ -154,10 +154,10 @@ void SampleTransformModel::compare(const ModelInput& input, const KtVec3l& dims,
   EXPECT_EQ(work.nDataVar(), expected.nDataVar);
   EXPECT_EQ(work.dims(), dims);
   const std::vector<std::uint32_t> untouched =
-      inPlace ? input.cells : std::vector<std::uint32_t>(input.cells.size() * expected.nDataVar, 0);
-  ASSERT_EQ(cellsOf(work), expected.cells.value_or(untouched));
+      inPlace ? input.words : std::vector<std::uint32_t>(input.words.size() * expected.nDataVar, 0);
+  ASSERT_EQ(wordsOf(work), expected.words.value_or(untouched));
   if (!inPlace) {
-    EXPECT_EQ(cellsOf(*source), input.cells) << "the source must stay as it is";
+    EXPECT_EQ(wordsOf(*source), input.words) << "the source must stay as it is";
     EXPECT_EQ(source->primType(), input.type);
   }
 }
@@ -170,7 +170,7 @@ TEST_P(SampleTransformModel, AgreesForEveryPlaceOfTheStoredBits) {
   for (unsigned bitsStored = 0; bitsStored <= width(); bitsStored += step) {
     for (unsigned highBit = 0; highBit < width(); highBit += step) {
       SCOPED_TRACE(std::to_string(bitsStored) + " bits up to bit " + std::to_string(highBit));
-      ModelInput input{GetParam().source, randomCells(45), bitsStored, highBit, randomTable()};
+      ModelInput input{GetParam().source, randomWords(45), bitsStored, highBit, randomTable()};
       for (const Place place : kPlaces) {
         compare(input, KtVec3l(5, 3, 3), place);
       }
@@ -192,7 +192,7 @@ TEST_P(SampleTransformModel, AgreesForEveryLength) {
   for (long long length = 1; length <= 70; ++length) {
     for (const auto& [bitsStored, highBit] : bits) {
       SCOPED_TRACE(std::to_string(length) + " samples of " + std::to_string(bitsStored) + " bits");
-      ModelInput input{GetParam().source, randomCells(static_cast<std::size_t>(length)), bitsStored,
+      ModelInput input{GetParam().source, randomWords(static_cast<std::size_t>(length)), bitsStored,
                        highBit, randomTable()};
       for (const Place place : kPlaces) {
         compare(input, KtVec3l(length, 1, 1), place);
@@ -211,7 +211,7 @@ TEST_P(SampleTransformModel, AgreesForLargeImages) {
     for (const unsigned highBit : {w - 1, w - 4}) {
       SCOPED_TRACE(std::to_string(columns) + " columns, high bit " + std::to_string(highBit));
       ModelInput input{GetParam().source,
-                       randomCells(static_cast<std::size_t>(columns * rows * frames)), w - 3,
+                       randomWords(static_cast<std::size_t>(columns * rows * frames)), w - 3,
                        highBit, randomTable()};
       for (const Place place : kPlaces) {
         compare(input, KtVec3l(columns, rows, frames), place);
@@ -237,28 +237,28 @@ TEST_P(NarrowSampleTransformModel, AgreesWhereValuesRepeat) {
     ModelInput input{GetParam().source, values, width() - 3, highBit, randomTable()};
     const ModelOutput ofValues = transformByModel(input);
     for (const std::size_t more : beyond) {
-      input.cells = randomCells(4 * values.size() + more);
-      const auto count = static_cast<long long>(input.cells.size());
+      input.words = randomWords(4 * values.size() + more);
+      const auto count = static_cast<long long>(input.words.size());
       const bool fitsInPlace =
           ofValues.nDataVar == 1 && ofValues.type.primTypeSize() == input.type.primTypeSize();
       for (const bool inPlace : {false, true}) {
-        const auto source = containerOf(input.cells, input.type, KtVec3l(count, 1, 1));
+        const auto source = containerOf(input.words, input.type, KtVec3l(count, 1, 1));
         KtHandle<ZrDataAccess> target;
         int offset = 0;
         ASSERT_TRUE(ExDicomUtilities::extractSample_applyLUT_makeUnsigned(
                         source, target, offset, lutOf(input.table), inPlace, input.bitsStored,
                         input.highBit)
                         .isOk());
-        if (!ofValues.cells) {
+        if (!ofValues.words) {
           continue;  // nothing is converted; the other tests say what is left
         }
         std::vector<std::uint32_t> expected;
-        for (const std::uint32_t cell : input.cells) {
+        for (const std::uint32_t word : input.words) {
           for (unsigned v = 0; v < ofValues.nDataVar; ++v) {
-            expected.push_back((*ofValues.cells)[std::size_t{cell} * ofValues.nDataVar + v]);
+            expected.push_back((*ofValues.words)[std::size_t{word} * ofValues.nDataVar + v]);
           }
         }
-        ASSERT_TRUE(cellsOf(inPlace && fitsInPlace ? *source : *target) == expected)
+        ASSERT_TRUE(wordsOf(inPlace && fitsInPlace ? *source : *target) == expected)
             << count << " samples, high bit " << highBit << (inPlace ? ", in place" : "");
       }
     }

@@ -61,9 +61,9 @@ std::unique_ptr<DcmDataset> constantImage(const Size& size, bool isColour, bool 
   if (has16Bits) {
     builder.unsigned16().withPixels16(std::vector<Uint16>(pixels));
   } else {
-    std::vector<Uint8> cells(isColour ? 3 * pixels : pixels);
-    cells.resize(cells.size() + cells.size() % 2);
-    builder.unsigned8().withPixels8(cells);
+    std::vector<Uint8> containers(isColour ? 3 * pixels : pixels);
+    containers.resize(containers.size() + containers.size() % 2);
+    builder.unsigned8().withPixels8(containers);
   }
   return builder.build();
 }

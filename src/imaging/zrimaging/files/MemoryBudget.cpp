@@ -4,12 +4,12 @@
 
 #include "zrimaging/Boundary.h"
 
+#include <zrdcmexport/ZrByteCounts.h>
 #include <zrdcmexport/ZrFrames.h>
 
 #include <algorithm>
 #include <cctype>
 #include <charconv>
-#include <limits>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -18,19 +18,13 @@ namespace zr {
 
 namespace {
 
-constexpr std::uint64_t kBeyondCounting = std::numeric_limits<std::uint64_t>::max();
-
-std::uint64_t times(std::uint64_t a, std::uint64_t b) {
-  return b != 0 && a > kBeyondCounting / b ? kBeyondCounting : a * b;
-}
-
 // What the frames take for good. The most that decoding takes at a time is more for colour, which
 // is rendered.
 std::uint64_t deliveredBytes(DcmItem& item, std::uint64_t frames, std::uint64_t peak) {
   Zrg::FrameFormat format;
   std::string unused;  // decoding says what is missing
   return Zrg::readFrameFormat(item, format, unused) && !format.monochrome
-             ? times(format.frameBytes(), frames)
+             ? Zrg::saturatedProduct(format.frameBytes(), frames)
              : peak;
 }
 
@@ -51,7 +45,7 @@ std::optional<std::uint64_t> parseSize(const std::string& text) {
   if (error != std::errc{} || !knownEnding) {
     return std::nullopt;
   }
-  return times(count, hasUnit ? std::uint64_t{1} << (10U * (power + 1)) : 1);
+  return Zrg::saturatedProduct(count, hasUnit ? std::uint64_t{1} << (10U * (power + 1)) : 1);
 }
 
 std::string sizeText(std::uint64_t bytes) {

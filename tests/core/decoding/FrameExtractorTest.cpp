@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Frames taken out of order from one decoder: what it remembers of the last one must not show.
 #include "decoding/Decoders.h"
-#include "decoding/FrameDecoder.h"
+#include "decoding/FrameExtractor.h"
 #include "support/Compression.h"
 #include "support/ImageBuilder.h"
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-TEST(FrameDecoder, TakesFramesInAnyOrder) {
+TEST(FrameExtractor, TakesFramesInAnyOrder) {
   const auto image = support::compress(*support::monochromeImage(2, 1)
                                             .unsigned8()
                                             .frames(4)
@@ -24,13 +24,13 @@ TEST(FrameDecoder, TakesFramesInAnyOrder) {
   Zrg::Decoding::registerDecoders();
   const Zrg::Result<DcmPixelData*> pixelData = Zrg::findPixelData(*image);
   ASSERT_TRUE(pixelData);
-  Zrg::Decoding::FrameDecoder decoder(*image, **pixelData,
-                                      Zrg::readImageAttributes(*image, *pixelData));
+  Zrg::Decoding::FrameExtractor decoder(*image, **pixelData,
+                                        Zrg::readImageAttributes(*image, *pixelData));
 
   for (const Uint32 frame : {1U, 2U, 0U, 3U, 3U, 0U}) {
-    std::array<Uint8, 2> cells{};
-    ASSERT_TRUE(decoder.decode(frame, 2, cells.data(), 2).good()) << frame;
-    EXPECT_EQ(cells[1], 10 * frame + 1);
+    std::array<Uint8, 2> containers{};
+    ASSERT_TRUE(decoder.decode(frame, 2, containers.data(), 2).good()) << frame;
+    EXPECT_EQ(containers[1], 10 * frame + 1);
   }
 }
 

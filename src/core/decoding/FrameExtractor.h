@@ -17,11 +17,11 @@ namespace Zrg::Decoding {
 
 /// Takes frames of one image out of its pixel data, each alone, as they come from the decoder or
 /// the file. Frames asked for one after the other are found without searching.
-class FrameDecoder {
+class FrameExtractor {
 public:
   /// @param item,pixelData must outlive the decoder.
   /// @param attributes     those of the item.
-  FrameDecoder(DcmItem& item, DcmPixelData& pixelData, const ImageAttributes& attributes);
+  FrameExtractor(DcmItem& item, DcmPixelData& pixelData, const ImageAttributes& attributes);
 
   /// Says in which fragment a frame begins, for frames that DCMTK does not find.
   void beginAt(Uint32 frame, Uint32 fragment);
@@ -33,11 +33,12 @@ public:
   ///
   /// @param frame     0-based number of the frame.
   /// @param frameSize bytes that the frame fills, neither more nor less.
-  /// @param cells     receives them.
-  /// @param cellsSize bytes of `cells`: even, and at least what the attributes ask for.
+  /// @param containers     receives them.
+  /// @param containersSize bytes of `containers`: even, and at least what the attributes ask for.
   /// @return EC_CannotChangeRepresentation, nothing decoded, for compressed data that the decoder
   ///         cannot be trusted with; else what DCMTK says.
-  [[nodiscard]] OFCondition decode(Uint32 frame, Uint32 frameSize, void* cells, Uint32 cellsSize);
+  [[nodiscard]] OFCondition decode(Uint32 frame, Uint32 frameSize, void* containers,
+                                   Uint32 containersSize);
 
   /// The photometric interpretation of the frame that was decoded last, as the decoder left it.
   [[nodiscard]] const OFString& colourModel() const { return colourModel_; }

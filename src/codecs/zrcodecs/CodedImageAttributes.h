@@ -13,7 +13,7 @@ class DcmItem;
 namespace zrcodecs {
 
 /// What a decoder must know of an image. @see PS3.3 C.7.6.3 (Image Pixel Module)
-struct ImageAttributes {
+struct CodedImageAttributes {
   Uint16 columns = 0;
   Uint16 rows = 0;
   Uint16 samplesPerPixel = 0;
@@ -35,6 +35,6 @@ struct ImageAttributes {
 ///
 /// @return the condition of the first one that is missing; EC_CannotChangeRepresentation where Bits
 ///         Allocated is neither 8 nor 16
-[[nodiscard]] OFCondition readImageAttributes(DcmItem& item, ImageAttributes& attributes);
+[[nodiscard]] OFCondition readCodedImageAttributes(DcmItem& item, CodedImageAttributes& attributes);
 
 }  // namespace zrcodecs

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-#include "zrcodecs/ImageAttributes.h"
+#include "zrcodecs/CodedImageAttributes.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdeftag.h"
@@ -7,7 +7,7 @@
 
 namespace zrcodecs {
 
-OFCondition readImageAttributes(DcmItem& item, ImageAttributes& attributes) {
+OFCondition readCodedImageAttributes(DcmItem& item, CodedImageAttributes& attributes) {
   OFCondition status = item.findAndGetUint16(DCM_Columns, attributes.columns);
   if (status.good()) {
     status = item.findAndGetUint16(DCM_Rows, attributes.rows);
