@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "zrimaging/Log.h"
 
+#include "zrimaging/Boundary.h"
+
 #include <ktlib/KtLogFile.h>
 
 #include <utility>
@@ -8,13 +10,15 @@
 namespace zr {
 
 void sendLogTo(LogSink sink) {
-  // The log itself takes an empty function for standard error.
-  getTheLogInstance().setSink(
-      [sink = std::move(sink)](KtLogFile::Level level, const std::string& text) {
-        if (sink) {
-          sink(level == KtLogFile::Level::Warning, text);
-        }
-      });
+  atBoundary([&] {
+    // The log itself takes an empty function for standard error.
+    getTheLogInstance().setSink(
+        [sink = std::move(sink)](KtLogFile::Level level, const std::string& text) {
+          if (sink) {
+            sink(level == KtLogFile::Level::Warning, text);
+          }
+        });
+  });
 }
 
 }  // namespace zr

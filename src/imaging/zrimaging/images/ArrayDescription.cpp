@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Spacings and values of frames for the header of a file. A value that all frames have is written
 // once; one that differs is a list under the name in the plural, those not known as "unknown".
+#include "zrimaging/Boundary.h"
 #include "zrimaging/Formats.h"
 #include "zrimaging/Frames.h"
 #include "zrimaging/Text.h"
+#include "zrimaging/images/FrameNumbers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -74,7 +76,7 @@ void addLine(Attributes& header, const FramesRecord& record) {
 void addWindow(Attributes& header, const FramesRecord& record) {
   const auto windowText = [&](double VoiWindow::*part) {
     return [&, part](std::size_t index) {
-      const std::vector<VoiWindow>& windows = record.attributes.frames.at(index).windows;
+      const std::vector<VoiWindow>& windows = frameAt(record.attributes, index).windows;
       return windows.empty() ? std::string() : shortest(windows.front().*part);
     };
   };
@@ -85,9 +87,9 @@ void addWindow(Attributes& header, const FramesRecord& record) {
 std::optional<std::array<double, 2>> pixelSpacingOf(const FramesRecord& record,
                                                     const std::vector<std::size_t>& indices) {
   const std::optional<std::array<double, 2>> first =
-      record.attributes.frames.at(indices.front()).pixelSpacing;
+      frameAt(record.attributes, indices.front()).pixelSpacing;
   const bool agree = std::all_of(indices.begin(), indices.end(), [&](std::size_t index) {
-    return record.attributes.frames.at(index).pixelSpacing == first;
+    return frameAt(record.attributes, index).pixelSpacing == first;
   });
   return agree ? first : std::nullopt;
 }
@@ -96,27 +98,29 @@ std::optional<std::array<double, 2>> pixelSpacingOf(const FramesRecord& record,
 
 ArrayDescription describeArray(const FramesRecord& record,
                                const std::vector<std::size_t>& indices) {
-  ArrayDescription header;
-  header.content = record.name;
-  if (indices.empty()) {
+  return atBoundary([&]() -> ArrayDescription {
+    ArrayDescription header;
+    header.content = record.name;
+    if (indices.empty()) {
+      return header;
+    }
+    if (const auto spacing = pixelSpacingOf(record, indices)) {
+      header.spacingMm[0] = (*spacing)[0];
+      header.spacingMm[1] = (*spacing)[1];
+    }
+    // The format takes a sign here, many of its readers do not: the key keeps it.
+    const std::optional<double> step = frameSpacingMm(record.attributes, indices);
+    if (step) {
+      header.spacingMm[2] = std::abs(*step);
+    }
+    header.attributes.emplace_back("frame spacing", step ? shortest(*step) : kUnknown);
+    if (record.traits.monochrome) {
+      Attributes keys(header, indices);
+      addLine(keys, record);
+      addWindow(keys, record);
+    }
     return header;
-  }
-  if (const auto spacing = pixelSpacingOf(record, indices)) {
-    header.spacingMm[0] = (*spacing)[0];
-    header.spacingMm[1] = (*spacing)[1];
-  }
-  // The format takes a sign here, many of its readers do not: the key keeps it.
-  const std::optional<double> step = frameSpacingMm(record.attributes, indices);
-  if (step) {
-    header.spacingMm[2] = std::abs(*step);
-  }
-  header.attributes.emplace_back("frame spacing", step ? shortest(*step) : kUnknown);
-  if (record.traits.monochrome) {
-    Attributes keys(header, indices);
-    addLine(keys, record);
-    addWindow(keys, record);
-  }
-  return header;
+  });
 }
 
 }  // namespace zr

@@ -2,6 +2,7 @@
 // The warnings of one logger of DCMTK, kept until somebody can say which file they are about.
 #include "zrimaging/images/DecoderWarnings.h"
 
+#include "zrimaging/Boundary.h"
 #include "zrimaging/Log.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -65,11 +66,13 @@ protected:
 }  // namespace
 
 void collectDecoderWarnings() {
-  (void)pendingWarnings();  // made before the appender, so that it outlives it
-  oflog::Logger logger = oflog::Logger::getInstance(kJpegLogger);
-  logger.setLogLevel(oflog::WARN_LOG_LEVEL);
-  logger.setAdditivity(false);
-  logger.addAppender(oflog::SharedAppenderPtr(new WarningCollector));
+  atBoundary([&] {
+    (void)pendingWarnings();  // made before the appender, so that it outlives it
+    oflog::Logger logger = oflog::Logger::getInstance(kJpegLogger);
+    logger.setLogLevel(oflog::WARN_LOG_LEVEL);
+    logger.setAdditivity(false);
+    logger.addAppender(oflog::SharedAppenderPtr(new WarningCollector));
+  });
 }
 
 DecoderWatch::DecoderWatch() {

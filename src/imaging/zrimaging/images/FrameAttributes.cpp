@@ -10,6 +10,7 @@
 // The layers of the shared item are read once, whatever the number of frames.
 #include "zrimaging/FrameAttributes.h"
 
+#include "zrimaging/Boundary.h"
 #include "zrimaging/images/AttributeLayer.h"
 #include "zrimaging/images/DoseGrid.h"
 #include "zrimaging/images/ItemValues.h"
@@ -92,26 +93,28 @@ void readClassic(DcmItem& dataset, std::size_t count, PerFrameAttributes& image)
 }  // namespace
 
 PerFrameAttributes readFrameAttributes(DcmItem& dataset, std::size_t frames) {
-  PerFrameAttributes image;
-  image.enhanced = dataset.tagExists(DCM_SharedFunctionalGroupsSequence) ||
-                   dataset.tagExists(DCM_PerFrameFunctionalGroupsSequence) ||
-                   Zrg::isEnhancedDicomSOPClassUID(textAt(dataset, DCM_SOPClassUID).c_str());
-  if (image.enhanced) {
-    readEnhanced(dataset, frames, image);
-  } else if (isDoseGrid(dataset)) {
-    image.frames = readDoseGrid(dataset, frames);
-  } else {
-    readClassic(dataset, frames, image);
-  }
-  image.modalityTable = hasModalityTable(dataset);
-  image.tableKeptOutOfDisplay = isTableKeptOutOfDisplay(dataset);
-  if (image.modalityTable) {
-    const ValueText unit = unitOfModalityTable(dataset);
-    for (FrameAttributes& frame : image.frames) {
-      frame.rescale = RescaleLine{1, 0, unit};
+  return atBoundary([&] {
+    PerFrameAttributes image;
+    image.enhanced = dataset.tagExists(DCM_SharedFunctionalGroupsSequence) ||
+                     dataset.tagExists(DCM_PerFrameFunctionalGroupsSequence) ||
+                     Zrg::isEnhancedDicomSOPClassUID(textAt(dataset, DCM_SOPClassUID).c_str());
+    if (image.enhanced) {
+      readEnhanced(dataset, frames, image);
+    } else if (isDoseGrid(dataset)) {
+      image.frames = readDoseGrid(dataset, frames);
+    } else {
+      readClassic(dataset, frames, image);
     }
-  }
-  return image;
+    image.modalityTable = hasModalityTable(dataset);
+    image.tableKeptOutOfDisplay = isTableKeptOutOfDisplay(dataset);
+    if (image.modalityTable) {
+      const ValueText unit = unitOfModalityTable(dataset);
+      for (FrameAttributes& frame : image.frames) {
+        frame.rescale = RescaleLine{1, 0, unit};
+      }
+    }
+    return image;
+  });
 }
 
 }  // namespace zr

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The text form of frame ranges.
+#include "zrimaging/Boundary.h"
 #include "zrimaging/Image.h"
 
 #include <charconv>
@@ -23,14 +24,16 @@ std::optional<std::size_t> parseIndex(const std::string& text) {
 }  // namespace
 
 std::optional<FrameRange> parseFrameRange(const std::string& text) {
-  const std::size_t dash = text.find('-');
-  const std::optional<std::size_t> first = parseIndex(text.substr(0, dash));
-  const std::optional<std::size_t> last =
-      dash == std::string::npos ? first : parseIndex(text.substr(dash + 1));
-  if (!first || !last || *last < *first) {
-    return std::nullopt;
-  }
-  return FrameRange{*first, *last};
+  return atBoundary([&]() -> std::optional<FrameRange> {
+    const std::size_t dash = text.find('-');
+    const std::optional<std::size_t> first = parseIndex(text.substr(0, dash));
+    const std::optional<std::size_t> last =
+        dash == std::string::npos ? first : parseIndex(text.substr(dash + 1));
+    if (!first || !last || *last < *first) {
+      return std::nullopt;
+    }
+    return FrameRange{*first, *last};
+  });
 }
 
 }  // namespace zr

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The distance of neighbouring frames: by their positions, else what the dataset says of it. The
 // thickness of a slice is no distance.
+#include "zrimaging/Boundary.h"
 #include "zrimaging/FrameAttributes.h"
 #include "zrimaging/geometry/Vectors.h"
+#include "zrimaging/images/FrameNumbers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -43,25 +45,27 @@ std::optional<double> stepBetween(const std::vector<const FrameAttributes*>& fra
 
 std::optional<double> frameSpacingMm(const PerFrameAttributes& image,
                                      const std::vector<std::size_t>& numbers) {
-  std::vector<const FrameAttributes*> frames;
-  frames.reserve(numbers.size());
-  for (const std::size_t number : numbers) {
-    frames.push_back(&image.frames.at(number));
-  }
-  if (frames.empty()) {
-    return std::nullopt;
-  }
-  const FrameAttributes& first = *frames.front();
-  const bool placed = first.orientation &&
-                      std::all_of(frames.begin(), frames.end(),
-                                  [&](const auto* frame) { return agreeInPlane(first, *frame); });
-  if (placed && frames.size() > 1) {
-    return stepBetween(frames);
-  }
-  const bool said = std::all_of(frames.begin(), frames.end(), [&](const auto* frame) {
-    return frame->sliceSpacing == first.sliceSpacing;
+  return atBoundary([&]() -> std::optional<double> {
+    std::vector<const FrameAttributes*> frames;
+    frames.reserve(numbers.size());
+    for (const std::size_t number : numbers) {
+      frames.push_back(&frameAt(image, number));
+    }
+    if (frames.empty()) {
+      return std::nullopt;
+    }
+    const FrameAttributes& first = *frames.front();
+    const bool placed = first.orientation &&
+                        std::all_of(frames.begin(), frames.end(),
+                                    [&](const auto* frame) { return agreeInPlane(first, *frame); });
+    if (placed && frames.size() > 1) {
+      return stepBetween(frames);
+    }
+    const bool said = std::all_of(frames.begin(), frames.end(), [&](const auto* frame) {
+      return frame->sliceSpacing == first.sliceSpacing;
+    });
+    return said ? first.sliceSpacing : std::nullopt;
   });
-  return said ? first.sliceSpacing : std::nullopt;
 }
 
 }  // namespace zr

@@ -2,6 +2,7 @@
 // Frames of one file: in memory, or decoded when they are asked for.
 #include "zrimaging/Frames.h"
 
+#include "zrimaging/Boundary.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
 #include "zrimaging/Image.h"
@@ -9,6 +10,7 @@
 #include "zrimaging/images/DecoderWarnings.h"
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/FrameDecoder.h"
+#include "zrimaging/images/FrameNumbers.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -42,7 +44,9 @@ public:
 
   const FramesRecord& record() const override { return record_; }
   std::size_t count() const override { return count_; }
-  SampleArray frame(std::size_t index) override { return decode(index); }
+  SampleArray frame(std::size_t index) override {
+    return atBoundary([&] { return decode(index); });
+  }
   std::vector<Remark> takeRemarks() override { return std::exchange(remarks_, {}); }
 
 private:
@@ -78,22 +82,26 @@ bool isMonochrome(const File& file) {
 }  // namespace
 
 std::unique_ptr<Frames> framesOf(Image image, const MemoryBudget& memory) {
-  if (isMonochrome(image.file()) || image.frameCount() == 1) {
-    DecodeRequest all;
-    all.overlays = true;
-    return std::make_unique<DecodedFrames>(image.decode(all, memory));
-  }
-  return std::make_unique<FramesOnDemand>(std::move(image), memory);
+  return atBoundary([&]() -> std::unique_ptr<Frames> {
+    if (isMonochrome(image.file()) || image.frameCount() == 1) {
+      DecodeRequest all;
+      all.overlays = true;
+      return std::make_unique<DecodedFrames>(image.decode(all, memory));
+    }
+    return std::make_unique<FramesOnDemand>(std::move(image), memory);
+  });
 }
 
 std::optional<RescaleLine> lineOfSamples(const FramesRecord& record, std::size_t index) {
-  const std::optional<RescaleLine>& rescale = record.attributes.frames.at(index).rescale;
-  const FrameTraits& traits = record.traits;
-  if (!rescale || (record.attributes.modalityTable && traits.stored)) {
-    return std::nullopt;
-  }
-  return RescaleLine{rescale->slope, rescale->intercept - traits.sampleOffset * rescale->slope,
-                     rescale->unit};
+  return atBoundary([&]() -> std::optional<RescaleLine> {
+    const std::optional<RescaleLine>& rescale = frameAt(record.attributes, index).rescale;
+    const FrameTraits& traits = record.traits;
+    if (!rescale || (record.attributes.modalityTable && traits.stored)) {
+      return std::nullopt;
+    }
+    return RescaleLine{rescale->slope, rescale->intercept - traits.sampleOffset * rescale->slope,
+                       rescale->unit};
+  });
 }
 
 }  // namespace zr

@@ -4,12 +4,14 @@
 // has another width.
 #include "zrimaging/Image.h"
 
+#include "zrimaging/Boundary.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
 #include "zrimaging/MemoryBudget.h"
 #include "zrimaging/images/DecoderWarnings.h"
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/FrameDecoder.h"
+#include "zrimaging/images/FrameNumbers.h"
 #include "zrimaging/images/ModalityTable.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
@@ -36,15 +38,6 @@ using Memory = std::shared_ptr<char>;
 
 Memory allocate(std::size_t size) {
   return {new char[size], std::default_delete<char[]>()};
-}
-
-void requireFrame(std::size_t number, std::size_t available) {
-  if (number >= available) {
-    throw Error(Reason::NoSuchFrame, "has " + std::to_string(available) +
-                                         (available == 1 ? " frame" : " frames") +
-                                         " (0-based: up to " + std::to_string(available - 1) +
-                                         "); there is no frame " + std::to_string(number));
-  }
 }
 
 FrameRange framesWanted(const DecodeRequest& request, std::size_t available) {
@@ -208,18 +201,23 @@ std::vector<Remark> DecodedFrames::takeRemarks() {
   return std::exchange(remarks_, {});
 }
 
-Image::Image(File file) : file_(std::make_unique<File>(std::move(file))) {}
+Image::Image(File file)
+    : file_(atBoundary([&] { return std::make_unique<File>(std::move(file)); })) {}
 Image::~Image() = default;
 Image::Image(Image&& other) noexcept = default;
 Image& Image::operator=(Image&& other) noexcept = default;
 
 Image Image::forDisplay(File file) {
-  (void)keepTableOutOfDisplay(file.dataset());  // either way the samples can be shown
-  return Image(std::move(file));
+  return atBoundary([&] {
+    (void)keepTableOutOfDisplay(file.dataset());  // either way the samples can be shown
+    return Image(std::move(file));
+  });
 }
 
 std::size_t Image::frameCount() const {
-  return static_cast<std::size_t>(Zrg::numberOfFrames(file_->dataset()));
+  return atBoundary([&]() -> std::size_t {
+    return static_cast<std::size_t>(Zrg::numberOfFrames(file_->dataset()));
+  });
 }
 
 const PerFrameAttributes& Image::attributesOf(std::size_t frames) const {
@@ -231,50 +229,58 @@ const PerFrameAttributes& Image::attributesOf(std::size_t frames) const {
 }
 
 const FrameAttributes& Image::frame(std::size_t number) const {
-  requireFrame(number, frameCount());
-  return attributesOf(number + 1).frames[number];
+  return atBoundary([&]() -> const FrameAttributes& {
+    requireFrame(number, frameCount());
+    return attributesOf(number + 1).frames[number];
+  });
 }
 
 FrameTraits Image::traits(bool stored) const {
-  DecodeRequest request;
-  request.frames = FrameRange{0, 0};
-  request.stored = stored;
-  return Decoding(*file_, request, MemoryBudget{UINT64_MAX}).traits();
+  return atBoundary([&]() -> FrameTraits {
+    DecodeRequest request;
+    request.frames = FrameRange{0, 0};
+    request.stored = stored;
+    return Decoding(*file_, request, MemoryBudget{UINT64_MAX}).traits();
+  });
 }
 
 DecodedFrames Image::decode(const DecodeRequest& request, const MemoryBudget& memory) const {
-  const DecoderWatch decoders;
-  Decoding decoding(*file_, request, memory);
-  decoding.check();
-  const Memory owned = allocate(decoding.bytes());
-  FramesRecord record;
-  record.overlays = decoding.decode(owned.get());
-  record.traits = decoding.traits();
-  record.firstNumber = decoding.wanted().first;
-  record.name = file_->path().filename().string();
-  const PerFrameAttributes& all = attributesOf(decoding.wanted().last + 1);
-  record.attributes = all;
-  const auto first = all.frames.begin() + static_cast<std::ptrdiff_t>(decoding.wanted().first);
-  record.attributes.frames.assign(first,
-                                  first + static_cast<std::ptrdiff_t>(decoding.wanted().count()));
-  SampleArray samples = record.traits.layout(decoding.wanted().count());
-  samples.bytes = reinterpret_cast<const unsigned char*>(owned.get()) + decoding.offset();
-  return {std::move(record), samples, owned, remarksOn(*file_, decoders)};
+  return atBoundary([&]() -> DecodedFrames {
+    const DecoderWatch decoders;
+    Decoding decoding(*file_, request, memory);
+    decoding.check();
+    const Memory owned = allocate(decoding.bytes());
+    FramesRecord record;
+    record.overlays = decoding.decode(owned.get());
+    record.traits = decoding.traits();
+    record.firstNumber = decoding.wanted().first;
+    record.name = file_->path().filename().string();
+    const PerFrameAttributes& all = attributesOf(decoding.wanted().last + 1);
+    record.attributes = all;
+    const auto first = all.frames.begin() + static_cast<std::ptrdiff_t>(decoding.wanted().first);
+    record.attributes.frames.assign(first,
+                                    first + static_cast<std::ptrdiff_t>(decoding.wanted().count()));
+    SampleArray samples = record.traits.layout(decoding.wanted().count());
+    samples.bytes = reinterpret_cast<const unsigned char*>(owned.get()) + decoding.offset();
+    return {std::move(record), samples, owned, remarksOn(*file_, decoders)};
+  });
 }
 
 std::vector<Remark> Image::decodeInto(const DecodeRequest& request, const MemoryBudget& memory,
                                       void* target, std::size_t size) const {
-  const DecoderWatch decoders;
-  DecodeRequest samplesAlone = request;
-  samplesAlone.overlays = false;
-  Decoding decoding(*file_, samplesAlone, memory);
-  if (size < decoding.bytes()) {
-    throw Error(Reason::TooLarge, "takes " + std::to_string(decoding.bytes()) +
-                                      " bytes; the memory handed in has " + std::to_string(size));
-  }
-  decoding.check();
-  (void)decoding.decode(static_cast<char*>(target));  // no overlays were asked for
-  return remarksOn(*file_, decoders);
+  return atBoundary([&]() -> std::vector<Remark> {
+    const DecoderWatch decoders;
+    DecodeRequest samplesAlone = request;
+    samplesAlone.overlays = false;
+    Decoding decoding(*file_, samplesAlone, memory);
+    if (size < decoding.bytes()) {
+      throw Error(Reason::TooLarge, "takes " + std::to_string(decoding.bytes()) +
+                                        " bytes; the memory handed in has " + std::to_string(size));
+    }
+    decoding.check();
+    (void)decoding.decode(static_cast<char*>(target));  // no overlays were asked for
+    return remarksOn(*file_, decoders);
+  });
 }
 
 }  // namespace zr

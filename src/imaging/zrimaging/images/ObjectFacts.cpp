@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // What an object is: the library's predicates and the attributes that say how its pixels are
 // stored.
+#include "zrimaging/Boundary.h"
 #include "zrimaging/File.h"
 #include "zrimaging/Image.h"
 #include "zrimaging/images/Explanation.h"
@@ -51,20 +52,22 @@ std::optional<TableFacts> tableOf(DcmItem& item, bool palette) {
 }  // namespace
 
 ObjectFacts describeObject(const File& file) {
-  DcmDataset& dataset = file.dataset();
-  const TransferSyntaxName syntax = transferSyntaxOf(file);
-  ObjectFacts facts;
-  facts.sopClass = sopClassOf(dataset);
-  facts.modality = textOf(dataset, DCM_Modality);
-  facts.transferSyntax = {syntax.uid, syntax.name};
-  facts.pixelFormat = pixelFormatOf(file);
-  facts.multiFrame = Zrg::isMultiFrame(dataset);
-  facts.multiFrameVolume = Zrg::isMultiFrameVolume(dataset);
-  facts.enhanced = Zrg::isEnhancedDicom(dataset);
-  facts.modalityTable = tableOf(dataset, false);
-  facts.palette = tableOf(dataset, true);
-  facts.withoutPixels = describeWithoutPixels(dataset);
-  return facts;
+  return atBoundary([&] {
+    DcmDataset& dataset = file.dataset();
+    const TransferSyntaxName syntax = transferSyntaxOf(file);
+    ObjectFacts facts;
+    facts.sopClass = sopClassOf(dataset);
+    facts.modality = textOf(dataset, DCM_Modality);
+    facts.transferSyntax = {syntax.uid, syntax.name};
+    facts.pixelFormat = pixelFormatOf(file);
+    facts.multiFrame = Zrg::isMultiFrame(dataset);
+    facts.multiFrameVolume = Zrg::isMultiFrameVolume(dataset);
+    facts.enhanced = Zrg::isEnhancedDicom(dataset);
+    facts.modalityTable = tableOf(dataset, false);
+    facts.palette = tableOf(dataset, true);
+    facts.withoutPixels = describeWithoutPixels(dataset);
+    return facts;
+  });
 }
 
 }  // namespace zr

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The images of a series as the frames of one. They are taken for alike only as far as that is
 // true: a file of another kind is refused when its frame is asked for.
+#include "zrimaging/Boundary.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
 #include "zrimaging/Frames.h"
@@ -37,23 +38,27 @@ public:
   std::size_t count() const override { return files_.size(); }
 
   SampleArray frame(std::size_t index) override {
-    const fs::path& file = files_[index];
-    try {
-      const Image image = Image::forDisplay(File(file));
-      current_ = std::make_unique<DecodedFrames>(image.decode({}, memory_));
-      requireMatch();
-    } catch (const Error& error) {
-      throw Error(error.reason(), file.string() + ": " + error.what());
-    } catch (const std::bad_alloc&) {
-      throw Error(Reason::OutOfMemory, file.string() + ": out of memory");
-    }
-    append(remarks_, current_->takeRemarks());
-    return current_->samples();
+    return atBoundary([&] {
+      const fs::path& file = files_[index];
+      try {
+        const Image image = Image::forDisplay(File(file));
+        current_ = std::make_unique<DecodedFrames>(image.decode({}, memory_));
+        requireMatch();
+      } catch (const Error& error) {
+        throw Error(error.reason(), file.string() + ": " + error.what());
+      } catch (const std::bad_alloc&) {
+        throw Error(Reason::OutOfMemory, file.string() + ": out of memory");
+      }
+      append(remarks_, current_->takeRemarks());
+      return current_->samples();
+    });
   }
 
   std::vector<Remark> takeRemarks() override {
-    append(remarks_, first_->takeRemarks());
-    return std::exchange(remarks_, {});
+    return atBoundary([&]() -> std::vector<Remark> {
+      append(remarks_, first_->takeRemarks());
+      return std::exchange(remarks_, {});
+    });
   }
 
 private:
@@ -86,7 +91,9 @@ private:
 }  // namespace
 
 std::unique_ptr<Frames> framesOfSeries(std::vector<fs::path> files, const MemoryBudget& memory) {
-  return std::make_unique<SeriesFrames>(std::move(files), memory);
+  return atBoundary([&]() -> std::unique_ptr<Frames> {
+    return std::make_unique<SeriesFrames>(std::move(files), memory);
+  });
 }
 
 }  // namespace zr

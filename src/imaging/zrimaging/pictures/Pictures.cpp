@@ -6,6 +6,9 @@
 // show it otherwise than its neighbours.
 #include "zrimaging/Pictures.h"
 
+#include "zrimaging/Boundary.h"
+#include "zrimaging/images/FrameNumbers.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -69,7 +72,7 @@ public:
   void showOwn() {
     std::optional<Window> range;
     for (std::size_t index = 0; index < frames_.size(); ++index) {
-      std::optional<Window> own = windowOfFrame(record_.attributes.frames.at(index));
+      std::optional<Window> own = windowOfFrame(frameAt(record_.attributes, index));
       hasOwn_ = hasOwn_ || own.has_value();
       if (!own && !range) {
         range = rangeOfValues();
@@ -181,7 +184,10 @@ Display::Display(std::vector<FrameDisplay> frames, std::string remark)
 }
 
 const FrameDisplay& Display::frame(std::size_t index) const {
-  return uniform() ? frames_.front() : frames_.at(index);
+  if (!uniform()) {
+    requireFrame(index, frames_.size());
+  }
+  return uniform() ? frames_.front() : frames_[index];
 }
 
 double grayFraction(double value, const Window& window) {
@@ -211,46 +217,54 @@ std::optional<Window> windowOfFrame(const FrameAttributes& frame) {
 
 std::set<unsigned char> extremeGreys(const FrameTraits& traits, const SampleArray& frame,
                                      const FrameDisplay& display) {
-  const std::optional<SampleRange> range = rangeOfSamples(frame, traits.padding);
-  if (!range) {
-    return {};
-  }
-  return {grayLevel(traits, display, range->first), grayLevel(traits, display, range->second)};
+  return atBoundary([&]() -> std::set<unsigned char> {
+    const std::optional<SampleRange> range = rangeOfSamples(frame, traits.padding);
+    if (!range) {
+      return {};
+    }
+    return {grayLevel(traits, display, range->first), grayLevel(traits, display, range->second)};
+  });
 }
 
 Display displayOf(Frames& frames, std::size_t count, const std::optional<Window>& wanted) {
-  Showing showing(frames, count);
-  std::string remark;
-  if (wanted) {
-    showing.showAll(*wanted);
-  } else {
-    showing.showOwn();
-    if (showing.clipsEverything()) {
-      showing.showAll(showing.rangeOfValues());
-      remark = kClippingWindow;
+  return atBoundary([&]() -> Display {
+    Showing showing(frames, count);
+    std::string remark;
+    if (wanted) {
+      showing.showAll(*wanted);
+    } else {
+      showing.showOwn();
+      if (showing.clipsEverything()) {
+        showing.showAll(showing.rangeOfValues());
+        remark = kClippingWindow;
+      }
     }
-  }
-  return {showing.take(), remark};
+    return {showing.take(), remark};
+  });
 }
 
 std::vector<unsigned char> grayLevels(const FrameTraits& traits, const FrameDisplay& display) {
-  const std::size_t entries = bytesOf(traits.type) == 1 ? 256 : 65536;
-  std::vector<unsigned char> levels(entries);
-  for (std::size_t sample = 0; sample < entries; ++sample) {
-    levels[sample] = grayLevel(traits, display, static_cast<std::uint16_t>(sample));
-  }
-  return levels;
+  return atBoundary([&] {
+    const std::size_t entries = bytesOf(traits.type) == 1 ? 256 : 65536;
+    std::vector<unsigned char> levels(entries);
+    for (std::size_t sample = 0; sample < entries; ++sample) {
+      levels[sample] = grayLevel(traits, display, static_cast<std::uint16_t>(sample));
+    }
+    return levels;
+  });
 }
 
 Picture renderFrame(const FrameTraits& traits, const SampleArray& frame,
                     const FrameDisplay& display) {
-  Picture picture{frame.rows, frame.columns, 1, {}};
-  const std::vector<unsigned char> levels = grayLevels(traits, display);
-  picture.samples.resize(frame.rows * frame.columns);
-  for (std::size_t i = 0; i < picture.samples.size(); ++i) {
-    picture.samples[i] = levels[frame.sample(i)];
-  }
-  return picture;
+  return atBoundary([&]() -> Picture {
+    Picture picture{frame.rows, frame.columns, 1, {}};
+    const std::vector<unsigned char> levels = grayLevels(traits, display);
+    picture.samples.resize(frame.rows * frame.columns);
+    for (std::size_t i = 0; i < picture.samples.size(); ++i) {
+      picture.samples[i] = levels[frame.sample(i)];
+    }
+    return picture;
+  });
 }
 
 Colour overlayColour(unsigned group) {
@@ -260,34 +274,38 @@ Colour overlayColour(unsigned group) {
 }
 
 Picture burnOverlays(const Picture& picture, const FramesRecord& record, std::size_t index) {
-  Picture burnt = inRgb(picture);
-  if (record.overlays.isNull()) {
-    return burnt;
-  }
-  const ZrOverlayData& overlays = *record.overlays;
-  for (int overlay = 0; overlay < overlays.count(); ++overlay) {
-    if (overlays.frame(overlay) == static_cast<int>(record.firstNumber + index)) {
-      drawOverlay(burnt, overlays, overlay);
+  return atBoundary([&]() -> Picture {
+    Picture burnt = inRgb(picture);
+    if (record.overlays.isNull()) {
+      return burnt;
     }
-  }
-  return burnt;
+    const ZrOverlayData& overlays = *record.overlays;
+    for (int overlay = 0; overlay < overlays.count(); ++overlay) {
+      if (overlays.frame(overlay) == static_cast<int>(record.firstNumber + index)) {
+        drawOverlay(burnt, overlays, overlay);
+      }
+    }
+    return burnt;
+  });
 }
 
 Picture overlayMask(const FramesRecord& record, int index) {
-  const ZrOverlayData& overlays = *record.overlays;
-  Picture mask{record.traits.rows, record.traits.columns, 1, {}};
-  mask.samples.assign(mask.rows * mask.columns, 0);
-  const KtVec2i origin = overlays.origin(index);
-  const KtVec2i size = overlays.size(index);
-  for (int y = origin.y; y < origin.y + size.y; ++y) {
-    for (int x = origin.x; x < origin.x + size.x; ++x) {
-      if (overlays.test(index, x, y)) {
-        mask.samples[static_cast<std::size_t>(y) * mask.columns + static_cast<std::size_t>(x)] =
-            255;
+  return atBoundary([&]() -> Picture {
+    const ZrOverlayData& overlays = *record.overlays;
+    Picture mask{record.traits.rows, record.traits.columns, 1, {}};
+    mask.samples.assign(mask.rows * mask.columns, 0);
+    const KtVec2i origin = overlays.origin(index);
+    const KtVec2i size = overlays.size(index);
+    for (int y = origin.y; y < origin.y + size.y; ++y) {
+      for (int x = origin.x; x < origin.x + size.x; ++x) {
+        if (overlays.test(index, x, y)) {
+          mask.samples[static_cast<std::size_t>(y) * mask.columns + static_cast<std::size_t>(x)] =
+              255;
+        }
       }
     }
-  }
-  return mask;
+    return mask;
+  });
 }
 
 }  // namespace zr

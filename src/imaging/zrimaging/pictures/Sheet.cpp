@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Contact sheets. Text is in capital letters.
+#include "zrimaging/Boundary.h"
 #include "zrimaging/Sheets.h"
 #include "zrimaging/Text.h"
 #include "zrimaging/Thumbnails.h"
@@ -215,49 +216,54 @@ void drawLabel(Sheet& sheet, const SheetLayout& layout, std::size_t place, std::
 
 std::vector<unsigned> overlayGroups(const FramesRecord& record,
                                     const std::vector<std::size_t>& frames) {
-  const std::set<std::size_t> wanted(frames.begin(), frames.end());
-  std::set<unsigned> groups;
-  for (const auto& [frame, index] : overlaysByFrame(record)) {
-    if (wanted.count(static_cast<std::size_t>(frame)) != 0) {
-      groups.insert(record.overlays->group(index));
+  return atBoundary([&]() -> std::vector<unsigned> {
+    const std::set<std::size_t> wanted(frames.begin(), frames.end());
+    std::set<unsigned> groups;
+    for (const auto& [frame, index] : overlaysByFrame(record)) {
+      if (wanted.count(static_cast<std::size_t>(frame)) != 0) {
+        groups.insert(record.overlays->group(index));
+      }
     }
-  }
-  return {groups.begin(), groups.end()};
+    return {groups.begin(), groups.end()};
+  });
 }
 
 Picture drawContactSheet(Frames& frames, const SheetContent& content, SheetLayout& layout) {
-  const FramesRecord& record = frames.record();
-  const FrameTraits& traits = record.traits;
-  const std::vector<unsigned> groups = overlayGroups(record, content.frames);
-  layout = layOutSheet(needsOf(traits, content, !groups.empty()));
-  Thumbnailer thumbnailer(traits.layout(1), layout.tileWidth, layout.tileHeight);
-  const FrameDisplay* shownThrough = nullptr;
-  const OverlaysOfFrames overlays = overlaysByFrame(record);
+  return atBoundary([&] {
+    const FramesRecord& record = frames.record();
+    const FrameTraits& traits = record.traits;
+    const std::vector<unsigned> groups = overlayGroups(record, content.frames);
+    layout = layOutSheet(needsOf(traits, content, !groups.empty()));
+    Thumbnailer thumbnailer(traits.layout(1), layout.tileWidth, layout.tileHeight);
+    const FrameDisplay* shownThrough = nullptr;
+    const OverlaysOfFrames overlays = overlaysByFrame(record);
 
-  Sheet sheet(layout);
-  drawHeader(sheet, layout, content, subtitleOf(traits, content), groups);
-  for (std::size_t place = 0; place < layout.shown; ++place) {
-    const std::size_t frame = content.frames[place * layout.every];
-    const FrameDisplay* const display = content.display ? &content.display->frame(frame) : nullptr;
-    if (display != nullptr && (shownThrough == nullptr || *display != *shownThrough)) {
-      thumbnailer.showThrough(grayLevels(traits, *display));
-      shownThrough = display;
+    Sheet sheet(layout);
+    drawHeader(sheet, layout, content, subtitleOf(traits, content), groups);
+    for (std::size_t place = 0; place < layout.shown; ++place) {
+      const std::size_t frame = content.frames[place * layout.every];
+      const FrameDisplay* const display =
+          content.display ? &content.display->frame(frame) : nullptr;
+      if (display != nullptr && (shownThrough == nullptr || *display != *shownThrough)) {
+        thumbnailer.showThrough(grayLevels(traits, *display));
+        shownThrough = display;
+      }
+      Picture tile = thumbnailer.render(frames.frame(frame));
+      const auto [first, end] = overlays.equal_range(static_cast<int>(frame));
+      for (auto overlay = first; overlay != end; ++overlay) {
+        thumbnailer.drawOverlay(tile, *record.overlays, overlay->second);
+      }
+      const std::size_t x = layout.left(place % layout.columns);
+      const std::size_t y = layout.top(place / layout.columns);
+      sheet.fill(x - 1, y - 1, layout.tileWidth + 2, layout.tileHeight + 2, kRule);
+      sheet.paste(tile, x, y);
+      drawLabel(sheet, layout, place, frame, content.inVolume);
+      if (content.tileDrawn) {
+        content.tileDrawn(place + 1, layout.shown);
+      }
     }
-    Picture tile = thumbnailer.render(frames.frame(frame));
-    const auto [first, end] = overlays.equal_range(static_cast<int>(frame));
-    for (auto overlay = first; overlay != end; ++overlay) {
-      thumbnailer.drawOverlay(tile, *record.overlays, overlay->second);
-    }
-    const std::size_t x = layout.left(place % layout.columns);
-    const std::size_t y = layout.top(place / layout.columns);
-    sheet.fill(x - 1, y - 1, layout.tileWidth + 2, layout.tileHeight + 2, kRule);
-    sheet.paste(tile, x, y);
-    drawLabel(sheet, layout, place, frame, content.inVolume);
-    if (content.tileDrawn) {
-      content.tileDrawn(place + 1, layout.shown);
-    }
-  }
-  return sheet.take();
+    return sheet.take();
+  });
 }
 
 }  // namespace zr

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // What a sheet shows of an image, of a series, of gated data.
+#include "zrimaging/Boundary.h"
 #include "zrimaging/File.h"
 #include "zrimaging/Sheets.h"
+#include "zrimaging/images/FrameNumbers.h"
 
 #include <zrdcmexport/ZrFrameOrder.h>
 #include <zrdcmexport/ZrNumbers.h>
@@ -32,7 +34,7 @@ bool showsAnything(Frames& frames, const Display& display) {
 SheetContent contentOf(Frames& frames, std::size_t deciding, const std::optional<Window>& wanted) {
   const FramesRecord& record = frames.record();
   SheetContent content;
-  if (const auto& spacing = record.attributes.frames.at(0).pixelSpacing) {
+  if (const auto& spacing = frameAt(record.attributes, 0).pixelSpacing) {
     content.pixelAspect = (*spacing)[1] / (*spacing)[0];
   }
   if (record.traits.monochrome) {
@@ -47,27 +49,31 @@ SheetContent contentOf(Frames& frames, std::size_t deciding, const std::optional
 }  // namespace
 
 SheetContent allFrames(Frames& frames, const std::optional<Window>& wanted) {
-  return contentOf(frames, frames.count(), wanted);
+  return atBoundary([&] { return contentOf(frames, frames.count(), wanted); });
 }
 
 SheetContent allOfSeries(Frames& frames, const std::optional<Window>& wanted) {
-  SheetContent content = contentOf(frames, 1, wanted);
-  const std::optional<Window> window = windowOfFrame(frames.record().attributes.frames.at(0));
-  if (content.display && !content.display->remark().empty() && window) {
-    const Display display = displayOf(frames, 1, window);
-    if (showsAnything(frames, display)) {
-      content.display = display;
+  return atBoundary([&]() -> SheetContent {
+    SheetContent content = contentOf(frames, 1, wanted);
+    const std::optional<Window> window = windowOfFrame(frameAt(frames.record().attributes, 0));
+    if (content.display && !content.display->remark().empty() && window) {
+      const Display display = displayOf(frames, 1, window);
+      if (showsAnything(frames, display)) {
+        content.display = display;
+      }
     }
-  }
-  return content;
+    return content;
+  });
 }
 
 std::size_t columnsOfVolumes(const File& file) {
-  DcmItem& item = file.dataset();
-  const int slices = Zrg::intOf(textOf(item, DCM_NumberOfSlices)).value_or(0);
-  const bool rows = Zrg::readFrameIncrement(item).gated && slices >= 2 &&
-                    slices <= static_cast<int>(SheetLayout::kMostColumns);
-  return rows ? static_cast<std::size_t>(slices) : 0;
+  return atBoundary([&]() -> std::size_t {
+    DcmItem& item = file.dataset();
+    const int slices = Zrg::intOf(textOf(item, DCM_NumberOfSlices)).value_or(0);
+    const bool rows = Zrg::readFrameIncrement(item).gated && slices >= 2 &&
+                      slices <= static_cast<int>(SheetLayout::kMostColumns);
+    return rows ? static_cast<std::size_t>(slices) : 0;
+  });
 }
 
 }  // namespace zr

@@ -3,6 +3,8 @@
 // A source row is shrunk once and added to the rows of the thumbnail that it has a share in.
 #include "zrimaging/Thumbnails.h"
 
+#include "zrimaging/Boundary.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -58,8 +60,10 @@ Thumbnailer::Thumbnailer(const SampleArray& frame, std::size_t columns, std::siz
     : layout_(frame),
       columns_(columns),
       rows_(rows),
-      across_(tapsOfThumbnail(frame.columns, columns)),
-      down_(tapsOfSource(tapsOfThumbnail(frame.rows, rows), frame.rows)) {}
+      across_(atBoundary([&] { return tapsOfThumbnail(frame.columns, columns); })),
+      down_(
+          atBoundary([&] { return tapsOfSource(tapsOfThumbnail(frame.rows, rows), frame.rows); })) {
+}
 
 Thumbnailer::Taps Thumbnailer::tapsOfThumbnail(std::size_t source, std::size_t target) {
   Taps taps(target);
@@ -122,26 +126,28 @@ void Thumbnailer::shrinkRow(const std::vector<unsigned char>& levels,
 }
 
 Picture Thumbnailer::render(const SampleArray& frame) const {
-  const std::size_t channels = layout_.channels;
-  std::vector<unsigned char> levels(layout_.columns * channels);
-  std::vector<float> line(columns_ * channels);
-  std::vector<float> sums(rows_ * line.size(), 0.0F);
-  for (std::size_t row = 0; row < layout_.rows; ++row) {
-    levelsOfRow(frame, row, levels);
-    shrinkRow(levels, line);
-    for (const Tap& tap : down_[row]) {
-      float* const target = &sums[tap.place * line.size()];
-      for (std::size_t i = 0; i < line.size(); ++i) {
-        target[i] += tap.weight * line[i];
+  return atBoundary([&] {
+    const std::size_t channels = layout_.channels;
+    std::vector<unsigned char> levels(layout_.columns * channels);
+    std::vector<float> line(columns_ * channels);
+    std::vector<float> sums(rows_ * line.size(), 0.0F);
+    for (std::size_t row = 0; row < layout_.rows; ++row) {
+      levelsOfRow(frame, row, levels);
+      shrinkRow(levels, line);
+      for (const Tap& tap : down_[row]) {
+        float* const target = &sums[tap.place * line.size()];
+        for (std::size_t i = 0; i < line.size(); ++i) {
+          target[i] += tap.weight * line[i];
+        }
       }
     }
-  }
-  Picture thumbnail{rows_, columns_, 3, std::vector<unsigned char>(rows_ * columns_ * 3)};
-  for (std::size_t i = 0; i < thumbnail.samples.size(); ++i) {
-    const float value = sums[channels == 3 ? i : i / 3];
-    thumbnail.samples[i] = static_cast<unsigned char>(std::clamp(std::lround(value), 0L, 255L));
-  }
-  return thumbnail;
+    Picture thumbnail{rows_, columns_, 3, std::vector<unsigned char>(rows_ * columns_ * 3)};
+    for (std::size_t i = 0; i < thumbnail.samples.size(); ++i) {
+      const float value = sums[channels == 3 ? i : i / 3];
+      thumbnail.samples[i] = static_cast<unsigned char>(std::clamp(std::lround(value), 0L, 255L));
+    }
+    return thumbnail;
+  });
 }
 
 void Thumbnailer::drawOverlay(Picture& thumbnail, const ZrOverlayData& overlays, int index) const {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Single-precision numbers as people wrote them into the file.
+#include "zrimaging/Boundary.h"
 #include "zrimaging/Text.h"
 
 #include <charconv>
@@ -19,14 +20,16 @@ std::string shortestDigits(Number value) {
 }  // namespace
 
 std::string shortest(float value) {
-  return shortestDigits(value);
+  return atBoundary([&] { return shortestDigits(value); });
 }
 
 std::string shortest(double value) {
-  const auto single = static_cast<float>(value);
-  const bool wasFloat =
-      !(static_cast<double>(single) < value || static_cast<double>(single) > value);
-  return wasFloat ? shortestDigits(single) : shortestDigits(value);
+  return atBoundary([&]() -> std::string {
+    const auto single = static_cast<float>(value);
+    const bool wasFloat =
+        !(static_cast<double>(single) < value || static_cast<double>(single) > value);
+    return wasFloat ? shortestDigits(single) : shortestDigits(value);
+  });
 }
 
 }  // namespace zr

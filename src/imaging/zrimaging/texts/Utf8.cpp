@@ -2,6 +2,8 @@
 // UTF-8, byte by byte: texts of files and names of files hold whatever bytes somebody put there.
 #include "zrimaging/texts/Utf8.h"
 
+#include "zrimaging/Boundary.h"
+
 #include <algorithm>
 #include <array>
 
@@ -64,23 +66,27 @@ std::optional<Utf8Character> utf8At(std::string_view text, std::size_t at) {
 }
 
 std::string escapedByte(char byte) {
-  constexpr std::string_view kDigits = "0123456789ABCDEF";
-  const auto value = static_cast<unsigned char>(byte);
-  return {'\\', 'x', kDigits[value >> 4U], kDigits[value & 0xFU]};
+  return atBoundary([&]() -> std::string {
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    const auto value = static_cast<unsigned char>(byte);
+    return {'\\', 'x', kDigits[value >> 4U], kDigits[value & 0xFU]};
+  });
 }
 
 std::string withEscapedBytes(std::string_view text) {
-  std::string escaped;
-  for (std::size_t i = 0; i < text.size();) {
-    const std::optional<Utf8Character> character = utf8At(text, i);
-    if (character) {
-      escaped.append(text, i, character->bytes);
-    } else {
-      escaped += escapedByte(text[i]);
+  return atBoundary([&] {
+    std::string escaped;
+    for (std::size_t i = 0; i < text.size();) {
+      const std::optional<Utf8Character> character = utf8At(text, i);
+      if (character) {
+        escaped.append(text, i, character->bytes);
+      } else {
+        escaped += escapedByte(text[i]);
+      }
+      i += character ? character->bytes : 1;
     }
-    i += character ? character->bytes : 1;
-  }
-  return escaped;
+    return escaped;
+  });
 }
 
 bool isUnsafeOnTerminals(char32_t code) {
