@@ -13,7 +13,8 @@
 
 namespace Zrg::Decoding {
 
-FrameFragments::FrameFragments(DcmPixelData& pixelData, std::uint64_t frames) : frames_(frames) {
+FrameFragments::FrameFragments(DcmItem& item, DcmPixelData& pixelData, std::uint64_t frames)
+    : frames_(frames) {
   if (pixelData.hasRepresentation(kExplicitLittleEndian, nullptr)) {
     return;  // decoded before, or never compressed
   }
@@ -23,13 +24,20 @@ FrameFragments::FrameFragments(DcmPixelData& pixelData, std::uint64_t frames) : 
   if (pixelData.getEncapsulatedRepresentation(syntax_, parameter, sequence).good() &&
       sequence != nullptr) {
     fragments_.emplace(*sequence);
+    starts_.emplace(item, *fragments_, frames);
     inspector_ = inspectorOf(syntax_);
   }
 }
 
 std::optional<Uint32> FrameFragments::startOf(Uint32 frame) {
-  const std::optional<unsigned long> start = fragments_->startOfFrame(frame, frames_);
+  const std::optional<unsigned long> start = starts_->of(frame);
   return start ? std::optional(static_cast<Uint32>(*start)) : startByContent(frame);
+}
+
+std::optional<Uint32> FrameFragments::endOf(Uint32 frame) {
+  return std::uint64_t{frame} + 1 < frames_
+             ? startOf(frame + 1)
+             : std::optional(static_cast<Uint32>(fragments_->count()));
 }
 
 /// Whether a fragment begins with what only a frame begins with. Its bytes stay in the file.

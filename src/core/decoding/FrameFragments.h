@@ -2,6 +2,7 @@
 #pragma once
 
 #include "streams/Fragments.h"
+#include "streams/FrameStarts.h"
 
 #include <zrdcmexport/ZrTransferSyntax.h>
 
@@ -13,6 +14,7 @@
 #include <optional>
 #include <vector>
 
+class DcmItem;
 class DcmPixelData;
 
 namespace Zrg {
@@ -27,9 +29,10 @@ namespace Zrg::Decoding {
 /// @see PS3.5 A.4 (Transfer Syntaxes For Encapsulation of Encoded Pixel Data)
 class FrameFragments {
 public:
+  /// @param item      that has the pixel data.
   /// @param pixelData must outlive this.
   /// @param frames    Number of Frames.
-  FrameFragments(DcmPixelData& pixelData, std::uint64_t frames);
+  FrameFragments(DcmItem& item, DcmPixelData& pixelData, std::uint64_t frames);
 
   /// Whether there are compressed frames that are not decompressed yet.
   [[nodiscard]] bool areCompressed() const { return fragments_.has_value(); }
@@ -37,10 +40,14 @@ public:
   /// The transfer syntax that they are stored in.
   [[nodiscard]] E_TransferSyntax syntax() const { return syntax_; }
 
-  /// The fragment in which a frame begins: as DCMTK finds it, by the offset table or as the only
-  /// one of its frame; else, where such a start can be told, by what the fragments begin with.
-  /// Nothing when neither tells.
+  /// The fragment in which a frame begins: by an offset table or as the only one of its frame;
+  /// else, where such a start can be told, by what the fragments begin with. Nothing when neither
+  /// tells.
   [[nodiscard]] std::optional<Uint32> startOf(Uint32 frame);
+
+  /// The fragment behind the last one of a frame: where the next frame begins, or the end of all.
+  /// Nothing when that is not known.
+  [[nodiscard]] std::optional<Uint32> endOf(Uint32 frame);
 
   /// What the header of the frame says that begins in a fragment; nothing when there is none.
   [[nodiscard]] std::optional<CodedFrame> header(Uint32 fragment);
@@ -54,6 +61,7 @@ private:
   [[nodiscard]] std::vector<Uint32> findBeginnings();
 
   std::optional<Fragments> fragments_;
+  std::optional<FrameStarts> starts_;
   E_TransferSyntax syntax_ = EXS_Unknown;
   const Inspector* inspector_ = nullptr;  ///< null where nobody reads such frames
   std::uint64_t frames_;

@@ -42,6 +42,7 @@ constexpr char kStreamHasOtherImage[] =
 constexpr char kNotWhole[] = "The compressed data does not hold the whole frame";
 constexpr char kUnknownSign[] =
     "The compressed image has %u bits, where %u signed bits are stored: its signs are lost";
+constexpr char kNotCompressed[] = "The samples of the image are not compressed";
 constexpr char kNotDecoded[] = "The frame cannot be decoded: %s";
 
 constexpr std::uint64_t kMostFrames = std::uint64_t{1} << 31;  // DCMTK counts them with a sign
@@ -93,7 +94,7 @@ Result<ReadableImage> readImage(DcmItem& item) {
 ImageFrames::ImageFrames(DcmItem& item, ReadableImage image)
     : item_(item),
       image_(std::move(image)),
-      fragments_(*image_.pixelData, image_.format.frames),
+      fragments_(item, *image_.pixelData, image_.format.frames),
       decoder_(item, *image_.pixelData, image_.attributes) {}
 
 bool ImageFrames::areUpToDate() const {
@@ -136,6 +137,29 @@ Result<void> ImageFrames::decode(std::uint64_t frame, char* target, std::uint64_
     return begun;
   }
   return image_.format.monochrome ? decodeStored(number, target) : renderDecoded(number, target);
+}
+
+Result<std::string> ImageFrames::decodeContainers(std::uint64_t frame, char* target,
+                                                  std::uint64_t targetSize) {
+  if (Result<void> countable = isCountable(frame); !countable) {
+    return countable.reason();
+  }
+  if (!fragments_.areCompressed()) {
+    return FailureText{kNotCompressed};
+  }
+  if (Result<void> fits = fitsTarget(targetSize, containerBytes()); !fits) {
+    return fits.reason();
+  }
+  (void)completePlanarConfiguration(item_);  // the decoders ask for it
+  const auto number = static_cast<Uint32>(frame);
+  if (Result<void> begun = begin(number); !begun) {
+    return begun.reason();
+  }
+  if (Result<void> taken = takeWhole(number, static_cast<Uint32>(containerBytes()), target);
+      !taken) {
+    return taken.reason();
+  }
+  return std::string(decoder_.colourModel().c_str());
 }
 
 /// Whether there is such a frame, and DCMTK can count its bytes.
@@ -221,6 +245,11 @@ Result<void> ImageFrames::decodeStored(Uint32 frame, char* target) {
   if (*coded != frameBytes) {
     return decodeNarrow(frame, *coded, target);
   }
+  return takeWhole(frame, frameBytes, target);
+}
+
+/// Takes a frame into memory that has as many bytes as it, also where these are odd.
+Result<void> ImageFrames::takeWhole(Uint32 frame, Uint32 frameBytes, char* target) {
   if (frameBytes % 2 == 0) {
     return take(frame, frameBytes, target, frameBytes);
   }

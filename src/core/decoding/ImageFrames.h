@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 class DcmItem;
 class DcmPixelData;
@@ -50,6 +51,19 @@ public:
   /// @param targetSize bytes there
   [[nodiscard]] Result<void> decode(std::uint64_t frame, char* target, std::uint64_t targetSize);
 
+  /// Decodes one frame of compressed data and leaves it as it comes from the decoder.
+  /// @param frame      0-based
+  /// @param target     receives containerBytes()
+  /// @param targetSize bytes there
+  /// @return the photometric interpretation of what came out
+  [[nodiscard]] Result<std::string> decodeContainers(std::uint64_t frame, char* target,
+                                                     std::uint64_t targetSize);
+
+  /// Bytes of a frame in containers of Bits Allocated, all samples of its pixels.
+  [[nodiscard]] std::uint64_t containerBytes() const {
+    return image_.attributes.size.allocatedBytes();
+  }
+
 private:
   [[nodiscard]] Result<void> isCountable(std::uint64_t frame) const;
   [[nodiscard]] Result<void> hasNativeBytes(std::uint64_t frame) const;
@@ -60,6 +74,7 @@ private:
   [[nodiscard]] Result<void> decodeNarrow(Uint32 frame, Uint32 pixels, char* target);
   [[nodiscard]] Result<void> renderNative(Uint32 frame, char* target);
   [[nodiscard]] Result<void> renderDecoded(Uint32 frame, char* target);
+  [[nodiscard]] Result<void> takeWhole(Uint32 frame, Uint32 frameBytes, char* target);
   [[nodiscard]] Result<void> take(Uint32 frame, Uint32 frameBytes, void* target, Uint32 targetSize);
   [[nodiscard]] Message reasonOfRefusal();
   [[nodiscard]] std::optional<CodedFrame> codedHeader();

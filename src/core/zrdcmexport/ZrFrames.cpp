@@ -4,6 +4,7 @@
 #include "ZrFrames.h"
 
 #include "decoding/Decoders.h"
+#include "decoding/FrameFragments.h"
 #include "decoding/ImageFrames.h"
 #include "decoding/SampleMemory.h"
 #include "decoding/SliceAttributes.h"
@@ -115,6 +116,16 @@ public:
     return known ? frames_->decode(frame, target, targetSize) : known;
   }
 
+  Result<std::string> decodeContainers(std::uint64_t frame, char* target,
+                                       std::uint64_t targetSize) {
+    if (const Result<void> known = bringUpToDate(); !known) {
+      return known.reason();
+    }
+    return frames_->decodeContainers(frame, target, targetSize);
+  }
+
+  [[nodiscard]] std::uint64_t containerBytes() const { return frames_->containerBytes(); }
+
 private:
   /// Reads the image again when its pixel data was decompressed meanwhile.
   Result<void> bringUpToDate() {
@@ -172,6 +183,63 @@ bool FrameReader::decode(std::uint64_t frame, void* target, std::uint64_t target
   return withImage(state_.get(), errorText, [&](State& state) {
     return state.decode(frame, static_cast<char*>(target), targetSize);
   });
+}
+
+bool FrameReader::decodeContainers(std::uint64_t frame, void* target, std::uint64_t targetSize,
+                                   std::string& photometricInterpretation, std::string& errorText) {
+  return withImage(state_.get(), errorText, [&](State& state) -> Result<void> {
+    Result<std::string> colourModel =
+        state.decodeContainers(frame, static_cast<char*>(target), targetSize);
+    if (!colourModel) {
+      return colourModel.reason();
+    }
+    photometricInterpretation = std::move(*colourModel);
+    return {};
+  });
+}
+
+std::uint64_t FrameReader::containerBytes() const {
+  return state_ ? state_->containerBytes() : 0;
+}
+
+/// The fragments of an item's pixel data; none where it is not encapsulated.
+class FrameFragmentIndex::State {
+public:
+  State(DcmItem& item, DcmPixelData& pixelData)
+      : fragments_(item, pixelData, numberOfFrames(item)), frames_(numberOfFrames(item)) {}
+
+  std::optional<FragmentRange> fragmentsOf(std::uint64_t frame) {
+    if (!fragments_.areCompressed() || frame >= frames_ || frame > kMostFrames) {
+      return std::nullopt;
+    }
+    const std::optional<Uint32> first = fragments_.startOf(static_cast<Uint32>(frame));
+    const std::optional<Uint32> end = fragments_.endOf(static_cast<Uint32>(frame));
+    if (!first || !end || *end <= *first) {
+      return std::nullopt;
+    }
+    return FragmentRange{*first, std::uint64_t{*end} - 1};
+  }
+
+private:
+  static constexpr std::uint64_t kMostFrames = 0x7FFFFFFE;
+
+  Decoding::FrameFragments fragments_;
+  std::uint64_t frames_;
+};
+
+FrameFragmentIndex::FrameFragmentIndex(DcmItem& item) {
+  const Result<DcmPixelData*> pixelData = findPixelData(item);
+  if (pixelData) {
+    state_ = std::make_unique<State>(item, **pixelData);
+  }
+}
+
+FrameFragmentIndex::~FrameFragmentIndex() = default;
+FrameFragmentIndex::FrameFragmentIndex(FrameFragmentIndex&& other) noexcept = default;
+FrameFragmentIndex& FrameFragmentIndex::operator=(FrameFragmentIndex&& other) noexcept = default;
+
+std::optional<FragmentRange> FrameFragmentIndex::fragmentsOf(std::uint64_t frame) {
+  return state_ ? state_->fragmentsOf(frame) : std::nullopt;
 }
 
 bool decodeFrame(DcmItem& item, std::uint64_t frame, void* target, std::uint64_t targetSize,

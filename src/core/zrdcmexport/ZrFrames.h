@@ -163,6 +163,65 @@ public:
   [[nodiscard]] bool decode(std::uint64_t frame, void* target, std::uint64_t targetSize,
                             std::string& errorText);
 
+  /// Decodes one frame of compressed data and leaves it as it comes from the decoder, for those who
+  /// make other colours of it than decode() does, or keep its depth.
+  ///
+  /// @param frame      0-based number of the frame.
+  /// @param target     receives containerBytes(): containers of Bits Allocated in the byte order of
+  ///                   the machine, in the order that Planar Configuration says; owned by the
+  ///                   caller.
+  /// @param targetSize bytes of `target`.
+  /// @param photometricInterpretation receives what the samples are now: decoders turn YBR_FULL_422
+  ///                   and YBR_RCT, say, into RGB.
+  /// @param errorText  one line that says why, after failure; empty after success.
+  /// @return false as decode() does, and for data that is not compressed. The target may then hold
+  ///         anything.
+  /// @see PS3.3 C.7.6.3.1.2 (Photometric Interpretation), C.7.6.3.1.3 (Planar Configuration)
+  [[nodiscard]] bool decodeContainers(std::uint64_t frame, void* target, std::uint64_t targetSize,
+                                      std::string& photometricInterpretation,
+                                      std::string& errorText);
+
+  /// Bytes of a frame in containers of Bits Allocated, for all samples of its pixels; without an
+  /// image 0.
+  [[nodiscard]] std::uint64_t containerBytes() const;
+
+private:
+  class State;
+  std::unique_ptr<State> state_;
+};
+
+/// Fragments `first` to `last` of encapsulated pixel data, both included; fragment 0 is the Basic
+/// Offset Table.
+struct FragmentRange {
+  unsigned long first;
+  unsigned long last;
+};
+
+/// Which fragments of encapsulated pixel data hold which frame, whoever decodes them: by the Basic
+/// or Extended Offset Table, because there are as many fragments as frames, or by what fragments of
+/// the transfer syntax begin frames with. Each is found once, in one pass over the headers of the
+/// fragments; their bytes are not loaded.
+///
+/// The item must outlive the index, and its pixel data stays as it is. An index is used by one
+/// thread at a time.
+/// @see PS3.5 A.4 (Transfer Syntaxes For Encapsulation of Encoded Pixel Data)
+class ZRDCMEXPORT_API FrameFragmentIndex {
+public:
+  /// @param item with the pixel data; one without encapsulated pixel data has an index without
+  ///             frames.
+  /// @throws std::bad_alloc
+  explicit FrameFragmentIndex(DcmItem& item);
+  ~FrameFragmentIndex();
+  FrameFragmentIndex(FrameFragmentIndex&& other) noexcept;
+  FrameFragmentIndex& operator=(FrameFragmentIndex&& other) noexcept;
+  FrameFragmentIndex(const FrameFragmentIndex&) = delete;
+  FrameFragmentIndex& operator=(const FrameFragmentIndex&) = delete;
+
+  /// The fragments of a frame; nothing when it is not known where it begins or ends.
+  /// @param frame 0-based
+  /// @throws std::bad_alloc
+  [[nodiscard]] std::optional<FragmentRange> fragmentsOf(std::uint64_t frame);
+
 private:
   class State;
   std::unique_ptr<State> state_;

@@ -32,7 +32,7 @@ std::optional<CodedFrame> readCodedFrame(DcmItem& item, std::uint64_t frame) {
   if (pixelData == nullptr || frame >= frames || frame >= std::uint64_t{1} << 32) {
     return std::nullopt;
   }
-  Decoding::FrameFragments fragments(*pixelData, frames);
+  Decoding::FrameFragments fragments(item, *pixelData, frames);
   if (!fragments.areCompressed()) {
     return std::nullopt;
   }

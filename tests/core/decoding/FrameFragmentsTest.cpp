@@ -6,6 +6,8 @@
 #include "support/ImageBuilder.h"
 #include "support/RowName.h"
 
+#include <zrdcmexport/ZrFrames.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -95,6 +97,68 @@ TEST(FramesInSeveralFragments, AreNotGuessedWhenOneIsMissing) {
 
   EXPECT_EQ(frames::decode(*image, 2).errorText,
             "Neither the offset table nor the fragments tell where frame 2 begins");
+}
+
+// DCMTK does not read this table. @see PS3.3 C.7.6.3.1.8
+TEST(FramesInSeveralFragments, AreFoundByAnExtendedOffsetTable) {
+  const auto image = spread(EXS_RLELossless, false);
+  std::vector<Uint64> offsets;
+  Uint64 offset = 0;
+  for (const Fragment& fragment : decoding::fragmentsOf(*image)) {
+    offsets.push_back(offset);
+    offset += fragment.size() + 8;
+  }
+  const std::vector<Uint64> ofFrames{offsets[0], offsets[2], offsets[4], offsets[6]};
+  auto table = std::make_unique<DcmOther64bitVeryLong>(DcmTag(DCM_ExtendedOffsetTable));
+  ASSERT_TRUE(table->putUint64Array(ofFrames.data(), 4).good());
+  ASSERT_TRUE(image->insert(table.release()).good());
+
+  Zrg::FrameFragmentIndex index(*image);
+
+  const auto last = index.fragmentsOf(3);
+  ASSERT_TRUE(last.has_value());
+  EXPECT_EQ(last->first, 7U);
+  EXPECT_EQ(last->last, 8U);
+}
+
+TEST(FrameFragmentIndex, KnowsTheFragmentsOfEachFrame) {
+  const auto image = spread(EXS_JPEGProcess14SV1, false);
+
+  Zrg::FrameFragmentIndex index(*image);
+
+  for (unsigned frame = 0; frame < kFrames; ++frame) {
+    const auto fragments = index.fragmentsOf(frame);
+    ASSERT_TRUE(fragments.has_value()) << frame;
+    EXPECT_EQ(fragments->first, 2 * frame + 1);
+    EXPECT_EQ(fragments->last, 2 * frame + 2);
+  }
+}
+
+TEST(FrameFragmentIndex, HasNoFrameBehindTheLast) {
+  const auto image = spread(EXS_JPEGProcess14SV1, true);
+
+  EXPECT_FALSE(Zrg::FrameFragmentIndex(*image).fragmentsOf(kFrames).has_value());
+}
+
+TEST(FrameFragmentIndex, HasNoFramesOfNativeData) {
+  const auto image = support::monochromeImage(2, 2).build();
+
+  EXPECT_FALSE(Zrg::FrameFragmentIndex(*image).fragmentsOf(0).has_value());
+}
+
+TEST(FrameFragmentIndex, DoesNotBelieveATableThatPointsIntoAFragment) {
+  const auto whole = spread(EXS_RLELossless, false);
+  const std::vector<Fragment> fragments = decoding::fragmentsOf(*whole);
+  Fragment table = decoding::offsetTable(fragments, {0, 2, 4, 6});
+  ++table[8];  // the lowest byte of the offset of frame 2
+  const auto image = decoding::encapsulate(*whole, EXS_RLELossless, fragments, table);
+
+  Zrg::FrameFragmentIndex index(*image);
+
+  EXPECT_TRUE(index.fragmentsOf(0).has_value());
+  EXPECT_FALSE(index.fragmentsOf(1).has_value()) << "where it ends is not known";
+  EXPECT_FALSE(index.fragmentsOf(2).has_value());
+  EXPECT_TRUE(index.fragmentsOf(3).has_value());
 }
 
 }  // namespace

@@ -293,4 +293,46 @@ TEST(FrameReader, TakesItsImageAlongWhenItMoves) {
   EXPECT_THAT(read(other, 2), Each(2 * kStep));
 }
 
+// ---- containers as the decoder leaves them ---------------------------------------------------------
+
+TEST(ContainersOfFrames, KeepTheDepthOfColour) {
+  const auto native =
+      support::rgbImage(2, 1).unsigned16().samples({1000, 2000, 3000, 4, 5, 6}).build();
+  const auto image = support::compress(*native, EXS_RLELossless);
+  Zrg::FrameReader reader = open(*image);
+  ASSERT_EQ(reader.containerBytes(), 12U);
+  std::vector<std::uint16_t> words(6);
+  std::string interpretation;
+  std::string errorText;
+
+  ASSERT_TRUE(reader.decodeContainers(0, words.data(), 12, interpretation, errorText)) << errorText;
+
+  EXPECT_EQ(interpretation, "RGB");
+  EXPECT_THAT(words, testing::ElementsAre(1000, 2000, 3000, 4, 5, 6));
+}
+
+TEST(ContainersOfFrames, AreThoseOfCompressedDataAlone) {
+  const auto image = support::rgbImage(2, 1).build();
+  Zrg::FrameReader reader = open(*image);
+  std::vector<std::uint8_t> bytes(6);
+  std::string interpretation;
+  std::string errorText;
+
+  EXPECT_FALSE(reader.decodeContainers(0, bytes.data(), 6, interpretation, errorText));
+
+  EXPECT_EQ(errorText, "The samples of the image are not compressed");
+}
+
+TEST(ContainersOfFrames, AreNotPutWhereTheyDoNotFit) {
+  const auto image = clip(support::rgbImage(16, 16), 3, EXS_RLELossless);
+  Zrg::FrameReader reader = open(*image);
+  std::vector<std::uint8_t> bytes(reader.containerBytes() - 1);
+  std::string interpretation;
+  std::string errorText;
+
+  EXPECT_FALSE(reader.decodeContainers(0, bytes.data(), bytes.size(), interpretation, errorText));
+
+  EXPECT_EQ(errorText, "Invalid target size: buffer 767 bytes, required 768 bytes");
+}
+
 }  // namespace

@@ -16,7 +16,7 @@ if [ -n "$strangers" ]; then
   status=1
 fi
 
-for wanted in 'Zrg::decodeFrame(DcmItem&' 'Zrg::SampleTransform::makingUnsigned(' 'Zrg::readStoredSamples(' 'Zrg::FrameReader::open(' 'Zrg::FrameReader::check(' 'Zrg::FrameReader::decode(' 'Zrg::decodedBytes(' 'Zrg::describeImage(' \
+for wanted in 'Zrg::decodeFrame(DcmItem&' 'Zrg::SampleTransform::makingUnsigned(' 'Zrg::readStoredSamples(' 'Zrg::FrameReader::open(' 'Zrg::FrameReader::check(' 'Zrg::FrameReader::decode(' 'Zrg::FrameReader::decodeContainers(' 'Zrg::FrameReader::containerBytes(' 'Zrg::FrameFragmentIndex::fragmentsOf(' 'Zrg::decodedBytes(' 'Zrg::describeImage(' \
   'Zrg::numberOfFrames(' 'Zrg::readFrameFormat(' 'Zrg::SliceImage::process(' 'Zrg::SliceImage::setFrameOffset(' \
   'ExDicomUtilities::LUT::dcmDatasetRead(' 'ExDicomUtilities::extractSample_applyLUT_makeUnsigned(' \
   'Zrg::SliceImage::extractEmbeddedOverlay<unsigned short>(' \
