@@ -13,6 +13,11 @@ namespace Zrg {
 
 inline constexpr unsigned long long kBitsPerByte = 8;
 
+/// The quotient, rounded up.
+constexpr unsigned long long dividedUp(unsigned long long dividend, unsigned long long divisor) {
+  return dividend / divisor + (dividend % divisor != 0 ? 1 : 0);
+}
+
 /// Most bytes that DCMTK decodes together, and the largest frame: it counts them in 32 bits, after
 /// it has made their number even.
 inline constexpr std::uint64_t kMostDecodedBytes = (std::uint64_t{1} << 32U) - 2;

@@ -50,10 +50,6 @@ constexpr unsigned long long kRleHeaderSize = 64;
 constexpr unsigned long long kLongestRun = 128;
 constexpr unsigned long long kBytesOfARun = 2;
 
-unsigned long long dividedUp(unsigned long long dividend, unsigned long long divisor) {
-  return (dividend + divisor - 1) / divisor;
-}
-
 /// Sampling factors of one component, or the largest ones of all.
 struct Sampling {
   unsigned int horizontal;

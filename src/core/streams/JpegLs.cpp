@@ -22,7 +22,7 @@ constexpr Uint8 kCodingParameters = 1;
 constexpr Uint16 kDefaultReset = 64;
 constexpr Uint16 kLeastReset = 3;
 constexpr Uint16 kMostReset = 255;
-constexpr Uint8 kMostBitsOfSample = 16;
+constexpr Uint8 kMostPrecision = 16;
 
 /// Coding parameters of JPEG-LS; 0 where the stream leaves a parameter to its default.
 struct Presets {
@@ -48,7 +48,7 @@ bool presetsFit(const Presets& presets, const JpegFrameHeader& header, Uint8 int
     return true;
   }
   return presets.reset >= kLeastReset && presets.reset <= kMostReset &&
-         header.precision <= kMostBitsOfSample &&
+         header.precision <= kMostPrecision &&
          presets.largestSample == (1U << header.precision) - 1 && interleaveMode != kPixelByPixel;
 }
 

@@ -80,6 +80,13 @@ bool isAllZero(const Zrg::SliceImage& slice) {
   return std::all_of(samples, samples + bytes, [](char byte) { return byte == 0; });
 }
 
+/// Whether DCMTK's encoder keeps to its buffer, which in near-lossless JPEG-LS is as large as the
+/// samples are: the headers of a stream (29 bytes, 41 of colour) do not fit into that of a few.
+bool isSafelyEncoded(const Size& size, const Encoding& encoding) {
+  constexpr unsigned int kFewestPixels = 64;
+  return encoding.syntax != EXS_JPEGLSLossy || 1U * size.columns * size.rows >= kFewestPixels;
+}
+
 class ConstantImages : public testing::TestWithParam<Encoding> {
 protected:
   static void expectDecoded(DcmDataset& dataset) {
@@ -96,6 +103,9 @@ class ConstantColour : public ConstantImages {};
 
 TEST_P(ConstantImages, OfGreyAreDecoded) {
   for (const Size& size : sizes()) {
+    if (!isSafelyEncoded(size, GetParam())) {
+      continue;
+    }
     SCOPED_TRACE(std::to_string(size.columns) + " x " + std::to_string(size.rows));
     expectDecoded(*encode(*constantImage(size, false, GetParam().isFor16Bits), GetParam()));
   }
@@ -103,6 +113,9 @@ TEST_P(ConstantImages, OfGreyAreDecoded) {
 
 TEST_P(ConstantColour, IsDecoded) {
   for (const Size& size : sizes()) {
+    if (!isSafelyEncoded(size, GetParam())) {
+      continue;
+    }
     SCOPED_TRACE(std::to_string(size.columns) + " x " + std::to_string(size.rows));
     expectDecoded(*encode(*constantImage(size, true, false), GetParam()));
   }

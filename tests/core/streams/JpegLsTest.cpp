@@ -22,6 +22,7 @@ namespace {
 using streams::Fragment;
 using streams::fragmentsIn;
 using streams::guardOf;
+using streams::HeaderSearch;
 using streams::joined;
 using streams::jpegLsPresets;
 using streams::kEnd;
@@ -29,29 +30,14 @@ using streams::kStart;
 using streams::underMarker;
 using support::monochromeImage;
 
-struct Header {
-  const char* name;
-  std::vector<Fragment> fragments;
-  bool found;
-};
-
-class JpegLsImage : public testing::TestWithParam<Header> {};
+class JpegLsImage : public testing::TestWithParam<HeaderSearch> {};
 
 TEST_P(JpegLsImage, IsPassedWhenItIsWholeAndDecodable) {
-  const auto dataset = decoding::encapsulate(*monochromeImage(24, 24).unsigned8().build(),
-                                             EXS_JPEGLSLossless, GetParam().fragments);
-  Zrg::Fragments fragments = fragmentsIn(*dataset, EXS_JPEGLSLossless);
-  Zrg::FragmentStream stream(fragments, 1, fragments.count());
+  streams::SearchedImage image(GetParam(), EXS_JPEGLSLossless);
 
-  const std::optional<Zrg::JpegLsImage> image = Zrg::passJpegLsImage(stream);
+  const std::optional<Zrg::JpegLsImage> passed = Zrg::passJpegLsImage(image.stream());
 
-  ASSERT_EQ(image.has_value(), GetParam().found);
-  if (image) {
-    EXPECT_EQ(image->header.precision, 12);
-    EXPECT_EQ(image->header.rows, 0x0102);
-    EXPECT_EQ(image->header.columns, 0x0304);
-    EXPECT_EQ(image->header.components, 3);
-  }
+  streams::expectHeader(passed ? std::optional(passed->header) : std::nullopt, GetParam());
 }
 
 const Fragment kJpegLsFrame = {0xFF, 0xF7, 0, 17, 12, 1, 2, 3, 4, 3, 1, 17, 0, 2, 17, 0, 3, 17, 0};
@@ -71,58 +57,60 @@ const Fragment kBaselineFrame = {0xFF, 0xC0, 0, 17, 12, 1, 2, 3, 4, 3};
 INSTANTIATE_TEST_SUITE_P(
     Streams, JpegLsImage,
     testing::Values(
-        Header{"JpegLsByPixel", {joined({kStart, kJpegLsFrame, jpegLsScan(2), kEnd})}, true},
-        Header{"JpegLsByPlane",
-               {joined({kStart, kJpegLsFrame, jpegLsScan(0), jpegLsScan(0), jpegLsScan(0), kEnd})},
-               true},
-        Header{"JpegLsWithTooFewScans",
-               {joined({kStart, kJpegLsFrame, jpegLsScan(0), jpegLsScan(0), kEnd})},
-               false},
-        Header{"JpegLsWithSomethingElseBeforeItsLastScan",
-               {joined({kStart, kJpegLsFrame, jpegLsScan(0), jpegLsScan(0),
-                        underMarker(0xFE, jpegLsScan(0)), kEnd})},
-               false},
-        Header{"JpegLsWithoutAnEnd", {joined({kStart, kJpegLsFrame, jpegLsScan(2)})}, false},
-        Header{"JpegLsWithoutAScan", {joined({kStart, kJpegLsFrame, kEnd})}, false},
-        Header{"JpegLsWithoutAFrame", {joined({kStart, jpegLsScan(2), kEnd})}, false},
-        Header{"JpegLsWithUsualPresets",
-               {joined({kStart, kJpegLsFrame, jpegLsPresets(64), jpegLsScan(2), kEnd})},
-               true},
-        Header{"JpegLsWithUnusualPresets",
-               {joined({kStart, jpegLsPresets(31), kJpegLsFrame, jpegLsScan(1), kEnd})},
-               true},
-        Header{"JpegLsWithUnusualPresetsByPixel",
-               {joined({kStart, jpegLsPresets(31), kJpegLsFrame, jpegLsScan(2), kEnd})},
-               false},
-        Header{"JpegLsWithUnusualPresetsByPixelInTheSecondScan",
-               {joined({kStart, jpegLsPresets(31), kJpegLsFrame, jpegLsScan(0), jpegLsScan(2),
-                        jpegLsScan(0), kEnd})},
-               false},
-        Header{"JpegLsWithUnusualPresetsOfALowerMaximum",
-               {joined({kStart, jpegLsPresets(31, 0xFE), kJpegLsFrame, jpegLsScan(1), kEnd})},
-               false},
-        Header{"JpegLsWithUnusualPresetsOfSamplesThatAreTooLong",
-               {joined({kStart, jpegLsPresets(31), jpegLsFrameOf(255), jpegLsScan(1), kEnd})},
-               false},
-        Header{"JpegLsWithTheLeastReset",
-               {joined({kStart, jpegLsPresets(3), kJpegLsFrame, jpegLsScan(1), kEnd})},
-               true},
-        Header{"JpegLsWithTooSmallAReset",
-               {joined({kStart, jpegLsPresets(2), kJpegLsFrame, jpegLsScan(1), kEnd})},
-               false},
-        Header{"JpegLsWithTheLargestReset",
-               {joined({kStart, jpegLsPresets(255), kJpegLsFrame, jpegLsScan(1), kEnd})},
-               true},
-        Header{"JpegLsWithTooLargeAReset",
-               {joined({kStart, jpegLsPresets(256), kJpegLsFrame, jpegLsScan(1), kEnd})},
-               false},
-        Header{"JpegLsWithTheUsualPresetsBehindUnusualOnes",
-               {joined({kStart, jpegLsPresets(31), jpegLsPresets(64), kJpegLsFrame, jpegLsScan(2),
-                        kEnd})},
-               true},
-        Header{"JpegLsInFragments", {joined({kStart, kJpegLsFrame, jpegLsScan(2)}), kEnd}, true},
-        Header{"OfTheOtherFamily", {joined({kStart, kBaselineFrame})}, false}),
-    support::nameOf<Header>);
+        HeaderSearch{"JpegLsByPixel", {joined({kStart, kJpegLsFrame, jpegLsScan(2), kEnd})}, true},
+        HeaderSearch{
+            "JpegLsByPlane",
+            {joined({kStart, kJpegLsFrame, jpegLsScan(0), jpegLsScan(0), jpegLsScan(0), kEnd})},
+            true},
+        HeaderSearch{"JpegLsWithTooFewScans",
+                     {joined({kStart, kJpegLsFrame, jpegLsScan(0), jpegLsScan(0), kEnd})},
+                     false},
+        HeaderSearch{"JpegLsWithSomethingElseBeforeItsLastScan",
+                     {joined({kStart, kJpegLsFrame, jpegLsScan(0), jpegLsScan(0),
+                              underMarker(0xFE, jpegLsScan(0)), kEnd})},
+                     false},
+        HeaderSearch{"JpegLsWithoutAnEnd", {joined({kStart, kJpegLsFrame, jpegLsScan(2)})}, false},
+        HeaderSearch{"JpegLsWithoutAScan", {joined({kStart, kJpegLsFrame, kEnd})}, false},
+        HeaderSearch{"JpegLsWithoutAFrame", {joined({kStart, jpegLsScan(2), kEnd})}, false},
+        HeaderSearch{"JpegLsWithUsualPresets",
+                     {joined({kStart, kJpegLsFrame, jpegLsPresets(64), jpegLsScan(2), kEnd})},
+                     true},
+        HeaderSearch{"JpegLsWithUnusualPresets",
+                     {joined({kStart, jpegLsPresets(31), kJpegLsFrame, jpegLsScan(1), kEnd})},
+                     true},
+        HeaderSearch{"JpegLsWithUnusualPresetsByPixel",
+                     {joined({kStart, jpegLsPresets(31), kJpegLsFrame, jpegLsScan(2), kEnd})},
+                     false},
+        HeaderSearch{"JpegLsWithUnusualPresetsByPixelInTheSecondScan",
+                     {joined({kStart, jpegLsPresets(31), kJpegLsFrame, jpegLsScan(0), jpegLsScan(2),
+                              jpegLsScan(0), kEnd})},
+                     false},
+        HeaderSearch{"JpegLsWithUnusualPresetsOfALowerMaximum",
+                     {joined({kStart, jpegLsPresets(31, 0xFE), kJpegLsFrame, jpegLsScan(1), kEnd})},
+                     false},
+        HeaderSearch{"JpegLsWithUnusualPresetsOfSamplesThatAreTooLong",
+                     {joined({kStart, jpegLsPresets(31), jpegLsFrameOf(255), jpegLsScan(1), kEnd})},
+                     false},
+        HeaderSearch{"JpegLsWithTheLeastReset",
+                     {joined({kStart, jpegLsPresets(3), kJpegLsFrame, jpegLsScan(1), kEnd})},
+                     true},
+        HeaderSearch{"JpegLsWithTooSmallAReset",
+                     {joined({kStart, jpegLsPresets(2), kJpegLsFrame, jpegLsScan(1), kEnd})},
+                     false},
+        HeaderSearch{"JpegLsWithTheLargestReset",
+                     {joined({kStart, jpegLsPresets(255), kJpegLsFrame, jpegLsScan(1), kEnd})},
+                     true},
+        HeaderSearch{"JpegLsWithTooLargeAReset",
+                     {joined({kStart, jpegLsPresets(256), kJpegLsFrame, jpegLsScan(1), kEnd})},
+                     false},
+        HeaderSearch{"JpegLsWithTheUsualPresetsBehindUnusualOnes",
+                     {joined({kStart, jpegLsPresets(31), jpegLsPresets(64), kJpegLsFrame,
+                              jpegLsScan(2), kEnd})},
+                     true},
+        HeaderSearch{
+            "JpegLsInFragments", {joined({kStart, kJpegLsFrame, jpegLsScan(2)}), kEnd}, true},
+        HeaderSearch{"OfTheOtherFamily", {joined({kStart, kBaselineFrame})}, false}),
+    support::nameOf<HeaderSearch>);
 
 /// A JPEG-LS image whose frame header follows the given segment.
 Fragment jpegLsBehind(const Fragment& segment) {
@@ -137,49 +125,52 @@ Fragment jpegLsWithScan(const Fragment& scanHeader) {
 INSTANTIATE_TEST_SUITE_P(
     Segments, JpegLsImage,
     testing::Values(
-        Header{"PresetsOfAnotherType", {jpegLsBehind({0xFF, 0xF8, 0, 4, 2, 9})}, true},
-        Header{"PresetsWithoutAType", {jpegLsBehind({0xFF, 0xF8, 0, 2})}, false},
-        Header{"PresetsOfTheDefaultReset", {jpegLsBehind(jpegLsPresets(0))}, true},
-        Header{"PresetsWithoutAReset",
-               {jpegLsBehind({0xFF, 0xF8, 0, 11, 1, 0x0F, 0xFF, 0, 18, 0, 67, 1, 20})},
-               false},
-        Header{"PresetsOfHalfAReset",
-               {jpegLsBehind({0xFF, 0xF8, 0, 12, 1, 0x0F, 0xFF, 0, 18, 0, 67, 1, 20, 0})},
-               false},
-        Header{"PresetsOfTooFewThresholds",
-               {jpegLsBehind({0xFF, 0xF8, 0, 9, 1, 0x0F, 0xFF, 0, 18, 0, 67})},
-               false},
-        Header{"PresetsWithMoreBehind",
-               {jpegLsBehind({0xFF, 0xF8, 0, 15, 1, 0x0F, 0xFF, 0, 18, 0, 67, 1, 20, 0, 64, 7, 7})},
-               true},
-        Header{"RestartBeforeTheFrame", {jpegLsBehind({0xFF, 0xD0})}, false},
-        Header{"SegmentBeforeTheFrame", {jpegLsBehind({0xFF, 0xE8, 0, 3, 9})}, true},
-        Header{"FrameBeyondTheEnd",
-               {joined({kStart, {0xFF, 0xF7, 0, 17, 12, 1, 2, 3, 4, 3, 1, 17}})},
-               false},
-        Header{"FrameWithoutComponentsInJpegLs",
-               {joined({kStart, {0xFF, 0xF7, 0, 7, 12, 1, 2, 3, 4}, jpegLsScan(2), kEnd})},
-               false},
-        Header{"ScanOfNoLength", {jpegLsWithScan({0xFF, 0xDA, 0, 2})}, false},
-        Header{"ScanOfTooManyComponents",
-               {jpegLsWithScan({0xFF, 0xDA, 0, 8, 4, 1, 0, 0, 2, 0})},
-               false},
-        Header{"ScanWithoutNear", {jpegLsWithScan({0xFF, 0xDA, 0, 5, 1, 1, 0})}, false},
-        Header{"ScanWithoutInterleaving", {jpegLsWithScan({0xFF, 0xDA, 0, 6, 1, 1, 0, 0})}, false},
-        Header{"ScanWithoutItsLastByte", {jpegLsWithScan({0xFF, 0xDA, 0, 7, 1, 1, 0, 0, 2})}, true},
-        Header{"ScanCutInItsHeader",
-               {joined({kStart, kJpegLsFrame, {0xFF, 0xDA, 0, 8, 1, 1, 0}})},
-               false},
-        Header{"SamplesEndingInAPrefix",
-               {joined({kStart, kJpegLsFrame, jpegLsScan(2), {0xFF}})},
-               false},
-        Header{"SamplesEndedByAnyMarker",
-               {joined({kStart, kJpegLsFrame, jpegLsScan(2), {0xFF, 0x80}})},
-               true},
-        Header{"PlanesBehindOneByLine",
-               {joined({kStart, kJpegLsFrame, jpegLsScan(1), jpegLsScan(0), kEnd})},
-               true}),
-    support::nameOf<Header>);
+        HeaderSearch{"PresetsOfAnotherType", {jpegLsBehind({0xFF, 0xF8, 0, 4, 2, 9})}, true},
+        HeaderSearch{"PresetsWithoutAType", {jpegLsBehind({0xFF, 0xF8, 0, 2})}, false},
+        HeaderSearch{"PresetsOfTheDefaultReset", {jpegLsBehind(jpegLsPresets(0))}, true},
+        HeaderSearch{"PresetsWithoutAReset",
+                     {jpegLsBehind({0xFF, 0xF8, 0, 11, 1, 0x0F, 0xFF, 0, 18, 0, 67, 1, 20})},
+                     false},
+        HeaderSearch{"PresetsOfHalfAReset",
+                     {jpegLsBehind({0xFF, 0xF8, 0, 12, 1, 0x0F, 0xFF, 0, 18, 0, 67, 1, 20, 0})},
+                     false},
+        HeaderSearch{"PresetsOfTooFewThresholds",
+                     {jpegLsBehind({0xFF, 0xF8, 0, 9, 1, 0x0F, 0xFF, 0, 18, 0, 67})},
+                     false},
+        HeaderSearch{
+            "PresetsWithMoreBehind",
+            {jpegLsBehind({0xFF, 0xF8, 0, 15, 1, 0x0F, 0xFF, 0, 18, 0, 67, 1, 20, 0, 64, 7, 7})},
+            true},
+        HeaderSearch{"RestartBeforeTheFrame", {jpegLsBehind({0xFF, 0xD0})}, false},
+        HeaderSearch{"SegmentBeforeTheFrame", {jpegLsBehind({0xFF, 0xE8, 0, 3, 9})}, true},
+        HeaderSearch{"FrameBeyondTheEnd",
+                     {joined({kStart, {0xFF, 0xF7, 0, 17, 12, 1, 2, 3, 4, 3, 1, 17}})},
+                     false},
+        HeaderSearch{"FrameWithoutComponentsInJpegLs",
+                     {joined({kStart, {0xFF, 0xF7, 0, 7, 12, 1, 2, 3, 4}, jpegLsScan(2), kEnd})},
+                     false},
+        HeaderSearch{"ScanOfNoLength", {jpegLsWithScan({0xFF, 0xDA, 0, 2})}, false},
+        HeaderSearch{"ScanOfTooManyComponents",
+                     {jpegLsWithScan({0xFF, 0xDA, 0, 8, 4, 1, 0, 0, 2, 0})},
+                     false},
+        HeaderSearch{"ScanWithoutNear", {jpegLsWithScan({0xFF, 0xDA, 0, 5, 1, 1, 0})}, false},
+        HeaderSearch{
+            "ScanWithoutInterleaving", {jpegLsWithScan({0xFF, 0xDA, 0, 6, 1, 1, 0, 0})}, false},
+        HeaderSearch{
+            "ScanWithoutItsLastByte", {jpegLsWithScan({0xFF, 0xDA, 0, 7, 1, 1, 0, 0, 2})}, true},
+        HeaderSearch{"ScanCutInItsHeader",
+                     {joined({kStart, kJpegLsFrame, {0xFF, 0xDA, 0, 8, 1, 1, 0}})},
+                     false},
+        HeaderSearch{"SamplesEndingInAPrefix",
+                     {joined({kStart, kJpegLsFrame, jpegLsScan(2), {0xFF}})},
+                     false},
+        HeaderSearch{"SamplesEndedByAnyMarker",
+                     {joined({kStart, kJpegLsFrame, jpegLsScan(2), {0xFF, 0x80}})},
+                     true},
+        HeaderSearch{"PlanesBehindOneByLine",
+                     {joined({kStart, kJpegLsFrame, jpegLsScan(1), jpegLsScan(0), kEnd})},
+                     true}),
+    support::nameOf<HeaderSearch>);
 
 // --- Where a JPEG-LS frame in several fragments ends
 

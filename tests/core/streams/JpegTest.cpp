@@ -21,35 +21,19 @@ namespace {
 using streams::Fragment;
 using streams::fragmentsIn;
 using streams::guardOf;
+using streams::HeaderSearch;
 using streams::joined;
 using streams::kEnd;
 using streams::kStart;
 using streams::underMarker;
 using support::monochromeImage;
 
-struct Header {
-  const char* name;
-  std::vector<Fragment> fragments;
-  bool found;
-};
-
-class JpegFrameHeaderSearch : public testing::TestWithParam<Header> {};
+class JpegFrameHeaderSearch : public testing::TestWithParam<HeaderSearch> {};
 
 TEST_P(JpegFrameHeaderSearch, EndsAtTheFrameOrAtWhatCannotPrecedeIt) {
-  const auto dataset = decoding::encapsulate(*monochromeImage(24, 24).unsigned8().build(),
-                                             EXS_JPEGProcess1, GetParam().fragments);
-  Zrg::Fragments fragments = fragmentsIn(*dataset, EXS_JPEGProcess1);
-  Zrg::FragmentStream stream(fragments, 1, fragments.count());
+  streams::SearchedImage image(GetParam(), EXS_JPEGProcess1);
 
-  const std::optional<Zrg::JpegFrameHeader> header = Zrg::readJpegFrameHeader(stream);
-
-  ASSERT_EQ(header.has_value(), GetParam().found);
-  if (header) {
-    EXPECT_EQ(header->precision, 12);
-    EXPECT_EQ(header->rows, 0x0102);
-    EXPECT_EQ(header->columns, 0x0304);
-    EXPECT_EQ(header->components, 3);
-  }
+  streams::expectHeader(Zrg::readJpegFrameHeader(image.stream()), GetParam());
 }
 
 const Fragment kBaselineFrame = {0xFF, 0xC0, 0, 17, 12, 1, 2, 3, 4, 3};
@@ -57,26 +41,30 @@ const Fragment kBaselineFrame = {0xFF, 0xC0, 0, 17, 12, 1, 2, 3, 4, 3};
 INSTANTIATE_TEST_SUITE_P(
     Streams, JpegFrameHeaderSearch,
     testing::Values(
-        Header{"AtOnce", {joined({kStart, kBaselineFrame})}, true},
-        Header{"BehindASegment",
-               {joined({kStart, {0xFF, 0xE0, 0, 4, 0xFF, 0xC0}, kBaselineFrame})},
-               true},
-        Header{"BehindTables",
-               {joined({kStart, {0xFF, 0xC4, 0, 3, 9}, {0xFF, 0xDB, 0, 2}, kBaselineFrame})},
-               true},
-        Header{"BehindFillBytes", {joined({kStart, {0xFF, 0xFF, 0xFF}, kBaselineFrame})}, true},
-        Header{"BehindARestart", {joined({kStart, {0xFF, 0xD3}, kBaselineFrame})}, true},
-        Header{"BehindAReservedMarker", {joined({kStart, {0xFF, 0x30}, kBaselineFrame})}, true},
-        Header{"BehindATemporaryMarker", {joined({kStart, {0xFF, 0x01}, kBaselineFrame})}, false},
-        Header{"BehindTheScan", {joined({kStart, {0xFF, 0xDA, 0, 2}, kBaselineFrame})}, false},
-        Header{"BehindTheEnd", {joined({kStart, {0xFF, 0xD9}, kBaselineFrame})}, false},
-        Header{"WithoutAStart", {kBaselineFrame}, false},
-        Header{"CutShort", {joined({kStart, {0xFF, 0xC0, 0, 17, 12, 1}})}, false},
-        Header{"SpreadOverFragments",
-               {joined({kStart, {0xFF, 0xE0, 0, 6, 1, 2}}), joined({{3, 4}, kBaselineFrame})},
-               true},
-        Header{"BehindAnEmptyFragment", {kStart, {}, kBaselineFrame}, true}),
-    support::nameOf<Header>);
+        HeaderSearch{"AtOnce", {joined({kStart, kBaselineFrame})}, true},
+        HeaderSearch{"BehindASegment",
+                     {joined({kStart, {0xFF, 0xE0, 0, 4, 0xFF, 0xC0}, kBaselineFrame})},
+                     true},
+        HeaderSearch{"BehindTables",
+                     {joined({kStart, {0xFF, 0xC4, 0, 3, 9}, {0xFF, 0xDB, 0, 2}, kBaselineFrame})},
+                     true},
+        HeaderSearch{
+            "BehindFillBytes", {joined({kStart, {0xFF, 0xFF, 0xFF}, kBaselineFrame})}, true},
+        HeaderSearch{"BehindARestart", {joined({kStart, {0xFF, 0xD3}, kBaselineFrame})}, true},
+        HeaderSearch{
+            "BehindAReservedMarker", {joined({kStart, {0xFF, 0x30}, kBaselineFrame})}, true},
+        HeaderSearch{
+            "BehindATemporaryMarker", {joined({kStart, {0xFF, 0x01}, kBaselineFrame})}, false},
+        HeaderSearch{
+            "BehindTheScan", {joined({kStart, {0xFF, 0xDA, 0, 2}, kBaselineFrame})}, false},
+        HeaderSearch{"BehindTheEnd", {joined({kStart, {0xFF, 0xD9}, kBaselineFrame})}, false},
+        HeaderSearch{"WithoutAStart", {kBaselineFrame}, false},
+        HeaderSearch{"CutShort", {joined({kStart, {0xFF, 0xC0, 0, 17, 12, 1}})}, false},
+        HeaderSearch{"SpreadOverFragments",
+                     {joined({kStart, {0xFF, 0xE0, 0, 6, 1, 2}}), joined({{3, 4}, kBaselineFrame})},
+                     true},
+        HeaderSearch{"BehindAnEmptyFragment", {kStart, {}, kBaselineFrame}, true}),
+    support::nameOf<HeaderSearch>);
 
 /// A frame header of 3 components under another marker.
 Fragment frameOfKind(Uint8 marker) {
@@ -89,28 +77,29 @@ Fragment jpegBehind(const Fragment& segment) {
 
 INSTANTIATE_TEST_SUITE_P(
     Markers, JpegFrameHeaderSearch,
-    testing::Values(Header{"SequentialFrame", {joined({kStart, frameOfKind(0xC1)})}, true},
-                    Header{"LosslessFrame", {joined({kStart, frameOfKind(0xC3)})}, true},
-                    Header{"LastFrameKind", {joined({kStart, frameOfKind(0xCF)})}, true},
-                    Header{"BehindAnExtension", {jpegBehind({0xFF, 0xC8, 0, 2})}, true},
-                    Header{"BehindConditioning", {jpegBehind({0xFF, 0xCC, 0, 2})}, true},
-                    Header{"BehindTheFirstReserved", {jpegBehind({0xFF, 0x03})}, true},
-                    Header{"BehindTheLastReserved", {jpegBehind({0xFF, 0xBF})}, true},
-                    Header{"BehindTheFirstRestart", {jpegBehind({0xFF, 0xD0})}, true},
-                    Header{"BehindASecondStart", {jpegBehind({0xFF, 0xD8})}, true},
-                    Header{"BehindAStuffedZero", {jpegBehind({0xFF, 0x00})}, false},
-                    Header{"BehindAnUndefinedMarker", {jpegBehind({0xFF, 0x02})}, false},
-                    Header{"BehindATemporarySegment", {jpegBehind({0xFF, 0x01, 0, 2})}, false},
-                    Header{"BehindAZeroSegment", {jpegBehind({0xFF, 0x00, 0, 2})}, false},
-                    Header{"BehindAnUndefinedSegment", {jpegBehind({0xFF, 0x02, 0, 2})}, false},
-                    Header{"BehindAnEndSegment", {jpegBehind({0xFF, 0xD9, 0, 2})}, false},
-                    Header{"BehindNoMarker", {jpegBehind({0xFE, 0xE0, 0, 2})}, false},
-                    Header{"OfNothing", {{}}, false},
-                    Header{"OfAnotherStart", {joined({{0xFF, 0xD9}, kBaselineFrame})}, false},
-                    Header{"EndingInFillBytes", {joined({kStart, {0xFF, 0xFF}})}, false},
-                    Header{"EndingInALength", {joined({kStart, {0xFF, 0xFF, 0xE0, 0}})}, false},
-                    Header{"EndingBeforeALength", {joined({kStart, {0xFF, 0xE0}})}, false}),
-    support::nameOf<Header>);
+    testing::Values(
+        HeaderSearch{"SequentialFrame", {joined({kStart, frameOfKind(0xC1)})}, true},
+        HeaderSearch{"LosslessFrame", {joined({kStart, frameOfKind(0xC3)})}, true},
+        HeaderSearch{"LastFrameKind", {joined({kStart, frameOfKind(0xCF)})}, true},
+        HeaderSearch{"BehindAnExtension", {jpegBehind({0xFF, 0xC8, 0, 2})}, true},
+        HeaderSearch{"BehindConditioning", {jpegBehind({0xFF, 0xCC, 0, 2})}, true},
+        HeaderSearch{"BehindTheFirstReserved", {jpegBehind({0xFF, 0x03})}, true},
+        HeaderSearch{"BehindTheLastReserved", {jpegBehind({0xFF, 0xBF})}, true},
+        HeaderSearch{"BehindTheFirstRestart", {jpegBehind({0xFF, 0xD0})}, true},
+        HeaderSearch{"BehindASecondStart", {jpegBehind({0xFF, 0xD8})}, true},
+        HeaderSearch{"BehindAStuffedZero", {jpegBehind({0xFF, 0x00})}, false},
+        HeaderSearch{"BehindAnUndefinedMarker", {jpegBehind({0xFF, 0x02})}, false},
+        HeaderSearch{"BehindATemporarySegment", {jpegBehind({0xFF, 0x01, 0, 2})}, false},
+        HeaderSearch{"BehindAZeroSegment", {jpegBehind({0xFF, 0x00, 0, 2})}, false},
+        HeaderSearch{"BehindAnUndefinedSegment", {jpegBehind({0xFF, 0x02, 0, 2})}, false},
+        HeaderSearch{"BehindAnEndSegment", {jpegBehind({0xFF, 0xD9, 0, 2})}, false},
+        HeaderSearch{"BehindNoMarker", {jpegBehind({0xFE, 0xE0, 0, 2})}, false},
+        HeaderSearch{"OfNothing", {{}}, false},
+        HeaderSearch{"OfAnotherStart", {joined({{0xFF, 0xD9}, kBaselineFrame})}, false},
+        HeaderSearch{"EndingInFillBytes", {joined({kStart, {0xFF, 0xFF}})}, false},
+        HeaderSearch{"EndingInALength", {joined({kStart, {0xFF, 0xFF, 0xE0, 0}})}, false},
+        HeaderSearch{"EndingBeforeALength", {joined({kStart, {0xFF, 0xE0}})}, false}),
+    support::nameOf<HeaderSearch>);
 
 /// A frame header that says it has `length` bytes and is cut to `bytes`, marker included.
 Fragment cutFrame(Uint8 length, std::size_t bytes) {
@@ -123,20 +112,20 @@ Fragment cutFrame(Uint8 length, std::size_t bytes) {
 
 INSTANTIATE_TEST_SUITE_P(
     Lengths, JpegFrameHeaderSearch,
-    testing::Values(Header{"SegmentOfOneByte", {jpegBehind({0xFF, 0xE0, 0, 1})}, false},
-                    Header{"SegmentOfTwoBytes", {jpegBehind({0xFF, 0xE0, 0, 2})}, true},
-                    Header{"SegmentOfManyBytes", {jpegBehind({0xFF, 0xE0, 1, 0})}, false},
-                    Header{"FrameOfAllItsFields", {cutFrame(8, 10)}, true},
-                    Header{"FrameWithoutComponents", {cutFrame(7, 10)}, false},
-                    Header{"FrameOfHalfItsColumns", {cutFrame(6, 10)}, false},
-                    Header{"FrameWithoutRows", {cutFrame(3, 10)}, false},
-                    Header{"FrameOfNothing", {cutFrame(2, 10)}, false},
-                    Header{"FrameCutBeforeItsPrecision", {cutFrame(17, 4)}, false},
-                    Header{"FrameCutBeforeItsRows", {cutFrame(17, 5)}, false},
-                    Header{"FrameCutBeforeItsColumns", {cutFrame(17, 7)}, false},
-                    Header{"FrameCutInsideItsColumns", {cutFrame(17, 8)}, false},
-                    Header{"FrameCutBeforeItsComponents", {cutFrame(17, 9)}, false}),
-    support::nameOf<Header>);
+    testing::Values(HeaderSearch{"SegmentOfOneByte", {jpegBehind({0xFF, 0xE0, 0, 1})}, false},
+                    HeaderSearch{"SegmentOfTwoBytes", {jpegBehind({0xFF, 0xE0, 0, 2})}, true},
+                    HeaderSearch{"SegmentOfManyBytes", {jpegBehind({0xFF, 0xE0, 1, 0})}, false},
+                    HeaderSearch{"FrameOfAllItsFields", {cutFrame(8, 10)}, true},
+                    HeaderSearch{"FrameWithoutComponents", {cutFrame(7, 10)}, false},
+                    HeaderSearch{"FrameOfHalfItsColumns", {cutFrame(6, 10)}, false},
+                    HeaderSearch{"FrameWithoutRows", {cutFrame(3, 10)}, false},
+                    HeaderSearch{"FrameOfNothing", {cutFrame(2, 10)}, false},
+                    HeaderSearch{"FrameCutBeforeItsPrecision", {cutFrame(17, 4)}, false},
+                    HeaderSearch{"FrameCutBeforeItsRows", {cutFrame(17, 5)}, false},
+                    HeaderSearch{"FrameCutBeforeItsColumns", {cutFrame(17, 7)}, false},
+                    HeaderSearch{"FrameCutInsideItsColumns", {cutFrame(17, 8)}, false},
+                    HeaderSearch{"FrameCutBeforeItsComponents", {cutFrame(17, 9)}, false}),
+    support::nameOf<HeaderSearch>);
 
 // --- What the guard is asked of frames
 

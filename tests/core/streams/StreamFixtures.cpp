@@ -79,6 +79,22 @@ Zrg::Fragments fragmentsIn(DcmDataset& dataset, E_TransferSyntax syntax) {
   return Zrg::Fragments(*sequence);
 }
 
+SearchedImage::SearchedImage(const HeaderSearch& search, E_TransferSyntax syntax)
+    : dataset_(decoding::encapsulate(*support::monochromeImage(24, 24).unsigned8().build(), syntax,
+                                     search.fragments)),
+      fragments_(fragmentsIn(*dataset_, syntax)),
+      stream_(fragments_, 1, fragments_.count()) {}
+
+void expectHeader(const std::optional<Zrg::JpegFrameHeader>& header, const HeaderSearch& search) {
+  ASSERT_EQ(header.has_value(), search.found);
+  if (header) {
+    EXPECT_EQ(header->precision, 12);
+    EXPECT_EQ(header->rows, 0x0102);
+    EXPECT_EQ(header->columns, 0x0304);
+    EXPECT_EQ(header->components, 3);
+  }
+}
+
 long peakOfAddressSpace() {
   std::ifstream status("/proc/self/status");
   std::string word;

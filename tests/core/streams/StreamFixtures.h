@@ -3,12 +3,16 @@
 
 #include "decoding/SliceDecodingFixtures.h"
 #include "streams/CodecGuard.h"
+#include "streams/FragmentStream.h"
 #include "streams/Fragments.h"
+#include "streams/JpegMarkers.h"
 #include "support/ImageBuilder.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
+#include <memory>
+#include <optional>
 #include <vector>
 
 /// Coded frames, whole and spoilt, and what becomes of them.
@@ -57,6 +61,31 @@ const Fragment kEnd = {0xFF, 0xD9};
 
 /// The fragments of compressed pixel data, which must be there.
 [[nodiscard]] Zrg::Fragments fragmentsIn(DcmDataset& dataset, E_TransferSyntax syntax);
+
+/// A stream in fragments, and whether the frame header of these tests is found in it.
+struct HeaderSearch {
+  const char* name;
+  std::vector<Fragment> fragments;
+  bool found;
+};
+
+/// An image whose compressed frame is the stream of a search.
+class SearchedImage {
+public:
+  SearchedImage(const HeaderSearch& search, E_TransferSyntax syntax);
+
+  /// The stream from the first fragment on.
+  [[nodiscard]] Zrg::FragmentStream& stream() { return stream_; }
+
+private:
+  std::unique_ptr<DcmDataset> dataset_;
+  Zrg::Fragments fragments_;
+  Zrg::FragmentStream stream_;
+};
+
+/// Fails the running test unless the header is there as the search says, with the numbers of these
+/// tests: 12 bits, 0x0102 rows, 0x0304 columns, three components.
+void expectHeader(const std::optional<Zrg::JpegFrameHeader>& header, const HeaderSearch& search);
 
 /// The largest address space that the process has had, in KiB.
 [[nodiscard]] long peakOfAddressSpace();
