@@ -80,13 +80,13 @@ TEST_F(AddedFormat, IsWhatDecodeWritesToItsEnding) {
 }
 
 TEST_F(AddedFormat, IsAChoiceForVolumes) {
-  EXPECT_THAT(run({"split", "--help"}), HasSubstr("nrrd|npy|digits"));
+  EXPECT_THAT(run({"split", "--help"}), HasSubstr("nrrd|npy|tiff|digits"));
 }
 
 TEST_F(AddedFormat, IsListedByTheHelp) {
   const std::string help = run({"decode", "--help"});
 
-  EXPECT_THAT(help, HasSubstr("into .npy, .nrrd, .raw, .png or .digits"));
+  EXPECT_THAT(help, HasSubstr("into .npy, .nrrd, .raw, .png, .tiff, .jpg or .digits"));
   EXPECT_THAT(help, HasSubstr("  .digits samples in digits\n"));
 }
 

@@ -171,7 +171,7 @@ TEST_F(Manual, BashOffersEveryOptionOfAVerbAndTheGlobalOnes) {
 TEST_F(Manual, BashOffersTheChoicesOfAValue) {
   EXPECT_THAT(offered({"export", "--type", ""}), UnorderedElementsAre("u8", "u16", "s16"));
   EXPECT_THAT(offered({"text", "file.dcm", "--as", "f"}), UnorderedElementsAre("f32", "f64"));
-  EXPECT_THAT(offered({"split", "--format", ""}), UnorderedElementsAre("nrrd", "npy"));
+  EXPECT_THAT(offered({"split", "--format", ""}), UnorderedElementsAre("nrrd", "npy", "tiff"));
 }
 
 TEST_F(Manual, BashLeavesFilesToTheShell) {

@@ -90,7 +90,8 @@ TEST_P(Ending, ThroughALinkReplacesItsDestination) {
   EXPECT_NE(tools::readFile(folder_.file("real")), "older");
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, Ending, testing::Values(".raw", ".npy", ".nrrd", ".png"),
+INSTANTIATE_TEST_SUITE_P(Formats, Ending,
+                         testing::Values(".raw", ".npy", ".nrrd", ".png", ".tiff", ".jpg"),
                          [](const testing::TestParamInfo<const char*>& ending) {
                            return std::string(ending.param + 1);
                          });

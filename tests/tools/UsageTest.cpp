@@ -45,8 +45,8 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUsage{"SamplesWithoutFolder", {"samples"}, "dir is required"},
         WrongUsage{"DecodeWithoutOutput", {"decode", "a.dcm"}, "--output is required"},
         WrongUsage{"UnknownEnding",
-                   {"decode", "a.dcm", "-o", "a.tiff"},
-                   "--output must end in .npy, .nrrd, .raw or .png: a.tiff"},
+                   {"decode", "a.dcm", "-o", "a.bmp"},
+                   "--output must end in .npy, .nrrd, .raw, .png, .tiff or .jpg: a.bmp"},
         WrongUsage{"FramesBackwards",
                    {"decode", "a.dcm", "-o", "a.npy", "--frames", "3-1"},
                    "--frames wants A or A-B, 0-based, A not above B: 3-1"},
@@ -70,20 +70,20 @@ INSTANTIATE_TEST_SUITE_P(
                    "--window wants CENTRE,WIDTH"},
         WrongUsage{"WindowForNoPicture",
                    {"decode", "a.dcm", "-o", "a.npy", "--window", "1,2"},
-                   "--window and --overlays shape pictures: they go with .png only"},
+                   "--window and --overlays shape pictures: they go with .png or .jpg only"},
         WrongUsage{"OverlaysForNoPicture",
                    {"decode", "a.dcm", "-o", "a.raw", "--overlays"},
-                   "--window and --overlays shape pictures: they go with .png only"},
+                   "--window and --overlays shape pictures: they go with .png or .jpg only"},
         WrongUsage{"WindowOnStoredSamples",
                    {"decode", "a.dcm", "-o", "a.png", "--stored", "--window", "1,2"},
                    "--stored excludes --window"},
         WrongUsage{"SheetWithoutOutput", {"sheet", "a.dcm"}, "--output is required"},
         WrongUsage{"SheetIntoAnotherKindOfPicture",
-                   {"sheet", "a.dcm", "-o", "a.jpg"},
-                   "--output: a.jpg does not end in .png"},
+                   {"sheet", "a.dcm", "-o", "a.bmp"},
+                   "--output: a.bmp does not end in .png or .jpg"},
         WrongUsage{"PlotIntoAnotherKindOfPicture",
                    {"lut", "a.dcm", "-o", "a"},
-                   "--output: a does not end in .png"},
+                   "--output: a does not end in .png or .jpg"},
         WrongUsage{"SheetOfNoColumns",
                    {"sheet", "a.dcm", "-o", "a.png", "--columns", "0"},
                    "--columns: Value 0 not in range"},
@@ -92,8 +92,8 @@ INSTANTIATE_TEST_SUITE_P(
                    "--window wants CENTRE,WIDTH"},
         WrongUsage{"SplitWithoutOutput", {"split", "a.dcm"}, "--output is required"},
         WrongUsage{"SplitIntoUnknownFormat",
-                   {"split", "a.dcm", "-o", "a", "--format", "tiff"},
-                   "--format: tiff not in {nrrd,npy}"},
+                   {"split", "a.dcm", "-o", "a", "--format", "bmp"},
+                   "--format: bmp not in {nrrd,npy,tiff}"},
         WrongUsage{"ExportOfUnknownType",
                    {"export", "--pixels", "a", "--rows", "1", "--columns", "1", "-o", "b", "--type",
                     "f32"},
@@ -127,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(Verbs, HelpOfVerb,
 
 TEST(ZrdcmHelp, ListsTheTypesOfAnOptionOnce) {
   EXPECT_THAT(runZrdcm({"export", "--help"}).output, HasSubstr("--type u8|u16|s16  "));
-  EXPECT_THAT(runZrdcm({"split", "--help"}).output, HasSubstr("--format nrrd|npy  "));
+  EXPECT_THAT(runZrdcm({"split", "--help"}).output, HasSubstr("--format nrrd|npy|tiff  "));
 }
 
 TEST(ZrdcmVersion, IsThatOfTheProjectOfDcmtkAndOfOtherDecoders) {

@@ -24,6 +24,9 @@ struct ArrayDescription {
   std::array<double, 3> spacingMm{kUnknown, kUnknown, kUnknown};
   std::string content;                                          ///< one line about the image
   std::vector<std::pair<std::string, std::string>> attributes;  ///< further keys and values
+  /// ICC profile of colour, as the dataset has it (PS3.3 C.11.15); empty when there is none. It goes
+  /// into PNG, TIFF and JPEG.
+  std::vector<unsigned char> iccProfile;
 };
 
 /// Yields one frame of an array; its samples are used before the next one is asked for.
@@ -34,6 +37,9 @@ struct ArrayToWrite {
   SampleArray layout;  ///< of all frames; its bytes are not used
   FrameAt frameAt;     ///< frames 0 to `layout.frames` - 1 are asked for, each once and in order
   ArrayDescription description;
+  bool compressed = false;  ///< without loss, where the format leaves the choice: kCompression
+  /// Is told in a line what was left out of the file; may be empty.
+  std::function<void(const std::string& text)> remark = {};
 };
 
 /// An array whose samples are there. They have to stay until it is written.
@@ -51,6 +57,7 @@ enum FormatContent : unsigned {
   kForEyes = 64,         ///< a picture: samples go through a window first, unless they are kept
   kThirtyTwoBits = 128,  ///< integers of four bytes
   kFloatingPoint = 256,  ///< floating-point numbers of four and eight bytes
+  kCompression = 512,    ///< samples as they are or compressed, as the caller wants it
 };
 
 /// A format that arrays are written in: a row of the table.
@@ -65,6 +72,9 @@ struct OutputFormat {
   /// @throws Error CannotWrite
   void (*write)(const std::filesystem::path& target, const ProtectedInputs& inputs,
                 const ArrayToWrite& array);
+
+  /// Another ending that its files may have, in lower case; null when there is none.
+  const char* otherEnding = nullptr;
 
   bool holds(FormatContent content) const { return (contents & content) != 0; }
 };
@@ -95,8 +105,9 @@ ZRIMAGING_API void addFormat(const OutputFormat& format);
 ZRIMAGING_API void writeArray(const OutputFormat& format, const std::filesystem::path& target,
                               const ProtectedInputs& inputs, const ArrayToWrite& array);
 
-/// Writes samples as a picture: the PNG format of the table.
-/// `frame` is one frame, gray or RGB, 8 or 16 bits; signed samples keep their bits.
+/// Writes samples as a picture: in the format for pictures that the ending of the target means, in
+/// PNG when it means none.
+/// `frame` is one frame, gray or RGB, 8 bits, or 16 in PNG, where signed samples keep their bits.
 /// @throws Error as writeArray()
 ZRIMAGING_API void writePicture(const std::filesystem::path& target, const ProtectedInputs& inputs,
                                 const SampleArray& frame);

@@ -2,6 +2,7 @@
 // Completion for shells. Both scripts find the verb among the words so far and offer its options
 // and the global ones, the choices of a value where there are a few, and files everywhere else.
 #include "CommandTree.h"
+#include "FormatOption.h"
 
 #include <sstream>
 
@@ -72,8 +73,8 @@ std::string zshAction(const std::string& value) {
   if (value == "DIR") {
     return "_files -/";
   }
-  const bool isFile =
-      value == "FILE" || value == "OUT" || value == "PNG" || value == "JSON" || value == "RAW";
+  const bool isFile = value == "FILE" || value == "OUT" || value == kPictureTypeName ||
+                      value == "JSON" || value == "RAW";
   return isFile ? "_files" : " ";
 }
 

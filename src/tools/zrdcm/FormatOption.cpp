@@ -3,7 +3,6 @@
 #include "FormatOption.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace zrdcm {
 
@@ -60,13 +59,6 @@ std::string checkPictureName(const std::string& name) {
 
 std::string pictureEnding() {
   return pictureFormats().front()->ending;
-}
-
-std::string pictureTypeName() {
-  std::string names = namesJoined(pictureFormats(), "|");
-  std::transform(names.begin(), names.end(), names.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-  return names;
 }
 
 }  // namespace zrdcm

@@ -31,7 +31,7 @@ std::string checkPictureName(const std::string& name);
 /// The ending of pictures whose names are made here.
 std::string pictureEnding();
 
-/// What stands for the name of a picture in help texts: "PNG".
-std::string pictureTypeName();
+/// What stands for the name of a picture in help texts.
+constexpr const char* kPictureTypeName = "PICTURE";
 
 }  // namespace zrdcm

@@ -258,8 +258,10 @@ int showTables(const LutOptions& options) {
 VerbAction configureLut(CLI::App& command) {
   auto options = std::make_shared<LutOptions>();
   command.add_option("file", options->file, "The DICOM file")->type_name("FILE")->required();
-  command.add_option("-o,--output", options->output, "Plot the tables into this picture")
-      ->type_name(pictureTypeName())
+  command
+      .add_option("-o,--output", options->output,
+                  "Plot the tables into this picture: " + endingsInWords(pictureFormats()))
+      ->type_name(kPictureTypeName)
       ->check(checkPictureName);
   command.add_flag("--json", options->json, "Print the tables as JSON");
   command.footer(kFooter);

@@ -144,8 +144,10 @@ VerbAction configureSheet(CLI::App& command) {
   command.add_option("files", options->files, "The DICOM file, or the files of a series")
       ->type_name("FILE")
       ->required();
-  command.add_option("-o,--output", options->output, "The picture to write")
-      ->type_name(pictureTypeName())
+  command
+      .add_option("-o,--output", options->output,
+                  "The picture to write: " + endingsInWords(pictureFormats()))
+      ->type_name(kPictureTypeName)
       ->check(checkPictureName)
       ->required();
   command.add_option("--window", options->window, "Show these modality values")->type_name("C,W");

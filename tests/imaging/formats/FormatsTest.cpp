@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // The table of output formats, and what each row writes.
+#include "imaging/formats/FormatFixture.h"
 #include "support/RowName.h"
-#include "support/TempDir.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/Output.h"
 
@@ -10,9 +10,9 @@
 
 #include <array>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
+#include <zlib.h>
 #include <zrimaging/Formats.h>
 
 namespace {
@@ -33,20 +33,12 @@ std::vector<std::string> namesOf(const std::vector<const OutputFormat*>& formats
 }
 
 /// Two frames of one row with three samples of two bytes.
-class WrittenArray : public testing::Test {
+class WrittenArray : public FormatFixture {
 protected:
   SampleArray samples() const {
     return {reinterpret_cast<const unsigned char*>(values_.data()), SampleType::kU16, 2, 1, 3, 1};
   }
 
-  std::string bytesAs(const char* name, const zr::ArrayToWrite& array) const {
-    const std::filesystem::path target = folder_.file("out");
-    zr::writeArray(*zr::formatNamed(name), target, zr::ProtectedInputs(), array);
-    std::ifstream stream(target, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-  }
-
-  support::TempDir folder_;
   std::array<std::uint16_t, 6> values_ = {0x0102, 3, 4, 5, 6, 0xFFFE};
 };
 
@@ -56,25 +48,29 @@ const std::string kSampleBytes(kSamplesInLittleEndian, 12);
 TEST(Formats, AreListedInTheOrderOfTheirRows) {
   const std::vector<std::string> names = namesOf(zr::formats());
 
-  EXPECT_EQ(std::vector<std::string>(names.begin(), names.begin() + 4),
-            (std::vector<std::string>{"npy", "nrrd", "raw", "png"}));
+  EXPECT_EQ(std::vector<std::string>(names.begin(), names.begin() + 6),
+            (std::vector<std::string>{"npy", "nrrd", "raw", "png", "tiff", "jpeg"}));
 }
 
 TEST(Formats, AreFoundByWhatTheyHold) {
-  EXPECT_THAT(namesOf(zr::formatsWith(zr::kForEyes)), ElementsAre("png"));
-  EXPECT_THAT(namesOf(zr::formatsWith(zr::kDescription)), ElementsAre("nrrd"));
+  EXPECT_THAT(namesOf(zr::formatsWith(zr::kForEyes)), ElementsAre("png", "jpeg"));
+  EXPECT_THAT(namesOf(zr::formatsWith(zr::kDescription)), ElementsAre("nrrd", "tiff"));
   EXPECT_THAT(namesOf(zr::formatsWith(zr::kDescription | zr::kForEyes)), IsEmpty());
 }
 
 TEST(Formats, AreFoundByEndingInCapitalsOrNot) {
   EXPECT_STREQ(zr::formatOf("folder.png/a.NRRD")->name, "nrrd");
-  EXPECT_EQ(zr::formatOf("a.tiff"), nullptr);
+  EXPECT_STREQ(zr::formatOf("a.Tif")->name, "tiff");
+  EXPECT_STREQ(zr::formatOf("a.tiff")->name, "tiff");
+  EXPECT_STREQ(zr::formatOf("a.JPG")->name, "jpeg");
+  EXPECT_STREQ(zr::formatOf("a.jpeg")->name, "jpeg");
+  EXPECT_EQ(zr::formatOf("a.bmp"), nullptr);
   EXPECT_EQ(zr::formatOf("npy"), nullptr);
 }
 
 TEST(Formats, AreFoundByName) {
   EXPECT_STREQ(zr::formatNamed("raw")->ending, ".raw");
-  EXPECT_EQ(zr::formatNamed("tiff"), nullptr);
+  EXPECT_EQ(zr::formatNamed("tif"), nullptr);
 }
 
 TEST_F(WrittenArray, AsRawIsTheSamplesInLittleEndian) {
@@ -103,6 +99,74 @@ TEST_F(WrittenArray, AsNrrdHasItsDescriptionInTheHeader) {
                 kSampleBytes);
 }
 
+TEST_F(WrittenArray, OfSixteenBitsIsRefusedByJpeg) {
+  try {
+    (void)bytesAs("jpeg", zr::arrayOf(samples().frame(0)));
+    FAIL() << "written";
+  } catch (const zr::Error& error) {
+    EXPECT_EQ(error.what(), "cannot write " + target().string() +
+                                ": files of the format jpeg do not hold samples of 16 bits: npy, "
+                                "nrrd, raw, png and tiff do");
+  }
+}
+
+// ---- gzip ----
+
+std::string gunzip(const std::string& bytes) {
+  constexpr int kGzipWrapper = 16;
+  z_stream state{};
+  EXPECT_EQ(inflateInit2(&state, MAX_WBITS + kGzipWrapper), Z_OK);
+  std::string copy = bytes;
+  std::string inflated(std::size_t{1} << 20U, '\0');
+  state.next_in = reinterpret_cast<Bytef*>(copy.data());
+  state.avail_in = static_cast<uInt>(copy.size());
+  state.next_out = reinterpret_cast<Bytef*>(inflated.data());
+  state.avail_out = static_cast<uInt>(inflated.size());
+  EXPECT_EQ(inflate(&state, Z_FINISH), Z_STREAM_END);
+  EXPECT_EQ(state.avail_in, 0U);
+  inflated.resize(state.total_out);
+  inflateEnd(&state);
+  return inflated;
+}
+
+TEST_F(WrittenArray, AsNrrdIsGzipOnRequest) {
+  zr::ArrayToWrite array = zr::arrayOf(samples());
+  array.compressed = true;
+
+  const std::string bytes = bytesAs("nrrd", array);
+
+  const std::string header =
+      "NRRD0004\ntype: uint16\ndimension: 3\nsizes: 3 1 2\nkinds: domain domain domain\n"
+      "endian: little\nencoding: gzip\n\n";
+  ASSERT_EQ(bytes.substr(0, header.size()), header);
+  EXPECT_EQ(gunzip(bytes.substr(header.size())), kSampleBytes);
+}
+
+// More than a block that comes out of the compression at a time.
+TEST_F(WrittenArray, ThatDoesNotShrinkIsGzipInSeveralBlocks) {
+  const std::vector<unsigned char> scattered = scatteredBytes(600000);
+  zr::ArrayToWrite array = zr::arrayOf({scattered.data(), SampleType::kU8, 3, 200, 1000, 1});
+  array.compressed = true;
+
+  const std::string bytes = bytesAs("nrrd", array);
+
+  EXPECT_TRUE(gunzip(bytes.substr(bytes.find("\n\n") + 2)) ==
+              std::string(scattered.begin(), scattered.end()));
+}
+
+TEST_F(WrittenArray, IsNotCompressedByAFormatThatCannot) {
+  zr::ArrayToWrite array = zr::arrayOf(samples());
+  array.compressed = true;
+  try {
+    (void)bytesAs("npy", array);
+    FAIL() << "written";
+  } catch (const zr::Error& error) {
+    EXPECT_EQ(error.what(), "cannot write " + target().string() +
+                                ": files of the format npy do not hold samples compressed on "
+                                "request: nrrd and tiff do");
+  }
+}
+
 TEST_F(WrittenArray, ComesFrameByFrame) {
   std::vector<std::size_t> asked;
   const SampleArray all = samples();
@@ -121,9 +185,10 @@ TEST_F(WrittenArray, IsRefusedByAFormatThatDoesNotHoldIt) {
     FAIL() << "two frames in one picture";
   } catch (const zr::Error& error) {
     EXPECT_EQ(error.reason(), zr::Reason::Unsupported);
-    EXPECT_EQ(error.what(),
-              "cannot write " + folder_.file("out").string() +
-                  ": files of the format png do not hold several frames: npy, nrrd and raw do");
+    EXPECT_EQ(
+        error.what(),
+        "cannot write " + folder_.file("out").string() +
+            ": files of the format png do not hold several frames: npy, nrrd, raw and tiff do");
   }
   EXPECT_FALSE(std::filesystem::exists(folder_.file("out")));
 }
@@ -202,12 +267,14 @@ TEST_P(SamplesThatNoPictureHolds, AreRefusedWithTheFormatsThatDo) {
 
 INSTANTIATE_TEST_SUITE_P(
     Types, SamplesThatNoPictureHolds,
-    testing::Values(
-        RefusedSamples{"Unsigned32", SampleType::kU32, "samples of 32 bits: npy, nrrd and raw do"},
-        RefusedSamples{"Signed32", SampleType::kS32, "samples of 32 bits: npy, nrrd and raw do"},
-        RefusedSamples{"Float32", SampleType::kF32, "floating-point samples: npy, nrrd and raw do"},
-        RefusedSamples{"Float64", SampleType::kF64,
-                       "floating-point samples: npy, nrrd and raw do"}),
+    testing::Values(RefusedSamples{"Unsigned32", SampleType::kU32,
+                                   "samples of 32 bits: npy, nrrd, raw and tiff do"},
+                    RefusedSamples{"Signed32", SampleType::kS32,
+                                   "samples of 32 bits: npy, nrrd, raw and tiff do"},
+                    RefusedSamples{"Float32", SampleType::kF32,
+                                   "floating-point samples: npy, nrrd, raw and tiff do"},
+                    RefusedSamples{"Float64", SampleType::kF64,
+                                   "floating-point samples: npy, nrrd, raw and tiff do"}),
     support::nameOf<RefusedSamples>);
 
 TEST_F(WrittenArray, AsPictureIsPng) {

@@ -18,7 +18,8 @@ namespace {
 constexpr unsigned kAnySamples = kColour | kSixteenBits | kThirtyTwoBits | kFloatingPoint | kSigned;
 
 constexpr OutputFormat kOwnFormats[] = {
-#define ZR_FORMAT(name, contents, writer, summary) {name, "." name, contents, summary, writer},
+#define ZR_FORMAT(name, ending, otherEnding, contents, writer, summary) \
+  {name, ending, contents, summary, writer, otherEnding},
 #include "zrimaging/formats/Formats.def"
 #undef ZR_FORMAT
 };
@@ -55,7 +56,8 @@ struct Need {
   const char* what;
 };
 
-std::vector<Need> needsOf(const SampleArray& array) {
+std::vector<Need> needsOf(const ArrayToWrite& toWrite) {
+  const SampleArray& array = toWrite.layout;
   const bool integer = !isFloatingPoint(array.type);
   const std::vector<Need> all = {
       {array.channels != 1, kColour, "colour"},
@@ -63,7 +65,8 @@ std::vector<Need> needsOf(const SampleArray& array) {
       {integer && bytesOf(array.type) == 4, kThirtyTwoBits, "samples of 32 bits"},
       {!integer, kFloatingPoint, "floating-point samples"},
       {isSigned(array.type), kSigned, "signed samples"},
-      {array.frames > 1, kSeveralFrames, "several frames"}};
+      {array.frames > 1, kSeveralFrames, "several frames"},
+      {toWrite.compressed, kCompression, "samples compressed on request"}};
   std::vector<Need> needs;
   std::copy_if(all.begin(), all.end(), std::back_inserter(needs),
                [](const Need& need) { return need.needed; });
@@ -86,7 +89,7 @@ std::string formatsThatDo(const std::vector<Need>& needs) {
 }
 
 void requireRoom(const OutputFormat& format, const std::filesystem::path& target,
-                 const SampleArray& array) {
+                 const ArrayToWrite& array) {
   const std::vector<Need> needs = needsOf(array);
   for (const Need& need : needs) {
     if (!format.holds(need.content)) {
@@ -124,12 +127,17 @@ const OutputFormat* formatNamed(const std::string& name) {
 
 const OutputFormat* formatOf(const std::filesystem::path& path) {
   const std::string ending = lowerCase(path.extension().string());
-  return findFormat([&ending](const OutputFormat& format) { return ending == format.ending; });
+  return findFormat([&ending](const OutputFormat& format) {
+    return ending == format.ending ||
+           (format.otherEnding != nullptr && ending == format.otherEnding);
+  });
 }
 
 void addFormat(const OutputFormat& format) {
   if (formatNamed(format.name) != nullptr ||
-      formatOf(std::string("a") + format.ending) != nullptr) {
+      formatOf(std::string("a") + format.ending) != nullptr ||
+      (format.otherEnding != nullptr &&
+       formatOf(std::string("a") + format.otherEnding) != nullptr)) {
     throw Error(Reason::Unsupported, std::string("there is a format ") + format.name + " already");
   }
   table().push_back(&format);
@@ -137,13 +145,15 @@ void addFormat(const OutputFormat& format) {
 
 void writeArray(const OutputFormat& format, const std::filesystem::path& target,
                 const ProtectedInputs& inputs, const ArrayToWrite& array) {
-  requireRoom(format, target, array.layout);
+  requireRoom(format, target, array);
   format.write(target, inputs, array);
 }
 
 void writePicture(const std::filesystem::path& target, const ProtectedInputs& inputs,
                   const SampleArray& frame) {
-  writeArray(*formatNamed("png"), target, inputs, arrayOf(frame));
+  const OutputFormat* const format = formatOf(target);
+  const bool forEyes = format != nullptr && format->holds(kForEyes);
+  writeArray(forEyes ? *format : *formatNamed("png"), target, inputs, arrayOf(frame));
 }
 
 }  // namespace zr

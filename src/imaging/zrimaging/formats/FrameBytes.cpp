@@ -12,10 +12,10 @@ namespace zr {
 
 namespace {
 
-void writeSamples(OutputFile& file, const SampleArray& array) {
+void writeSamples(const ByteSink& sink, const SampleArray& array) {
   const std::size_t sampleBytes = bytesOf(array.type);
   if (sampleBytes == 1 || std::endian::native == std::endian::little) {
-    file.write(array.bytes, array.byteCount());
+    sink(array.bytes, array.byteCount());
     return;
   }
   std::vector<unsigned char> row(array.columns * array.channels * sampleBytes);
@@ -23,15 +23,19 @@ void writeSamples(OutputFile& file, const SampleArray& array) {
     for (std::size_t i = 0; i < row.size(); i += sampleBytes) {
       std::reverse_copy(array.bytes + at + i, array.bytes + at + i + sampleBytes, row.data() + i);
     }
-    file.write(row.data(), row.size());
+    sink(row.data(), row.size());
   }
 }
 
 }  // namespace
 
-void writeFrames(OutputFile& file, const ArrayToWrite& array) {
+ByteSink sinkInto(OutputFile& file) {
+  return [&file](const void* bytes, std::size_t count) { file.write(bytes, count); };
+}
+
+void writeFrames(const ByteSink& sink, const ArrayToWrite& array) {
   for (std::size_t index = 0; index < array.layout.frames; ++index) {
-    writeSamples(file, array.frameAt(index));
+    writeSamples(sink, array.frameAt(index));
   }
 }
 

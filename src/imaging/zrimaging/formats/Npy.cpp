@@ -69,7 +69,7 @@ void writeNpy(const std::filesystem::path& target, const ProtectedInputs& inputs
               const ArrayToWrite& array) {
   OutputFile file(target, inputs);
   file.write(npyHeader(array.layout));
-  writeFrames(file, array);
+  writeFrames(sinkInto(file), array);
   file.commit();
 }
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// NRRD with an attached header (NRRD0004, encoding raw): axes columns, rows, frames, and in front
+// NRRD with an attached header (NRRD0004, encoding raw, or gzip on request): axes columns, rows, frames, and in front
 // of them the three channels of colour. See https://teem.sourceforge.net/nrrd/format.html
 #include "zrimaging/Output.h"
 #include "zrimaging/Text.h"
 #include "zrimaging/formats/FrameBytes.h"
+#include "zrimaging/formats/Gzip.h"
 #include "zrimaging/formats/Writers.h"
 
 #include <algorithm>
@@ -41,7 +42,9 @@ std::string oneLine(std::string text) {
   return text;
 }
 
-std::string nrrdHeader(const SampleArray& array, const ArrayDescription& description) {
+std::string nrrdHeader(const ArrayToWrite& toWrite) {
+  const SampleArray& array = toWrite.layout;
+  const ArrayDescription& description = toWrite.description;
   const bool colour = array.channels != 1;
   const std::string channelSize = colour ? std::to_string(array.channels) + " " : "";
   std::string text = "NRRD0004\n";
@@ -54,7 +57,7 @@ std::string nrrdHeader(const SampleArray& array, const ArrayDescription& descrip
           std::to_string(array.rows) + " " + std::to_string(array.frames) + "\n";
   text += spacingField(description, colour);
   text += std::string("kinds: ") + (colour ? "RGB-color " : "") + "domain domain domain\n";
-  text += "endian: little\nencoding: raw\n";
+  text += std::string("endian: little\nencoding: ") + (toWrite.compressed ? "gzip\n" : "raw\n");
   for (const auto& [key, value] : description.attributes) {
     text += key + ":=" + oneLine(value) + "\n";
   }
@@ -66,8 +69,14 @@ std::string nrrdHeader(const SampleArray& array, const ArrayDescription& descrip
 void writeNrrd(const std::filesystem::path& target, const ProtectedInputs& inputs,
                const ArrayToWrite& array) {
   OutputFile file(target, inputs);
-  file.write(nrrdHeader(array.layout, array.description));
-  writeFrames(file, array);
+  file.write(nrrdHeader(array));
+  if (array.compressed) {
+    GzipStream gzip(sinkInto(file));
+    writeFrames([&gzip](const void* bytes, std::size_t count) { gzip.write(bytes, count); }, array);
+    gzip.finish();
+  } else {
+    writeFrames(sinkInto(file), array);
+  }
   file.commit();
 }
 

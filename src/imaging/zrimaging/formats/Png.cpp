@@ -3,6 +3,7 @@
 // (longjmp) never crosses a C++ object.
 #include "zrimaging/Error.h"
 #include "zrimaging/Output.h"
+#include "zrimaging/formats/IccProfile.h"
 #include "zrimaging/formats/Writers.h"
 
 #include <png.h>
@@ -10,6 +11,7 @@
 #include <bit>
 #include <csetjmp>
 #include <new>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,8 @@ namespace {
 struct Encoder {
   std::vector<unsigned char> bytes;
   std::string error;
+  std::string warning;          ///< the latest
+  bool profileRefused = false;  ///< libpng found the ICC profile wrong
 };
 
 void appendBytes(png_structp png, png_bytep bytes, png_size_t count) {
@@ -38,10 +42,13 @@ void keepError(png_structp png, png_const_charp message) {
   longjmp(png_jmpbuf(png), 1);
 }
 
-void ignoreWarning(png_structp, png_const_charp) {}
+void keepWarning(png_structp png, png_const_charp message) {
+  static_cast<Encoder*>(png_get_error_ptr(png))->warning = message;
+}
 
 // Holds nothing that needs destruction: libpng leaves it by longjmp on errors.
-bool encode(png_structp png, png_infop info, const SampleArray& frame, png_bytepp rows) {
+bool encode(png_structp png, png_infop info, const SampleArray& frame,
+            std::span<const unsigned char> profile, png_bytepp rows) {
   if (setjmp(png_jmpbuf(png)) != 0) {  // NOLINT(cert-err52-cpp): libpng's only way to fail
     return false;
   }
@@ -50,6 +57,13 @@ bool encode(png_structp png, png_infop info, const SampleArray& frame, png_bytep
                static_cast<png_uint_32>(frame.rows), twoBytes ? 16 : 8,
                frame.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  if (!profile.empty()) {
+    png_set_benign_errors(png, 1);  // a profile that libpng does not like is a warning
+    png_set_iCCP(png, info, "ICC profile", PNG_COMPRESSION_TYPE_BASE, profile.data(),
+                 static_cast<png_uint_32>(profile.size()));
+    static_cast<Encoder*>(png_get_error_ptr(png))->profileRefused =
+        png_get_valid(png, info, PNG_INFO_iCCP) == 0;
+  }
   png_write_info(png, info);
   if (twoBytes && std::endian::native == std::endian::little) {
     png_set_swap(png);  // PNG is big endian
@@ -78,17 +92,20 @@ void writePng(const std::filesystem::path& target, const ProtectedInputs& inputs
   Encoder encoder;
   std::vector<png_bytep> rows = rowPointers(frame);
   png_structp png =
-      png_create_write_struct(PNG_LIBPNG_VER_STRING, &encoder, keepError, ignoreWarning);
+      png_create_write_struct(PNG_LIBPNG_VER_STRING, &encoder, keepError, keepWarning);
   png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
   if (info == nullptr) {
     png_destroy_write_struct(&png, &info);
     throw std::bad_alloc();
   }
   png_set_write_fn(png, &encoder, appendBytes, flushNothing);
-  const bool encoded = encode(png, info, frame, rows.data());
+  const bool encoded = encode(png, info, frame, iccProfileFor(array), rows.data());
   png_destroy_write_struct(&png, &info);
   if (!encoded) {
     throw Error(Reason::CannotWrite, "cannot make " + target.string() + ": " + encoder.error);
+  }
+  if (encoder.profileRefused) {
+    remarkOnIccProfile(array, encoder.warning);
   }
   file.write(encoder.bytes.data(), encoder.bytes.size());
   file.commit();

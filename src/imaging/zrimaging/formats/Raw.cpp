@@ -9,7 +9,7 @@ namespace zr {
 void writeRaw(const std::filesystem::path& target, const ProtectedInputs& inputs,
               const ArrayToWrite& array) {
   OutputFile file(target, inputs);
-  writeFrames(file, array);
+  writeFrames(sinkInto(file), array);
   file.commit();
 }
 

@@ -6,7 +6,7 @@
 namespace zr {
 
 // The writers that Formats.def names, each in a file of its own.
-#define ZR_FORMAT(name, contents, writer, summary)                                \
+#define ZR_FORMAT(name, ending, otherEnding, contents, writer, summary)           \
   void writer(const std::filesystem::path& target, const ProtectedInputs& inputs, \
               const ArrayToWrite& array);
 #include "zrimaging/formats/Formats.def"
