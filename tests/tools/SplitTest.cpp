@@ -215,6 +215,19 @@ TEST_F(SplitFile, IsWrittenForNumPyOnRequest) {
   EXPECT_EQ(manifest_["volumes"][0]["file"], "volume-000.npy");
 }
 
+TEST_F(SplitFile, CompressesVolumesOnRequest) {
+  split(*nmFrames({1, 2}).build(), {"--compress"});
+
+  EXPECT_THAT(tools::readFile(output("volume-000.nrrd")), HasSubstr("\nencoding: gzip\n"));
+}
+
+TEST_F(SplitFile, WritesTiffWithAPageForEachSlice) {
+  split(*nmFrames({1, 2}).build(), {"--format", "tiff"});
+
+  EXPECT_EQ(manifest_["volumes"][0]["file"], "volume-000.tiff");
+  EXPECT_THAT(tools::readFile(output("volume-000.tiff")), HasSubstr("frame spacing: 2.5\n"));
+}
+
 TEST_F(SplitFile, KeepsTheOrderOfReversedSlicesAndSaysSo) {
   split(*support::monochromeImage(2, 2)
              .frames(3)

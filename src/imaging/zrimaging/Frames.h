@@ -52,6 +52,9 @@ struct FramesRecord {
   /// Null when there are none, or none were asked for.
   KtHandle<ZrOverlayData> overlays;
   std::string name;  ///< of the file, without folders; empty for bytes
+  /// ICC profile of colour as the dataset has it (PS3.3 C.11.15), not looked at; empty when there is
+  /// none.
+  std::vector<unsigned char> iccProfile;
 };
 
 /// What the user must know about the samples of a file, in one line.

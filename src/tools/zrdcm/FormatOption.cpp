@@ -2,6 +2,10 @@
 // The table of formats as options and help texts tell of it.
 #include "FormatOption.h"
 
+#include "UsageError.h"
+
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 
 namespace zrdcm {
@@ -44,6 +48,19 @@ std::string formatTable(const FormatList& formats) {
     text += line + "\n";
   }
   return text;
+}
+
+void addCompressOption(CLI::App& command, bool& compressed) {
+  command.add_flag(
+      "--compress", compressed,
+      "Compress the samples without loss: " + endingsInWords(zr::formatsWith(zr::kCompression)));
+}
+
+void refuseCompressionOf(const zr::OutputFormat& format, bool compressed) {
+  if (compressed && !format.holds(zr::kCompression)) {
+    throw UsageError("--compress is for " + endingsInWords(zr::formatsWith(zr::kCompression)) +
+                     " only");
+  }
 }
 
 FormatList pictureFormats() {

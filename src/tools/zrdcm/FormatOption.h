@@ -5,6 +5,10 @@
 #include <vector>
 #include <zrimaging/Formats.h>
 
+namespace CLI {
+class App;
+}
+
 namespace zrdcm {
 
 using FormatList = std::vector<const zr::OutputFormat*>;
@@ -20,6 +24,12 @@ std::string namesJoined(const FormatList& formats, const std::string& between);
 
 /// What the help says of each format: its ending, and what is written.
 std::string formatTable(const FormatList& formats);
+
+/// The option --compress for formats that leave the choice.
+void addCompressOption(CLI::App& command, bool& compressed);
+
+/// @throws UsageError when `compressed` is asked of a format that does not leave the choice
+void refuseCompressionOf(const zr::OutputFormat& format, bool compressed);
 
 /// The formats that pictures are written in.
 FormatList pictureFormats();

@@ -45,24 +45,36 @@ looks right; a modality LUT of angiography and fluoroscopy is not meant for pict
 
 Examples:
   zrdcm decode ct.dcm -o ct.png --window 40,400
-  zrdcm decode clip.dcm -o clip.npy --frames 0-9)";
+  zrdcm decode clip.dcm -o clip.npy --frames 0-9
+  zrdcm decode ct.dcm -o - --format nrrd --compress | ssh host 'cat > ct.nrrd')";
+
+constexpr const char* kStandardOutput = "-";
 
 struct DecodeOptions {
   std::string file;
   std::string output;
+  std::string format;
   std::string frames;
   std::string window;
   bool stored = false;
   bool overlays = false;
+  bool compressed = false;
   bool json = false;
+
+  bool toStandardOutput() const { return output == kStandardOutput; }
+  fs::path target() const { return toStandardOutput() ? "/dev/stdout" : output; }
 };
 
-const zr::OutputFormat& formatOf(const fs::path& output) {
-  if (const zr::OutputFormat* const format = zr::formatOf(output)) {
+const zr::OutputFormat& formatOf(const DecodeOptions& options) {
+  const zr::OutputFormat* const format =
+      options.format.empty() ? zr::formatOf(options.output) : zr::formatNamed(options.format);
+  if (format != nullptr) {
     return *format;
   }
-  throw UsageError("--output must end in " + endingsInWords(zr::formats()) + ": " +
-                   output.string());
+  if (options.toStandardOutput()) {
+    throw UsageError("--output - has no ending that tells the format: --format is needed");
+  }
+  throw UsageError("--output must end in " + endingsInWords(zr::formats()) + ": " + options.output);
 }
 
 std::optional<zr::FrameRange> framesWanted(const DecodeOptions& options) {
@@ -80,6 +92,24 @@ void refuseWhatOnlyPicturesHave(const DecodeOptions& options, const zr::OutputFo
   if (!format.holds(zr::kForEyes) && (!options.window.empty() || options.overlays)) {
     throw UsageError("--window and --overlays shape pictures: they go with " +
                      endingsInWords(pictureFormats()) + " only");
+  }
+}
+
+void refuseWhatStandardOutputCannot(const DecodeOptions& options) {
+  if (options.toStandardOutput() && options.json) {
+    throw UsageError("--json and --output - both go to standard output");
+  }
+}
+
+// Standard output is one file.
+void refuseSeveralFiles(const DecodeOptions& options, const zr::Image& image) {
+  const zr::OutputFormat& format = formatOf(options);
+  const std::optional<zr::FrameRange> wanted = framesWanted(options);
+  const std::size_t frames = wanted ? wanted->count() : image.frameCount();
+  if (options.toStandardOutput() && frames > 1 && !format.holds(zr::kSeveralFrames)) {
+    throw zr::Error(zr::Reason::Unsupported,
+                    std::to_string(frames) + " frames make as many files of the format " +
+                        format.name + ", and standard output takes one: --frames chooses a frame");
   }
 }
 
@@ -110,10 +140,11 @@ struct Decoded {
 
 Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memory) {
   const zr::DecodeRequest request{framesWanted(options), options.stored, options.overlays};
-  const bool shown = formatOf(options.output).holds(zr::kForEyes) && !options.stored;
+  const bool shown = formatOf(options).holds(zr::kForEyes) && !options.stored;
   zr::File file(options.file);
   const zr::Image image =
       shown ? zr::Image::forDisplay(std::move(file)) : zr::Image(std::move(file));
+  refuseSeveralFiles(options, image);
   Decoded decoded{image.decode(request, memory), std::nullopt};
   if (shown && decoded.frames.record().traits.monochrome) {
     decoded.display =
@@ -129,23 +160,47 @@ zr::Picture pictureOf(const Decoded& decoded, std::size_t index, bool withOverla
   return withOverlays ? zr::burnOverlays(grey, record, index) : grey;
 }
 
+/// Writes arrays as the options say. What has to be left out is told once, as the frames of a file
+/// mostly agree in it.
+class Writer {
+public:
+  Writer(const DecodeOptions& options, const zr::ProtectedInputs& inputs)
+      : options_(options), inputs_(inputs) {}
+
+  void write(const fs::path& target, zr::ArrayToWrite array) {
+    array.compressed = options_.compressed;
+    array.remark = [this](const std::string& text) {
+      if (text != told_) {
+        complain(options_.file + ": " + text);
+        told_ = text;
+      }
+    };
+    zr::writeArray(formatOf(options_), target, inputs_, array);
+  }
+
+private:
+  const DecodeOptions& options_;
+  const zr::ProtectedInputs& inputs_;
+  std::string told_;
+};
+
 std::vector<fs::path> writeFrameByFrame(const Decoded& decoded, const DecodeOptions& options,
                                         const zr::ProtectedInputs& inputs) {
-  const zr::OutputFormat& format = formatOf(options.output);
   const zr::FrameRange numbers = decoded.frames.numbers();
   for (std::size_t i = 0; i < numbers.count(); ++i) {
-    inputs.refuseToReplace(nameOfFrame(options.output, numbers, i));
+    inputs.refuseToReplace(nameOfFrame(options.target(), numbers, i));
   }
+  Writer writer(options, inputs);
   std::vector<fs::path> written;
   Progress progress("writing", numbers.count());
   for (std::size_t i = 0; i < numbers.count(); ++i) {
-    written.push_back(nameOfFrame(options.output, numbers, i));
+    written.push_back(nameOfFrame(options.target(), numbers, i));
     if (decoded.display) {
       const zr::Picture picture = pictureOf(decoded, i, options.overlays);
-      zr::writeArray(format, written.back(), inputs, zr::arrayOf(picture.view()));
+      writer.write(written.back(), zr::arrayOf(picture.view(), decoded.description({i})));
     } else {
-      zr::writeArray(format, written.back(), inputs,
-                     zr::arrayOf(decoded.frames.samples().frame(i), decoded.description({i})));
+      writer.write(written.back(),
+                   zr::arrayOf(decoded.frames.samples().frame(i), decoded.description({i})));
     }
     progress.advance();
   }
@@ -154,13 +209,13 @@ std::vector<fs::path> writeFrameByFrame(const Decoded& decoded, const DecodeOpti
 
 std::vector<fs::path> writeOutput(const Decoded& decoded, const DecodeOptions& options,
                                   const zr::ProtectedInputs& inputs) {
-  const zr::OutputFormat& format = formatOf(options.output);
-  if (!format.holds(zr::kSeveralFrames)) {
+  if (!formatOf(options).holds(zr::kSeveralFrames)) {
     return writeFrameByFrame(decoded, options, inputs);
   }
-  zr::writeArray(format, options.output, inputs,
-                 zr::arrayOf(decoded.frames.samples(), decoded.description(decoded.indices())));
-  return {options.output};
+  Writer(options, inputs)
+      .write(options.target(),
+             zr::arrayOf(decoded.frames.samples(), decoded.description(decoded.indices())));
+  return {options.target()};
 }
 
 // The line is that of the samples as decoding leaves them: shifted, or mapped by a table.
@@ -201,11 +256,13 @@ nlohmann::ordered_json report(const Decoded& decoded, const std::string& file,
 }
 
 int decode(const DecodeOptions& options, const zr::MemoryBudget& memory) {
-  refuseWhatOnlyPicturesHave(options, formatOf(options.output));
+  refuseWhatOnlyPicturesHave(options, formatOf(options));
+  refuseCompressionOf(formatOf(options), options.compressed);
+  refuseWhatStandardOutputCannot(options);
   (void)windowFromOption(options.window);  // wrong usage shows before any work is done
   const zr::ProtectedInputs inputs({options.file});
-  if (formatOf(options.output).holds(zr::kSeveralFrames)) {  // else frames decide the names
-    inputs.refuseToReplace(options.output);
+  if (formatOf(options).holds(zr::kSeveralFrames)) {  // else frames decide the names
+    inputs.refuseToReplace(options.target());
   }
   (void)framesWanted(options);
   Decoded decoded = withFileNamed(options.file, [&] { return decodeAsAsked(options, memory); });
@@ -228,9 +285,13 @@ VerbAction configureDecode(CLI::App& command) {
   command.add_option("file", options->file, "The DICOM file")->type_name("FILE")->required();
   command
       .add_option("-o,--output", options->output,
-                  "Where to write: " + endingsInWords(zr::formats()))
+                  "Where to write: " + endingsInWords(zr::formats()) + "; - for standard output")
       ->type_name("OUT")
       ->required();
+  command.add_option("--format", options->format, "What is written, whatever the ending of OUT")
+      ->type_name(namesJoined(zr::formats(), "|"))
+      ->check(CLI::IsMember(namesOf(zr::formats())).description(""));
+  addCompressOption(command, options->compressed);
   command.add_option("--frames", options->frames, "Frame A, or frames A to B, 0-based")
       ->type_name("A[-B]");
   CLI::Option* stored =
@@ -243,8 +304,8 @@ VerbAction configureDecode(CLI::App& command) {
                 "Draw the overlays that are embedded in the samples into the picture")
       ->excludes(stored);
   command.add_flag("--json", options->json, "Describe on stdout what was written");
-  command.footer("The ending of OUT decides what is written:\n" + formatTable(zr::formats()) +
-                 kFooterAboutSamples);
+  command.footer("The ending of OUT, or --format, decides what is written:\n" +
+                 formatTable(zr::formats()) + kFooterAboutSamples);
   return [options](const zr::MemoryBudget& memory) { return decode(*options, memory); };
 }
 

@@ -56,6 +56,7 @@ struct SplitOptions {
   std::string folder;
   std::string format = "nrrd";
   std::string window;
+  bool compressed = false;
   bool json = false;
 };
 
@@ -108,7 +109,8 @@ void writeVolume(const SplitOptions& options, const SplitImage& split,
   };
   zr::writeArray(*zr::formatNamed(options.format), target, inputs,
                  {split.record().traits.layout(volume.frames.size()), frameAt,
-                  zr::describeArray(split.record(), volume.frames)});
+                  zr::describeArray(split.record(), volume.frames), options.compressed,
+                  [&options](const std::string& text) { complain(options.file + ": " + text); }});
 }
 
 void writeVolumeSheet(const std::string& file, const SplitImage& split, std::size_t number,
@@ -260,6 +262,7 @@ void listFiles(const SplitOptions& options, const Json& manifest) {
 
 int writeSplit(const SplitOptions& options, const zr::MemoryBudget& memory) {
   // Wrong usage shows before any work is done.
+  refuseCompressionOf(*zr::formatNamed(options.format), options.compressed);
   const std::optional<zr::Window> window = windowFromOption(options.window);
   const SplitImage split =
       withFileNamed(options.file, [&] { return openSplit(options.file, window, memory); });
@@ -294,6 +297,7 @@ VerbAction configureSplit(CLI::App& command) {
                   "What volumes are written as, " + options->format + " when not said")
       ->type_name(namesJoined(formats, "|"))
       ->check(CLI::IsMember(namesOf(formats)).description(""));
+  addCompressOption(command, options->compressed);
   command.add_option("--window", options->window, "Show these modality values in the sheets")
       ->type_name("C,W");
   command.add_flag("--json", options->json, "Print the manifest on stdout");

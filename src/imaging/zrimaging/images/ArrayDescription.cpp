@@ -101,6 +101,7 @@ ArrayDescription describeArray(const FramesRecord& record,
   return atBoundary([&]() -> ArrayDescription {
     ArrayDescription header;
     header.content = record.name;
+    header.iccProfile = record.iccProfile;
     if (indices.empty()) {
       return header;
     }

@@ -11,6 +11,7 @@
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/FrameDecoder.h"
 #include "zrimaging/images/FrameNumbers.h"
+#include "zrimaging/images/IccProfile.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -31,6 +32,9 @@ public:
     oneFrame_.resize(decoder_.frameBytes());
     record_.traits = decoder_.traits();
     record_.name = image_.file().path().filename().string();
+    if (!record_.traits.monochrome) {
+      record_.iccProfile = readIccProfile(image_.file().dataset());
+    }
     try {
       (void)decode(0);  // a file that does not decode is refused now
       if (count_ > std::numeric_limits<std::uint16_t>::max()) {

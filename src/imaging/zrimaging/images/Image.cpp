@@ -12,6 +12,7 @@
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/FrameDecoder.h"
 #include "zrimaging/images/FrameNumbers.h"
+#include "zrimaging/images/IccProfile.h"
 #include "zrimaging/images/ModalityTable.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
@@ -255,6 +256,9 @@ DecodedFrames Image::decode(const DecodeRequest& request, const MemoryBudget& me
     record.traits = decoding.traits();
     record.firstNumber = decoding.wanted().first;
     record.name = file_->path().filename().string();
+    if (!record.traits.monochrome) {
+      record.iccProfile = readIccProfile(file_->dataset());
+    }
     const PerFrameAttributes& all = attributesOf(decoding.wanted().last + 1);
     record.attributes = all;
     const auto first = all.frames.begin() + static_cast<std::ptrdiff_t>(decoding.wanted().first);
