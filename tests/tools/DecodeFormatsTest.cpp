@@ -167,6 +167,28 @@ TEST_F(DecodeFormats, ThatLeaveNoChoiceAreNotCompressedOnRequest) {
   EXPECT_THAT(outcome.errors, StartsWith("zrdcm: --compress is for .nrrd or .tiff only\n"));
 }
 
+TEST_F(DecodeFormats, WithLossAreAsCoarseAsAskedFor) {
+  ASSERT_EQ(runZrdcm({"decode", file("one.dcm"), "-o", file("a.jpg"), "--quality", "50"}).status,
+            0);
+
+  // The luminance table of quality 50 is that of the standard: ISO/IEC 10918-1, K.1.
+  EXPECT_THAT(tools::readFile(file("a.jpg")),
+              HasSubstr(std::string("\xFF\xDB\0\x43\0\x10\x0B\x0C\x0E", 9)));
+}
+
+TEST_F(DecodeFormats, WithoutLossHaveNoQuality) {
+  const Outcome outcome =
+      runZrdcm({"decode", file("one.dcm"), "-o", file("a.png"), "--quality", "50"});
+
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.errors, StartsWith("zrdcm: --quality is for .jpg only\n"));
+}
+
+TEST_F(DecodeFormats, HaveAQualityBetweenOneAndAHundred) {
+  EXPECT_EQ(runZrdcm({"decode", file("one.dcm"), "-o", file("a.jpg"), "--quality", "101"}).status,
+            2);
+}
+
 // ---- ICC profiles ----
 
 /// A profile that has the lengths and names of one (ICC.1, 7.2), and a text by which a test finds it.

@@ -40,6 +40,7 @@ struct ArrayToWrite {
   bool compressed = false;  ///< without loss, where the format leaves the choice: kCompression
   /// Is told in a line what was left out of the file; may be empty.
   std::function<void(const std::string& text)> remark = {};
+  int quality = 90;  ///< of formats with loss, from 1 (coarse) to 100 (fine): kLossy
 };
 
 /// An array whose samples are there. They have to stay until it is written.
@@ -58,6 +59,7 @@ enum FormatContent : unsigned {
   kThirtyTwoBits = 128,  ///< integers of four bytes
   kFloatingPoint = 256,  ///< floating-point numbers of four and eight bytes
   kCompression = 512,    ///< samples as they are or compressed, as the caller wants it
+  kLossy = 1024,         ///< samples come back a little different: ArrayToWrite::quality
 };
 
 /// A format that arrays are written in: a row of the table.

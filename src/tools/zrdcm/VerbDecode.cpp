@@ -58,6 +58,7 @@ struct DecodeOptions {
   std::string window;
   bool stored = false;
   bool overlays = false;
+  std::optional<int> quality;
   bool compressed = false;
   bool json = false;
 
@@ -92,6 +93,12 @@ void refuseWhatOnlyPicturesHave(const DecodeOptions& options, const zr::OutputFo
   if (!format.holds(zr::kForEyes) && (!options.window.empty() || options.overlays)) {
     throw UsageError("--window and --overlays shape pictures: they go with " +
                      endingsInWords(pictureFormats()) + " only");
+  }
+}
+
+void refuseQualityWithoutLoss(const DecodeOptions& options) {
+  if (options.quality && !formatOf(options).holds(zr::kLossy)) {
+    throw UsageError("--quality is for " + endingsInWords(zr::formatsWith(zr::kLossy)) + " only");
   }
 }
 
@@ -169,6 +176,7 @@ public:
 
   void write(const fs::path& target, zr::ArrayToWrite array) {
     array.compressed = options_.compressed;
+    array.quality = options_.quality.value_or(array.quality);
     array.remark = [this](const std::string& text) {
       if (text != told_) {
         complain(options_.file + ": " + text);
@@ -258,6 +266,7 @@ nlohmann::ordered_json report(const Decoded& decoded, const std::string& file,
 int decode(const DecodeOptions& options, const zr::MemoryBudget& memory) {
   refuseWhatOnlyPicturesHave(options, formatOf(options));
   refuseCompressionOf(formatOf(options), options.compressed);
+  refuseQualityWithoutLoss(options);
   refuseWhatStandardOutputCannot(options);
   (void)windowFromOption(options.window);  // wrong usage shows before any work is done
   const zr::ProtectedInputs inputs({options.file});
@@ -292,6 +301,11 @@ VerbAction configureDecode(CLI::App& command) {
       ->type_name(namesJoined(zr::formats(), "|"))
       ->check(CLI::IsMember(namesOf(zr::formats())).description(""));
   addCompressOption(command, options->compressed);
+  command
+      .add_option("--quality", options->quality,
+                  "Of pictures with loss, 1 to 100: " + endingsInWords(zr::formatsWith(zr::kLossy)))
+      ->type_name("N")
+      ->check(CLI::Range(1, 100).description(""));
   command.add_option("--frames", options->frames, "Frame A, or frames A to B, 0-based")
       ->type_name("A[-B]");
   CLI::Option* stored =

@@ -90,6 +90,13 @@ TEST_F(JpegFormat, HasQualityNinety) {
   EXPECT_EQ(written(onePixel_).firstQuantizer, 3);
 }
 
+TEST_F(JpegFormat, HasTheQualityThatIsAskedFor) {
+  zr::ArrayToWrite array = zr::arrayOf(onePixel_);
+  array.quality = 50;
+
+  EXPECT_EQ(readJpeg(bytesAs("jpeg", array)).firstQuantizer, 16);
+}
+
 TEST_F(JpegFormat, HasPixelsPerCentimetre) {
   zr::ArrayDescription description;
   description.spacingMm = {0.5, 0.33, zr::ArrayDescription::kUnknown};

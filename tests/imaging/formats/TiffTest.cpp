@@ -291,6 +291,38 @@ TEST_F(Tiff, WhoseDirectoryDoesNotFitLeavesNothing) {
   EXPECT_THAT(support::namesIn(folder_.path()), IsEmpty());
 }
 
+struct ImpossibleTiff {
+  const char* name;
+  std::size_t rows;
+  std::size_t columns;
+  const char* reason;
+};
+
+class TiffThatCannotBe : public Tiff, public testing::WithParamInterface<ImpossibleTiff> {};
+
+TEST_P(TiffThatCannotBe, IsRefusedWithAReason) {
+  SampleArray layout = small_;
+  layout.rows = GetParam().rows;
+  layout.columns = GetParam().columns;
+  try {
+    (void)write("tiff", zr::arrayOf(layout));
+    FAIL() << "written";
+  } catch (const zr::Error& error) {
+    EXPECT_EQ(error.what(), "cannot make " + target().string() + ": " + GetParam().reason);
+  }
+  EXPECT_THAT(support::namesIn(folder_.path()), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, TiffThatCannotBe,
+    testing::Values(ImpossibleTiff{"NoRows", 0, 2, "TIFF: Bad value 0 for \"RowsPerStrip\" tag"},
+                    ImpossibleTiff{"NoColumns", 1, 0, "Computed scanline size is zero"},
+                    ImpossibleTiff{"TooManyColumns", 1, std::size_t{1} << 32U,
+                                   "TIFF holds at most 4294967295 rows and columns"},
+                    ImpossibleTiff{"TooManyRows", std::size_t{1} << 32U, 1,
+                                   "TIFF holds at most 4294967295 rows and columns"}),
+    support::nameOf<ImpossibleTiff>);
+
 TEST_F(Tiff, WhoseFramesEndEarlyLeavesNothing) {
   const auto frameAt = [this](std::size_t index) {
     if (index == 1) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// JPEG through libjpeg, baseline, quality 90, chroma at full resolution: edges in colour stay where
+// JPEG through libjpeg, baseline, chroma at full resolution: edges in colour stay where
 // they are. JFIF has the density in whole pixels per cm, APP2 the ICC profile of colour. The picture
 // is encoded into memory first, so that the library's error exit (longjmp) never crosses a C++
 // object.
@@ -21,8 +21,6 @@
 namespace zr {
 
 namespace {
-
-constexpr int kQuality = 90;
 
 /// Pixels per cm; zeros where they are not known.
 struct Density {
@@ -50,7 +48,8 @@ public:
   Encoder& operator=(Encoder&&) = delete;
 
   /// Holds nothing that needs destruction: the library leaves it by longjmp on errors.
-  bool encode(const SampleArray& frame, Density density, std::span<const unsigned char> profile) {
+  bool encode(const SampleArray& frame, int quality, Density density,
+              std::span<const unsigned char> profile) {
     if (setjmp(onError_) != 0) {  // NOLINT(cert-err52-cpp): the library's only way to fail
       return false;
     }
@@ -61,7 +60,7 @@ public:
     state_.input_components = static_cast<int>(frame.channels);
     state_.in_color_space = frame.channels == 3 ? JCS_RGB : JCS_GRAYSCALE;
     jpeg_set_defaults(&state_);
-    jpeg_set_quality(&state_, kQuality, TRUE);
+    jpeg_set_quality(&state_, quality, TRUE);
     for (int component = 0; component < state_.num_components; ++component) {
       state_.comp_info[component].h_samp_factor = 1;
       state_.comp_info[component].v_samp_factor = 1;
@@ -134,7 +133,8 @@ void writeJpeg(const std::filesystem::path& target, const ProtectedInputs& input
   const SampleArray frame = array.frameAt(0);
   const auto& [betweenColumns, betweenRows, ignored] = array.description.spacingMm;
   Encoder encoder;
-  if (!encoder.encode(frame, {perCm(betweenColumns), perCm(betweenRows)}, iccProfileFor(array))) {
+  if (!encoder.encode(frame, array.quality, {perCm(betweenColumns), perCm(betweenRows)},
+                      iccProfileFor(array))) {
     throw Error(Reason::CannotWrite, "cannot make " + target.string() + ": " + encoder.error());
   }
   file.write(encoder.bytes(), encoder.size());

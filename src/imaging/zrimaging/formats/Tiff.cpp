@@ -189,7 +189,8 @@ private:
   }
 
   std::uint32_t rowsPerStrip() const {
-    const std::uint64_t rows = std::max<std::uint64_t>(kStripBytes / rowBytes(), 1);
+    const std::uint64_t rows =
+        std::max<std::uint64_t>(kStripBytes / std::max<std::uint64_t>(rowBytes(), 1), 1);
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(rows, array_.layout.rows));
   }
 
