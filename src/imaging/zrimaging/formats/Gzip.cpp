@@ -19,8 +19,8 @@ constexpr int kMemoryLevel = 8;  // zlib's default
 
 GzipStream::GzipStream(ByteSink sink)
     : sink_(std::move(sink)), state_(std::make_unique<z_stream_s>()), compressed_(kBlockBytes) {
-  if (deflateInit2(state_.get(), Z_DEFAULT_COMPRESSION, Z_DEFLATED, MAX_WBITS + kGzipWrapper,
-                   kMemoryLevel, Z_DEFAULT_STRATEGY) != Z_OK) {
+  if (deflateInit2(state_.get(), kDeflateLevel, Z_DEFLATED, MAX_WBITS + kGzipWrapper, kMemoryLevel,
+                   Z_DEFAULT_STRATEGY) != Z_OK) {
     throw std::bad_alloc();  // the parameters are right, so that nothing else is missing
   }
 }

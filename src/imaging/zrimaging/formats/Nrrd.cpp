@@ -2,13 +2,11 @@
 // NRRD with an attached header (NRRD0004, encoding raw, or gzip on request): axes columns, rows, frames, and in front
 // of them the three channels of colour. See https://teem.sourceforge.net/nrrd/format.html
 #include "zrimaging/Output.h"
-#include "zrimaging/Text.h"
 #include "zrimaging/formats/FrameBytes.h"
 #include "zrimaging/formats/Gzip.h"
+#include "zrimaging/formats/HeaderText.h"
 #include "zrimaging/formats/Writers.h"
 
-#include <algorithm>
-#include <cmath>
 #include <string>
 
 namespace zr {
@@ -26,20 +24,9 @@ const char* nrrdType(SampleType type) {
 // The format spells what is not known, or has no distance like the channels of colour, "nan"; it
 // takes no other word. Where nothing is known there is nothing to spell.
 std::string spacingField(const ArrayDescription& description, bool colour) {
-  std::string text = colour ? " nan" : "";
-  bool known = false;
-  for (const double spacing : description.spacingMm) {
-    known = known || !std::isnan(spacing);
-    text += " " + (std::isnan(spacing) ? "nan" : shortest(spacing));
-  }
-  return known ? "spacings:" + text + "\n" : "";
-}
-
-// Header fields are one line each, so line breaks in values from a file become blanks.
-std::string oneLine(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return c < 0x20; }, ' ');
-  return text;
+  const std::string spacings = spacingsText(description, "nan");
+  return spacings.empty() ? ""
+                          : std::string("spacings:") + (colour ? " nan" : "") + spacings + "\n";
 }
 
 std::string nrrdHeader(const ArrayToWrite& toWrite) {

@@ -15,7 +15,8 @@
 #include "zrimaging/formats/Tiff.h"
 
 #include "zrimaging/Error.h"
-#include "zrimaging/Text.h"
+#include "zrimaging/formats/Gzip.h"
+#include "zrimaging/formats/HeaderText.h"
 #include "zrimaging/formats/IccProfile.h"
 #include "zrimaging/formats/Writers.h"
 #include "zrimaging/output/LibraryFile.h"
@@ -23,7 +24,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cmath>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -140,24 +140,13 @@ std::uint16_t sampleFormatOf(SampleType type) {
   return isSigned(type) ? SAMPLEFORMAT_INT : SAMPLEFORMAT_UINT;
 }
 
-std::string oneLine(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return c < 0x20; }, ' ');
-  return text;
-}
-
 std::string descriptionText(const ArrayDescription& description) {
   std::string text;
   if (!description.content.empty()) {
     text += "content: " + oneLine(description.content) + "\n";
   }
-  std::string spacings;
-  bool known = false;
-  for (const double spacing : description.spacingMm) {
-    known = known || !std::isnan(spacing);
-    spacings += " " + (std::isnan(spacing) ? "unknown" : shortest(spacing));
-  }
-  if (known) {
+  const std::string spacings = spacingsText(description, "unknown");
+  if (!spacings.empty()) {
     text += "spacings:" + spacings + "\n";
   }
   for (const auto& [key, value] : description.attributes) {
@@ -214,6 +203,7 @@ private:
       return set(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     }
     return set(TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE) &&
+           set(TIFFTAG_ZIPQUALITY, kDeflateLevel) &&
            set(TIFFTAG_PREDICTOR, isFloatingPoint(array_.layout.type) ? PREDICTOR_FLOATINGPOINT
                                                                       : PREDICTOR_HORIZONTAL);
   }
