@@ -22,14 +22,14 @@ constexpr int kColumns = 512;
 constexpr int kRows = 512;
 constexpr std::size_t kSamples = std::size_t{kColumns} * kRows;
 
-struct Attribute {
+struct BenchAttribute {
   Uint16 group;
   Uint16 element;
   const char* value;
 };
 
 // In the order of their tags.
-constexpr Attribute kAttributes[] = {
+constexpr BenchAttribute kAttributes[] = {
     {0x0008, 0x0008, "DERIVED\\SECONDARY"},
     {0x0008, 0x0016, UID_CTImageStorage},
     {0x0008, 0x0018, "2.25.7"},
@@ -85,7 +85,7 @@ std::vector<Uint16> samples() {
 
 bool exportImage(const Folder& folder, std::vector<Uint16>& pixels) {
   ZrDcmExport writer;
-  for (const Attribute& attribute : kAttributes) {
+  for (const BenchAttribute& attribute : kAttributes) {
     if (!writer.setDicomTag(attribute.group, attribute.element, attribute.value)) {
       return false;
     }
@@ -94,7 +94,7 @@ bool exportImage(const Folder& folder, std::vector<Uint16>& pixels) {
          writer.writeImageAsIs(kColumns, kRows, pixels.data());
 }
 
-void exportFile(benchmark::State& state) {
+void exportByLibrary(benchmark::State& state) {
   const Folder folder;
   std::vector<Uint16> pixels = samples();
   for (auto _ : state) {
@@ -104,14 +104,14 @@ void exportFile(benchmark::State& state) {
     }
   }
 }
-BENCHMARK(exportFile)->Name("export/library")->Unit(benchmark::kMicrosecond);
+BENCHMARK(exportByLibrary)->Name("export/library")->Unit(benchmark::kMicrosecond);
 
 void saveFile(benchmark::State& state) {
   const Folder folder;
   const std::vector<Uint16> pixels = samples();
   for (auto _ : state) {
     DcmFileFormat file;
-    for (const Attribute& attribute : kAttributes) {
+    for (const BenchAttribute& attribute : kAttributes) {
       bench::check(file.getDataset()->putAndInsertString(DcmTag(attribute.group, attribute.element),
                                                          attribute.value));
     }

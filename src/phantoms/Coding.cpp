@@ -53,6 +53,12 @@ void encode(DcmDataset& dataset, E_TransferSyntax syntax) {
   require(dataset.chooseRepresentation(syntax, parameter), DcmXfer(syntax).getXferName());
 }
 
+std::vector<E_TransferSyntax> syntaxesOf(const Phantom& phantom) {
+  std::vector<E_TransferSyntax> syntaxes = {EXS_LittleEndianExplicit};
+  syntaxes.insert(syntaxes.end(), phantom.compressed.begin(), phantom.compressed.end());
+  return syntaxes;
+}
+
 CodedPhantom codedAs(const Phantom& phantom, E_TransferSyntax syntax) {
   const NamedCoding& named = namedCoding(syntax);
   // A copy: encoding rewrites the dataset.

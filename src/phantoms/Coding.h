@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace phantoms {
 
@@ -32,6 +33,9 @@ struct CodedPhantom {
   std::string fileName;  ///< "ct-thorax-signed-rle.dcm"
   std::unique_ptr<DcmFileFormat> file;
 };
+
+/// The syntaxes that a phantom is written in: Explicit VR Little Endian, then those it names.
+std::vector<E_TransferSyntax> syntaxesOf(const Phantom& phantom);
 
 /// @param syntax Explicit VR Little Endian or one of RLE, JPEG lossless, JPEG-LS, JPEG baseline
 /// @throws std::runtime_error when there is no name for the syntax, or the dataset cannot be

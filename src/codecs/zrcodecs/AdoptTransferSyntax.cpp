@@ -2,29 +2,19 @@
 // DCMTK before 3.6.9 reads a file in a transfer syntax that it does not know as Explicit VR Little
 // Endian, and keeps the fragments of the pixel data. Put back as fragments of JPEG 2000, of which
 // HTJ2K is a part (ITU-T T.814), they have a codec.
+#include "zrcodecs/Syntaxes.h"
+
 #include <zrcodecs/ZrCodecs.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
-#include <array>
 #include <memory>
 #include <optional>
 
 namespace zrcodecs {
 
 namespace {
-
-struct Stand {
-  const char* uid;
-  E_TransferSyntax syntax;  ///< one that DCMTK knows, lossless where the other is
-};
-
-constexpr std::array<Stand, 3> kStands = {{
-    {"1.2.840.10008.1.2.4.201", EXS_JPEG2000LosslessOnly},  // HTJ2K lossless only
-    {"1.2.840.10008.1.2.4.202", EXS_JPEG2000LosslessOnly},  // HTJ2K lossless only, RPCL
-    {"1.2.840.10008.1.2.4.203", EXS_JPEG2000},              // HTJ2K
-}};
 
 std::optional<E_TransferSyntax> standFor(DcmMetaInfo& metaInfo) {
   OFString uid;

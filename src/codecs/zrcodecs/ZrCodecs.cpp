@@ -3,6 +3,7 @@
 // it until the process has ended, behind all destructors of this library.
 #include "zrcodecs/CodecParameter.h"
 #include "zrcodecs/Jpeg2000Codec.h"
+#include "zrcodecs/Syntaxes.h"
 
 #include <zrcodecs/ZrCodecs.h>
 
@@ -53,8 +54,8 @@ private:
   }
 
   std::mutex mutex_;
-  std::array<const DcmCodec*, 2> codecs_ = {new Jpeg2000Codec(EXS_JPEG2000LosslessOnly),
-                                            new Jpeg2000Codec(EXS_JPEG2000)};
+  std::array<const DcmCodec*, kCodecSyntaxes.size()> codecs_ = {
+      new Jpeg2000Codec(kCodecSyntaxes[0]), new Jpeg2000Codec(kCodecSyntaxes[1])};
   const CodecParameter* parameter_ = nullptr;
 };
 

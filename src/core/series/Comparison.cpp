@@ -23,7 +23,7 @@ namespace ExDCM {
 namespace {
 
 // What a comparison reads, in the order of the keys.
-enum Criterion : std::size_t {
+enum ComparedAttribute : std::size_t {
   kImageType,
   kSliceThickness,
   kEchoTime,
@@ -35,7 +35,7 @@ enum Criterion : std::size_t {
   kVendorSubIndex,
   kToshibaCardiacPhase,
   kToshibaVolumeUID,
-  kCriterionCount
+  kComparedCount
 };
 
 // A key as one number, in the order in which DCMTK keeps the elements of a dataset.
@@ -49,7 +49,7 @@ KeyNumber keyNumber(const DcmTagKey& key) {
 //
 // Deliberate: whatever creator the dataset names for their block.
 // Test: Compare.FindsPrivateElementsWhoeverCreatedTheBlock
-constexpr std::array<KeyNumber, kCriterionCount> kKeys = {
+constexpr std::array<KeyNumber, kComparedCount> kKeys = {
     0x00080008, 0x00180050, 0x00180081, 0x0020000e, 0x00200013, 0x00200100,
     0x00451033, 0x20051412, 0x20051413, 0x70051005, 0x70051016};
 
@@ -62,7 +62,7 @@ double decimalIn(const OFString& text) {
 class OrderAttributes {
 public:
   // Reads the attributes up to `last`. Both the elements of a dataset and the keys are sorted.
-  OrderAttributes(DcmDataset& dataset, Criterion last) {
+  OrderAttributes(DcmDataset& dataset, ComparedAttribute last) {
     std::size_t next = 0;
     for (DcmObject* object = dataset.nextInContainer(nullptr); object != nullptr && next <= last;
          object = dataset.nextInContainer(object)) {
@@ -78,13 +78,13 @@ public:
   }
 
   // First value; false when it is absent or no text can be had of it.
-  bool readFirstText(Criterion attribute, OFString& text) const {
+  bool readFirstText(ComparedAttribute attribute, OFString& text) const {
     DcmElement* element = elements_.at(attribute);
     return element != nullptr && element->getOFString(text, 0).good();
   }
 
   // All values, joined by backslashes.
-  bool readAllText(Criterion attribute, OFString& text) const {
+  bool readAllText(ComparedAttribute attribute, OFString& text) const {
     DcmElement* element = elements_.at(attribute);
     return element != nullptr && element->getOFStringArray(text).good();
   }
@@ -92,7 +92,7 @@ public:
   // True when both datasets hold the same characters in elements of one VR, which says whether
   // blanks count. Cheaper than reading them as values, and the images of a series agree in most of
   // what is compared.
-  bool holdsSameTextAs(const OrderAttributes& other, Criterion attribute) const {
+  bool holdsSameTextAs(const OrderAttributes& other, ComparedAttribute attribute) const {
     const DcmElement* const element = elements_.at(attribute);
     const DcmElement* const otherElement = other.elements_.at(attribute);
     if (element == nullptr || otherElement == nullptr ||
@@ -108,35 +108,35 @@ public:
            std::memcmp(text, otherText, length) == 0;
   }
 
-  OFString text(Criterion attribute) const {
+  OFString text(ComparedAttribute attribute) const {
     OFString text;
     return readFirstText(attribute, text) ? text : OFString();
   }
 
-  double decimal(Criterion attribute, double whenMissing) const {
+  double decimal(ComparedAttribute attribute, double whenMissing) const {
     OFString text;
     return readFirstText(attribute, text) ? decimalIn(text) : whenMissing;
   }
 
-  int integer(Criterion attribute, int whenMissing) const {
+  int integer(ComparedAttribute attribute, int whenMissing) const {
     OFString text;
     return readFirstText(attribute, text) ? Zrg::intOf(text).value_or(0) : whenMissing;
   }
 
 private:
   // The characters of a text element that is not empty.
-  bool storedText(Criterion attribute, char*& text, Uint32& length) const {
+  bool storedText(ComparedAttribute attribute, char*& text, Uint32& length) const {
     DcmElement* element = elements_.at(attribute);
     return element != nullptr && element->getString(text, length).good() && text != nullptr;
   }
 
-  std::array<DcmElement*, kCriterionCount> elements_{};
+  std::array<DcmElement*, kComparedCount> elements_{};
 };
 
 // The attribute with the largest key that any of the criteria reads; a walk may end behind it,
 // which spares it the overlays and private blocks of most datasets.
-Criterion lastAttribute(bool byVendorIndices, bool byTemporalPosition, bool byRpeakDelay,
-                        bool byVolumeUID, bool byCardiacPhase) {
+ComparedAttribute lastAttribute(bool byVendorIndices, bool byTemporalPosition, bool byRpeakDelay,
+                                bool byVolumeUID, bool byCardiacPhase) {
   if (byVolumeUID) {
     return kToshibaVolumeUID;
   }
@@ -235,7 +235,7 @@ int compareVolumeUID(const OrderAttributes& first, const OrderAttributes& second
 
 int compare(DcmDataset* first, DcmDataset* second, bool byVendorIndices, bool byTemporalPosition,
             bool byRpeakDelay, bool byEchoTime, bool byVolumeUID, bool byCardiacPhase) {
-  const Criterion last =
+  const ComparedAttribute last =
       lastAttribute(byVendorIndices, byTemporalPosition, byRpeakDelay, byVolumeUID, byCardiacPhase);
   const OrderAttributes a(*first, last);
   const OrderAttributes b(*second, last);

@@ -17,8 +17,6 @@ namespace Zrg {
 namespace {
 
 constexpr unsigned int kFewLookups = 16;
-constexpr Uint32 kItemHeaderSize = 8;
-constexpr Uint32 kOffsetSize = 4;
 constexpr Uint32 kLeastImageSize = 4;  ///< below it the JPEG-LS decoder does not look for a start
 
 /// A start of image with a marker behind it that the JPEG-LS decoder takes for that of a frame.

@@ -12,6 +12,11 @@ class DcmPixelSequence;
 
 namespace Zrg {
 
+/// Bytes of the tag and the length before the bytes of a fragment, and of an entry of the Basic
+/// Offset Table. @see PS3.5 A.4
+inline constexpr Uint32 kItemHeaderSize = 8;
+inline constexpr Uint32 kOffsetSize = 4;
+
 /// The fragments of encapsulated pixel data, by index: fragment 0 holds the Basic Offset Table,
 /// fragment 1 begins frame 0. Says which of them belong to a frame the way DCMTK's decoders find it
 /// out, be that right or wrong: what is looked at here must be what they will read.

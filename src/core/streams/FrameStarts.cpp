@@ -19,9 +19,6 @@ namespace Zrg {
 
 namespace {
 
-constexpr std::uint64_t kItemHeaderSize = 8;
-constexpr std::uint64_t kOffsetSize = 4;
-
 std::uint64_t littleEndian32(const Uint8* bytes) {
   return static_cast<std::uint64_t>(bytes[0]) | static_cast<std::uint64_t>(bytes[1]) << 8U |
          static_cast<std::uint64_t>(bytes[2]) << 16U | static_cast<std::uint64_t>(bytes[3]) << 24U;

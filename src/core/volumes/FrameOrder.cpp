@@ -100,7 +100,7 @@ constexpr std::int64_t kMostVolumes = 1 << 20;
 constexpr double kGridTolerance = 0.0001;
 
 /// Distance of the frames of a dose grid; 0 with the reason where it varies.
-SliceSpacing sliceSpacingOf(const KtDArray<float>& offsets) {
+SliceSpacing gridSpacingOf(const KtDArray<float>& offsets) {
   const float step = offsets[1] - offsets[0];
   for (std::size_t i = 2; i < offsets.size(); ++i) {
     const float deviation = offsets[i] - offsets[i - 1] - step;
@@ -398,7 +398,7 @@ SliceSpacing readSliceSpacing(DcmItem& item, unsigned int frames) {
     const bool noNumbers = offsets.empty() && !text->empty();
     return {0.0F, std::nullopt, noNumbers ? kGridNoNumbers : kGridTooShort};
   }
-  return frames < 2 ? SliceSpacing{0.0F, std::nullopt, kOneFrame} : sliceSpacingOf(offsets);
+  return frames < 2 ? SliceSpacing{0.0F, std::nullopt, kOneFrame} : gridSpacingOf(offsets);
 }
 
 Result<FrameIndices> readFrameIndices(DcmItem& item, const OFString& pointer, int frames) {

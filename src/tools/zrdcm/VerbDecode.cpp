@@ -66,7 +66,7 @@ struct DecodeOptions {
   fs::path target() const { return toStandardOutput() ? "/dev/stdout" : output; }
 };
 
-const zr::OutputFormat& formatOf(const DecodeOptions& options) {
+const zr::OutputFormat& knownFormatOf(const DecodeOptions& options) {
   const zr::OutputFormat* const format =
       options.format.empty() ? zr::formatOf(options.output) : zr::formatNamed(options.format);
   if (format != nullptr) {
@@ -78,7 +78,7 @@ const zr::OutputFormat& formatOf(const DecodeOptions& options) {
   throw UsageError("--output must end in " + endingsInWords(zr::formats()) + ": " + options.output);
 }
 
-std::optional<zr::FrameRange> framesWanted(const DecodeOptions& options) {
+std::optional<zr::FrameRange> framesAskedFor(const DecodeOptions& options) {
   if (options.frames.empty()) {
     return std::nullopt;
   }
@@ -97,7 +97,7 @@ void refuseWhatOnlyPicturesHave(const DecodeOptions& options, const zr::OutputFo
 }
 
 void refuseQualityWithoutLoss(const DecodeOptions& options) {
-  if (options.quality && !formatOf(options).holds(zr::kLossy)) {
+  if (options.quality && !knownFormatOf(options).holds(zr::kLossy)) {
     throw UsageError("--quality is for " + endingsInWords(zr::formatsWith(zr::kLossy)) + " only");
   }
 }
@@ -110,8 +110,8 @@ void refuseWhatStandardOutputCannot(const DecodeOptions& options) {
 
 // Standard output is one file.
 void refuseSeveralFiles(const DecodeOptions& options, const zr::Image& image) {
-  const zr::OutputFormat& format = formatOf(options);
-  const std::optional<zr::FrameRange> wanted = framesWanted(options);
+  const zr::OutputFormat& format = knownFormatOf(options);
+  const std::optional<zr::FrameRange> wanted = framesAskedFor(options);
   const std::size_t frames = wanted ? wanted->count() : image.frameCount();
   if (options.toStandardOutput() && frames > 1 && !format.holds(zr::kSeveralFrames)) {
     throw zr::Error(zr::Reason::Unsupported,
@@ -146,8 +146,8 @@ struct Decoded {
 };
 
 Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memory) {
-  const zr::DecodeRequest request{framesWanted(options), options.stored, options.overlays};
-  const bool shown = formatOf(options).holds(zr::kForEyes) && !options.stored;
+  const zr::DecodeRequest request{framesAskedFor(options), options.stored, options.overlays};
+  const bool shown = knownFormatOf(options).holds(zr::kForEyes) && !options.stored;
   zr::File file(options.file);
   const zr::Image image =
       shown ? zr::Image::forDisplay(std::move(file)) : zr::Image(std::move(file));
@@ -183,7 +183,7 @@ public:
         told_ = text;
       }
     };
-    zr::writeArray(formatOf(options_), target, inputs_, array);
+    zr::writeArray(knownFormatOf(options_), target, inputs_, array);
   }
 
 private:
@@ -217,7 +217,7 @@ std::vector<fs::path> writeFrameByFrame(const Decoded& decoded, const DecodeOpti
 
 std::vector<fs::path> writeOutput(const Decoded& decoded, const DecodeOptions& options,
                                   const zr::ProtectedInputs& inputs) {
-  if (!formatOf(options).holds(zr::kSeveralFrames)) {
+  if (!knownFormatOf(options).holds(zr::kSeveralFrames)) {
     return writeFrameByFrame(decoded, options, inputs);
   }
   Writer(options, inputs)
@@ -227,7 +227,7 @@ std::vector<fs::path> writeOutput(const Decoded& decoded, const DecodeOptions& o
 }
 
 // The line is that of the samples as decoding leaves them: shifted, or mapped by a table.
-void addValues(nlohmann::ordered_json& report, const Decoded& decoded) {
+void addDecodedValues(nlohmann::ordered_json& report, const Decoded& decoded) {
   const zr::FramesRecord& record = decoded.frames.record();
   const auto line = [&record](std::size_t index) {
     const bool mapped = record.traits.monochrome && !record.traits.stored;
@@ -258,22 +258,22 @@ nlohmann::ordered_json report(const Decoded& decoded, const std::string& file,
                                    {"frames", {numbers.first, numbers.last}},
                                    {"shape", shape},
                                    {"type", zr::typeName(samples.type)}};
-  addValues(report, decoded);
+  addDecodedValues(report, decoded);
   report["remark"] = jsonTextOrNull(decoded.display ? decoded.display->remark() : "");
   return report;
 }
 
 int decode(const DecodeOptions& options, const zr::MemoryBudget& memory) {
-  refuseWhatOnlyPicturesHave(options, formatOf(options));
-  refuseCompressionOf(formatOf(options), options.compressed);
+  refuseWhatOnlyPicturesHave(options, knownFormatOf(options));
+  refuseCompressionOf(knownFormatOf(options), options.compressed);
   refuseQualityWithoutLoss(options);
   refuseWhatStandardOutputCannot(options);
   (void)windowFromOption(options.window);  // wrong usage shows before any work is done
   const zr::ProtectedInputs inputs({options.file});
-  if (formatOf(options).holds(zr::kSeveralFrames)) {  // else frames decide the names
+  if (knownFormatOf(options).holds(zr::kSeveralFrames)) {  // else frames decide the names
     inputs.refuseToReplace(options.target());
   }
-  (void)framesWanted(options);
+  (void)framesAskedFor(options);
   Decoded decoded = withFileNamed(options.file, [&] { return decodeAsAsked(options, memory); });
   complainOfAll(decoded.frames.takeRemarks());
   const std::vector<fs::path> written = writeOutput(decoded, options, inputs);

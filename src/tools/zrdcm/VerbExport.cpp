@@ -56,7 +56,7 @@ struct ExportOptions {
   bool json = false;
 };
 
-std::string contentOf(const std::string& file) {
+std::string fileContent(const std::string& file) {
   std::ifstream stream(file, std::ios::binary);
   std::ostringstream content;
   // Nothing taken over sets an error, too: a file may be empty.
@@ -88,13 +88,13 @@ std::vector<char> readPixels(const ExportOptions& options, std::uint64_t bytes) 
   return samples;
 }
 
-zr::NewImage describeImage(const ExportOptions& options) {
+zr::NewImage newImageOf(const ExportOptions& options) {
   zr::NewImage image(options.columns, options.rows, options.type);
   if (!options.from.empty()) {
     withFileNamed(options.from, [&] { image.deriveFrom(zr::File(options.from)); });
   }
   if (!options.tags.empty()) {
-    image.addTags(contentOf(options.tags), options.tags);
+    image.addTags(fileContent(options.tags), options.tags);
   }
   image.complete();
   return image;
@@ -106,7 +106,7 @@ int exportFile(const ExportOptions& options) {
   }
   const zr::ProtectedInputs inputs({options.from, options.tags, options.pixels});
   inputs.refuseToReplace(options.output);
-  const zr::NewImage image = describeImage(options);
+  const zr::NewImage image = newImageOf(options);
   const std::vector<char> samples = readPixels(options, image.sampleBytes());
   image.write(options.output, samples.data(), samples.size(), inputs);
   if (options.json) {

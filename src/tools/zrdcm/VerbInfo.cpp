@@ -154,7 +154,7 @@ void describeWindows(const Json& image) {
   }
 }
 
-void describeImage(const Json& image) {
+void sayImage(const Json& image) {
   line("size", plain(image["columns"]) + " x " + plain(image["rows"]) + " x " +
                    plain(image["frames"]) + " (columns, rows, frames)");
   line("decoded", plain(image["samplesPerPixel"]) + " x " +
@@ -222,7 +222,7 @@ void describeSplitting(const Json& splitting) {
                      (splitting["reversed"].get<bool>() ? ", reversed" : ""));
 }
 
-void describe(const Json& report) {
+void sayReport(const Json& report) {
   say(plain(report["file"]));
   if (!report["transferSyntax"].is_null()) {
     line("object", uidWithName(report["sopClass"]));
@@ -239,7 +239,7 @@ void describe(const Json& report) {
     line("not decoded", plain(report["error"]));
     return;
   }
-  describeImage(report["image"]);
+  sayImage(report["image"]);
   line("modality LUT", tableText(report["luts"]["modality"]));
   line("palette", tableText(report["luts"]["palette"]));
   describeOverlays(report["overlays"]);
@@ -260,7 +260,7 @@ int info(const InfoOptions& options, const zr::MemoryBudget& memory) {
     if (options.json) {
       reports.push_back(report);
     } else {
-      describe(report);
+      sayReport(report);
     }
     progress.advance();
   }

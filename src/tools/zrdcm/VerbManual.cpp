@@ -28,7 +28,7 @@ struct ManualOptions {
 };
 
 /// "FILE" of "FILE:INT in [1 - 9]": checks append what they demand.
-std::string valueOf(const CLI::Option& option) {
+std::string placeholderOf(const CLI::Option& option) {
   const std::string text = option.get_type_name();
   return text.substr(0, text.find(':'));
 }
@@ -51,7 +51,7 @@ CommandOption optionOf(const CLI::Option& source) {
   for (const std::string& name : source.get_lnames()) {
     option.names.push_back("--" + name);
   }
-  option.value = source.get_type_size() != 0 ? valueOf(source) : std::string();
+  option.value = source.get_type_size() != 0 ? placeholderOf(source) : std::string();
   option.choices = choicesIn(option.value);
   option.description = source.get_description();
   option.required = source.get_required();
@@ -63,7 +63,7 @@ CommandTree treeOf(const CLI::App& app) {
   for (const CLI::Option* option : app.get_options()) {
     const bool isHelp = option == app.get_help_ptr();  // stands among the global options already
     if (option->get_positional()) {
-      tree.arguments.push_back({valueOf(*option), option->get_description(),
+      tree.arguments.push_back({placeholderOf(*option), option->get_description(),
                                 option->get_expected_max() > 1, option->get_required()});
     } else if (!option->get_group().empty() && (app.get_parent() == nullptr || !isHelp)) {
       tree.options.push_back(optionOf(*option));

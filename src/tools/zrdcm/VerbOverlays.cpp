@@ -51,7 +51,7 @@ std::string nameOf(const ZrOverlayData& overlays, int index) {
   return name + pictureEnding();
 }
 
-Json describe(const ZrOverlayData& overlays, int index, const fs::path& file) {
+Json planeReport(const ZrOverlayData& overlays, int index, const fs::path& file) {
   const KtVec2i origin = overlays.origin(index);
   const KtVec2i size = overlays.size(index);
   return {{"file", file.string()},
@@ -87,7 +87,7 @@ int writeOverlays(const OverlaysOptions& options, const zr::MemoryBudget& memory
   for (int index = 0; index < overlays.count(); ++index) {
     const fs::path target = fs::path(options.folder) / nameOf(overlays, index);
     zr::writePicture(target, inputs, zr::overlayMask(frames.record(), index).view());
-    list.push_back(describe(overlays, index, target));
+    list.push_back(planeReport(overlays, index, target));
     progress.advance();
   }
   progress.clear();

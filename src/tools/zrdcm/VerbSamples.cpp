@@ -41,11 +41,9 @@ struct SamplesOptions {
 };
 
 /// Writes a phantom in plain little endian, then in every further syntax that it names.
-std::vector<fs::path> writePhantom(const phantoms::Phantom& phantom, const fs::path& folder) {
-  std::vector<E_TransferSyntax> syntaxes = {EXS_LittleEndianExplicit};
-  syntaxes.insert(syntaxes.end(), phantom.compressed.begin(), phantom.compressed.end());
+std::vector<fs::path> writeCodings(const phantoms::Phantom& phantom, const fs::path& folder) {
   std::vector<fs::path> files;
-  for (const E_TransferSyntax syntax : syntaxes) {
+  for (const E_TransferSyntax syntax : phantoms::syntaxesOf(phantom)) {
     const phantoms::CodedPhantom coded = phantoms::codedAs(phantom, syntax);
     files.push_back(folder / coded.fileName);
     zr::writeDicomFile(*coded.file, syntax, files.back(), zr::ProtectedInputs());
@@ -53,7 +51,7 @@ std::vector<fs::path> writePhantom(const phantoms::Phantom& phantom, const fs::p
   return files;
 }
 
-int writeSamples(const SamplesOptions& options) {
+int writePhantoms(const SamplesOptions& options) {
   zr::createFolder(options.folder);
   const phantoms::Encoders encoders;
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
@@ -61,7 +59,7 @@ int writeSamples(const SamplesOptions& options) {
   std::vector<std::string> names;
   for (unsigned i = 0; i < std::size(phantoms::kPhantoms); ++i) {
     const phantoms::Phantom phantom = phantoms::kPhantoms[i](i + 1);
-    for (const fs::path& file : writePhantom(phantom, options.folder)) {
+    for (const fs::path& file : writeCodings(phantom, options.folder)) {
       names.push_back(file.string());
       list.push_back({{"file", file.string()}, {"shows", phantom.shows}});
     }
@@ -87,7 +85,7 @@ VerbAction configureSamples(CLI::App& command) {
       ->required();
   command.add_flag("--json", options->json, "List the files as JSON");
   command.footer(kFooter);
-  return [options](const zr::MemoryBudget&) { return writeSamples(*options); };
+  return [options](const zr::MemoryBudget&) { return writePhantoms(*options); };
 }
 
 }  // namespace zrdcm

@@ -159,7 +159,7 @@ Json volumeEntry(const SplitOptions& options, const SplitImage& split, std::size
 }
 
 // What the dataset says about the frames, by their numbers in the file.
-void addValues(Json& manifest, const SplitImage& split) {
+void addSplitValues(Json& manifest, const SplitImage& split) {
   const zr::FramesRecord& record = split.record();
   std::vector<FrameValue> values = frameValues(record.attributes);
   values.push_back({"modality", [&record](std::size_t number) {
@@ -195,7 +195,7 @@ Json manifestOf(const SplitOptions& options, const SplitImage& split) {
       {"type", zr::typeName(traits.type)},
       {"sampleOffset", traits.sampleOffset},
       {"sliceSpacing", jsonOrNull(zr::sliceSpacingMm(splitting, split.record().attributes))}};
-  addValues(manifest, split);
+  addSplitValues(manifest, split);
   const std::string remark = split.allFrames.display ? split.allFrames.display->remark() : "";
   manifest["remark"] = jsonTextOrNull(remark);
   manifest["volumes"] = volumes;

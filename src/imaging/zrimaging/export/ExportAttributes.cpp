@@ -375,7 +375,7 @@ AttributeSet parseAttributes(const std::string& json, const std::string& name) {
   return attributes;
 }
 
-AttributeSet attributesOf(DcmItem& dataset, ExportType type) {
+AttributeSet exportAttributesOf(DcmItem& dataset, ExportType type) {
   return attributesOfItem(dataset, type, false);
 }
 

@@ -49,7 +49,7 @@ AttributeSet parseAttributes(const std::string& json, const std::string& name);
 /// The attributes of a dataset that have a text form and can be written again. Left out is what
 /// belongs to the old image alone: its samples, their layout, their lookup tables and extremes, the
 /// frames, and everything private.
-AttributeSet attributesOf(DcmItem& dataset, ExportType type);
+AttributeSet exportAttributesOf(DcmItem& dataset, ExportType type);
 
 /// Puts changes over a set; attributes that both have are replaced. When the changes name Unicode,
 /// the texts that stay are converted to it, those of items with a SpecificCharacterSet of their own

@@ -100,7 +100,7 @@ public:
   }
 
   void deriveFrom(DcmDataset& dataset) {
-    attributes_ = attributesOf(dataset, type_);
+    attributes_ = exportAttributesOf(dataset, type_);
     markAsDerived(attributes_);
   }
 

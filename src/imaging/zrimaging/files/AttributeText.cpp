@@ -64,7 +64,7 @@ std::optional<std::string> creatorOf(DcmItem& item, const DcmTag& tag) {
   return CharacterSet::of(item).decode(creator, EVR_LO).joined();
 }
 
-AttributeText describe(DcmItem& item, DcmElement& element) {
+AttributeText elementText(DcmItem& item, DcmElement& element) {
   DcmTag tag = element.getTag();
   AttributeText described;
   described.tag = tag.toString();
@@ -82,7 +82,7 @@ AttributeText readText(DcmItem& dataset, const AttributePath& path, std::optiona
     if (found.element == nullptr) {
       throw Error(Reason::MissingAttribute, "has no element " + path.text());
     }
-    AttributeText described = describe(*found.item, *found.element);
+    AttributeText described = elementText(*found.item, *found.element);
     auto* const binary = dynamic_cast<DcmOtherByteOtherWord*>(found.element);
     const Utf8Text text = binary != nullptr
                               ? textOfBinary(*found.item, *binary, words, described)

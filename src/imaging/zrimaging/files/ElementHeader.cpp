@@ -85,10 +85,10 @@ std::optional<Encoding> Encoding::of(E_TransferSyntax syntax) {
   return Encoding{properties.isExplicitVR() == OFTrue, properties.getByteOrder() == EBO_BigEndian};
 }
 
-E_TransferSyntax Encoding::guess(HeaderBytes& bytes) {
+std::optional<Encoding> Encoding::guess(HeaderBytes& bytes) {
   const unsigned char* const first = bytes.peek(kTagBytes + kVRBytes);
   if (first == nullptr) {
-    return EXS_Unknown;
+    return std::nullopt;
   }
   constexpr Uint16 kLastLikelyGroup = 0xFF;
   const DcmTagKey little = tagAt(first, false);
@@ -98,10 +98,7 @@ E_TransferSyntax Encoding::guess(HeaderBytes& bytes) {
       littleIsKnown ? little.getGroup() > kLastLikelyGroup && big.getGroup() <= kLastLikelyGroup
                     : true;
   const bool bigEndian = isKnown(big) && bigIsLikelier;
-  if (isStandardVR(first + kTagBytes)) {
-    return bigEndian ? EXS_BigEndianExplicit : EXS_LittleEndianExplicit;
-  }
-  return bigEndian ? EXS_BigEndianImplicit : EXS_LittleEndianImplicit;
+  return Encoding{isStandardVR(first + kTagBytes), bigEndian};
 }
 
 void PrivateCreators::add(const DcmTagKey& tag, std::string name) {

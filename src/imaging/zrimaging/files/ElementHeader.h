@@ -24,8 +24,8 @@ struct Encoding {
   /// The encoding of a transfer syntax; nothing when DCMTK does not know its byte order.
   static std::optional<Encoding> of(E_TransferSyntax syntax);
   /// What DCMTK takes the encoding for when nothing names it: judged by the first tag and the two
-  /// characters behind it, which are left in place.
-  static E_TransferSyntax guess(HeaderBytes& bytes);
+  /// characters behind it, which are left in place. Nothing when there are none.
+  static std::optional<Encoding> guess(HeaderBytes& bytes);
 };
 
 /// What stands behind a header.

@@ -31,7 +31,7 @@ void scanMetaInformation(DcmInputStream& stream, const ScanLimits& limits, Heade
   if (start != nullptr && std::memcmp(start + kPreamble, "DICM", kPrefix) == 0) {
     (void)bytes.skip(kPreamble + kPrefix);  // they were looked at
   }
-  if (const std::optional<Encoding> encoding = Encoding::of(Encoding::guess(bytes))) {
+  if (const std::optional<Encoding> encoding = Encoding::guess(bytes)) {
     HeaderWalk(bytes, limits.deepest, scan).walkMetaInformation(*encoding);
   }
 }
@@ -55,7 +55,7 @@ void scanDataset(DcmInputStream& stream, E_TransferSyntax syntax, const ScanLimi
   }
   HeaderBytes bytes(stream, compression != ESC_none ? limits.mostInflated : HeaderBytes::kNoLimit);
   const std::optional<Encoding> encoding =
-      Encoding::of(syntax == EXS_Unknown ? Encoding::guess(bytes) : syntax);
+      syntax == EXS_Unknown ? Encoding::guess(bytes) : Encoding::of(syntax);
   if (encoding) {
     HeaderWalk(bytes, limits.deepest, scan).walkDataset(*encoding);
     scan.inflatesBeyondLimit = bytes.isBeyondLimit();

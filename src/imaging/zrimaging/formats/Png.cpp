@@ -47,8 +47,8 @@ void keepWarning(png_structp png, png_const_charp message) {
 }
 
 // Holds nothing that needs destruction: libpng leaves it by longjmp on errors.
-bool encode(png_structp png, png_infop info, const SampleArray& frame,
-            std::span<const unsigned char> profile, png_bytepp rows) {
+bool encodePng(png_structp png, png_infop info, const SampleArray& frame,
+               std::span<const unsigned char> profile, png_bytepp rows) {
   if (setjmp(png_jmpbuf(png)) != 0) {  // NOLINT(cert-err52-cpp): libpng's only way to fail
     return false;
   }
@@ -99,7 +99,7 @@ void writePng(const std::filesystem::path& target, const ProtectedInputs& inputs
     throw std::bad_alloc();
   }
   png_set_write_fn(png, &encoder, appendBytes, flushNothing);
-  const bool encoded = encode(png, info, frame, iccProfileFor(array), rows.data());
+  const bool encoded = encodePng(png, info, frame, iccProfileFor(array), rows.data());
   png_destroy_write_struct(&png, &info);
   if (!encoded) {
     throw Error(Reason::CannotWrite, "cannot make " + target.string() + ": " + encoder.error);

@@ -84,8 +84,8 @@ void addWindow(Attributes& header, const FramesRecord& record) {
   header.add("window width", windowText(&VoiWindow::width), "");
 }
 
-std::optional<std::array<double, 2>> pixelSpacingOf(const FramesRecord& record,
-                                                    const std::vector<std::size_t>& indices) {
+std::optional<std::array<double, 2>> commonPixelSpacing(const FramesRecord& record,
+                                                        const std::vector<std::size_t>& indices) {
   const std::optional<std::array<double, 2>> first =
       frameAt(record.attributes, indices.front()).pixelSpacing;
   const bool agree = std::all_of(indices.begin(), indices.end(), [&](std::size_t index) {
@@ -105,7 +105,7 @@ ArrayDescription describeArray(const FramesRecord& record,
     if (indices.empty()) {
       return header;
     }
-    if (const auto spacing = pixelSpacingOf(record, indices)) {
+    if (const auto spacing = commonPixelSpacing(record, indices)) {
       header.spacingMm[0] = (*spacing)[0];
       header.spacingMm[1] = (*spacing)[1];
     }

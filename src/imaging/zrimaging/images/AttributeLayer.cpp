@@ -35,7 +35,7 @@ bool holds(DcmItem& item, std::initializer_list<DcmTagKey> keys) {
 }
 
 // The item that holds all of these attributes, so that none of a pair comes from elsewhere.
-DcmItem* holderOf(const AttributePlace& place, const DcmTagKey& macro,
+DcmItem* itemWith(const AttributePlace& place, const DcmTagKey& macro,
                   std::initializer_list<DcmTagKey> keys) {
   DcmItem* holder = place.item;
   if (place.macros && place.item != nullptr &&
@@ -61,7 +61,7 @@ VoiFunction functionOf(const std::string& text) {
 }
 
 std::optional<std::array<double, 2>> pixelSpacingOf(const AttributePlace& place) {
-  DcmItem* const item = holderOf(place, DCM_PixelMeasuresSequence, {DCM_PixelSpacing});
+  DcmItem* const item = itemWith(place, DCM_PixelMeasuresSequence, {DCM_PixelSpacing});
   const auto rowsFirst = item == nullptr ? std::nullopt : numbersAt<2>(*item, DCM_PixelSpacing);
   if (!rowsFirst || (*rowsFirst)[0] <= 0 || (*rowsFirst)[1] <= 0) {
     return std::nullopt;
@@ -70,29 +70,29 @@ std::optional<std::array<double, 2>> pixelSpacingOf(const AttributePlace& place)
 }
 
 std::optional<double> sliceSpacingOf(const AttributePlace& place) {
-  DcmItem* const item = holderOf(place, DCM_PixelMeasuresSequence, {DCM_SpacingBetweenSlices});
+  DcmItem* const item = itemWith(place, DCM_PixelMeasuresSequence, {DCM_SpacingBetweenSlices});
   const std::optional<double> spacing =
       item == nullptr ? std::nullopt : numberAt(*item, DCM_SpacingBetweenSlices);
   return spacing && *spacing != 0 ? spacing : std::nullopt;
 }
 
 void readPlane(const AttributePlace& place, FrameAttributes& frame) {
-  DcmItem* item = holderOf(place, DCM_PlanePositionSequence, {DCM_ImagePositionPatient});
+  DcmItem* item = itemWith(place, DCM_PlanePositionSequence, {DCM_ImagePositionPatient});
   if (item != nullptr) {
     frame.position = numbersAt<3>(*item, DCM_ImagePositionPatient);
   }
-  item = holderOf(place, DCM_PlaneOrientationSequence, {DCM_ImageOrientationPatient});
+  item = itemWith(place, DCM_PlaneOrientationSequence, {DCM_ImageOrientationPatient});
   if (item != nullptr) {
     frame.orientation = numbersAt<6>(*item, DCM_ImageOrientationPatient);
   }
   if (frame.position || frame.orientation || !place.macros) {
     return;
   }
-  item = holderOf(place, DCM_PlanePositionVolumeSequence, {DCM_ImagePositionVolume});
+  item = itemWith(place, DCM_PlanePositionVolumeSequence, {DCM_ImagePositionVolume});
   if (item != nullptr) {
     frame.position = numbersAt<3>(*item, DCM_ImagePositionVolume);
   }
-  item = holderOf(place, DCM_PlaneOrientationVolumeSequence, {DCM_ImageOrientationVolume});
+  item = itemWith(place, DCM_PlaneOrientationVolumeSequence, {DCM_ImageOrientationVolume});
   if (item != nullptr) {
     frame.orientation = numbersAt<6>(*item, DCM_ImageOrientationVolume);
   }
@@ -113,7 +113,7 @@ ValueText unitNamed(const ValueText& type) {
 }
 
 std::optional<RescaleLine> rescaleOf(const AttributePlace& place) {
-  DcmItem* const item = holderOf(place, DCM_PixelValueTransformationSequence,
+  DcmItem* const item = itemWith(place, DCM_PixelValueTransformationSequence,
                                  {DCM_RescaleSlope, DCM_RescaleIntercept});
   if (item == nullptr) {
     return std::nullopt;
@@ -133,7 +133,7 @@ std::optional<RescaleLine> rescaleOf(const AttributePlace& place) {
 std::vector<VoiWindow> windowsOf(const AttributePlace& place) {
   std::vector<VoiWindow> windows;
   DcmItem* const item =
-      holderOf(place, DCM_FrameVOILUTSequence, {DCM_WindowCenter, DCM_WindowWidth});
+      itemWith(place, DCM_FrameVOILUTSequence, {DCM_WindowCenter, DCM_WindowWidth});
   if (item == nullptr) {
     return windows;
   }

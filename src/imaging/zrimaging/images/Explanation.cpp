@@ -26,8 +26,8 @@ namespace zr {
 
 namespace {
 
-// The library's own word for it; there is no better one.
-constexpr const char* kOutOfMemory = "out of memory";
+// libzrdcmexport answers no reason: it is known by these words.
+constexpr const char* kCoreOutOfMemory = "out of memory";
 
 /// All that tells why an image does not decode.
 struct Facts {
@@ -56,7 +56,7 @@ struct Facts {
   }
 };
 
-DcmPixelSequence* fragmentsOf(DcmElement* element) {
+DcmPixelSequence* codedFragmentsOf(DcmElement* element) {
   auto* const pixelData = dynamic_cast<DcmPixelData*>(element);
   if (pixelData == nullptr) {
     return nullptr;
@@ -80,7 +80,7 @@ Facts::Facts(const File& file)
       photometricInterpretation(file.photometricInterpretation()),
       isAdopted(zr::isAdopted(file)) {
   (void)dataset.findAndGetElement(DCM_PixelData, pixelData);  // null tells as much
-  fragments = fragmentsOf(pixelData);
+  fragments = codedFragmentsOf(pixelData);
 }
 
 // --- causes, in the order in which they are looked for
@@ -311,7 +311,7 @@ Error whyNotDecoded(const File& file, const Error& found) {
 }
 
 Error decoderError(const std::string& message) {
-  const bool noMemory = message.find(kOutOfMemory) != std::string::npos;
+  const bool noMemory = message.find(kCoreOutOfMemory) != std::string::npos;
   return {noMemory ? Reason::OutOfMemory : Reason::Undecodable, message};
 }
 

@@ -18,10 +18,10 @@ namespace zr {
 namespace {
 
 // 64 characters of four bytes: no code, number or name may have more.
-constexpr std::size_t kMostBytes = 256;
+constexpr std::size_t kMostTextBytes = 256;
 
 std::string cutBetweenCharacters(const std::string& utf8) {
-  std::size_t size = std::min(utf8.size(), kMostBytes);
+  std::size_t size = std::min(utf8.size(), kMostTextBytes);
   while (size > 0 && size < utf8.size() &&
          (static_cast<unsigned char>(utf8[size]) & 0xC0U) == 0x80U) {
     --size;
@@ -33,7 +33,7 @@ std::string cutBetweenCharacters(const std::string& utf8) {
 
 std::string textAt(DcmItem& item, const DcmTagKey& key, unsigned long position) {
   OFString text;
-  return item.findAndGetOFString(key, text, position).good() ? text.substr(0, kMostBytes) : "";
+  return item.findAndGetOFString(key, text, position).good() ? text.substr(0, kMostTextBytes) : "";
 }
 
 std::vector<ValueText> namesAt(DcmItem& item, const DcmTagKey& key) {

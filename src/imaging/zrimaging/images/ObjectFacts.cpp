@@ -17,7 +17,7 @@ namespace zr {
 
 namespace {
 
-std::optional<unsigned> numberAt(DcmItem& item, const DcmTagKey& key) {
+std::optional<unsigned> unsignedOf(DcmItem& item, const DcmTagKey& key) {
   Uint16 value = 0;
   return item.findAndGetUint16(key, value).good() ? std::optional<unsigned>(value) : std::nullopt;
 }
@@ -31,15 +31,15 @@ NamedUid sopClassOf(DcmItem& item) {
 
 PixelFormat pixelFormatOf(const File& file) {
   DcmItem& item = file.dataset();
-  PixelFormat format{file.photometricInterpretation(), numberAt(item, DCM_BitsAllocated),
-                     numberAt(item, DCM_BitsStored), numberAt(item, DCM_HighBit), std::nullopt};
-  if (const std::optional<unsigned> representation = numberAt(item, DCM_PixelRepresentation)) {
+  PixelFormat format{file.photometricInterpretation(), unsignedOf(item, DCM_BitsAllocated),
+                     unsignedOf(item, DCM_BitsStored), unsignedOf(item, DCM_HighBit), std::nullopt};
+  if (const std::optional<unsigned> representation = unsignedOf(item, DCM_PixelRepresentation)) {
     format.isSigned = *representation == 1;
   }
   return format;
 }
 
-std::optional<TableFacts> tableOf(DcmItem& item, bool palette) {
+std::optional<TableFacts> tableFactsOf(DcmItem& item, bool palette) {
   ExDicomUtilities::LUT lut;
   ExDicomUtilities::LUT::dcmDatasetRead(lut, item, palette);
   if (lut.entries.isNull() || !lut.entries->hasData()) {
@@ -63,8 +63,8 @@ ObjectFacts describeObject(const File& file) {
     facts.multiFrame = Zrg::isMultiFrame(dataset);
     facts.multiFrameVolume = Zrg::isMultiFrameVolume(dataset);
     facts.enhanced = Zrg::isEnhancedDicom(dataset);
-    facts.modalityTable = tableOf(dataset, false);
-    facts.palette = tableOf(dataset, true);
+    facts.modalityTable = tableFactsOf(dataset, false);
+    facts.palette = tableFactsOf(dataset, true);
     facts.withoutPixels = describeWithoutPixels(dataset);
     return facts;
   });

@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-[[noreturn]] void fail(const fs::path& target, const char* reason) {
+[[noreturn]] void refuseTarget(const fs::path& target, const char* reason) {
   throw Error(Reason::CannotWrite, "cannot write " + target.string() + ": " + reason);
 }
 
@@ -46,7 +46,7 @@ std::optional<int> descriptorNamed(fs::path path) {
 OutputPlace placeOfNothing(const fs::path& target, int error) {
   struct stat link {};
   if (error == ENOENT && lstat(target.c_str(), &link) == 0) {
-    fail(target, "it is a link that leads nowhere");
+    refuseTarget(target, "it is a link that leads nowhere");
   }
   if (error != ENOENT || !target.has_filename()) {
     failWriting(target, error);
@@ -65,7 +65,7 @@ OutputPlace findPlace(const fs::path& target, const ProtectedInputs& inputs) {
     return placeOfNothing(target, errno);
   }
   if (S_ISDIR(status.st_mode)) {
-    fail(target, "a folder has that name");
+    refuseTarget(target, "a folder has that name");
   }
   inputs.refuseToReplace(target);
   OutputPlace place;
@@ -106,7 +106,7 @@ void giveName(const fs::path& finished, const OutputPlace& place, const Protecte
 }
 
 void failWriting(const fs::path& target, int error) {
-  fail(target, std::strerror(error));
+  refuseTarget(target, std::strerror(error));
 }
 
 }  // namespace zr

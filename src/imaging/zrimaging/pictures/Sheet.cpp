@@ -123,7 +123,7 @@ std::string ordinal(std::size_t number) {
 }
 
 // Frames look as their pixels are in the body: pixels need not be square.
-SheetNeeds needsOf(const FrameTraits& traits, const SheetContent& content, bool legend) {
+SheetNeeds sheetNeedsOf(const FrameTraits& traits, const SheetContent& content, bool legend) {
   SheetNeeds needs;
   needs.frames = content.frames.size();
   needs.frameWidth = static_cast<double>(traits.columns);
@@ -198,8 +198,8 @@ OverlaysOfFrames overlaysByFrame(const FramesRecord& record) {
   return byFrame;
 }
 
-void drawLabel(Sheet& sheet, const SheetLayout& layout, std::size_t place, std::size_t frame,
-               bool inVolume) {
+void drawFrameNumber(Sheet& sheet, const SheetLayout& layout, std::size_t place, std::size_t frame,
+                     bool inVolume) {
   const int scale = layout.textScale;
   const std::size_t x = layout.left(place % layout.columns);
   const std::size_t y = layout.top(place / layout.columns) + layout.tileHeight + 5;
@@ -233,7 +233,7 @@ Picture drawContactSheet(Frames& frames, const SheetContent& content, SheetLayou
     const FramesRecord& record = frames.record();
     const FrameTraits& traits = record.traits;
     const std::vector<unsigned> groups = overlayGroups(record, content.frames);
-    layout = layOutSheet(needsOf(traits, content, !groups.empty()));
+    layout = layOutSheet(sheetNeedsOf(traits, content, !groups.empty()));
     Thumbnailer thumbnailer(traits.layout(1), layout.tileWidth, layout.tileHeight);
     const FrameDisplay* shownThrough = nullptr;
     const OverlaysOfFrames overlays = overlaysByFrame(record);
@@ -257,7 +257,7 @@ Picture drawContactSheet(Frames& frames, const SheetContent& content, SheetLayou
       const std::size_t y = layout.top(place / layout.columns);
       sheet.fill(x - 1, y - 1, layout.tileWidth + 2, layout.tileHeight + 2, kRule);
       sheet.paste(tile, x, y);
-      drawLabel(sheet, layout, place, frame, content.inVolume);
+      drawFrameNumber(sheet, layout, place, frame, content.inVolume);
       if (content.tileDrawn) {
         content.tileDrawn(place + 1, layout.shown);
       }

@@ -70,7 +70,7 @@ void copyAttributes(DcmDataset& from, DcmDataset& to, const std::vector<DcmTagKe
   }
 }
 
-int compare(DcmDataset& first, DcmDataset& second, const OrderSwitches& on) {
+int compareBy(DcmDataset& first, DcmDataset& second, const OrderSwitches& on) {
   return ExDCM::compare(&first, &second, on.vendorIndices, on.temporalPosition, on.rpeakDelay,
                         on.echoTime, on.volumeUid, on.cardiacPhase);
 }
@@ -83,7 +83,7 @@ void mergeRuns(std::vector<SeriesImage>& from, std::size_t begin, std::size_t mi
   std::size_t right = middle;
   while (left < middle && right < end) {
     const bool rightFirst =
-        compare(from[right].attributes(), from[left].attributes(), switches) < 0;
+        compareBy(from[right].attributes(), from[left].attributes(), switches) < 0;
     to.push_back(std::move(from[rightFirst ? right++ : left++]));
   }
   while (left < middle) {
@@ -129,7 +129,7 @@ void mergeSort(std::vector<SeriesImage>& images, const OrderSwitches& switches) 
 
 std::optional<std::string> criterionBetween(const SeriesImage& first, const SeriesImage& second,
                                             const OrderSwitches& switches) {
-  if (compare(first.attributes(), second.attributes(), switches) >= 0) {
+  if (compareBy(first.attributes(), second.attributes(), switches) >= 0) {
     return std::nullopt;
   }
   // The library says who is first, not why. Shown the attributes of one criterion after the other,
@@ -146,7 +146,7 @@ std::optional<std::string> criterionBetween(const SeriesImage& first, const Seri
     DcmDataset secondPart;
     copyAttributes(first.attributes(), firstPart, criterion.keys);
     copyAttributes(second.attributes(), secondPart, criterion.keys);
-    return compare(firstPart, secondPart, only) != 0;
+    return compareBy(firstPart, secondPart, only) != 0;
   };
   return std::find_if(criteria().begin(), std::prev(criteria().end()), decides)->name;
 }
