@@ -281,6 +281,12 @@ void writeTables(const Folder& folder) {
                    table.all());
     }
   }
+  Output profile;  // repaired in names and size, two tags that end where it ends
+  profile.byte(1).bytes(Bytes(131, 0)).byte(2);
+  for (int tag = 0; tag < 2; ++tag) {
+    profile.list({0, 0, 0, 0, 0, 0, 0, 156, 0, 0, 0, 20});
+  }
+  folder.write("icc_profile", "two-tags", profile.bytes(Bytes(20, 0)).all());
   for (const unsigned road : {0U, 1U, 3U}) {
     folder.write("overlays", "planes-" + std::to_string(road),
                  Output()

@@ -73,7 +73,7 @@ public:
     const std::size_t rowBytes = frame.columns * frame.channels;
     while (state_.next_scanline < state_.image_height) {
       // The library takes rows as not const, and only reads them.
-      JSAMPROW row = const_cast<JSAMPROW>(frame.bytes + state_.next_scanline * rowBytes);
+      auto* row = const_cast<JSAMPROW>(frame.bytes + state_.next_scanline * rowBytes);
       jpeg_write_scanlines(&state_, &row, 1);
     }
     jpeg_finish_compress(&state_);
