@@ -6,8 +6,8 @@
 #include "zrimaging/Image.h"
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/ObjectKind.h"
+#include "zrimaging/images/TableReading.h"
 
-#include <zrdcmexport/ExDicomUtilitiesLUT.h>
 #include <zrdcmexport/ZrSliceImage.h>
 
 #include "dcmtk/config/osconfig.h"
@@ -39,14 +39,13 @@ PixelFormat pixelFormatOf(const File& file) {
   return format;
 }
 
-std::optional<TableFacts> tableFactsOf(DcmItem& item, bool palette) {
-  ExDicomUtilities::LUT lut;
-  ExDicomUtilities::LUT::dcmDatasetRead(lut, item, palette);
-  if (lut.entries.isNull() || !lut.entries->hasData()) {
+std::optional<TableFacts> tableFactsOf(const std::optional<ExDicomUtilities::LUT>& table) {
+  if (!table) {
     return std::nullopt;
   }
-  return TableFacts{static_cast<std::size_t>(lut.entries->dims().x), lut.firstMapped,
-                    lut.entries->nDataVar(), 8 * lut.entries->primType().primTypeSize()};
+  const ZrDataAccess& entries = *table->entries;
+  return TableFacts{static_cast<std::size_t>(entries.dims().x), table->firstMapped,
+                    entries.nDataVar(), 8 * entries.primType().primTypeSize()};
 }
 
 }  // namespace
@@ -63,8 +62,8 @@ ObjectFacts describeObject(const File& file) {
     facts.multiFrame = Zrg::isMultiFrame(dataset);
     facts.multiFrameVolume = Zrg::isMultiFrameVolume(dataset);
     facts.enhanced = Zrg::isEnhancedDicom(dataset);
-    facts.modalityTable = tableFactsOf(dataset, false);
-    facts.palette = tableFactsOf(dataset, true);
+    facts.modalityTable = tableFactsOf(readTable(dataset, TableKind::kModality));
+    facts.palette = tableFactsOf(readTable(dataset, TableKind::kPalette));
     facts.withoutPixels = describeWithoutPixels(dataset);
     return facts;
   });
