@@ -67,37 +67,38 @@ std::string fileContent(const std::string& file) {
   return content.str();
 }
 
-/// The samples as they stand in the file.
-std::vector<char> readPixels(const ExportOptions& options, std::uint64_t bytes) {
-  std::ifstream stream(options.pixels, std::ios::binary | std::ios::ate);
-  if (!stream || !fs::is_regular_file(options.pixels)) {
-    throw zr::Error(zr::Reason::CannotWrite, "cannot read " + options.pixels);
+/// The samples as they are in a file.
+/// @param size  columns and rows, for the error
+/// @param bytes that they take
+std::vector<char> readPixels(const std::string& file, const std::string& size,
+                             std::uint64_t bytes) {
+  std::ifstream stream(file, std::ios::binary | std::ios::ate);
+  if (!stream || !fs::is_regular_file(file)) {
+    throw zr::Error(zr::Reason::CannotWrite, "cannot read " + file);
   }
   const auto found = static_cast<std::uint64_t>(stream.tellg());
   if (found != bytes) {
-    throw zr::Error(zr::Reason::CannotWrite, options.pixels + ": holds " + std::to_string(found) +
-                                                 " bytes, but " + std::to_string(options.columns) +
-                                                 " x " + std::to_string(options.rows) +
-                                                 " samples take " + std::to_string(bytes));
+    throw zr::Error(zr::Reason::CannotWrite, file + ": holds " + std::to_string(found) +
+                                                 " bytes, but " + size + " samples take " +
+                                                 std::to_string(bytes));
   }
   std::vector<char> samples(bytes);
   stream.seekg(0);
   if (!stream.read(samples.data(), static_cast<std::streamsize>(bytes))) {
-    throw zr::Error(zr::Reason::CannotWrite, "cannot read " + options.pixels);
+    throw zr::Error(zr::Reason::CannotWrite, "cannot read " + file);
   }
   return samples;
 }
 
-zr::NewImage newImageOf(const ExportOptions& options) {
-  zr::NewImage image(options.columns, options.rows, options.type);
-  if (!options.from.empty()) {
-    withFileNamed(options.from, [&] { image.deriveFrom(zr::File(options.from)); });
+/// Takes the attributes of a DICOM file over, then those of a file of tags; either name may be empty.
+void addAttributes(zr::NewImage& image, const std::string& from, const std::string& tags) {
+  if (!from.empty()) {
+    withFileNamed(from, [&] { image.deriveFrom(zr::File(from)); });
   }
-  if (!options.tags.empty()) {
-    image.addTags(fileContent(options.tags), options.tags);
+  if (!tags.empty()) {
+    image.addTags(fileContent(tags), tags);
   }
   image.complete();
-  return image;
 }
 
 int exportFile(const ExportOptions& options) {
@@ -106,8 +107,10 @@ int exportFile(const ExportOptions& options) {
   }
   const zr::ProtectedInputs inputs({options.from, options.tags, options.pixels});
   inputs.refuseToReplace(options.output);
-  const zr::NewImage image = newImageOf(options);
-  const std::vector<char> samples = readPixels(options, image.sampleBytes());
+  zr::NewImage image(options.columns, options.rows, options.type);
+  addAttributes(image, options.from, options.tags);
+  const std::string size = std::to_string(options.columns) + " x " + std::to_string(options.rows);
+  const std::vector<char> samples = readPixels(options.pixels, size, image.sampleBytes());
   image.write(options.output, samples.data(), samples.size(), inputs);
   if (options.json) {
     sayJson({{"file", options.output},
