@@ -70,6 +70,7 @@ FormatList volumeFormats(const std::string& first) {
 
 /// A file whose frames are ready to be written as volumes.
 struct SplitImage {
+  std::string path;
   zr::Splitting splitting;
   std::unique_ptr<zr::Frames> source;
   /// The frames once more, without a table that is not meant for display; null where `source` shows
@@ -85,6 +86,7 @@ SplitImage openSplit(const std::string& path, const std::optional<zr::Window>& w
                      const zr::MemoryBudget& memory) {
   zr::File file(path);
   SplitImage split;
+  split.path = path;
   split.splitting = zr::requireSplitting(file);  // before the samples are decoded, which costs more
   split.source = zr::framesOf(zr::Image(std::move(file)), memory);
   // Volumes hold the values of a table that sheets leave out, so such a file is decoded for each.
@@ -101,20 +103,25 @@ std::string stemOf(std::size_t volume) {
   return stem;
 }
 
-void writeVolume(const SplitOptions& options, const SplitImage& split,
-                 const zr::SplitVolume& volume, const fs::path& target,
-                 const zr::ProtectedInputs& inputs) {
+/// What volumes are written as.
+struct VolumeForm {
+  const zr::OutputFormat& format;
+  bool compressed;
+};
+
+void writeVolume(const SplitImage& split, const zr::SplitVolume& volume, const VolumeForm& form,
+                 const fs::path& target, const zr::ProtectedInputs& inputs) {
   const zr::FrameAt frameAt = [&](std::size_t index) {
-    return withFileNamed(options.file, [&] { return split.source->frame(volume.frames[index]); });
+    return withFileNamed(split.path, [&] { return split.source->frame(volume.frames[index]); });
   };
-  zr::writeArray(*zr::formatNamed(options.format), target, inputs,
+  zr::writeArray(form.format, target, inputs,
                  {split.record().traits.layout(volume.frames.size()), frameAt,
-                  zr::describeArray(split.record(), volume.frames), options.compressed,
-                  [&options](const std::string& text) { complain(options.file + ": " + text); }});
+                  zr::describeArray(split.record(), volume.frames), form.compressed,
+                  [&split](const std::string& text) { complain(split.path + ": " + text); }});
 }
 
-void writeVolumeSheet(const std::string& file, const SplitImage& split, std::size_t number,
-                      const fs::path& target, const zr::ProtectedInputs& inputs) {
+void writeVolumeSheet(const SplitImage& split, std::size_t number, const fs::path& target,
+                      const zr::ProtectedInputs& inputs) {
   const zr::SplitVolume& volume = split.splitting.volumes[number];
   zr::SheetContent content = split.allFrames;
   if (split.splitting.splits) {
@@ -127,8 +134,8 @@ void writeVolumeSheet(const std::string& file, const SplitImage& split, std::siz
   content.frames = volume.frames;
   content.inVolume = split.splitting.splits;
   zr::SheetLayout layout;
-  const zr::Picture sheet =
-      withFileNamed(file, [&] { return zr::drawContactSheet(split.shown(), content, layout); });
+  const zr::Picture sheet = withFileNamed(
+      split.path, [&] { return zr::drawContactSheet(split.shown(), content, layout); });
   zr::writePicture(target, inputs, sheet.view());
 }
 
@@ -146,12 +153,12 @@ Json numberOrNull(const std::optional<Number>& number) {
   return number ? Json(*number) : Json(nullptr);
 }
 
-Json volumeEntry(const SplitOptions& options, const SplitImage& split, std::size_t number) {
+Json volumeEntry(const SplitImage& split, std::size_t number, const zr::OutputFormat& format) {
   const zr::SplitVolume& volume = split.splitting.volumes[number];
   // Gaps among the slices of gated data can leave a volume without any: there is nothing to write.
   const bool empty = volume.frames.empty();
   const std::string stem = stemOf(number);
-  return {{"file", empty ? Json(nullptr) : Json(stem + zr::formatNamed(options.format)->ending)},
+  return {{"file", empty ? Json(nullptr) : Json(stem + format.ending)},
           {"sheet", empty ? Json(nullptr) : Json(stem + pictureEnding())},
           {"timeSlot", numberOrNull(volume.timeSlot)},
           {"rrInterval", numberOrNull(volume.rrInterval)},
@@ -171,16 +178,16 @@ void addSplitValues(Json& manifest, const SplitImage& split) {
   addFrameValues(manifest, numbers, values);
 }
 
-Json manifestOf(const SplitOptions& options, const SplitImage& split) {
+Json manifestOf(const SplitImage& split, const zr::OutputFormat& format) {
   const zr::Splitting& splitting = split.splitting;
   const zr::FrameTraits& traits = split.record().traits;
   const bool gated = splitting.gated();
   Json volumes = Json::array();
   for (std::size_t number = 0; number < splitting.volumes.size(); ++number) {
-    volumes.push_back(volumeEntry(options, split, number));
+    volumes.push_back(volumeEntry(split, number, format));
   }
   Json manifest = {
-      {"source", fs::path(options.file).filename().string()},
+      {"source", fs::path(split.path).filename().string()},
       {"split", splitting.splits},
       {"reason", jsonTextOrNull(splitting.reason)},
       {"pointer", jsonTextOrNull(splitting.pointer)},
@@ -224,11 +231,11 @@ void refuseToReplaceInputs(const zr::ProtectedInputs& inputs, const fs::path& fo
 }
 
 // The manifest goes first when it is an older one, and comes last when it is new.
-void writeAll(const SplitOptions& options, const SplitImage& split, const Json& manifest) {
-  const fs::path folder(options.folder);
+void writeAll(const SplitImage& split, const Json& manifest, const VolumeForm& form,
+              const fs::path& folder) {
   const fs::path manifestPath = folder / kManifest;
   const Json& volumes = manifest["volumes"];
-  const zr::ProtectedInputs inputs({options.file});
+  const zr::ProtectedInputs inputs({split.path});
   refuseToReplaceInputs(inputs, folder, volumes);
   zr::createFolder(folder);
   removeOlder(manifestPath);
@@ -236,10 +243,9 @@ void writeAll(const SplitOptions& options, const SplitImage& split, const Json& 
   for (std::size_t number = 0; number < volumes.size(); ++number) {
     const Json& entry = volumes[number];
     if (!entry["file"].is_null()) {
-      writeVolume(options, split, split.splitting.volumes[number],
+      writeVolume(split, split.splitting.volumes[number], form,
                   folder / entry["file"].get<std::string>(), inputs);
-      writeVolumeSheet(options.file, split, number, folder / entry["sheet"].get<std::string>(),
-                       inputs);
+      writeVolumeSheet(split, number, folder / entry["sheet"].get<std::string>(), inputs);
     }
     progress.advance();
   }
@@ -248,8 +254,7 @@ void writeAll(const SplitOptions& options, const SplitImage& split, const Json& 
   file.commit();
 }
 
-void listFiles(const SplitOptions& options, const Json& manifest) {
-  const fs::path folder(options.folder);
+void listFiles(const fs::path& folder, const Json& manifest) {
   for (const Json& entry : manifest["volumes"]) {
     for (const char* const key : {"file", "sheet"}) {
       if (!entry[key].is_null()) {
@@ -264,10 +269,11 @@ int writeSplit(const SplitOptions& options, const zr::MemoryBudget& memory) {
   // Wrong usage shows before any work is done.
   refuseCompressionOf(*zr::formatNamed(options.format), options.compressed);
   const std::optional<zr::Window> window = windowFromOption(options.window);
+  const zr::OutputFormat& format = *zr::formatNamed(options.format);
   const SplitImage split =
       withFileNamed(options.file, [&] { return openSplit(options.file, window, memory); });
-  const Json manifest = manifestOf(options, split);
-  writeAll(options, split, manifest);
+  const Json manifest = manifestOf(split, format);
+  writeAll(split, manifest, {format, options.compressed}, options.folder);
   complainOfAll(split.source->takeRemarks());
   if (!split.splitting.splits) {
     complain(options.file + ": kept whole: " + split.splitting.reason);
@@ -278,7 +284,7 @@ int writeSplit(const SplitOptions& options, const zr::MemoryBudget& memory) {
   if (options.json) {
     sayJson(manifest);
   } else {
-    listFiles(options, manifest);
+    listFiles(options.folder, manifest);
   }
   return kDone;
 }
