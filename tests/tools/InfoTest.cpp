@@ -9,6 +9,11 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
 namespace {
 
 using nlohmann::json;
@@ -372,6 +377,100 @@ TEST_F(ZrdcmInfo, WritesJsonThoughTheFileHoldsNoUtf8) {
   const auto report = reportOf(file);
   EXPECT_EQ(report["modality"], "\\xFF\\xFE");
   EXPECT_EQ(report["escaped"], true);
+}
+
+class ZrdcmInfoOfFolders : public ZrdcmInfo {
+protected:
+  std::string saveImage(const std::string& name) {
+    return save(*support::monochromeImage(2, 2).build(), name);
+  }
+
+  static std::vector<std::string> filesIn(const std::string& jsonLines) {
+    std::vector<std::string> files;
+    std::istringstream stream(jsonLines);
+    for (std::string line; std::getline(stream, line);) {
+      files.push_back(json::parse(line).at("file"));
+    }
+    return files;
+  }
+};
+
+TEST_F(ZrdcmInfoOfFolders, DescribesTheFilesOfAFolderInOrderAndCountsTheOthers) {
+  std::filesystem::create_directories(folder_.file("a/b"));
+  const std::string second = saveImage("a/b/1.dcm");
+  const std::string first = saveImage("a/0.dcm");
+  tools::writeFile(folder_.file("a/notes.txt"), "no image");
+
+  const Outcome outcome = runZrdcm({"info", "-r", "--jsonl", folder_.file("a").string()});
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(filesIn(outcome.output), (std::vector<std::string>{first, second}));
+  EXPECT_EQ(outcome.errors, "zrdcm: passed over 1 file that is no DICOM file\n");
+}
+
+TEST_F(ZrdcmInfoOfFolders, RefusesTheSameFileWhereItIsNamed) {
+  tools::writeFile(folder_.file("notes.txt"), "no image");
+  const std::string file = folder_.file("notes.txt").string();
+
+  const Outcome outcome = runZrdcm({"info", "--jsonl", file});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, "zrdcm: " + file + ": is not a DICOM file\n");
+  const json report = json::parse(outcome.output);
+  EXPECT_EQ(report["error"], "is not a DICOM file");
+  EXPECT_EQ(report["reason"], "NotDicom");
+}
+
+TEST_F(ZrdcmInfoOfFolders, SaysWhenThereIsNoDicomFileAtAll) {
+  std::filesystem::create_directories(folder_.file("empty"));
+
+  const Outcome outcome = runZrdcm({"info", "--json", folder_.file("empty").string()});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(json::parse(outcome.output), json::array());
+  EXPECT_EQ(outcome.errors, "zrdcm: no DICOM file found\n");
+}
+
+TEST_F(ZrdcmInfoOfFolders, GoesOnAfterADamagedFileInAFolder) {
+  std::filesystem::create_directories(folder_.file("a"));
+  const std::string cut = saveImage("a/0.dcm");
+  const std::string good = saveImage("a/1.dcm");
+  std::filesystem::resize_file(cut, 140);
+
+  const Outcome outcome = runZrdcm({"info", "--jsonl", folder_.file("a").string()});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(filesIn(outcome.output), (std::vector<std::string>{cut, good}));
+  EXPECT_EQ(json::parse(outcome.output.substr(0, outcome.output.find('\n')))["reason"], "Damaged");
+}
+
+TEST_F(ZrdcmInfoOfFolders, ReadsListsOfFiles) {
+  const std::string one = saveImage("1.dcm");
+  const std::string two = saveImage("2.dcm");
+  tools::writeFile(folder_.file("list.txt"), one + "\n");
+
+  const Outcome outcome =
+      tools::runProgram({"sh", "-c", "echo \"$1\" | \"$0\" info --jsonl \"@$2\" -", ZRDCM_PROGRAM,
+                         two, folder_.file("list.txt").string()});
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(filesIn(outcome.output), (std::vector<std::string>{one, two}));
+}
+
+TEST_F(ZrdcmInfoOfFolders, PrintsALineBeforeTheNextFileIsNamed) {
+  const std::string one = saveImage("1.dcm");
+  const std::string two = saveImage("2.dcm");
+
+  // The second name is written only once the line about the first has come out.
+  const Outcome outcome = tools::runProgram(
+      {"timeout", "20", "bash", "-c",
+       "coproc \"$0\" info --jsonl -; echo \"$1\" >&\"${COPROC[1]}\"; "
+       "read -r first <&\"${COPROC[0]}\"; echo \"$first\"; echo \"$2\" >&\"${COPROC[1]}\"; "
+       "read -r second <&\"${COPROC[0]}\"; echo \"$second\"",
+       ZRDCM_PROGRAM, one, two});
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(filesIn(outcome.output), (std::vector<std::string>{one, two}));
 }
 
 }  // namespace

@@ -128,7 +128,7 @@ TEST_F(Manual, PageHasEveryVerbAndOption) {
 }
 
 TEST_F(Manual, PageNamesArguments) {
-  EXPECT_THAT(section("info"), HasSubstr(".SS \\fBzrdcm info\\fR \\fIFILE\\fR..."));
+  EXPECT_THAT(section("info"), HasSubstr(".SS \\fBzrdcm info\\fR \\fIPATH\\fR..."));
   EXPECT_THAT(section("decode"), HasSubstr("\\fIFILE\\fR \\fB\\-o\\fR \\fIOUT\\fR"));
 }
 

@@ -374,4 +374,27 @@ TEST_F(ZrdcmSort, SaysWhereItCannotCopy) {
   EXPECT_THAT(run.errors, HasSubstr(file));
 }
 
+TEST_F(ZrdcmSort, TakesAFolderAndPassesOverWhatIsNoDicom) {
+  std::filesystem::create_directories(inFolder("in"));
+  const std::string second = write("in/a.dcm", image(2));
+  const std::string first = write("in/b.dcm", image(1));
+  tools::writeFile(inFolder("in/notes.txt"), "no image");
+
+  const Outcome outcome = sort({inFolder("in")});
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(linesOf(outcome), ElementsAre(first, second));
+  EXPECT_EQ(outcome.errors, "zrdcm: passed over 1 file that is no DICOM file\n");
+}
+
+TEST_F(ZrdcmSort, ProtectsTheFilesThatItFindsInAFolder) {
+  std::filesystem::create_directories(inFolder("in"));
+  write("in/0001.dcm", image(2));
+
+  const Outcome outcome = sort({inFolder("in"), "--copy", inFolder("in")});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.errors, HasSubstr("that would replace the input"));
+}
+
 }  // namespace

@@ -42,6 +42,8 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUsage{"UnknownVerb", {"paint"}, "paint is no verb"},
         WrongUsage{"UnknownOption", {"info", "--paint", "a.dcm"}, "The following argument"},
         WrongUsage{"InfoWithoutFile", {"info"}, "files is required"},
+        WrongUsage{
+            "InfoInTwoForms", {"info", "--json", "--jsonl", "a.dcm"}, "--json excludes --jsonl"},
         WrongUsage{"SamplesWithoutFolder", {"samples"}, "dir is required"},
         WrongUsage{"DecodeWithoutOutput", {"decode", "a.dcm"}, "--output is required"},
         WrongUsage{"UnknownEnding",

@@ -73,8 +73,8 @@ std::string zshAction(const std::string& value) {
   if (value == "DIR") {
     return "_files -/";
   }
-  const bool isFile = value == "FILE" || value == "OUT" || value == kPictureTypeName ||
-                      value == "JSON" || value == "RAW";
+  const bool isFile = value == "FILE" || value == "PATH" || value == "OUT" ||
+                      value == kPictureTypeName || value == "JSON" || value == "RAW";
   return isFile ? "_files" : " ";
 }
 

@@ -119,11 +119,20 @@ Json splittingOf(const zr::Splitting& splitting) {
 }
 
 Json emptyReport(const std::filesystem::path& path) {
-  return {{"file", path.string()},  {"ok", false},           {"error", nullptr},
-          {"sopClass", nullptr},    {"modality", nullptr},   {"transferSyntax", nullptr},
-          {"pixelFormat", nullptr}, {"multiFrame", nullptr}, {"multiFrameVolume", nullptr},
-          {"enhanced", nullptr},    {"image", nullptr},      {"luts", nullptr},
-          {"overlays", nullptr},    {"splitting", nullptr},  {"content", nullptr}};
+  return {{"file", path.string()},     {"ok", false},
+          {"error", nullptr},          {"reason", nullptr},
+          {"sopClass", nullptr},       {"modality", nullptr},
+          {"transferSyntax", nullptr}, {"pixelFormat", nullptr},
+          {"multiFrame", nullptr},     {"multiFrameVolume", nullptr},
+          {"enhanced", nullptr},       {"image", nullptr},
+          {"luts", nullptr},           {"overlays", nullptr},
+          {"splitting", nullptr},      {"content", nullptr}};
+}
+
+void setError(Json& report, const zr::Error& error) {
+  report["ok"] = false;
+  report["error"] = error.what();
+  report["reason"] = zr::nameOf(error.reason());
 }
 
 void fillReport(Json& report, const std::filesystem::path& path, const zr::MemoryBudget& memory) {
@@ -150,16 +159,20 @@ void fillReport(Json& report, const std::filesystem::path& path, const zr::Memor
 
 }  // namespace
 
+Json reportError(const std::filesystem::path& path, const zr::Error& error) {
+  Json report = emptyReport(path);
+  setError(report, error);
+  return report;
+}
+
 Json reportFile(const std::filesystem::path& path, const zr::MemoryBudget& memory) {
   Json report = emptyReport(path);
   try {
     fillReport(report, path, memory);
   } catch (const std::bad_alloc&) {
-    report["ok"] = false;
-    report["error"] = "out of memory";
-  } catch (const std::exception& failure) {
-    report["ok"] = false;
-    report["error"] = failure.what();
+    setError(report, zr::Error(zr::Reason::OutOfMemory, "out of memory"));
+  } catch (const zr::Error& error) {
+    setError(report, error);
   }
   return report;
 }

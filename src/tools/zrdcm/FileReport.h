@@ -4,6 +4,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include <filesystem>
+#include <zrimaging/Error.h>
 #include <zrimaging/MemoryBudget.h>
 
 namespace zrdcm {
@@ -13,7 +14,7 @@ namespace zrdcm {
 /// | key                 | value                                                                |
 /// |---------------------|----------------------------------------------------------------------|
 /// | file                | the path as given                                                    |
-/// | ok, error           | whether its image decodes, or it needs none; the reason when not     |
+/// | ok, error, reason   | whether its image decodes, or it needs none; why not; zr::Reason of it |
 /// | sopClass, modality  | {uid, name}; text                                                    |
 /// | content             | what an object is that has no pixels and needs none                  |
 /// | transferSyntax      | {uid, name} as the file states it; name null where it is not known   |
@@ -28,9 +29,12 @@ namespace zrdcm {
 /// | splitting           | {splittable, reason, reversed, pointer, pointerKind, timeSlots, rrIntervals, |
 /// |                     | volumes [[frame numbers in slice order]]}                            |
 ///
-/// Absent values are null. A file that cannot be read has null in everything but `file`, `ok` and
-/// `error`. Nothing is thrown for a bad file, lack of memory included.
+/// Absent values are null. A file that cannot be read has null in everything but `file`, `ok`,
+/// `error` and `reason`. Nothing is thrown for a bad file, lack of memory included.
 nlohmann::ordered_json reportFile(const std::filesystem::path& path,
                                   const zr::MemoryBudget& memory);
+
+/// The report on a file that cannot be read, for a reason that is known.
+nlohmann::ordered_json reportError(const std::filesystem::path& path, const zr::Error& error);
 
 }  // namespace zrdcm

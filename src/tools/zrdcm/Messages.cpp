@@ -145,14 +145,14 @@ void say(const std::string& line) {
   writeLine(printable(line));
 }
 
-std::string jsonText(const Json& value) {
+std::string jsonText(const Json& value, int indent) {
   constexpr char32_t kFirstThatJsonLeaves = 0x7F;
   Json shown = value;
   (void)escapeTexts(shown);  // a text that is the whole of it has no object that could tell
   std::string text;
   // Beyond ASCII there is nothing but the texts within quotation marks.
   forEachCharacter(
-      shown.dump(2, ' ', false, Json::error_handler_t::replace),
+      shown.dump(indent, ' ', false, Json::error_handler_t::replace),
       [&text](const std::optional<zr::Utf8Character>& character, const std::string& bytes) {
         const char32_t code = character ? character->code : 0;
         if (code >= kFirstThatJsonLeaves && zr::isUnsafeOnTerminals(code)) {
@@ -169,6 +169,14 @@ std::string jsonText(const Json& value) {
 
 void sayJson(const Json& value) {
   writeLine(jsonText(value));
+}
+
+void sayJsonLine(const Json& value) {
+  constexpr int kOneLine = -1;
+  writeLine(jsonText(value, kOneLine));
+  if (std::fflush(stdout) != 0 && zr::readerIsGone()) {
+    throw zr::ReaderGone();
+  }
 }
 
 void showLibraryLog(bool shown) {

@@ -29,13 +29,17 @@ void complainOfAll(const std::vector<zr::Remark>& remarks);
 /// @throws zr::ReaderGone when nobody reads stdout any more
 void say(const std::string& line);
 
-/// JSON, indented, that a terminal can show: characters that it would act on are written as \u009b.
+/// JSON that a terminal can show: characters that it would act on are written as \u009b. It is on
+/// one line when `indent` is -1.
 /// Bytes that are no UTF-8 become \xE9; the object whose text holds them, itself or in a list, gets
 /// `"escaped": true`.
-std::string jsonText(const nlohmann::ordered_json& value);
+std::string jsonText(const nlohmann::ordered_json& value, int indent = 2);
 
 /// Prints jsonText on stdout.
 void sayJson(const nlohmann::ordered_json& value);
+
+/// The same on one line that is written at once, whoever reads it.
+void sayJsonLine(const nlohmann::ordered_json& value);
 
 /// Switches the log of DCMTK and of the library on or off (off when the program starts).
 /// They tell of every oddity in a file, which would drown the one line that says what is wrong.

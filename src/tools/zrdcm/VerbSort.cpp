@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // zrdcm sort: the files of a series in order, and copies of them numbered in that order.
 #include "ExitStatus.h"
+#include "InputFiles.h"
 #include "Messages.h"
 #include "Progress.h"
 #include "UsageError.h"
@@ -10,7 +11,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
-#include <exception>
 #include <filesystem>
 #include <memory>
 #include <new>
@@ -19,6 +19,7 @@
 #include <vector>
 #include <zrimaging/Error.h>
 #include <zrimaging/Output.h>
+#include <zrimaging/Paths.h>
 #include <zrimaging/Series.h>
 
 namespace zrdcm {
@@ -52,7 +53,7 @@ Examples:
   zrdcm sort --by temporal-position,rpeak-delay --copy ordered series/*.dcm)";
 
 struct SortOptions {
-  std::vector<std::string> files;
+  std::vector<std::string> paths;
   std::string by;
   std::string copyFolder;
   bool json = false;
@@ -64,25 +65,43 @@ struct ReadSeries {
   int status = kDone;
 };
 
-ReadSeries readSeries(const std::vector<std::string>& files) {
+ReadSeries readSeries(const std::vector<zr::PathEntry>& files) {
   ReadSeries series;
+  PassedOver passedOver;
   Progress progress("reading", files.size());
-  const auto leaveOut = [&](const std::string& file, const char* reason) {
+  const auto leaveOut = [&](const zr::PathEntry& file, const char* reason) {
     progress.clear();
-    complain(file + ": " + reason);
+    complain(file.path.string() + ": " + reason);
     series.status = kFailed;
   };
-  for (const std::string& file : files) {
+  for (const zr::PathEntry& file : files) {
     try {
-      series.images.emplace_back(file);
+      if (file.problem.empty()) {
+        series.images.emplace_back(file.path);
+      } else {
+        leaveOut(file, file.problem.c_str());
+      }
     } catch (const std::bad_alloc&) {
       leaveOut(file, "out of memory");
-    } catch (const std::exception& failure) {
-      leaveOut(file, failure.what());
+    } catch (const zr::Error& error) {
+      if (!passedOver.takes(file, error.reason())) {
+        leaveOut(file, error.what());
+      }
     }
     progress.advance();
   }
+  progress.clear();
+  passedOver.complain();
   return series;
+}
+
+std::vector<std::string> namesOf(const std::vector<zr::PathEntry>& files) {
+  std::vector<std::string> names;
+  names.reserve(files.size());
+  for (const zr::PathEntry& file : files) {
+    names.push_back(file.path.string());
+  }
+  return names;
 }
 
 void writeCopies(const std::vector<zr::SeriesImage>& images, const fs::path& folder,
@@ -125,11 +144,12 @@ zr::OrderSwitches switchesOf(const SortOptions& options) {
 
 int sortFiles(const SortOptions& options) {
   const zr::OrderSwitches switches = switchesOf(options);
-  ReadSeries series = readSeries(options.files);
+  const std::vector<zr::PathEntry> files = zr::expandPaths(options.paths);
+  ReadSeries series = readSeries(files);
   zr::sortSeries(series.images, switches);
   if (!options.copyFolder.empty()) {
     // Those too that could not be read: nothing has been copied of them.
-    writeCopies(series.images, options.copyFolder, zr::ProtectedInputs(options.files));
+    writeCopies(series.images, options.copyFolder, zr::ProtectedInputs(namesOf(files)));
   }
   if (options.json) {
     sayJson(report(series.images, options, switches));
@@ -145,9 +165,11 @@ int sortFiles(const SortOptions& options) {
 
 VerbAction configureSort(CLI::App& command) {
   auto options = std::make_shared<SortOptions>();
-  command.add_option("files", options->files, "The DICOM files of a series")
-      ->type_name("FILE")
+  command
+      .add_option("files", options->paths, "The DICOM files of a series, folders, lists of files")
+      ->type_name("PATH")
       ->required();
+  addRecursiveFlag(command);
   command
       .add_option("--by", options->by,
                   "Criteria to switch on, separated by commas: vendor-indices, temporal-position, "
@@ -156,7 +178,7 @@ VerbAction configureSort(CLI::App& command) {
   command.add_option("--copy", options->copyFolder, "Copy the files in order into this folder")
       ->type_name("DIR");
   command.add_flag("--json", options->json, "Print an array of objects, one a file");
-  command.footer(kFooter);
+  command.footer(std::string(kPathsHelp) + "\n\n" + kFooter);
   return [options](const zr::MemoryBudget&) { return sortFiles(*options); };
 }
 
