@@ -24,7 +24,7 @@ TARGETS = {
 # but public ones.
 ORDER = {
     "core": ["dicom", "streams|samples|dictionary|series", "decoding|writing", "volumes"],
-    "imaging": ["texts|output|geometry", "files", "images|series|export|volumes", "pictures", "formats"],
+    "imaging": ["texts|output|geometry", "files", "pixels", "images|series|export|volumes", "pictures", "formats"],
 }
 FACES = {"core": "zrdcmexport", "imaging": "zrimaging"}
 # What the codecs are built with as well, inspectors and a header of sizes: a program that uses the codecs alone

@@ -121,8 +121,9 @@ TEST_P(BadInput, HasItsReason) {
   const fs::path path = folder_.file("in.dcm");
   GetParam().make(path);
 
-  const std::optional<zr::Error> error =
-      errorOf([&] { (void)zr::Image(zr::File(path)).decode({}, zr::MemoryBudget{1U << 20U}); });
+  const std::optional<zr::Error> error = errorOf([&] {
+    (void)zr::Image(zr::File(path)).decode(zr::DecodeRequest{}, zr::MemoryBudget{1U << 20U});
+  });
 
   ASSERT_TRUE(error);
   EXPECT_STREQ(zr::nameOf(error->reason()), zr::nameOf(GetParam().reason)) << error->what();
@@ -181,10 +182,10 @@ INSTANTIATE_TEST_SUITE_P(
                             Reason::MissingAttribute},
                     BadFile{"WithAnUnknownCompression", saveUnknownCompression, Reason::NoDecoder},
                     BadFile{"WithABrokenStream", saveBrokenRle, Reason::Undecodable},
-                    BadFile{"OfFloats", saveFloats, Reason::Unsupported},
-                    BadFile{"OfBits",
+                    BadFile{"OfFloatsInSixteenBits", saveFloats, Reason::Damaged},
+                    BadFile{"OfTwelveBitsAllocated",
                             [](const fs::path& path) {
-                              save(support::ctSlice(8, 2).withUint16(DCM_BitsAllocated, 1), path);
+                              save(support::ctSlice(8, 2).withUint16(DCM_BitsAllocated, 12), path);
                             },
                             Reason::Unsupported}),
     support::nameOf<BadFile>);
@@ -195,7 +196,7 @@ TEST(BadRequest, OfAFrameThatIsNotThereHasItsReason) {
 
   const std::optional<zr::Error> error = errorOf([&] {
     const zr::Image image(zr::File(folder.file("in.dcm")));
-    (void)image.decode({zr::FrameRange{3, 3}, false, false}, {});
+    (void)image.decode({zr::FrameRange{3, 3}, zr::Values::kSamples, false}, {});
   });
 
   ASSERT_TRUE(error);

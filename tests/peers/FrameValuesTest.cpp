@@ -124,8 +124,9 @@ TEST_F(ValuesOfFrames, MapSamplesToTheModalityValuesOfNumPy) {
     }
     SCOPED_TRACE(row["file"]);
     const std::string target = folder_.file("out.raw").string();
-    const json report =
-        json::parse(tools::runZrdcm({"decode", pathOf(row), "-o", target, "--json"}).output);
+    const json report = json::parse(
+        tools::runZrdcm({"decode", pathOf(row), "-o", target, "--json", "--values", "unsigned"})
+            .output);
     const std::string bytes = tools::readFile(target);
     const auto frames = report["shape"][0].get<std::size_t>();
     const std::size_t count =

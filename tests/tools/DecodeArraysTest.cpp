@@ -36,10 +36,34 @@ protected:
   support::TempDir folder_;
 };
 
-TEST_F(ZrdcmDecode, ShiftsSignedSamplesToUnsigned) {
+TEST_F(ZrdcmDecode, KeepsTheSignOfSamples) {
+  const auto image =
+      support::monochromeImage(3, 1).signed16().bitsStored(12).samples({-1, 0x7FF, 0x0801}).build();
+
+  EXPECT_EQ(hex(decode(*image, ".raw")), "ff ff ff 07 01 f8");
+}
+
+TEST_F(ZrdcmDecode, ShiftsSignedSamplesWhenTheyAreToBeUnsigned) {
   const auto image = support::monochromeImage(3, 1).signed16().samples({-32768, 0, 1}).build();
 
-  EXPECT_EQ(hex(decode(*image, ".raw")), "00 00 00 80 01 80");
+  EXPECT_EQ(hex(decode(*image, ".raw", {"--values", "unsigned"})), "00 00 00 80 01 80");
+}
+
+TEST_F(ZrdcmDecode, WritesModalityValues) {
+  const auto image = support::ctSlice(1, 1).signed16().samples({-2}).rescale("0.5", "3").build();
+
+  EXPECT_EQ(hex(decode(*image, ".raw", {"--values", "modality"})), "00 00 00 40");  // 2.0
+}
+
+TEST_F(ZrdcmDecode, WritesGreysIntoArraysWhenAskedTo) {
+  const auto image = support::monochromeImage(2, 1)
+                         .unsigned16()
+                         .samples({0, 4})
+                         .window("2", "4")
+                         .with(DCM_VOILUTFunction, "LINEAR_EXACT")
+                         .build();
+
+  EXPECT_EQ(hex(decode(*image, ".raw", {"--values", "display"})), "00 ff");
 }
 
 TEST_F(ZrdcmDecode, LeavesStoredSamplesAsTheyAre) {
@@ -109,8 +133,11 @@ TEST_F(ZrdcmDecode, ReportsTypeAndShapeOfWhatItWrote) {
             "int8");
   EXPECT_EQ(reportOf(*wide, {"--stored"})["type"], "int16");
   EXPECT_EQ(reportOf(*wide, {"--stored"})["modality"], nullptr);
-  EXPECT_EQ(reportOf(*wide, {})["type"], "uint16");
-  EXPECT_EQ(reportOf(*wide, {})["modality"], (nlohmann::json{2.0, 5.0 - 2.0 * 32768.0}));
+  EXPECT_EQ(reportOf(*wide, {})["type"], "int16");
+  EXPECT_EQ(reportOf(*wide, {})["modality"], (nlohmann::json{2.0, 5.0}));
+  EXPECT_EQ(reportOf(*wide, {"--values", "unsigned"})["type"], "uint16");
+  EXPECT_EQ(reportOf(*wide, {"--values", "unsigned"})["modality"],
+            (nlohmann::json{2.0, 5.0 - 2.0 * 32768.0}));
 }
 
 TEST_F(ZrdcmDecode, TellsNumpyThatStoredSamplesAreSigned) {
@@ -119,7 +146,7 @@ TEST_F(ZrdcmDecode, TellsNumpyThatStoredSamplesAreSigned) {
 
   EXPECT_EQ(decode(*wide, ".npy", {"--stored"}).substr(10, 16), "{'descr': '<i2',");
   EXPECT_EQ(decode(*narrow, ".npy", {"--stored"}).substr(10, 16), "{'descr': '|i1',");
-  EXPECT_EQ(decode(*wide, ".npy").substr(10, 16), "{'descr': '<u2',");
+  EXPECT_EQ(decode(*wide, ".npy", {"--values", "unsigned"}).substr(10, 16), "{'descr': '<u2',");
 }
 
 TEST_F(ZrdcmDecode, WritesNrrdWithSpacingTypeAndEndianness) {
@@ -206,7 +233,8 @@ TEST_F(ZrdcmDecode, GivesStoredSamplesOfATableNoLineInNrrd) {
                                               .withUint16s(DCM_LUTDescriptor, {2, 0, 16})
                                               .withWords(DCM_LUTData, {0, 1000}));
 
-  EXPECT_NE(decode(*image.build(), ".nrrd").find("\nmodality slope:=1\n"), std::string::npos);
+  EXPECT_NE(decode(*image.build(), ".nrrd", {"--values", "unsigned"}).find("\nmodality slope:=1\n"),
+            std::string::npos);
   EXPECT_NE(decode(*image.build(), ".nrrd", {"--stored"}).find("\nmodality slope:=unknown\n"),
             std::string::npos);
 }
@@ -242,7 +270,7 @@ TEST_F(ZrdcmDecode, AppliesAWiderTableToTheStoredBitsWhereverTheyStand) {
                                                  .withUint16s(DCM_LUTDescriptor, {4, 0, 16})
                                                  .withWords(DCM_LUTData, {0, 1000, 2000, 3000}));
 
-  EXPECT_EQ(hex(decode(*image.build(), ".raw")), "e8 03 b8 0b");
+  EXPECT_EQ(hex(decode(*image.build(), ".raw", {"--values", "unsigned"})), "e8 03 b8 0b");
 }
 
 struct WidthMismatch {
@@ -265,7 +293,8 @@ TEST_P(TableOfAnotherWidth, IsAppliedAllTheSame) {
   image = GetParam().wideSamples ? image.unsigned16() : image.unsigned8();
   image.frames(2).samples(GetParam().samples).withItem(DCM_ModalityLUTSequence, table);
 
-  const std::string bytes = decode(*image.build(), ".npy", {"--frames", "1"});
+  const std::string bytes =
+      decode(*image.build(), ".npy", {"--frames", "1", "--values", "unsigned"});
 
   EXPECT_EQ(bytes.substr(10, 16), "{'descr': '<u2',");
   EXPECT_EQ(hex(bytes.substr(128)), GetParam().converted);
@@ -291,8 +320,9 @@ TEST_F(ZrdcmDecode, DescribesWhatItWroteAsJson) {
                             {"outputs", {folder_.file("out.npy").string()}},
                             {"frames", {1, 2}},
                             {"shape", {2, 3, 4}},
-                            {"type", "uint16"},
-                            {"modality", {2.0, -66536.0}},
+                            {"type", "int16"},
+                            {"values", "samples"},
+                            {"modality", {2.0, -1000.0}},
                             {"modalityUnit", nullptr},
                             {"windows", nullptr},
                             {"perFrame", nullptr},

@@ -102,27 +102,6 @@ INSTANTIATE_TEST_SUITE_P(Syntaxes, SyntaxWithoutDecoder,
                          support::nameOf<Syntax>);
 
 // A range takes another road, on which packed bits would come out as samples.
-TEST_F(Explanation, OfOneBitIsGivenForARangeToo) {
-  support::saveFile(*support::monochromeImage(8, 8)
-                         .frames(3)
-                         .without(DCM_SOPClassUID)
-                         .withUint16(DCM_BitsAllocated, 1)
-                         .withUint16(DCM_BitsStored, 1)
-                         .withUint16(DCM_HighBit, 0)
-                         .withPixels8(std::vector<Uint8>(24, 0xA5))
-                         .build(),
-                    file());
-
-  const Outcome outcome =
-      runZrdcm({"decode", file(), "--frames", "1", "-o", folder_.file("out.raw").string()});
-
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.errors,
-            "zrdcm: " + file() +
-                ": has samples of 1 bit (Bits Allocated (0028,0100)); those of 8 and 16 bits are "
-                "decoded\n");
-}
-
 // --- frames beyond sixteen bits
 // --------------------------------------------------------------------
 

@@ -149,7 +149,10 @@ TEST_F(FrameValues, OfSignedSamplesTakeTheShiftBack) {
       DCM_SharedFunctionalGroupsSequence, withLine(line("2", "10")));
 
   EXPECT_EQ(json::parse(decode(image, "out.raw", {"--json"}).output)["modality"],
-            (json{2.0, 10.0 - 2.0 * 32768.0}));
+            (json{2.0, 10.0}));
+  EXPECT_EQ(
+      json::parse(decode(image, "out.raw", {"--json", "--values", "unsigned"}).output)["modality"],
+      (json{2.0, 10.0 - 2.0 * 32768.0}));
 }
 
 TEST_F(FrameValues, MayLieFlatInAnItem) {
@@ -465,7 +468,7 @@ TEST_P(PictureOfATable, LeavesItOutWhereItIsNotForDisplay) {
   }
 
   decode(withTable(image), "out.png");
-  decode(withTable(image), "out.raw");
+  decode(withTable(image), "out.raw", {"--values", "unsigned"});
   const Outcome sheet =
       runZrdcm({"sheet", save(withTable(image)), "-o", folder_.file("sheet.png").string()});
 

@@ -30,8 +30,8 @@ struct FrameTraits {
   bool monochrome = false;   ///< MONOCHROME1 or MONOCHROME2; everything else is decoded to RGB
   bool darkIsHigh = false;   ///< MONOCHROME1: the highest value is shown black (PS3.3 C.7.6.3.1.2)
   bool lossy = false;        ///< the samples went through a lossy compression
-  bool stored = false;       ///< monochrome samples are as they are stored: no table maps them
-  double sampleOffset = 0;   ///< what was added to make signed samples unsigned
+  Values values = Values::kUnsigned;  ///< what the samples are
+  double sampleOffset = 0;            ///< what was added to make signed samples unsigned
   /// The sample that fills what is no part of the image (Pixel Padding Value, PS3.3 C.7.5.1.1.2),
   /// as it occurs among the decoded samples; nothing where it is not known.
   std::optional<std::uint16_t> padding;

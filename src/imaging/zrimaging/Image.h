@@ -73,7 +73,7 @@ struct FrameRange {
 /// What to decode, and how.
 struct DecodeRequest {
   std::optional<FrameRange> frames;  ///< numbers in the file; all frames when not set
-  bool stored = false;               ///< leave monochrome samples as they are stored
+  Values values = Values::kSamples;  ///< what the samples are to be
   bool overlays = false;             ///< read the overlays embedded in the samples, too
 };
 
@@ -110,10 +110,8 @@ private:
 
 /// An image in a file: any of its frames is decoded at the cost of that frame, any number of times.
 ///
-/// Monochrome samples come out unsigned, the stored bits alone wherever they are in the container,
-/// with the modality LUT applied (signed samples are shifted by 128 or 32768:
-/// FrameTraits::sampleOffset); or, when they are asked for as stored, as their bytes are, then with
-/// a signed type when Pixel Representation says so. Colour comes out as 8-bit RGB.
+/// What the samples are is asked for: see Values. By default they are the stored bits alone with
+/// their sign, in containers of 8, 16 or 32 bits or floating-point numbers as the file has them.
 class ZRIMAGING_API Image {
 public:
   /// Takes the file. Nothing is decoded.
@@ -138,7 +136,7 @@ public:
 
   /// What decoding will deliver.
   /// @throws Error when the attributes do not make an image that can be decoded
-  FrameTraits traits(bool stored = false) const;
+  FrameTraits traits(Values values = Values::kSamples) const;
 
   /// Decodes frames into memory of their own, contiguous.
   /// @throws Error when there are no such frames, when they do not decode, or take more memory than
@@ -156,6 +154,7 @@ public:
                                  void* target, std::size_t size) const;
 
 private:
+  DecodedFrames decodeForDisplay(const DecodeRequest& request, const MemoryBudget& memory) const;
   const PerFrameAttributes& attributesOf(std::size_t frames) const;
 
   std::unique_ptr<File> file_;

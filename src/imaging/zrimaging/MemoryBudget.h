@@ -23,6 +23,10 @@ struct ZRIMAGING_API MemoryBudget {
   void requireFor(DcmItem& item) const;
   /// The same for the frames `first` to `last`, 0-based.
   void requireFor(DcmItem& item, std::uint64_t first, std::uint64_t last) const;
+
+  /// Refuses decoded samples of more bytes.
+  /// @throws Error (TooLarge)
+  void requireBytes(std::uint64_t decoded) const;
 };
 
 /// A number of bytes such as "4096", "512M" or "16GiB" (factors of 1024); nothing for other texts.

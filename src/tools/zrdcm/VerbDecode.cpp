@@ -36,9 +36,13 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kFooterAboutSamples =
-    R"(Monochrome samples are unsigned (signed ones are shifted by 128 or 32768) and have the modality LUT
-applied; bits stored at the top of the sample are moved down. With --stored they stay as they are
-in the file, 16 bits going to 16-bit PNG. Colour is 8-bit RGB always. Pictures are shown through --window, else through the window of the file (of each
+    R"(--values says what is written into arrays. samples: the stored bits alone with their sign, as
+the file has them in 8, 16 or 32 bits or floating-point numbers; colours in their depth. unsigned:
+signed samples shifted by 128, 32768 or 2147483648, the modality LUT applied, colours as RGB of 8
+bits. stored: the containers as they are in the file, colours too. modality: numbers with a
+floating point, by the rescale line of each frame or the modality LUT, doses in Gy. display: grey
+levels of 8 bits. Into pictures go the grey levels unless --values says otherwise; then 16 bits go
+to 16-bit PNG. Pictures are shown through --window, else through the window of the file (of each
 frame, where frames have their own), else over the range of the values that occur; a window of the
 file that shows all in one grey gives way to that range. MONOCHROME1 is turned round so that it
 looks right; a modality LUT of angiography and fluoroscopy is not meant for pictures and left out.
@@ -56,6 +60,7 @@ struct DecodeOptions {
   std::string format;
   std::string frames;
   std::string window;
+  std::string values;
   bool stored = false;
   bool overlays = false;
   std::optional<int> quality;
@@ -76,6 +81,35 @@ const zr::OutputFormat& knownFormatOf(const DecodeOptions& options) {
     throw UsageError("--output - has no ending that tells the format: --format is needed");
   }
   throw UsageError("--output must end in " + endingsInWords(zr::formats()) + ": " + options.output);
+}
+
+/// Whether the samples are shown as pictures show them: through windows, in 8 bits.
+bool isShown(const DecodeOptions& options) {
+  return knownFormatOf(options).holds(zr::kForEyes) && !options.stored &&
+         (options.values.empty() || options.values == zr::valuesName(zr::Values::kDisplay));
+}
+
+zr::Values valuesWanted(const DecodeOptions& options) {
+  if (options.stored) {
+    return zr::Values::kStored;
+  }
+  if (isShown(options)) {
+    return zr::Values::kUnsigned;  // which windows are applied to
+  }
+  for (const zr::Values values : zr::kAllValues) {
+    if (options.values == zr::valuesName(values)) {
+      return values;
+    }
+  }
+  return zr::Values::kSamples;
+}
+
+std::vector<std::string> namesOfValues() {
+  std::vector<std::string> names;
+  for (const zr::Values values : zr::kAllValues) {
+    names.emplace_back(zr::valuesName(values));
+  }
+  return names;
 }
 
 std::optional<zr::FrameRange> framesAskedFor(const DecodeOptions& options) {
@@ -146,8 +180,8 @@ struct Decoded {
 };
 
 Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memory) {
-  const zr::DecodeRequest request{framesAskedFor(options), options.stored, options.overlays};
-  const bool shown = knownFormatOf(options).holds(zr::kForEyes) && !options.stored;
+  const bool shown = isShown(options);
+  const zr::DecodeRequest request{framesAskedFor(options), valuesWanted(options), options.overlays};
   zr::File file(options.file);
   const zr::Image image =
       shown ? zr::Image::forDisplay(std::move(file)) : zr::Image(std::move(file));
@@ -226,11 +260,12 @@ std::vector<fs::path> writeOutput(const Decoded& decoded, const DecodeOptions& o
   return {options.target()};
 }
 
-// The line is that of the samples as decoding leaves them: shifted, or mapped by a table.
+// The line is that of the samples as decoding leaves them: shifted, or mapped by a table. That of
+// containers would have to know which of their bits are stored.
 void addDecodedValues(nlohmann::ordered_json& report, const Decoded& decoded) {
   const zr::FramesRecord& record = decoded.frames.record();
   const auto line = [&record](std::size_t index) {
-    const bool mapped = record.traits.monochrome && !record.traits.stored;
+    const bool mapped = record.traits.monochrome && record.traits.values != zr::Values::kStored;
     return mapped ? zr::lineOfSamples(record, index) : std::nullopt;
   };
   addFrameValues(report, decoded.indices(),
@@ -253,11 +288,14 @@ nlohmann::ordered_json report(const Decoded& decoded, const std::string& file,
   for (const fs::path& path : written) {
     outputs.push_back(path.string());
   }
-  nlohmann::ordered_json report = {{"file", file},
-                                   {"outputs", outputs},
-                                   {"frames", {numbers.first, numbers.last}},
-                                   {"shape", shape},
-                                   {"type", zr::typeName(samples.type)}};
+  nlohmann::ordered_json report = {
+      {"file", file},
+      {"outputs", outputs},
+      {"frames", {numbers.first, numbers.last}},
+      {"shape", shape},
+      {"type", zr::typeName(samples.type)},
+      {"values", zr::valuesName(decoded.display ? zr::Values::kDisplay
+                                                : decoded.frames.record().traits.values)}};
   addDecodedValues(report, decoded);
   report["remark"] = jsonTextOrNull(decoded.display ? decoded.display->remark() : "");
   return report;
@@ -309,7 +347,14 @@ VerbAction configureDecode(CLI::App& command) {
   command.add_option("--frames", options->frames, "Frame A, or frames A to B, 0-based")
       ->type_name("A[-B]");
   CLI::Option* stored =
-      command.add_flag("--stored", options->stored, "Leave the samples as they are stored");
+      command.add_flag("--stored", options->stored, "The same as --values stored");
+  command
+      .add_option(
+          "--values", options->values,
+          "What is written; samples into arrays, display into pictures unless this says otherwise")
+      ->type_name("samples|unsigned|stored|modality|display")
+      ->check(CLI::IsMember(namesOfValues()).description(""))
+      ->excludes(stored);
   command.add_option("--window", options->window, "Show these modality values in the picture")
       ->type_name("C,W")
       ->excludes(stored);

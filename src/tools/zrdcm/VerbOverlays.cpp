@@ -63,6 +63,7 @@ Json planeReport(const ZrOverlayData& overlays, int index, const fs::path& file)
 
 zr::DecodedFrames decodeWithOverlays(const std::string& file, const zr::MemoryBudget& memory) {
   zr::DecodeRequest request;
+  request.values = zr::Values::kStored;  // the samples themselves are not looked at
   request.overlays = true;
   zr::DecodedFrames frames = zr::Image(zr::File(file)).decode(request, memory);
   const KtHandle<ZrOverlayData>& overlays = frames.record().overlays;

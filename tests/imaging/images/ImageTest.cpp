@@ -93,9 +93,11 @@ TEST_F(ImageInAFile, HasNoFrameBehindTheLast) {
 TEST_F(ImageInAFile, DecodesAnyFrameAnyNumberOfTimes) {
   const zr::Image image(save(threeFrames()));
 
-  const zr::DecodedFrames last = image.decode({zr::FrameRange{1, 2}, false, false}, {});
-  const zr::DecodedFrames all = image.decode({}, {});
-  const zr::DecodedFrames again = image.decode({zr::FrameRange{1, 2}, false, false}, {});
+  const zr::DecodedFrames last =
+      image.decode({zr::FrameRange{1, 2}, zr::Values::kSamples, false}, {});
+  const zr::DecodedFrames all = image.decode(zr::DecodeRequest{}, {});
+  const zr::DecodedFrames again =
+      image.decode({zr::FrameRange{1, 2}, zr::Values::kSamples, false}, {});
 
   EXPECT_THAT(valuesOf(last.samples()), ElementsAre(3, 4, 5, 6));
   EXPECT_EQ(last.numbers().first, 1U);
@@ -104,11 +106,11 @@ TEST_F(ImageInAFile, DecodesAnyFrameAnyNumberOfTimes) {
   EXPECT_THAT(valuesOf(again.samples()), ElementsAre(3, 4, 5, 6));
 }
 
-TEST_F(ImageInAFile, ShiftsSignedSamplesUnlessTheyAreAskedForAsStored) {
+TEST_F(ImageInAFile, ShiftsSignedSamplesWhenTheyAreAskedForAsUnsigned) {
   const zr::Image image(save(support::monochromeImage(2, 1).signed16().samples({-1, 2})));
 
-  const zr::DecodedFrames shown = image.decode({}, {});
-  const zr::DecodedFrames stored = image.decode({std::nullopt, true, false}, {});
+  const zr::DecodedFrames shown = image.decode({std::nullopt, zr::Values::kUnsigned, false}, {});
+  const zr::DecodedFrames stored = image.decode({std::nullopt, zr::Values::kStored, false}, {});
 
   EXPECT_EQ(shown.record().traits.type, SampleType::kU16);
   EXPECT_EQ(shown.record().traits.sampleOffset, 32768);
@@ -127,10 +129,11 @@ TEST_F(ImageInAFile, TellsTheTraitsOfItsSamplesWithoutDecoding) {
 
   EXPECT_EQ(traits.columns, 3U);
   EXPECT_EQ(traits.rows, 2U);
-  EXPECT_EQ(traits.type, SampleType::kU8);
-  EXPECT_EQ(traits.sampleOffset, 128);
+  EXPECT_EQ(traits.type, SampleType::kS8);
+  EXPECT_EQ(traits.sampleOffset, 0);
   EXPECT_TRUE(traits.darkIsHigh);
-  EXPECT_EQ(image.traits(true).type, SampleType::kS8);
+  EXPECT_EQ(image.traits(zr::Values::kUnsigned).type, SampleType::kU8);
+  EXPECT_EQ(image.traits(zr::Values::kUnsigned).sampleOffset, 128);
   EXPECT_EQ(traits.frameBytes(), 6U);
 }
 
@@ -138,8 +141,9 @@ TEST_F(ImageInAFile, DecodesIntoMemoryOfTheCaller) {
   const zr::Image image(save(threeFrames()));
   std::array<std::uint16_t, 3> memory = {9, 9, 9};
 
-  EXPECT_THAT(image.decodeInto({zr::FrameRange{1, 1}, false, false}, {}, memory.data(), 4),
-              IsEmpty());
+  EXPECT_THAT(
+      image.decodeInto({zr::FrameRange{1, 1}, zr::Values::kSamples, false}, {}, memory.data(), 4),
+      IsEmpty());
 
   EXPECT_THAT(memory, ElementsAre(3, 4, 9));
 }
@@ -149,7 +153,7 @@ TEST_F(ImageInAFile, DoesNotDecodeIntoTooLittleMemory) {
   std::array<std::uint16_t, 2> memory{};
 
   try {
-    (void)image.decodeInto({}, {}, memory.data(), sizeof memory);
+    (void)image.decodeInto(zr::DecodeRequest{}, {}, memory.data(), sizeof memory);
     FAIL() << "three frames do not fit";
   } catch (const zr::Error& error) {
     EXPECT_EQ(error.reason(), zr::Reason::TooLarge);
@@ -161,7 +165,8 @@ TEST_F(ImageInAFile, MayGoBeforeItsSamples) {
   std::shared_ptr<const void> memory;
   zr::SampleArray samples;
   {
-    const zr::DecodedFrames decoded = zr::Image(save(threeFrames())).decode({}, {});
+    const zr::DecodedFrames decoded =
+        zr::Image(save(threeFrames())).decode(zr::DecodeRequest{}, {});
     memory = decoded.memory();
     samples = decoded.samples();
   }
@@ -177,7 +182,8 @@ TEST_F(ImageInAFile, CountsTheFramesOfOverlaysAsTheFileDoes) {
                                  .overlayBits(0x6000, 12, {{1, 0}}, 2)
                                  .with(DcmTagKey(0x6000, 0x0015), EVR_IS, "3")));
 
-  const zr::DecodedFrames decoded = image.decode({zr::FrameRange{2, 2}, false, true}, {});
+  const zr::DecodedFrames decoded =
+      image.decode({zr::FrameRange{2, 2}, zr::Values::kSamples, true}, {});
 
   ASSERT_TRUE(decoded.record().overlays.isNotNull());
   ASSERT_EQ(decoded.record().overlays->count(), 1);

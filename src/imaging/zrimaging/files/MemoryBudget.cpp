@@ -75,4 +75,13 @@ void MemoryBudget::requireFor(DcmItem& item, std::uint64_t first, std::uint64_t 
   });
 }
 
+void MemoryBudget::requireBytes(std::uint64_t decoded) const {
+  atBoundary([&] {
+    if (decoded > bytes) {
+      throw Error(Reason::TooLarge, "takes " + sizeText(decoded) + " once it is decoded; " + name +
+                                        " allows " + sizeText(bytes));
+    }
+  });
+}
+
 }  // namespace zr

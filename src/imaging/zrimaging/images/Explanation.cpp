@@ -92,23 +92,13 @@ std::string noPixelsAtAll(const Facts& facts) {
   return what.empty() ? "" : "is " + what + ", and has no pixels; zrdcm info describes it";
 }
 
-std::string otherSamples(const Facts& facts) {
-  constexpr const char* kOnly = "; Pixel Data (7FE0,0010) alone is decoded";
-  if (facts.pixelData != nullptr) {
-    return "";
-  }
-  if (facts.dataset.tagExists(DCM_FloatPixelData)) {
-    return std::string("has its samples in Float Pixel Data (7FE0,0008), 32 bits each") + kOnly;
-  }
-  if (facts.dataset.tagExists(DCM_DoubleFloatPixelData)) {
-    return std::string("has its samples in Double Float Pixel Data (7FE0,0009), 64 bits each") +
-           kOnly;
-  }
-  return "";
+bool hasFloatingPointSamples(const Facts& facts) {
+  return facts.dataset.tagExists(DCM_FloatPixelData) ||
+         facts.dataset.tagExists(DCM_DoubleFloatPixelData);
 }
 
 std::string noPixelData(const Facts& facts) {
-  if (facts.pixelData != nullptr) {
+  if (facts.pixelData != nullptr || hasFloatingPointSamples(facts)) {
     return "";
   }
   if (facts.dataset.tagExists(DCM_PixelDataProviderURL)) {
@@ -167,13 +157,28 @@ std::string noSize(const Facts& facts) {
   return none ? "has an image without pixels" : "";
 }
 
-std::string sampleSize(const Facts& facts) {
+/// Floating-point samples have the width that their element has by its definition.
+std::string floatingPointSize(const Facts& facts) {
+  const bool isDouble = !facts.dataset.tagExists(DCM_FloatPixelData);
+  const unsigned expected = isDouble ? 64 : 32;
   const std::optional<unsigned> bits = facts.number(DCM_BitsAllocated);
-  if (!bits || *bits == 8 || *bits == 16) {
+  if (facts.pixelData != nullptr || !hasFloatingPointSamples(facts) || !bits || *bits == expected) {
     return "";
   }
-  return "has samples of " + std::to_string(*bits) + (*bits == 1 ? " bit" : " bits") +
-         " (Bits Allocated (0028,0100)); those of 8 and 16 bits are decoded";
+  return std::string("has ") +
+         (isDouble ? "Double Float Pixel Data (7FE0,0009)" : "Float Pixel Data (7FE0,0008)") +
+         ", of " + std::to_string(expected) + " bits each, but Bits Allocated (0028,0100) is " +
+         std::to_string(*bits);
+}
+
+std::string sampleSize(const Facts& facts) {
+  const std::optional<unsigned> bits = facts.number(DCM_BitsAllocated);
+  const bool isKnown = !bits || *bits == 1 || *bits == 8 || *bits == 16 || *bits == 32;
+  if (isKnown || hasFloatingPointSamples(facts)) {
+    return "";
+  }
+  return "has samples of " + std::to_string(*bits) +
+         " bits (Bits Allocated (0028,0100)); those of 1, 8, 16 and 32 bits are decoded";
 }
 
 std::string segmentedPalette(const Facts& facts) {
@@ -194,7 +199,8 @@ std::string noPalette(const Facts& facts) {
 }
 
 std::string noBytes(const Facts& facts) {
-  if (!facts.isCompressed() && facts.pixelData->getLengthField() == 0) {
+  if (!facts.isCompressed() && facts.pixelData != nullptr &&
+      facts.pixelData->getLengthField() == 0) {
     return "has empty Pixel Data (7FE0,0010)";
   }
   return "";
@@ -269,12 +275,12 @@ struct Cause {
 };
 
 constexpr std::array<Cause, 14> kCauses = {{{noPixelsAtAll, Reason::NoPixelData},
-                                            {otherSamples, Reason::Unsupported},
                                             {noPixelData, Reason::NoPixelData},
                                             {noDecoder, Reason::NoDecoder},
                                             {vrOfBytes, Reason::Damaged},
                                             {missingAttributes, Reason::MissingAttribute},
                                             {noSize, Reason::NoPixelData},
+                                            {floatingPointSize, Reason::Damaged},
                                             {sampleSize, Reason::Unsupported},
                                             {segmentedPalette, Reason::Unsupported},
                                             {noPalette, Reason::MissingAttribute},
@@ -313,13 +319,6 @@ Error whyNotDecoded(const File& file, const Error& found) {
 Error decoderError(const std::string& message) {
   const bool noMemory = message.find(kCoreOutOfMemory) != std::string::npos;
   return {noMemory ? Reason::OutOfMemory : Reason::Undecodable, message};
-}
-
-void refusePackedPixels(const File& file) {
-  Uint16 bits = 0;
-  if (file.dataset().findAndGetUint16(DCM_BitsAllocated, bits).good() && bits == 1) {
-    throw whyNotDecoded(file, Error(Reason::Unsupported, "has samples of 1 bit"));
-  }
 }
 
 }  // namespace zr

@@ -27,8 +27,4 @@ Error whyNotDecoded(const File& file, const Error& found);
 /// What a message of the decoder amounts to: OutOfMemory or Undecodable.
 Error decoderError(const std::string& message);
 
-/// Refuses pixels of one bit, which the slice decoder hands out as they are packed.
-/// @throws Error with the reason.
-void refusePackedPixels(const File& file);
-
 }  // namespace zr

@@ -1,110 +1,58 @@
 // SPDX-License-Identifier: BSD-3-Clause
+// Which decoder an image gets. The slice decoder takes most; what it does not know, or shows in 8
+// bits where there are more, is read container by container.
 #include "zrimaging/images/FrameDecoder.h"
 
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
+#include "zrimaging/images/ContainerFrames.h"
 #include "zrimaging/images/Explanation.h"
-
-#include <zrdcmexport/ZrNumbers.h>
-#include <zrdcmexport/ZrSliceImage.h>
+#include "zrimaging/images/LibraryFrames.h"
+#include "zrimaging/pixels/ColourConversion.h"
+#include "zrimaging/pixels/PixelDescription.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
-
-#include <cstring>
-#include <string>
 
 namespace zr {
 
 namespace {
 
-SampleType storedType(const Zrg::FrameFormat& format, DcmItem& item) {
-  const bool twoBytes = format.bytesPerSample == 2;
-  const bool isSigned = format.monochrome && Zrg::intOf(textOf(item, DCM_PixelRepresentation)) == 1;
-  if (isSigned) {
-    return twoBytes ? SampleType::kS16 : SampleType::kS8;
-  }
-  return twoBytes ? SampleType::kU16 : SampleType::kU8;
+/// Whether the slice decoder reads monochrome samples of this kind.
+bool isKnownToTheLibrary(const PixelDescription& pixels) {
+  return pixels.element == PixelDescription::Element::kPixelData &&
+         (pixels.bitsAllocated == 8 || pixels.bitsAllocated == 16);
 }
 
-bool isNative(const File& file) {
-  return !DcmXfer(file.dataset().getOriginalXfer()).isEncapsulated();
+std::unique_ptr<FrameDecoder> chooseDecoder(const File& file, Values values) {
+  const PixelDescription pixels = readPixelDescription(file);
+  if (pixels.isMonochrome()) {
+    if (isKnownToTheLibrary(pixels) || pixels.samplesPerPixel != 1) {
+      return std::make_unique<LibraryFrames>(file);
+    }
+    return std::make_unique<ContainerFrames>(file, pixels);
+  }
+  if (values == Values::kStored) {
+    return std::make_unique<ContainerFrames>(
+        file, pixels, ColourConversion(pixels, file.dataset(), ColourConversion::Form::kStored));
+  }
+  if (values == Values::kSamples && isDeepColour(pixels, file.dataset())) {
+    return std::make_unique<ContainerFrames>(
+        file, pixels, ColourConversion(pixels, file.dataset(), ColourConversion::Form::kRgb));
+  }
+  return std::make_unique<LibraryFrames>(file);
 }
 
 }  // namespace
 
-FrameDecoder::FrameDecoder(const File& file) : file_(file) {
-  std::string error;
-  DcmItem& item = file.dataset();
-  Zrg::SliceImage slice;
-  if (!reader_.open(item, error) || !Zrg::describeImage(item, slice, error)) {
-    throw whyNotDecoded(file, decoderError(error));
-  }
-  const Zrg::FrameFormat format = reader_.format();
-  if (format.rows == 0 || format.columns == 0) {
-    throw Error(Reason::NoPixelData, "has an image without pixels");
-  }
-  if (format.bytesPerSample > 2) {
-    throw whyNotDecoded(
-        file, Error(Reason::Unsupported, "has samples of 32 bits, which are not decoded"));
-  }
-  traits_.type = storedType(format, item);
-  traits_.rows = format.rows;
-  traits_.columns = format.columns;
-  traits_.channels = format.samplesPerPixel;
-  traits_.monochrome = format.monochrome;
-  traits_.darkIsHigh = file.photometricInterpretation() == "MONOCHROME1";
-  traits_.lossy = slice.lossy;
-  traits_.stored = format.monochrome;
-}
-
-/// What a message about a frame amounts to.
-Error FrameDecoder::refusal(std::size_t number, const std::string& message, bool named) const {
-  return decoderError(named ? "frame " + std::to_string(number) + ": " + message : message);
-}
-
-void FrameDecoder::check(std::size_t number) {
-  std::string error;
-  if (reader_.check(number, error)) {
-    return;
-  }
-  throw whyNotDecoded(
-      file_, isNative(file_) ? Error(Reason::Damaged, error) : refusal(number, error, true));
-}
-
-void FrameDecoder::checkOnly() {
-  std::string error;
-  if (!reader_.check(0, error)) {
-    decodeAsAWhole(isNative(file_) ? Error(Reason::Damaged, error) : refusal(0, error, false));
-  }
-}
-
-void FrameDecoder::decode(std::size_t number, void* target, bool named) {
-  std::string error;
-  if (!reader_.decode(number, target, frameBytes(), error)) {
-    throw refusal(number, error, named);
-  }
-}
-
-void FrameDecoder::decodeOnly(void* target) {
-  if (Zrg::firstSample(whole_) == nullptr) {
-    try {
-      decode(0, target, false);
-      return;
-    } catch (const Error& error) {
-      decodeAsAWhole(error);
+std::unique_ptr<FrameDecoder> makeFrameDecoder(const File& file, Values values) {
+  try {
+    return chooseDecoder(file, values);
+  } catch (const Error& error) {
+    if (error.reason() == Reason::NoPixelData) {
+      throw;  // rows or columns are 0: nothing else is wrong
     }
-  }
-  std::memcpy(target, Zrg::firstSample(whole_), frameBytes());
-}
-
-/// Decodes all pixel data of the image at once.
-/// @param found why its frame does not decode alone
-void FrameDecoder::decodeAsAWhole(const Error& found) {
-  std::string unused;
-  whole_.convertSamples = false;
-  if (!whole_.process(file_.dataset(), unused, -1, -1, nullptr, 0)) {
-    throw whyNotDecoded(file_, found);
+    throw whyNotDecoded(file, error);
   }
 }
 

@@ -28,9 +28,9 @@ class FramesOnDemand final : public Frames {
 public:
   FramesOnDemand(Image image, const MemoryBudget& memory)
       : image_(std::move(image)), count_(image_.frameCount()), decoder_(prepared(memory)) {
-    decoder_.check(0);
-    oneFrame_.resize(decoder_.frameBytes());
-    record_.traits = decoder_.traits();
+    decoder_->check(0);
+    oneFrame_.resize(decoder_->frameBytes());
+    record_.traits = decoder_->traits();
     record_.name = image_.file().path().filename().string();
     if (!record_.traits.monochrome) {
       record_.iccProfile = readIccProfile(image_.file().dataset());
@@ -54,14 +54,14 @@ public:
   std::vector<Remark> takeRemarks() override { return std::exchange(remarks_, {}); }
 
 private:
-  FrameDecoder prepared(const MemoryBudget& memory) const {
+  std::unique_ptr<FrameDecoder> prepared(const MemoryBudget& memory) const {
     memory.requireFor(image_.file().dataset(), 0, 0);
-    return FrameDecoder(image_.file());
+    return makeFrameDecoder(image_.file(), Values::kUnsigned);
   }
 
   SampleArray decode(std::size_t number) {
     const DecoderWatch decoders;
-    decoder_.decode(number, oneFrame_.data(), true);
+    decoder_->decode(number, oneFrame_.data(), true);
     for (std::string& text : decoders.remarks(image_.file().path())) {
       remarks_.push_back({image_.file().path().string(), std::move(text)});
     }
@@ -72,7 +72,7 @@ private:
 
   Image image_;
   std::size_t count_;
-  FrameDecoder decoder_;  ///< of the image's file, which stays where it is
+  std::unique_ptr<FrameDecoder> decoder_;  ///< of the image's file, which stays where it is
   FramesRecord record_;
   std::vector<unsigned char> oneFrame_;
   std::vector<Remark> remarks_;
@@ -89,6 +89,7 @@ std::unique_ptr<Frames> framesOf(Image image, const MemoryBudget& memory) {
   return atBoundary([&]() -> std::unique_ptr<Frames> {
     if (isMonochrome(image.file()) || image.frameCount() == 1) {
       DecodeRequest all;
+      all.values = Values::kUnsigned;
       all.overlays = true;
       return std::make_unique<DecodedFrames>(image.decode(all, memory));
     }
@@ -100,7 +101,11 @@ std::optional<RescaleLine> lineOfSamples(const FramesRecord& record, std::size_t
   return atBoundary([&]() -> std::optional<RescaleLine> {
     const std::optional<RescaleLine>& rescale = frameAt(record.attributes, index).rescale;
     const FrameTraits& traits = record.traits;
-    if (!rescale || (record.attributes.modalityTable && traits.stored)) {
+    if (traits.values == Values::kModality) {
+      return RescaleLine{1, 0, rescale ? rescale->unit : ValueText{}};
+    }
+    if (!rescale || traits.values == Values::kDisplay ||
+        (record.attributes.modalityTable && traits.values != Values::kUnsigned)) {
       return std::nullopt;
     }
     return RescaleLine{rescale->slope, rescale->intercept - traits.sampleOffset * rescale->slope,

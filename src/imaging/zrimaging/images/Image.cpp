@@ -1,29 +1,26 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Images: frames are decoded one by one into memory that holds them all, then transformed as a
-// whole. In memory there are the samples that are asked for, and their stored form besides where it
-// has another width.
+// Images: what is known of their frames, and decoding into memory. How frames are decoded is in
+// images/Decoding.cpp, how they are shown in pictures/.
 #include "zrimaging/Image.h"
 
 #include "zrimaging/Boundary.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
 #include "zrimaging/MemoryBudget.h"
+#include "zrimaging/Pictures.h"
 #include "zrimaging/images/DecoderWarnings.h"
-#include "zrimaging/images/Explanation.h"
-#include "zrimaging/images/FrameDecoder.h"
+#include "zrimaging/images/Decoding.h"
 #include "zrimaging/images/FrameNumbers.h"
 #include "zrimaging/images/IccProfile.h"
 #include "zrimaging/images/ModalityTable.h"
 
-#include <zrdcmexport/ExDicomUtilitiesLUT.h>
 #include <zrdcmexport/ZrFrames.h>
-#include <zrdcmexport/ZrSamples.h>
-#include <zrdcmexport/ZrSliceImage.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -41,149 +38,20 @@ Memory allocate(std::size_t size) {
   return {new char[size], std::default_delete<char[]>()};
 }
 
-FrameRange framesWanted(const DecodeRequest& request, std::size_t available) {
-  if (!request.frames) {
-    return {0, available - 1};
+void requireRoom(std::size_t size, std::size_t needed) {
+  if (size < needed) {
+    throw Error(Reason::TooLarge, "takes " + std::to_string(needed) +
+                                      " bytes; the memory handed in has " + std::to_string(size));
   }
-  requireFrame(request.frames->last, available);
-  return *request.frames;
 }
 
-std::optional<std::uint16_t> paddingOf(DcmItem& item, double sampleOffset) {
-  Uint16 unsignedValue = 0;
-  Sint16 signedValue = 0;
-  // Behind a modality LUT padding is not told apart from other values.
-  if (item.tagExists(DCM_ModalityLUTSequence)) {
-    return std::nullopt;
-  }
-  if (item.findAndGetSint16(DCM_PixelPaddingValue, signedValue).good()) {
-    return static_cast<std::uint16_t>(signedValue + static_cast<int>(sampleOffset));
-  }
-  if (item.findAndGetUint16(DCM_PixelPaddingValue, unsignedValue).good()) {
-    return unsignedValue;
-  }
-  return std::nullopt;
-}
-
-KtVec3l extentOf(const FrameTraits& traits, std::size_t frames) {
-  return {static_cast<long long>(traits.columns), static_cast<long long>(traits.rows),
-          static_cast<long long>(frames)};
-}
-
-/// What makes samples that are shown of monochrome samples that are stored in one or two bytes.
-std::optional<Zrg::SampleTransform> transformOf(DcmItem& item, std::size_t bytesPerSample) {
-  ExDicomUtilities::LUT table;
-  ExDicomUtilities::LUT::dcmDatasetRead(table, item, false);
-  return Zrg::SampleTransform::makingUnsigned(
-      Zrg::readStoredSamples(item, static_cast<unsigned>(bytesPerSample)), table);
-}
-
-/// One go at decoding frames of an image.
-class Decoding {
-public:
-  Decoding(const File& file, const DecodeRequest& request, const MemoryBudget& memory)
-      : file_(file),
-        available_(Zrg::numberOfFrames(file.dataset())),
-        wanted_(framesWanted(request, available_)),
-        decoder_(prepared(file, memory)),
-        traits_(decoder_.traits()) {
-    if (traits_.monochrome && !request.stored) {
-      transform_ = transformOf(file.dataset(), bytesOf(traits_.type));
-      traits_.type = transform_->bytesPerValue() == 1 ? SampleType::kU8 : SampleType::kU16;
-      traits_.sampleOffset = static_cast<double>(transform_->offset());
-      traits_.stored = false;
-    }
-    traits_.padding = paddingOf(file.dataset(), traits_.sampleOffset);
-    // Overlay bits are looked up by the frame's number in the file, from the first frame on.
-    if (request.overlays && traits_.monochrome) {
-      decoded_.first = 0;
-      memory.requireFor(file.dataset(), 0, decoded_.last);
-      readsOverlays_ = true;
-    }
-  }
-
-  const FrameTraits& traits() const { return traits_; }
-  const FrameRange& wanted() const { return wanted_; }
-  /// Bytes of all frames that decode() fills.
-  std::size_t bytes() const { return decoded_.count() * traits_.frameBytes(); }
-  /// Where among them the frames begin that are wanted.
-  std::size_t offset() const { return (wanted_.first - decoded_.first) * traits_.frameBytes(); }
-
-  /// Judges the frames before memory is taken for them: the first and the last one, as the others
-  /// are judged when their turn comes.
-  void check() {
-    if (available_ == 1) {
-      decoder_.checkOnly();
-      return;
-    }
-    decoder_.check(decoded_.last);
-    if (decoded_.first != decoded_.last) {
-      decoder_.check(decoded_.first);
-    }
-  }
-
-  /// The overlays, when they are wanted.
-  KtHandle<ZrOverlayData> decode(char* target) {
-    const bool inPlace = decoder_.frameBytes() == traits_.frameBytes();
-    const Memory apart = inPlace ? Memory() : allocate(decoded_.count() * decoder_.frameBytes());
-    char* const stored = inPlace ? target : apart.get();
-    decodeStored(stored);
-    const KtHandle<ZrOverlayData> overlays = overlaysIn(stored);
-    if (transform_) {
-      transform_->apply(stored, decoded_.count() * traits_.rows * traits_.columns, target);
-    }
-    return overlays;
-  }
-
-private:
-  FrameDecoder prepared(const File& file, const MemoryBudget& memory) {
-    decoded_ = wanted_;
-    refusePackedPixels(file);
-    memory.requireFor(file.dataset(), wanted_.first, wanted_.last);
-    return FrameDecoder(file);
-  }
-
-  void decodeStored(char* target) {
-    if (available_ == 1) {
-      decoder_.decodeOnly(target);
-      return;
-    }
-    for (std::size_t number = decoded_.first; number <= decoded_.last; ++number) {
-      try {
-        decoder_.decode(number, target, true);
-      } catch (const Error& error) {
-        throw whyNotDecoded(file_, error);
-      }
-      target += decoder_.frameBytes();
-    }
-  }
-
-  KtHandle<ZrOverlayData> overlaysIn(char* stored) const {
-    if (!readsOverlays_) {
-      return {};
-    }
-    Zrg::SliceImage slice;
-    slice.data = stored;
-    slice.extent = extentOf(traits_, decoded_.count());
-    slice.samplesPerPixel = 1;
-    slice.bytesPerSample = static_cast<unsigned>(bytesOf(decoder_.traits().type));
-    slice.extractEmbeddedOverlays(file_.dataset(), 0, static_cast<int>(decoded_.last));
-    return slice.overlays;
-  }
-
-  const File& file_;
-  std::size_t available_;
-  FrameRange wanted_;
-  FrameRange decoded_{0, 0};  ///< the frames wanted, and for overlays those before them
-  FrameDecoder decoder_;
-  FrameTraits traits_;
-  std::optional<Zrg::SampleTransform> transform_;
-  bool readsOverlays_ = false;
-};
-
-std::vector<Remark> remarksOn(const File& file, const DecoderWatch& decoders) {
+std::vector<Remark> remarksOn(const File& file, const DecoderWatch& decoders,
+                              const Decoding& decoding) {
   std::vector<Remark> remarks;
   for (std::string& text : decoders.remarks(file.path())) {
+    remarks.push_back({file.path().string(), std::move(text)});
+  }
+  if (std::string text = decoding.remark(); !text.empty()) {
     remarks.push_back({file.path().string(), std::move(text)});
   }
   return remarks;
@@ -236,19 +104,22 @@ const FrameAttributes& Image::frame(std::size_t number) const {
   });
 }
 
-FrameTraits Image::traits(bool stored) const {
+FrameTraits Image::traits(Values values) const {
   return atBoundary([&]() -> FrameTraits {
     DecodeRequest request;
     request.frames = FrameRange{0, 0};
-    request.stored = stored;
-    return Decoding(*file_, request, MemoryBudget{UINT64_MAX}).traits();
+    request.values = values;
+    return Decoding(*this, request, MemoryBudget{UINT64_MAX}).traits();
   });
 }
 
 DecodedFrames Image::decode(const DecodeRequest& request, const MemoryBudget& memory) const {
   return atBoundary([&]() -> DecodedFrames {
+    if (request.values == Values::kDisplay) {
+      return decodeForDisplay(request, memory);
+    }
     const DecoderWatch decoders;
-    Decoding decoding(*file_, request, memory);
+    Decoding decoding(*this, request, memory);
     decoding.check();
     const Memory owned = allocate(decoding.bytes());
     FramesRecord record;
@@ -266,24 +137,60 @@ DecodedFrames Image::decode(const DecodeRequest& request, const MemoryBudget& me
                                     first + static_cast<std::ptrdiff_t>(decoding.wanted().count()));
     SampleArray samples = record.traits.layout(decoding.wanted().count());
     samples.bytes = reinterpret_cast<const unsigned char*>(owned.get()) + decoding.offset();
-    return {std::move(record), samples, owned, remarksOn(*file_, decoders)};
+    return {std::move(record), samples, owned, remarksOn(*file_, decoders, decoding)};
   });
+}
+
+/// Frames as they look on a screen.
+DecodedFrames Image::decodeForDisplay(const DecodeRequest& request,
+                                      const MemoryBudget& memory) const {
+  DecodeRequest unsignedSamples = request;
+  unsignedSamples.values = Values::kUnsigned;
+  DecodedFrames decoded = decode(unsignedSamples, memory);
+  FramesRecord record = decoded.record();
+  record.traits.values = Values::kDisplay;
+  if (!record.traits.monochrome) {
+    return {std::move(record), decoded.samples(), decoded.memory(), decoded.takeRemarks()};
+  }
+  const Display display = displayOf(decoded, decoded.count(), std::nullopt);
+  record.traits.type = SampleType::kU8;
+  record.traits.darkIsHigh = false;  // it is turned round
+  record.traits.sampleOffset = 0;
+  record.traits.padding.reset();
+  SampleArray samples = record.traits.layout(decoded.count());
+  memory.requireBytes(samples.byteCount());
+  const Memory owned = allocate(samples.byteCount());
+  samples.bytes = reinterpret_cast<const unsigned char*>(owned.get());
+  for (std::size_t index = 0; index < decoded.count(); ++index) {
+    const Picture picture =
+        renderFrame(decoded.record().traits, decoded.frame(index), display.frame(index));
+    std::memcpy(owned.get() + index * samples.frameBytes(), picture.samples.data(),
+                samples.frameBytes());
+  }
+  std::vector<Remark> remarks = decoded.takeRemarks();
+  if (!display.remark().empty()) {
+    remarks.push_back({file_->path().string(), display.remark()});
+  }
+  return {std::move(record), samples, owned, std::move(remarks)};
 }
 
 std::vector<Remark> Image::decodeInto(const DecodeRequest& request, const MemoryBudget& memory,
                                       void* target, std::size_t size) const {
   return atBoundary([&]() -> std::vector<Remark> {
-    const DecoderWatch decoders;
     DecodeRequest samplesAlone = request;
     samplesAlone.overlays = false;
-    Decoding decoding(*file_, samplesAlone, memory);
-    if (size < decoding.bytes()) {
-      throw Error(Reason::TooLarge, "takes " + std::to_string(decoding.bytes()) +
-                                        " bytes; the memory handed in has " + std::to_string(size));
+    if (request.values == Values::kDisplay) {
+      DecodedFrames shown = decodeForDisplay(samplesAlone, memory);
+      requireRoom(size, shown.samples().byteCount());
+      std::memcpy(target, shown.samples().bytes, shown.samples().byteCount());
+      return shown.takeRemarks();
     }
+    const DecoderWatch decoders;
+    Decoding decoding(*this, samplesAlone, memory);
+    requireRoom(size, decoding.bytes());
     decoding.check();
     (void)decoding.decode(static_cast<char*>(target));  // no overlays were asked for
-    return remarksOn(*file_, decoders);
+    return remarksOn(*file_, decoders, decoding);
   });
 }
 

@@ -42,7 +42,8 @@ public:
       const fs::path& file = files_[index];
       try {
         const Image image = Image::forDisplay(File(file));
-        current_ = std::make_unique<DecodedFrames>(image.decode({}, memory_));
+        current_ = std::make_unique<DecodedFrames>(
+            image.decode({std::nullopt, Values::kUnsigned, false}, memory_));
         requireMatch();
       } catch (const Error& error) {
         throw Error(error.reason(), file.string() + ": " + error.what());

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "zrimaging/images/ContainerFrames.h"
+
+#include "zrimaging/Error.h"
+#include "zrimaging/File.h"
+#include "zrimaging/images/Explanation.h"
+
+#include <zrdcmexport/ZrFrames.h>
+#include <zrdcmexport/ZrSliceImage.h>
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmdata/dctk.h"
+
+#include <string>
+#include <utility>
+
+namespace zr {
+
+namespace {
+
+/// Whether samples went through a lossy compression.
+bool isLossy(const File& file) {
+  std::string unused;  // of samples that the slice decoder does not know the attribute tells
+  Zrg::SliceImage slice;
+  OFString text;
+  return (Zrg::describeImage(file.dataset(), slice, unused) && slice.lossy) ||
+         (file.dataset().findAndGetOFString(DCM_LossyImageCompression, text).good() &&
+          text == "01");
+}
+
+}  // namespace
+
+ContainerFrames::ContainerFrames(const File& file, const PixelDescription& pixels,
+                                 std::optional<ColourConversion> colour)
+    : file_(file),
+      pixels_(pixels),
+      containers_(containersOf(file, pixels)),
+      colour_(std::move(colour)) {
+  traits_.type = colour_ ? colour_->type() : pixels.containerType();
+  traits_.rows = pixels.rows;
+  traits_.columns = pixels.columns;
+  traits_.channels = colour_ ? colour_->channels() : 1;
+  traits_.monochrome = pixels.isMonochrome();
+  traits_.darkIsHigh = pixels.photometricInterpretation == "MONOCHROME1";
+  traits_.lossy = isLossy(file);
+  traits_.values = Values::kStored;
+}
+
+void ContainerFrames::check(std::size_t number) {
+  try {
+    containers_->check(number);
+  } catch (const Error& error) {
+    throw whyNotDecoded(file_, error);
+  }
+}
+
+void ContainerFrames::decode(std::size_t number, void* target, bool /*named*/) {
+  auto* const bytes = static_cast<unsigned char*>(target);
+  if (!colour_) {
+    (void)containers_->read(number, bytes);  // monochrome as it was
+    return;
+  }
+  oneFrame_.resize(static_cast<std::size_t>(pixels_.containerBytes()));
+  const std::string interpretation = containers_->read(number, oneFrame_.data());
+  colour_->convert(oneFrame_.data(), interpretation, bytes);
+}
+
+}  // namespace zr
