@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -51,11 +52,28 @@ struct VoiWindow {
   }
 };
 
+/// A table that maps modality values to grey (PS3.3 C.11.2.1.1, VOI LUT Sequence). Values below the
+/// first that is mapped look like the first entry, values above the last one like the last entry.
+struct VoiTable {
+  int firstMapped = 0;  ///< the modality value of the first entry
+  unsigned bits = 16;   ///< of an entry: 0 is black, 2^bits - 1 white
+  std::shared_ptr<const std::vector<std::uint16_t>> entries;  ///< at least one; frames share them
+  ValueText explanation;                                      ///< LUT Explanation
+
+  bool operator==(const VoiTable& other) const {
+    return firstMapped == other.firstMapped && bits == other.bits &&
+           explanation == other.explanation &&
+           (entries == other.entries || *entries == *other.entries);
+  }
+};
+
 /// What a dataset says about one frame. What it does not say, or not as a finite number, is not
-/// set: nothing here is a default. Lengths in millimetres; of windows no more than 16 are kept.
+/// set: nothing here is a default. Lengths in millimetres; of windows no more than 16 are kept, of
+/// tables likewise.
 struct FrameAttributes {
   std::optional<RescaleLine> rescale;
   std::vector<VoiWindow> windows;                     ///< in the order of the dataset
+  std::vector<VoiTable> voiTables;                    ///< likewise
   std::optional<std::array<double, 2>> pixelSpacing;  ///< between columns, between rows
   std::optional<std::array<double, 3>> position;      ///< middle of the first pixel
   std::optional<std::array<double, 6>> orientation;   ///< direction of the rows, of the columns

@@ -21,6 +21,14 @@ struct ArrayDescription;
 class Image;
 struct MemoryBudget;
 
+/// Samples that fill what is no part of the image, `first` to `last`, both included.
+struct PaddingRange {
+  double first;
+  double last;
+
+  bool contains(double sample) const { return sample >= first && sample <= last; }
+};
+
 /// What the samples of decoded frames are: the same for all frames of an image.
 struct FrameTraits {
   SampleType type = SampleType::kU8;
@@ -28,13 +36,16 @@ struct FrameTraits {
   std::size_t columns = 0;
   std::size_t channels = 1;  ///< 1 gray, 3 RGB
   bool monochrome = false;   ///< MONOCHROME1 or MONOCHROME2; everything else is decoded to RGB
-  bool darkIsHigh = false;   ///< MONOCHROME1: the highest value is shown black (PS3.3 C.7.6.3.1.2)
-  bool lossy = false;        ///< the samples went through a lossy compression
+  /// The highest value is shown black: MONOCHROME1, unless Presentation LUT Shape says otherwise
+  /// (PS3.3 C.7.6.3.1.2, C.11.6.1.2).
+  bool darkIsHigh = false;
+  bool lossy = false;                 ///< the samples went through a lossy compression
   Values values = Values::kUnsigned;  ///< what the samples are
   double sampleOffset = 0;            ///< what was added to make signed samples unsigned
-  /// The sample that fills what is no part of the image (Pixel Padding Value, PS3.3 C.7.5.1.1.2),
-  /// as it occurs among the decoded samples; nothing where it is not known.
-  std::optional<std::uint16_t> padding;
+  bool oneBit = false;                ///< monochrome samples are 0, shown black, or 1, shown white
+  /// The padding (Pixel Padding Value and Range Limit, PS3.3 C.7.5.1.1.2) as it occurs among the
+  /// decoded samples; nothing where it is not known.
+  std::optional<PaddingRange> padding;
 
   /// That many frames, without their bytes.
   SampleArray layout(std::size_t frames) const {

@@ -138,6 +138,10 @@ public:
   /// @throws Error when the attributes do not make an image that can be decoded
   FrameTraits traits(Values values = Values::kSamples) const;
 
+  /// The values that windows and VOI tables are applied to: kUnsigned, or kSamples of floating-point
+  /// numbers, which have no unsigned form.
+  Values valuesToShow() const;
+
   /// Decodes frames into memory of their own, contiguous.
   /// @throws Error when there are no such frames, when they do not decode, or take more memory than
   ///         there may be

@@ -34,19 +34,34 @@ struct Window {
 /// @return 0 also for values beyond all numbers
 [[nodiscard]] ZRIMAGING_API double grayFraction(double value, const Window& window);
 
+/// The same through a VOI table. Values between two whole numbers are rounded.
+[[nodiscard]] ZRIMAGING_API double grayFraction(double value, const VoiTable& table);
+
 /// The first window of a frame that can be shown; nothing when it has none. A LINEAR window of
 /// width 1 or less, which the standard does not allow, is taken for LINEAR_EXACT.
 [[nodiscard]] ZRIMAGING_API std::optional<Window> windowOfFrame(const FrameAttributes& frame);
 
+/// What a user wants to see an image through: a window of his own, or one of the windows and tables
+/// that its frames have.
+struct WindowChoice {
+  std::optional<Window> window;
+  /// Without a window: a number, from 1, or an explanation, in capitals or not. Numbers count the
+  /// windows of a frame in the order of the dataset, then its tables.
+  std::string listed;
+};
+
 /// How the samples of a frame become grey: the line from samples as they are in memory to modality
-/// values, and the window. Of a frame whose line is not known the window shows stored values.
+/// values, and the window or table. Of a frame whose line is not known the window shows stored
+/// values.
 struct FrameDisplay {
   double slope = 1;
   double intercept = 0;
   Window window{0, 1, VoiFunction::kLinearExact};
+  std::optional<VoiTable> table{};  ///< instead of the window
 
   bool operator==(const FrameDisplay& other) const {
-    return slope == other.slope && intercept == other.intercept && window == other.window;
+    return slope == other.slope && intercept == other.intercept && window == other.window &&
+           table == other.table;
   }
   bool operator!=(const FrameDisplay& other) const { return !(*this == other); }
 };
@@ -68,16 +83,18 @@ private:
   std::string remark_;
 };
 
-/// Decides how to show monochrome frames: each through the window wanted, else its own, else over
-/// the range of the values that occur in the frames (without those that mark padding). Windows of
-/// the file that leave one grey of all samples give way to that range, with a remark.
+/// Decides how to show monochrome frames: each through what is wanted, else its own first window,
+/// else its first VOI table, else over the range of the values that occur in the frames (without
+/// those that mark padding); samples of one bit as 0 black and 1 white. Windows of the file that
+/// leave one grey of all samples give way to that range, with a remark.
 /// @param frames some or all are decoded
 /// @param count  of the first frames, which decide; they have attributes in the record
-/// @param wanted the window of a user; without it the frames have theirs
-/// @throws Error when a frame does not decode
-/// @see PS3.3 C.11.2.1.2 (Window Center and Window Width)
+/// @param wanted the choice of a user; without it the frames have theirs
+/// @throws Error when a frame does not decode; MissingAttribute when one has not what is wanted,
+///         with what it has
+/// @see PS3.3 C.11.2 (VOI LUT Module)
 [[nodiscard]] ZRIMAGING_API Display displayOf(Frames& frames, std::size_t count,
-                                              const std::optional<Window>& wanted);
+                                              const std::optional<WindowChoice>& wanted);
 
 /// The greys, 0 to 255, of the least and the largest sample of a frame that is shown so; none of a
 /// frame of nothing but padding.
@@ -85,11 +102,31 @@ private:
                                                                  const SampleArray& frame,
                                                                  const FrameDisplay& display);
 
-/// Grey level, 0 to 255, of every value that a sample can take: 256 or 65536 levels, by the bits of
-/// the sample. MONOCHROME1 is turned round, so that it looks right where 255 is white. For
-/// monochrome frames.
+/// Grey level, 0 to 255, of every value that a sample of 8 or 16 bits can take: 256 or 65536
+/// levels, by the bits of the sample. What is shown dark when it is high is turned round, so that
+/// it looks right where 255 is white. For monochrome frames.
 [[nodiscard]] ZRIMAGING_API std::vector<unsigned char> grayLevels(const FrameTraits& traits,
                                                                   const FrameDisplay& display);
+
+/// Makes grey levels of the samples of monochrome frames that are shown alike: those of 8 and 16
+/// bits by a table of all values (`grayLevels`), others one by one.
+class ZRIMAGING_API Greys {
+public:
+  Greys(const FrameTraits& traits, const FrameDisplay& display);
+  /// @param levels of every value that a sample can take, as `grayLevels` makes them
+  explicit Greys(std::vector<unsigned char> levels);
+
+  /// @param frame  one or more frames of the traits
+  /// @param first  sample, counted over all frames
+  /// @param levels receives so many
+  void render(const SampleArray& frame, std::size_t first, std::size_t count,
+              unsigned char* levels) const;
+
+private:
+  FrameTraits traits_;
+  FrameDisplay display_;
+  std::vector<unsigned char> levels_;  ///< empty for samples of other sizes
+};
 
 /// One monochrome frame as it looks on a screen: 8-bit grey levels (see `grayLevels`).
 [[nodiscard]] ZRIMAGING_API Picture renderFrame(const FrameTraits& traits, const SampleArray& frame,

@@ -72,15 +72,15 @@ struct SheetContent {
 
 /// What a sheet of all frames has to show.
 /// @param frames some are decoded to find their windows
-/// @param wanted the window of a user; without it the frames have theirs
-/// @throws Error when a frame does not decode.
+/// @param wanted the choice of a user; without it the frames have theirs
+/// @throws Error when a frame does not decode, or has not what is wanted
 [[nodiscard]] ZRIMAGING_API SheetContent allFrames(Frames& frames,
-                                                   const std::optional<Window>& wanted);
+                                                   const std::optional<WindowChoice>& wanted);
 
 /// The same for the images of a series, which are shown through the window of the first one. That
 /// window gives way to the range of values only when no file has anything in it.
 [[nodiscard]] ZRIMAGING_API SheetContent allOfSeries(Frames& frames,
-                                                     const std::optional<Window>& wanted);
+                                                     const std::optional<WindowChoice>& wanted);
 
 /// Tiles side by side that show the slices of a volume in one row each: for gated data with at most
 /// SheetLayout::kMostColumns slices; else 0.

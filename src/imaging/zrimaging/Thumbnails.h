@@ -4,6 +4,7 @@
 #include <zrvolren/ZrOverlayData.h>
 
 #include <cstddef>
+#include <optional>
 #include <utility>
 #include <vector>
 #include <zrimaging/Pictures.h>
@@ -20,9 +21,8 @@ public:
   /// @param columns,rows size of the thumbnails
   Thumbnailer(const SampleArray& frame, std::size_t columns, std::size_t rows);
 
-  /// Shows the frames that follow with these grey levels of every sample value (`grayLevels`).
-  /// Colour needs none.
-  void showThrough(std::vector<unsigned char> levels) { levels_ = std::move(levels); }
+  /// Shows the frames that follow with these grey levels. Colour needs none.
+  void showThrough(Greys greys) { greys_ = std::move(greys); }
 
   /// One frame in RGB.
   Picture render(const SampleArray& frame) const;
@@ -46,7 +46,7 @@ private:
   void shrinkRow(const std::vector<unsigned char>& levels, std::vector<float>& line) const;
 
   SampleArray layout_;
-  std::vector<unsigned char> levels_;
+  std::optional<Greys> greys_;
   std::size_t columns_;
   std::size_t rows_;
   Taps across_;  ///< for each column of the thumbnail the source columns

@@ -89,12 +89,12 @@ bool isShown(const DecodeOptions& options) {
          (options.values.empty() || options.values == zr::valuesName(zr::Values::kDisplay));
 }
 
-zr::Values valuesWanted(const DecodeOptions& options) {
+zr::Values valuesWanted(const DecodeOptions& options, const zr::Image& image) {
   if (options.stored) {
     return zr::Values::kStored;
   }
   if (isShown(options)) {
-    return zr::Values::kUnsigned;  // which windows are applied to
+    return image.valuesToShow();
   }
   for (const zr::Values values : zr::kAllValues) {
     if (options.values == zr::valuesName(values)) {
@@ -181,11 +181,12 @@ struct Decoded {
 
 Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memory) {
   const bool shown = isShown(options);
-  const zr::DecodeRequest request{framesAskedFor(options), valuesWanted(options), options.overlays};
   zr::File file(options.file);
   const zr::Image image =
       shown ? zr::Image::forDisplay(std::move(file)) : zr::Image(std::move(file));
   refuseSeveralFiles(options, image);
+  const zr::DecodeRequest request{framesAskedFor(options), valuesWanted(options, image),
+                                  options.overlays};
   Decoded decoded{image.decode(request, memory), std::nullopt};
   if (shown && decoded.frames.record().traits.monochrome) {
     decoded.display =
@@ -355,8 +356,11 @@ VerbAction configureDecode(CLI::App& command) {
       ->type_name("samples|unsigned|stored|modality|display")
       ->check(CLI::IsMember(namesOfValues()).description(""))
       ->excludes(stored);
-  command.add_option("--window", options->window, "Show these modality values in the picture")
-      ->type_name("C,W")
+  command
+      .add_option("--window", options->window,
+                  "Show these modality values in the picture, or a window of the file by its "
+                  "number (from 1) or name")
+      ->type_name(kWindowTypeName)
       ->excludes(stored);
   command
       .add_flag("--overlays", options->overlays,

@@ -75,7 +75,7 @@ struct Source {
   zr::SheetContent content;
 };
 
-Source openSource(const SheetOptions& options, const std::optional<zr::Window>& window,
+Source openSource(const SheetOptions& options, const std::optional<zr::WindowChoice>& window,
                   const zr::MemoryBudget& memory) {
   // Gated data is easiest to follow when the slices of a volume make up a row.
   zr::File first(options.files.front());
@@ -92,8 +92,8 @@ Source openSource(const SheetOptions& options, const std::optional<zr::Window>& 
 }
 
 // Of several files each tells its own failures.
-void chooseContentOfSeries(const SheetOptions& options, const std::optional<zr::Window>& window,
-                           Source& source) {
+void chooseContentOfSeries(const SheetOptions& options,
+                           const std::optional<zr::WindowChoice>& window, Source& source) {
   const std::size_t columns = source.content.columns;
   source.content = zr::allOfSeries(*source.frames, window);
   source.content.columns = columns;
@@ -102,7 +102,7 @@ void chooseContentOfSeries(const SheetOptions& options, const std::optional<zr::
 
 int writeSheet(const SheetOptions& options, const zr::MemoryBudget& memory) {
   // Wrong usage is told before a file is opened.
-  const std::optional<zr::Window> window = windowFromOption(options.window);
+  const std::optional<zr::WindowChoice> window = windowFromOption(options.window);
   const zr::ProtectedInputs inputs(options.files);
   inputs.refuseToReplace(options.output);
   Source source =
@@ -150,7 +150,11 @@ VerbAction configureSheet(CLI::App& command) {
       ->type_name(kPictureTypeName)
       ->check(checkPictureName)
       ->required();
-  command.add_option("--window", options->window, "Show these modality values")->type_name("C,W");
+  command
+      .add_option("--window", options->window,
+                  "Show these modality values, or a window of the file by its number (from 1) "
+                  "or name")
+      ->type_name(kWindowTypeName);
   command.add_option("--columns", options->columns, "Draw so many frames side by side")
       ->type_name("N")
       ->check(CLI::Range(std::size_t{1}, zr::SheetLayout::kMostColumns));

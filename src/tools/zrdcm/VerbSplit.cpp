@@ -82,7 +82,7 @@ struct SplitImage {
   const zr::FramesRecord& record() const { return source->record(); }
 };
 
-SplitImage openSplit(const std::string& path, const std::optional<zr::Window>& window,
+SplitImage openSplit(const std::string& path, const std::optional<zr::WindowChoice>& window,
                      const zr::MemoryBudget& memory) {
   zr::File file(path);
   SplitImage split;
@@ -268,7 +268,7 @@ void listFiles(const fs::path& folder, const Json& manifest) {
 int writeSplit(const SplitOptions& options, const zr::MemoryBudget& memory) {
   // Wrong usage shows before any work is done.
   refuseCompressionOf(*zr::formatNamed(options.format), options.compressed);
-  const std::optional<zr::Window> window = windowFromOption(options.window);
+  const std::optional<zr::WindowChoice> window = windowFromOption(options.window);
   const zr::OutputFormat& format = *zr::formatNamed(options.format);
   const SplitImage split =
       withFileNamed(options.file, [&] { return openSplit(options.file, window, memory); });
@@ -304,8 +304,11 @@ VerbAction configureSplit(CLI::App& command) {
       ->type_name(namesJoined(formats, "|"))
       ->check(CLI::IsMember(namesOf(formats)).description(""));
   addCompressOption(command, options->compressed);
-  command.add_option("--window", options->window, "Show these modality values in the sheets")
-      ->type_name("C,W");
+  command
+      .add_option("--window", options->window,
+                  "Show these modality values in the sheets, or a window of the file by its "
+                  "number (from 1) or name")
+      ->type_name(kWindowTypeName);
   command.add_flag("--json", options->json, "Print the manifest on stdout");
   command.footer("Writes into DIR, for each volume, volume-NNN" +
                  std::string(formats.front()->ending) + " (or " +

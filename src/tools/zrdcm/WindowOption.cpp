@@ -24,7 +24,7 @@ std::optional<double> parseNumber(const std::string& text) {
 
 }  // namespace
 
-std::optional<zr::Window> windowFromOption(const std::string& text) {
+std::optional<zr::WindowChoice> windowFromOption(const std::string& text) {
   if (text.empty()) {
     return std::nullopt;
   }
@@ -32,11 +32,16 @@ std::optional<zr::Window> windowFromOption(const std::string& text) {
   const std::optional<double> centre = parseNumber(text.substr(0, comma));
   const std::optional<double> width =
       comma == std::string::npos ? std::nullopt : parseNumber(text.substr(comma + 1));
+  if (comma == std::string::npos || (!centre && !width)) {
+    return zr::WindowChoice{std::nullopt, text};
+  }
   if (!centre || !width || *width <= 0) {
     throw UsageError("--window wants CENTRE,WIDTH with a width above 0: " + text);
   }
-  return zr::Window{*centre, *width,
-                    *width <= 1 ? zr::VoiFunction::kLinearExact : zr::VoiFunction::kLinear};
+  return zr::WindowChoice{
+      zr::Window{*centre, *width,
+                 *width <= 1 ? zr::VoiFunction::kLinearExact : zr::VoiFunction::kLinear},
+      ""};
 }
 
 }  // namespace zrdcm

@@ -9,8 +9,12 @@
 
 namespace zrdcm {
 
-/// Reads the value of `--window`, CENTRE,WIDTH in modality values; nothing when it is empty.
-/// @throws UsageError when it is something else.
-std::optional<zr::Window> windowFromOption(const std::string& text);
+/// What the value of `--window` may be, for help texts.
+constexpr const char* kWindowTypeName = "C,W|NUMBER|NAME";
+
+/// Reads the value of `--window`: CENTRE,WIDTH in modality values, or the number or name of a window
+/// that the file has. Nothing when it is empty.
+/// @throws UsageError when the width of a window is no number above 0
+std::optional<zr::WindowChoice> windowFromOption(const std::string& text);
 
 }  // namespace zrdcm

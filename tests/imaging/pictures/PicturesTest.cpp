@@ -156,7 +156,7 @@ TEST(Thumbnail, IsTheMeanOfThePixelsThatItShrinks) {
   for (std::size_t i = 0; i < levels.size(); ++i) {
     levels[i] = static_cast<unsigned char>(i);
   }
-  thumbnailer.showThrough(levels);
+  thumbnailer.showThrough(zr::Greys(levels));
 
   EXPECT_THAT(thumbnailer.render(frame).samples, ElementsAre(20, 20, 20));
 }

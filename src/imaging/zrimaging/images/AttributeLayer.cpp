@@ -5,6 +5,7 @@
 //   values        macro of an enhanced object              flat
 //   rescale       Pixel Value Transformation               Rescale Slope and Intercept
 //   windows       Frame VOI LUT                            Window Center and Width
+//   voiTables     Frame VOI LUT                            VOI LUT Sequence
 //   pixelSpacing  Pixel Measures                           Pixel Spacing
 //   position      Plane Position (Patient), else (Volume)  Image Position (Patient)
 //   orientation   Plane Orientation (Patient), else (Volume)  Image Orientation (Patient)
@@ -14,6 +15,7 @@
 #include "zrimaging/images/AttributeLayer.h"
 
 #include "zrimaging/images/ItemValues.h"
+#include "zrimaging/images/VoiTables.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -130,6 +132,8 @@ std::optional<RescaleLine> rescaleOf(const AttributePlace& place) {
   return RescaleLine{*slope, *intercept, unit};
 }
 
+namespace {
+
 std::vector<VoiWindow> windowsOf(const AttributePlace& place) {
   std::vector<VoiWindow> windows;
   DcmItem* const item =
@@ -151,10 +155,20 @@ std::vector<VoiWindow> windowsOf(const AttributePlace& place) {
   return windows;
 }
 
+}  // namespace
+
+void readVoi(const AttributePlace& place, FrameAttributes& frame) {
+  frame.windows = windowsOf(place);
+  DcmItem* const item = itemWith(place, DCM_FrameVOILUTSequence, {DCM_VOILUTSequence});
+  if (item != nullptr) {
+    frame.voiTables = readVoiTables(*item);
+  }
+}
+
 FrameAttributes readLayer(const AttributePlace& place) {
   FrameAttributes frame;
   frame.rescale = rescaleOf(place);
-  frame.windows = windowsOf(place);
+  readVoi(place, frame);
   frame.pixelSpacing = pixelSpacingOf(place);
   frame.sliceSpacing = sliceSpacingOf(place);
   readPlane(place, frame);
@@ -172,8 +186,10 @@ void addLayer(FrameAttributes& frame, const FrameAttributes& layer) {
     takeIfUnknown(frame.orientation, layer.orientation);
     frame.inVolumeSpace = frame.inVolumeSpace || layer.inVolumeSpace;
   }
-  if (frame.windows.empty()) {
+  // Windows and tables of one place are alternatives of each other.
+  if (frame.windows.empty() && frame.voiTables.empty()) {
     frame.windows = layer.windows;
+    frame.voiTables = layer.voiTables;
   }
 }
 

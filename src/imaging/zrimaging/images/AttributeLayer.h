@@ -27,8 +27,9 @@ void addLayer(FrameAttributes& frame, const FrameAttributes& layer);
 /// @see PS3.3 C.11.1 (Modality LUT), C.7.6.16.2.9 (Pixel Value Transformation)
 std::optional<RescaleLine> rescaleOf(const AttributePlace& place);
 
+/// Windows and VOI tables of one layer.
 /// @see PS3.3 C.11.2 (VOI LUT), C.7.6.16.2.10 (Frame VOI LUT)
-std::vector<VoiWindow> windowsOf(const AttributePlace& place);
+void readVoi(const AttributePlace& place, FrameAttributes& frame);
 
 /// The unit that a Rescale Type or Modality LUT Type names: US stands for "unspecified"
 /// (PS3.3 C.11.1.1.2), which says as much as nothing.

@@ -4,6 +4,7 @@
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
 #include "zrimaging/images/Explanation.h"
+#include "zrimaging/images/Polarity.h"
 
 #include <zrdcmexport/ZrFrames.h>
 #include <zrdcmexport/ZrSliceImage.h>
@@ -41,7 +42,8 @@ ContainerFrames::ContainerFrames(const File& file, const PixelDescription& pixel
   traits_.columns = pixels.columns;
   traits_.channels = colour_ ? colour_->channels() : 1;
   traits_.monochrome = pixels.isMonochrome();
-  traits_.darkIsHigh = pixels.photometricInterpretation == "MONOCHROME1";
+  traits_.darkIsHigh =
+      pixels.isMonochrome() && isHighShownDark(file.dataset(), pixels.photometricInterpretation);
   traits_.lossy = isLossy(file);
   traits_.values = Values::kStored;
 }

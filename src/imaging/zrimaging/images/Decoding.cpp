@@ -11,6 +11,7 @@
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/FrameNumbers.h"
 #include "zrimaging/images/ModalityTable.h"
+#include "zrimaging/images/Padding.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
 #include <zrdcmexport/ZrFrames.h>
@@ -36,23 +37,6 @@ FrameRange framesWanted(const DecodeRequest& request, std::size_t available) {
   }
   requireFrame(request.frames->last, available);
   return *request.frames;
-}
-
-/// The sample that marks padding, as it occurs among unsigned samples.
-std::optional<std::uint16_t> paddingOf(DcmItem& item, double sampleOffset) {
-  Uint16 unsignedValue = 0;
-  Sint16 signedValue = 0;
-  // Behind a modality LUT padding is not told apart from other values.
-  if (item.tagExists(DCM_ModalityLUTSequence)) {
-    return std::nullopt;
-  }
-  if (item.findAndGetSint16(DCM_PixelPaddingValue, signedValue).good()) {
-    return static_cast<std::uint16_t>(signedValue + static_cast<int>(sampleOffset));
-  }
-  if (item.findAndGetUint16(DCM_PixelPaddingValue, unsignedValue).good()) {
-    return unsignedValue;
-  }
-  return std::nullopt;
 }
 
 KtVec3l extentOf(const FrameTraits& traits, std::size_t frames) {
@@ -134,9 +118,13 @@ Decoding::Decoding(const Image& image, const DecodeRequest& request, const Memor
   if (request.values == Values::kModality) {
     chooseModality();
   }
-  if (request.values == Values::kUnsigned) {
-    traits_.padding = paddingOf(file_.dataset(), traits_.sampleOffset);
+  if (request.values == Values::kUnsigned || request.values == Values::kSamples) {
+    traits_.padding = paddingOf(file_.dataset(), traits_);
   }
+  Uint16 bitsStored = 0;
+  traits_.oneBit = traits_.monochrome &&
+                   file_.dataset().findAndGetUint16(DCM_BitsStored, bitsStored).good() &&
+                   bitsStored == 1;
   memory.requireBytes(std::uint64_t{decoded_.count()} * traits_.frameBytes());
 }
 

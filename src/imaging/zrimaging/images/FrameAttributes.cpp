@@ -62,7 +62,7 @@ void readEnhanced(DcmItem& dataset, std::size_t count, PerFrameAttributes& image
   FrameAttributes top;
   if (isSecondaryCapture(textAt(dataset, DCM_SOPClassUID))) {
     top.rescale = rescaleOf({&dataset, false});
-    top.windows = windowsOf({&dataset, false});
+    readVoi({&dataset, false}, top);
   }
   image.frames.resize(count);
   for (std::size_t number = 0; number < count; ++number) {

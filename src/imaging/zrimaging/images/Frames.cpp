@@ -89,7 +89,7 @@ std::unique_ptr<Frames> framesOf(Image image, const MemoryBudget& memory) {
   return atBoundary([&]() -> std::unique_ptr<Frames> {
     if (isMonochrome(image.file()) || image.frameCount() == 1) {
       DecodeRequest all;
-      all.values = Values::kUnsigned;
+      all.values = image.valuesToShow();
       all.overlays = true;
       return std::make_unique<DecodedFrames>(image.decode(all, memory));
     }

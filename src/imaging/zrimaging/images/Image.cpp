@@ -113,6 +113,16 @@ FrameTraits Image::traits(Values values) const {
   });
 }
 
+Values Image::valuesToShow() const {
+  return atBoundary([&] {
+    DcmItem& item = file_->dataset();
+    const bool hasNumbers = item.tagExistsWithValue(DCM_FloatPixelData) ||
+                            item.tagExistsWithValue(DCM_DoubleFloatPixelData);
+    return hasNumbers && !item.tagExistsWithValue(DCM_PixelData) ? Values::kSamples
+                                                                 : Values::kUnsigned;
+  });
+}
+
 DecodedFrames Image::decode(const DecodeRequest& request, const MemoryBudget& memory) const {
   return atBoundary([&]() -> DecodedFrames {
     if (request.values == Values::kDisplay) {
@@ -144,9 +154,9 @@ DecodedFrames Image::decode(const DecodeRequest& request, const MemoryBudget& me
 /// Frames as they look on a screen.
 DecodedFrames Image::decodeForDisplay(const DecodeRequest& request,
                                       const MemoryBudget& memory) const {
-  DecodeRequest unsignedSamples = request;
-  unsignedSamples.values = Values::kUnsigned;
-  DecodedFrames decoded = decode(unsignedSamples, memory);
+  DecodeRequest toShow = request;
+  toShow.values = valuesToShow();
+  DecodedFrames decoded = decode(toShow, memory);
   FramesRecord record = decoded.record();
   record.traits.values = Values::kDisplay;
   if (!record.traits.monochrome) {

@@ -4,6 +4,7 @@
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
 #include "zrimaging/images/Explanation.h"
+#include "zrimaging/images/Polarity.h"
 
 #include <zrdcmexport/ZrNumbers.h>
 #include <zrdcmexport/ZrSliceImage.h>
@@ -49,7 +50,7 @@ LibraryFrames::LibraryFrames(const File& file) : file_(file) {
   traits_.columns = format.columns;
   traits_.channels = format.samplesPerPixel;
   traits_.monochrome = format.monochrome;
-  traits_.darkIsHigh = file.photometricInterpretation() == "MONOCHROME1";
+  traits_.darkIsHigh = format.monochrome && isHighShownDark(item, file.photometricInterpretation());
   traits_.lossy = slice.lossy;
   traits_.values = format.monochrome ? Values::kStored : Values::kUnsigned;
 }

@@ -43,7 +43,7 @@ public:
       try {
         const Image image = Image::forDisplay(File(file));
         current_ = std::make_unique<DecodedFrames>(
-            image.decode({std::nullopt, Values::kUnsigned, false}, memory_));
+            image.decode({std::nullopt, image.valuesToShow(), false}, memory_));
         requireMatch();
       } catch (const Error& error) {
         throw Error(error.reason(), file.string() + ": " + error.what());

@@ -149,6 +149,8 @@ std::string subtitleOf(const FrameTraits& traits, const SheetContent& content) {
                      std::to_string(traits.rows);
   if (content.display && !content.display->uniform()) {
     text += " - windows by frame";
+  } else if (content.display && content.display->frame(0).table) {
+    text += " - table " + content.display->frame(0).table->explanation.utf8;
   } else if (content.display) {
     const Window& window = content.display->frame(0).window;
     text += " - window " + plainNumber(window.centre) + " / " + plainNumber(window.width);
@@ -245,7 +247,7 @@ Picture drawContactSheet(Frames& frames, const SheetContent& content, SheetLayou
       const FrameDisplay* const display =
           content.display ? &content.display->frame(frame) : nullptr;
       if (display != nullptr && (shownThrough == nullptr || *display != *shownThrough)) {
-        thumbnailer.showThrough(grayLevels(traits, *display));
+        thumbnailer.showThrough(Greys(traits, *display));
         shownThrough = display;
       }
       Picture tile = thumbnailer.render(frames.frame(frame));

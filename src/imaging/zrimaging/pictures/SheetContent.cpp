@@ -31,7 +31,8 @@ bool showsAnything(Frames& frames, const Display& display) {
 }
 
 /// @param deciding how many of the first frames decide how all are shown
-SheetContent contentOf(Frames& frames, std::size_t deciding, const std::optional<Window>& wanted) {
+SheetContent contentOf(Frames& frames, std::size_t deciding,
+                       const std::optional<WindowChoice>& wanted) {
   const FramesRecord& record = frames.record();
   SheetContent content;
   if (const auto& spacing = frameAt(record.attributes, 0).pixelSpacing) {
@@ -48,16 +49,16 @@ SheetContent contentOf(Frames& frames, std::size_t deciding, const std::optional
 
 }  // namespace
 
-SheetContent allFrames(Frames& frames, const std::optional<Window>& wanted) {
+SheetContent allFrames(Frames& frames, const std::optional<WindowChoice>& wanted) {
   return atBoundary([&] { return contentOf(frames, frames.count(), wanted); });
 }
 
-SheetContent allOfSeries(Frames& frames, const std::optional<Window>& wanted) {
+SheetContent allOfSeries(Frames& frames, const std::optional<WindowChoice>& wanted) {
   return atBoundary([&]() -> SheetContent {
     SheetContent content = contentOf(frames, 1, wanted);
     const std::optional<Window> window = windowOfFrame(frameAt(frames.record().attributes, 0));
     if (content.display && !content.display->remark().empty() && window) {
-      const Display display = displayOf(frames, 1, window);
+      const Display display = displayOf(frames, 1, WindowChoice{window, {}});
       if (showsAnything(frames, display)) {
         content.display = display;
       }

@@ -102,13 +102,11 @@ Thumbnailer::Taps Thumbnailer::tapsOfSource(const Taps& tapsOfThumbnail, std::si
 void Thumbnailer::levelsOfRow(const SampleArray& frame, std::size_t row,
                               std::vector<unsigned char>& levels) const {
   const std::size_t start = row * levels.size();
-  if (levels_.empty()) {
-    std::copy_n(frame.bytes + start, levels.size(), levels.begin());
+  if (greys_) {
+    greys_->render(frame, start, levels.size(), levels.data());
     return;
   }
-  for (std::size_t i = 0; i < levels.size(); ++i) {
-    levels[i] = levels_[frame.sample(start + i)];
-  }
+  std::copy_n(frame.bytes + start, levels.size(), levels.begin());
 }
 
 void Thumbnailer::shrinkRow(const std::vector<unsigned char>& levels,
