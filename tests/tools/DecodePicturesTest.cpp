@@ -66,6 +66,17 @@ TEST_F(DecodedPicture, PrefersTheWindowOfTheUser) {
   EXPECT_THAT(decode(*image, {"--window", "20.5,21"}).samples, ElementsAre(0, 128, 255));
 }
 
+TEST_F(DecodedPicture, TakesAWindowOfTheFileByItsNumberOrName) {
+  const auto image = support::monochromeImage(3, 1)
+                         .samples({10, 20, 30})
+                         .window("1\\20.5", "2\\21")
+                         .with(DCM_WindowCenterWidthExplanation, "DARK\\BONE")
+                         .build();
+
+  EXPECT_THAT(decode(*image, {"--window", "2"}).samples, ElementsAre(0, 128, 255));
+  EXPECT_THAT(decode(*image, {"--window", "bone"}).samples, ElementsAre(0, 128, 255));
+}
+
 TEST_F(DecodedPicture, SpreadsTheValuesThatOccurWhenThereIsNoWindow) {
   const auto image = support::monochromeImage(3, 1).samples({1000, 1100, 1200}).build();
 

@@ -42,10 +42,11 @@ signed samples shifted by 128, 32768 or 2147483648, the modality LUT applied, co
 bits. stored: the containers as they are in the file, colours too. modality: numbers with a
 floating point, by the rescale line of each frame or the modality LUT, doses in Gy. display: grey
 levels of 8 bits. Into pictures go the grey levels unless --values says otherwise; then 16 bits go
-to 16-bit PNG. Pictures are shown through --window, else through the window of the file (of each
-frame, where frames have their own), else over the range of the values that occur; a window of the
-file that shows all in one grey gives way to that range. MONOCHROME1 is turned round so that it
-looks right; a modality LUT of angiography and fluoroscopy is not meant for pictures and left out.
+to 16-bit PNG. Pictures are shown through --window, else through the window or VOI table of the
+file (of each frame, where frames have their own), else over the range of the values that occur; a
+window of the file that shows all in one grey gives way to that range. --window 2 and --window BONE
+choose among the windows and tables of the file. What is high and dark (MONOCHROME1, Presentation
+LUT Shape) is turned round so that it looks right; a modality LUT of angiography and fluoroscopy is not meant for pictures and left out.
 
 Examples:
   zrdcm decode ct.dcm -o ct.png --window 40,400
