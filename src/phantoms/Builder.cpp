@@ -18,7 +18,7 @@ constexpr const char* kUidRoot = "2.25.81828835914791341300994661302326573983";
 
 }  // namespace
 
-void require(const OFCondition& condition, const std::string& what) {
+void mustSucceed(const OFCondition& condition, const std::string& what) {
   if (condition.bad()) {
     throw std::runtime_error("cannot make " + what + ": " + condition.text());
   }
@@ -26,12 +26,13 @@ void require(const OFCondition& condition, const std::string& what) {
 
 DcmItem& itemOf(DcmItem& parent, const DcmTagKey& sequence, std::size_t index) {
   DcmItem* item = nullptr;
-  require(parent.findOrCreateSequenceItem(sequence, item, static_cast<long>(index)), "a sequence");
+  mustSucceed(parent.findOrCreateSequenceItem(sequence, item, static_cast<long>(index)),
+              "a sequence");
   return *item;
 }
 
 void put(DcmItem& item, const DcmTagKey& tag, const std::string& value) {
-  require(item.putAndInsertString(DcmTag(tag), value.c_str()), DcmTag(tag).getTagName());
+  mustSucceed(item.putAndInsertString(DcmTag(tag), value.c_str()), DcmTag(tag).getTagName());
 }
 
 std::string decimal(double value) {
@@ -66,19 +67,20 @@ Builder::Builder(const char* sopClassUid, const char* modality, const char* desc
 
 Builder& Builder::with(const DcmTag& tag, const std::string& value) {
   DcmTag copy(tag);
-  require(dataset_->putAndInsertString(copy, value.c_str()), copy.getTagName());
+  mustSucceed(dataset_->putAndInsertString(copy, value.c_str()), copy.getTagName());
   return *this;
 }
 
 Builder& Builder::withEmpty(const DcmTag& tag) {
   DcmTag copy(tag);
-  require(dataset_->insertEmptyElement(copy), copy.getTagName());
+  mustSucceed(dataset_->insertEmptyElement(copy), copy.getTagName());
   return *this;
 }
 
 Builder& Builder::withWords(const DcmTag& tag, const std::vector<std::uint16_t>& words) {
   DcmTag copy(tag);
-  require(dataset_->putAndInsertUint16Array(copy, words.data(), words.size()), copy.getTagName());
+  mustSucceed(dataset_->putAndInsertUint16Array(copy, words.data(), words.size()),
+              copy.getTagName());
   return *this;
 }
 
@@ -94,8 +96,8 @@ Builder& Builder::withRescale(double slope, double intercept, const char* type) 
 
 DcmItem& Builder::item(const DcmTagKey& sequence, std::size_t index) {
   DcmItem* item = nullptr;
-  require(dataset_->findOrCreateSequenceItem(sequence, item, static_cast<long>(index)),
-          "a sequence");
+  mustSucceed(dataset_->findOrCreateSequenceItem(sequence, item, static_cast<long>(index)),
+              "a sequence");
   return *item;
 }
 
@@ -128,15 +130,15 @@ void Builder::describePixels(const StoredPixels& format) {
 Builder& Builder::withPixels(const StoredPixels& format,
                              const std::vector<std::uint16_t>& samples) {
   describePixels(format);
-  require(dataset_->putAndInsertUint16Array(DCM_PixelData, samples.data(), samples.size()),
-          "pixel data");
+  mustSucceed(dataset_->putAndInsertUint16Array(DCM_PixelData, samples.data(), samples.size()),
+              "pixel data");
   return *this;
 }
 
 Builder& Builder::withPixels(const StoredPixels& format, const std::vector<std::uint8_t>& samples) {
   describePixels(format);
-  require(dataset_->putAndInsertUint8Array(DCM_PixelData, samples.data(), samples.size()),
-          "pixel data");
+  mustSucceed(dataset_->putAndInsertUint8Array(DCM_PixelData, samples.data(), samples.size()),
+              "pixel data");
   return *this;
 }
 

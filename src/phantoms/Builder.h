@@ -27,7 +27,7 @@ struct StoredPixels {
 
 /// Goes on only when the condition is good.
 /// @throws std::runtime_error "cannot make WHAT: reason"
-void require(const OFCondition& condition, const std::string& what);
+void mustSucceed(const OFCondition& condition, const std::string& what);
 
 /// Item `index` of a sequence within an item; the items are made in order, each when it is first
 /// asked for.

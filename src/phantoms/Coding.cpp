@@ -50,7 +50,7 @@ void encode(DcmDataset& dataset, E_TransferSyntax syntax) {
   } else if (syntax == EXS_JPEGProcess1) {
     parameter = &lossy;
   }
-  require(dataset.chooseRepresentation(syntax, parameter), DcmXfer(syntax).getXferName());
+  mustSucceed(dataset.chooseRepresentation(syntax, parameter), DcmXfer(syntax).getXferName());
 }
 
 std::vector<E_TransferSyntax> syntaxesOf(const Phantom& phantom) {
@@ -68,9 +68,9 @@ CodedPhantom codedAs(const Phantom& phantom, E_TransferSyntax syntax) {
     encode(dataset, syntax);
   }
   OFString base;
-  require(dataset.findAndGetOFString(DCM_SOPInstanceUID, base), "an instance UID");
+  mustSucceed(dataset.findAndGetOFString(DCM_SOPInstanceUID, base), "an instance UID");
   const std::string instance = base + "." + std::to_string(named.number);
-  require(dataset.putAndInsertString(DCM_SOPInstanceUID, instance.c_str()), "an instance UID");
+  mustSucceed(dataset.putAndInsertString(DCM_SOPInstanceUID, instance.c_str()), "an instance UID");
   return {phantom.name + named.suffix + ".dcm", std::move(file)};
 }
 

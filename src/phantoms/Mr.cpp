@@ -170,7 +170,7 @@ void addModalityTable(Builder& builder) {
   if (made.good()) {
     made = item.putAndInsertUint16Array(dataTag, entries.data(), entries.size());
   }
-  require(made, "a modality table");
+  mustSucceed(made, "a modality table");
 }
 
 }  // namespace

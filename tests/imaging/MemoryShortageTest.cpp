@@ -29,6 +29,7 @@
 #include <zrimaging/Frames.h>
 #include <zrimaging/Image.h>
 #include <zrimaging/MemoryBudget.h>
+#include <zrimaging/Output.h>
 #include <zrimaging/Pictures.h>
 #include <zrimaging/Sheets.h>
 #include <zrimaging/Splitting.h>
@@ -47,6 +48,13 @@ struct Workplace {
   std::optional<zr::Image> next;              ///< `colour` once more, for those who take it
   std::vector<std::filesystem::path> series;  ///< likewise, of one file
   const std::vector<std::size_t> indices{0, 1, 2};
+  const std::filesystem::path target = folder.file("out");
+  const std::filesystem::path png = folder.file("out.png");
+  const std::filesystem::path jpg = folder.file("out.jpg");
+  const zr::OutputFormat* const npy = zr::formatNamed("npy");
+  const zr::OutputFormat* const nrrd = zr::formatNamed("nrrd");
+  const zr::OutputFormat* const tiff = zr::formatNamed("tiff");
+  const zr::ProtectedInputs none;
   const zr::Picture black{8, 8, 1, std::vector<unsigned char>(64)};
   std::optional<zr::DecodedFrames> frames;  ///< of `grey`
 
@@ -67,6 +75,15 @@ struct Workplace {
     colour.emplace(
         open(support::rgbImage(8, 8).frames(3).samples(std::vector<int>(576, 5)), "colour.dcm"));
     frames.emplace(grey->decode({}, zr::MemoryBudget{}));
+  }
+
+  void write(const zr::OutputFormat* format) const {
+    zr::writeArray(*format, target, none,
+                   zr::arrayOf(frames->samples(), zr::describeArray(frames->record(), indices)));
+  }
+
+  void writeBlack(const std::filesystem::path& picture) const {
+    zr::writePicture(picture, none, black.view());
   }
 
   void prepareGo() {
@@ -169,6 +186,23 @@ INSTANTIATE_TEST_SUITE_P(
              [](Workplace& at) {
                (void)zr::Thumbnailer(layout(), 4, 4).render(at.frames->frame(0));
              }},
+        Work{"ModalityValues",
+             [](Workplace& at) {
+               (void)at.grey->decode({std::nullopt, zr::Values::kModality, false}, {});
+             }},
+        Work{"DisplayedValues",
+             [](Workplace& at) {
+               (void)at.grey->decode({std::nullopt, zr::Values::kDisplay, false}, {});
+             }},
+        Work{"StoredColours",
+             [](Workplace& at) {
+               (void)at.colour->decode({std::nullopt, zr::Values::kStored, false}, {});
+             }},
+        Work{"Npy", [](Workplace& at) { at.write(at.npy); }},
+        Work{"Nrrd", [](Workplace& at) { at.write(at.nrrd); }},
+        Work{"Tiff", [](Workplace& at) { at.write(at.tiff); }},
+        Work{"Png", [](Workplace& at) { at.writeBlack(at.png); }},
+        Work{"Jpeg", [](Workplace& at) { at.writeBlack(at.jpg); }},
         Work{"EscapedText",
              [](Workplace&) { (void)zr::withEscapedBytes("\xE9\xE9\xE9\xE9\xE9"); }}),
     support::nameOf<Work>);

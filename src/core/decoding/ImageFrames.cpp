@@ -45,7 +45,8 @@ constexpr char kUnknownSign[] =
 constexpr char kNotCompressed[] = "The samples of the image are not compressed";
 constexpr char kNotDecoded[] = "The frame cannot be decoded: %s";
 
-constexpr std::uint64_t kMostFrames = std::uint64_t{1} << 31;  // DCMTK counts them with a sign
+constexpr std::uint64_t kMostFramesOfDcmtk = std::uint64_t{1}
+                                             << 31;  // DCMTK counts them with a sign
 
 Result<void> hasDecodableSamples(const ImageAttributes& attributes) {
   const unsigned int bits = attributes.size.bitsAllocated;
@@ -164,7 +165,7 @@ Result<std::string> ImageFrames::decodeContainers(std::uint64_t frame, char* tar
 
 /// Whether there is such a frame, and DCMTK can count its bytes.
 Result<void> ImageFrames::isCountable(std::uint64_t frame) const {
-  if (frame >= image_.format.frames || frame >= kMostFrames) {
+  if (frame >= image_.format.frames || frame >= kMostFramesOfDcmtk) {
     const auto frames = static_cast<unsigned long long>(image_.format.frames);
     return Message(
         KtString::printf(kNoSuchFrame, static_cast<unsigned long long>(frame), frames).str());

@@ -97,7 +97,7 @@ void writeVerb(std::ostream& page, const CommandTree& verb, const std::string& p
   writeFooter(page, verb.footer);
 }
 
-std::string upperCase(std::string text) {
+std::string inCapitals(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), [](char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
   });
@@ -120,7 +120,7 @@ std::string nameLine(std::string description) {
 std::string manualPage(const CommandTree& program, const std::string& version) {
   std::ostringstream page;
   page << ".\\\" Made by the program itself from the text of its help.\n"
-       << ".TH " << upperCase(program.name) << " 1 \"\" \"" << escaped(version)
+       << ".TH " << inCapitals(program.name) << " 1 \"\" \"" << escaped(version)
        << "\" \"User Commands\"\n"
        << ".SH NAME\n"
        << program.name << " \\- " << escaped(nameLine(program.description)) << '\n'

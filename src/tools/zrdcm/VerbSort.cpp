@@ -134,7 +134,7 @@ Json report(const std::vector<zr::SeriesImage>& images, const SortOptions& optio
   return list;
 }
 
-zr::OrderSwitches switchesOf(const SortOptions& options) {
+zr::OrderSwitches switchesWanted(const SortOptions& options) {
   try {
     return zr::parseOrderSwitches(options.by);
   } catch (const zr::Error& error) {
@@ -143,7 +143,7 @@ zr::OrderSwitches switchesOf(const SortOptions& options) {
 }
 
 int sortFiles(const SortOptions& options) {
-  const zr::OrderSwitches switches = switchesOf(options);
+  const zr::OrderSwitches switches = switchesWanted(options);
   const std::vector<zr::PathEntry> files = zr::expandPaths(options.paths);
   ReadSeries series = readSeries(files);
   zr::sortSeries(series.images, switches);

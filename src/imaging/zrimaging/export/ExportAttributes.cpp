@@ -76,7 +76,7 @@ std::string writerKey(std::uint32_t tag) {
   return text;
 }
 
-std::string nameOf(std::uint32_t tag) {
+std::string attributeNameOf(std::uint32_t tag) {
   DcmTag known(keyOf(tag));
   return known.isUnknownVR() ? writerKey(tag) : known.getTagName();
 }
@@ -263,7 +263,7 @@ std::optional<std::string> textAsStored(DcmElement& element) {
   }
   OFString text;
   if (element.getLength() != 0 && element.getOFStringArray(text).bad()) {
-    throw Error(Reason::CannotWrite, nameOf(tagOf(element.getTag())) + ": cannot be read");
+    throw Error(Reason::CannotWrite, attributeNameOf(tagOf(element.getTag())) + ": cannot be read");
   }
   return text;
 }
@@ -282,7 +282,7 @@ std::optional<Attribute> attributeOf(DcmItem& item, DcmElement& element, ExportT
                                      bool inItem) {
   const std::uint32_t tag = tagOf(element.getTag());
   Attribute attribute;
-  attribute.name = nameOf(tag);
+  attribute.name = attributeNameOf(tag);
   if (element.ident() == EVR_SQ) {
     attribute.isSequence = true;
     auto& sequence = dynamic_cast<DcmSequenceOfItems&>(element);
@@ -347,7 +347,7 @@ std::string AttributeSet::text(std::uint32_t tag) const {
 
 void AttributeSet::set(std::uint32_t tag, const std::string& text) {
   Attribute attribute;
-  attribute.name = nameOf(tag);
+  attribute.name = attributeNameOf(tag);
   attribute.text = text;
   byTag[tag] = std::move(attribute);
 }

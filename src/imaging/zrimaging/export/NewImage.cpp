@@ -31,7 +31,7 @@ constexpr std::uint32_t kStudyInstanceUid = 0x0020000D;
 constexpr std::uint32_t kSeriesInstanceUid = 0x0020000E;
 constexpr const char* kSecondaryCapture = "1.2.840.10008.5.1.4.1.1.7";
 
-std::size_t bytesOf(ExportType type) {
+std::size_t fileBytesOf(ExportType type) {
   return type == ExportType::kU8 ? 1 : 2;
 }
 
@@ -118,7 +118,8 @@ public:
   }
 
   [[nodiscard]] std::size_t sampleBytes() const {
-    return static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows_) * bytesOf(type_);
+    return static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows_) *
+           fileBytesOf(type_);
   }
 
   void write(const std::filesystem::path& target, const void* samples, std::size_t size,
@@ -149,7 +150,7 @@ public:
 
 private:
   void describeSamples() {
-    const std::size_t bits = 8 * bytesOf(type_);
+    const std::size_t bits = 8 * fileBytesOf(type_);
     setOrCompare(attributes_, 0x00280002, "1");
     setOrCompare(attributes_, 0x00280010, std::to_string(rows_));
     setOrCompare(attributes_, 0x00280011, std::to_string(columns_));

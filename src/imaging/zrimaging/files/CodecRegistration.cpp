@@ -36,11 +36,10 @@ std::string decoderLibraries() {
 #endif
 
 bool isAdopted(const File& file) {
+  // A syntax that DCMTK does not know it takes for one without compression.
   const DcmXfer syntax(file.dataset().getOriginalXfer());
-  const bool isJpeg2000 =
-      syntax.getXfer() == EXS_JPEG2000LosslessOnly || syntax.getXfer() == EXS_JPEG2000;
   const std::string stated = file.statedTransferSyntax();
-  return isJpeg2000 && !stated.empty() && stated != syntax.getXferID();
+  return syntax.isEncapsulated() && !stated.empty() && stated != syntax.getXferID();
 }
 
 }  // namespace zr

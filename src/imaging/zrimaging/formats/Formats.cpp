@@ -2,6 +2,7 @@
 // The table of formats: rows of our own from Formats.def, then those that a program adds.
 #include "zrimaging/Formats.h"
 
+#include "zrimaging/Boundary.h"
 #include "zrimaging/Error.h"
 #include "zrimaging/Output.h"
 #include "zrimaging/formats/Writers.h"
@@ -88,8 +89,8 @@ std::string formatsThatDo(const std::vector<Need>& needs) {
   return able.empty() ? "" : text + (able.size() == 1 ? " does" : " do");
 }
 
-void requireRoom(const OutputFormat& format, const std::filesystem::path& target,
-                 const ArrayToWrite& array) {
+void requireFormatHolds(const OutputFormat& format, const std::filesystem::path& target,
+                        const ArrayToWrite& array) {
   const std::vector<Need> needs = needsOf(array);
   for (const Need& need : needs) {
     if (!format.holds(need.content)) {
@@ -103,57 +104,70 @@ void requireRoom(const OutputFormat& format, const std::filesystem::path& target
 }  // namespace
 
 ArrayToWrite arrayOf(const SampleArray& samples, ArrayDescription description) {
-  return {samples, [samples](std::size_t index) { return samples.frame(index); },
-          std::move(description)};
+  return atBoundary([&]() -> ArrayToWrite {
+    return {samples, [samples](std::size_t index) { return samples.frame(index); },
+            std::move(description)};
+  });
 }
 
 std::vector<const OutputFormat*> formats() {
-  return table();
+  return atBoundary([] { return std::vector<const OutputFormat*>(table()); });
 }
 
 std::vector<const OutputFormat*> formatsWith(unsigned contents) {
-  std::vector<const OutputFormat*> found;
-  for (const OutputFormat* format : table()) {
-    if ((format->contents & contents) == contents) {
-      found.push_back(format);
-    }
-  }
-  return found;
+  return atBoundary([&] {
+    std::vector<const OutputFormat*> found;
+    std::copy_if(
+        table().begin(), table().end(), std::back_inserter(found),
+        [&](const OutputFormat* format) { return (format->contents & contents) == contents; });
+    return found;
+  });
 }
 
 const OutputFormat* formatNamed(const std::string& name) {
-  return findFormat([&name](const OutputFormat& format) { return name == format.name; });
+  return atBoundary([&] {
+    return findFormat([&name](const OutputFormat& format) { return name == format.name; });
+  });
 }
 
 const OutputFormat* formatOf(const std::filesystem::path& path) {
-  const std::string ending = lowerCase(path.extension().string());
-  return findFormat([&ending](const OutputFormat& format) {
-    return ending == format.ending ||
-           (format.otherEnding != nullptr && ending == format.otherEnding);
+  return atBoundary([&] {
+    const std::string ending = lowerCase(path.extension().string());
+    return findFormat([&ending](const OutputFormat& format) {
+      return ending == format.ending ||
+             (format.otherEnding != nullptr && ending == format.otherEnding);
+    });
   });
 }
 
 void addFormat(const OutputFormat& format) {
-  if (formatNamed(format.name) != nullptr ||
-      formatOf(std::string("a") + format.ending) != nullptr ||
-      (format.otherEnding != nullptr &&
-       formatOf(std::string("a") + format.otherEnding) != nullptr)) {
-    throw Error(Reason::Unsupported, std::string("there is a format ") + format.name + " already");
-  }
-  table().push_back(&format);
+  atBoundary([&] {
+    if (formatNamed(format.name) != nullptr ||
+        formatOf(std::string("a") + format.ending) != nullptr ||
+        (format.otherEnding != nullptr &&
+         formatOf(std::string("a") + format.otherEnding) != nullptr)) {
+      throw Error(Reason::Unsupported,
+                  std::string("there is a format ") + format.name + " already");
+    }
+    table().push_back(&format);
+  });
 }
 
 void writeArray(const OutputFormat& format, const std::filesystem::path& target,
                 const ProtectedInputs& inputs, const ArrayToWrite& array) {
-  requireRoom(format, target, array);
-  format.write(target, inputs, array);
+  atBoundary([&] {
+    requireFormatHolds(format, target, array);
+    format.write(target, inputs, array);
+  });
 }
 
 void writePicture(const std::filesystem::path& target, const ProtectedInputs& inputs,
                   const SampleArray& frame) {
-  const OutputFormat* const format = formatOf(target);
-  const bool forEyes = format != nullptr && format->holds(kForEyes);
-  writeArray(forEyes ? *format : *formatNamed("png"), target, inputs, arrayOf(frame));
+  atBoundary([&] {
+    const OutputFormat* const format = formatOf(target);
+    const bool forEyes = format != nullptr && format->holds(kForEyes);
+    writeArray(forEyes ? *format : *formatNamed("png"), target, inputs, arrayOf(frame));
+  });
 }
 
 }  // namespace zr

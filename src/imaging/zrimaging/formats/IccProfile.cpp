@@ -19,11 +19,11 @@ constexpr std::size_t kColourSpaceAt = 16;
 constexpr std::size_t kSignatureAt = 36;
 constexpr std::size_t kTagCountAt = 128;
 constexpr std::size_t kTagsAt = 132;
-constexpr std::size_t kTagBytes = 12;
+constexpr std::size_t kTagEntryBytes = 12;
 /// What the APP2 segments of a JPEG file take: 255 of 65,519 bytes. No real profile is that large.
 constexpr std::size_t kMostBytes = std::size_t{255} * 65519;
 
-std::uint32_t numberAt(std::span<const unsigned char> bytes, std::size_t at) {
+std::uint32_t bigEndian32At(std::span<const unsigned char> bytes, std::size_t at) {
   return std::uint32_t{bytes[at]} << 24U | std::uint32_t{bytes[at + 1]} << 16U |
          std::uint32_t{bytes[at + 2]} << 8U | bytes[at + 3];
 }
@@ -33,13 +33,13 @@ bool hasText(std::span<const unsigned char> bytes, std::size_t at, const char* t
 }
 
 bool tagsAreInside(std::span<const unsigned char> profile) {
-  const std::size_t count = numberAt(profile, kTagCountAt);
-  if (count > (profile.size() - kTagsAt) / kTagBytes) {
+  const std::size_t count = bigEndian32At(profile, kTagCountAt);
+  if (count > (profile.size() - kTagsAt) / kTagEntryBytes) {
     return false;
   }
   for (std::size_t tag = 0; tag < count; ++tag) {
-    const std::size_t offset = numberAt(profile, kTagsAt + tag * kTagBytes + 4);
-    const std::size_t size = numberAt(profile, kTagsAt + tag * kTagBytes + 8);
+    const std::size_t offset = bigEndian32At(profile, kTagsAt + tag * kTagEntryBytes + 4);
+    const std::size_t size = bigEndian32At(profile, kTagsAt + tag * kTagEntryBytes + 8);
     if (offset > profile.size() || size > profile.size() - offset) {
       return false;
     }
@@ -53,7 +53,7 @@ std::string faultOfIccProfile(std::span<const unsigned char> profile) {
   if (profile.size() < kTagsAt) {
     return "it is too short";
   }
-  const std::size_t size = numberAt(profile, 0);
+  const std::size_t size = bigEndian32At(profile, 0);
   if (size < kTagsAt || size > profile.size() || profile.size() - size > 1) {
     return "it does not have the size that it states";
   }
@@ -79,7 +79,7 @@ std::span<const unsigned char> iccProfileFor(const ArrayToWrite& array) {
     remarkOnIccProfile(array, fault);
     return {};
   }
-  return profile.first(numberAt(profile, 0));
+  return profile.first(bigEndian32At(profile, 0));
 }
 
 void remarkOnIccProfile(const ArrayToWrite& array, const std::string& fault) {

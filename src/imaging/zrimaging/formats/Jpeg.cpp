@@ -29,23 +29,23 @@ struct Density {
 };
 
 /// The library's state and what it has written so far.
-class Encoder {
+class JpegEncoder {
 public:
-  Encoder() {
+  JpegEncoder() {
     state_.err = jpeg_std_error(&errors_);
     errors_.error_exit = leave;
     errors_.emit_message = [](j_common_ptr, int) {};
     errors_.output_message = [](j_common_ptr) {};
     state_.client_data = this;
   }
-  ~Encoder() {
+  ~JpegEncoder() {
     jpeg_destroy_compress(&state_);
     std::free(bytes_);  // NOLINT(cppcoreguidelines-no-malloc): jpeg_mem_dest takes it by malloc
   }
-  Encoder(const Encoder&) = delete;
-  Encoder& operator=(const Encoder&) = delete;
-  Encoder(Encoder&&) = delete;
-  Encoder& operator=(Encoder&&) = delete;
+  JpegEncoder(const JpegEncoder&) = delete;
+  JpegEncoder& operator=(const JpegEncoder&) = delete;
+  JpegEncoder(JpegEncoder&&) = delete;
+  JpegEncoder& operator=(JpegEncoder&&) = delete;
 
   /// Holds nothing that needs destruction: the library leaves it by longjmp on errors.
   bool encode(const SampleArray& frame, int quality, Density density,
@@ -86,7 +86,7 @@ public:
 
 private:
   static void leave(j_common_ptr state) {
-    auto* encoder = static_cast<Encoder*>(state->client_data);
+    auto* encoder = static_cast<JpegEncoder*>(state->client_data);
     state->err->format_message(state, encoder->message_);
     std::longjmp(encoder->onError_, 1);  // NOLINT(cert-err52-cpp): as above
   }
@@ -115,7 +115,7 @@ std::uint16_t perCm(double spacingMm) {
   return fits ? static_cast<std::uint16_t>(density) : 0;
 }
 
-void requireSize(const std::filesystem::path& target, const SampleArray& layout) {
+void requireJpegSize(const std::filesystem::path& target, const SampleArray& layout) {
   if (layout.columns > JPEG_MAX_DIMENSION || layout.rows > JPEG_MAX_DIMENSION) {
     throw Error(Reason::CannotWrite,
                 "cannot make " + target.string() + ": JPEG holds at most " +
@@ -128,11 +128,11 @@ void requireSize(const std::filesystem::path& target, const SampleArray& layout)
 
 void writeJpeg(const std::filesystem::path& target, const ProtectedInputs& inputs,
                const ArrayToWrite& array) {
-  requireSize(target, array.layout);
+  requireJpegSize(target, array.layout);
   OutputFile file(target, inputs);
   const SampleArray frame = array.frameAt(0);
   const auto& [betweenColumns, betweenRows, ignored] = array.description.spacingMm;
-  Encoder encoder;
+  JpegEncoder encoder;
   if (!encoder.encode(frame, array.quality, {perCm(betweenColumns), perCm(betweenRows)},
                       iccProfileFor(array))) {
     throw Error(Reason::CannotWrite, "cannot make " + target.string() + ": " + encoder.error());

@@ -19,7 +19,7 @@ namespace zr {
 
 namespace {
 
-struct Encoder {
+struct PngEncoder {
   std::vector<unsigned char> bytes;
   std::string error;
   std::string warning;          ///< the latest
@@ -27,7 +27,7 @@ struct Encoder {
 };
 
 void appendBytes(png_structp png, png_bytep bytes, png_size_t count) {
-  auto* encoder = static_cast<Encoder*>(png_get_io_ptr(png));
+  auto* encoder = static_cast<PngEncoder*>(png_get_io_ptr(png));
   try {
     encoder->bytes.insert(encoder->bytes.end(), bytes, bytes + count);
   } catch (const std::bad_alloc&) {
@@ -37,13 +37,13 @@ void appendBytes(png_structp png, png_bytep bytes, png_size_t count) {
 
 void flushNothing(png_structp) {}
 
-void keepError(png_structp png, png_const_charp message) {
-  static_cast<Encoder*>(png_get_error_ptr(png))->error = message;
+void keepPngError(png_structp png, png_const_charp message) {
+  static_cast<PngEncoder*>(png_get_error_ptr(png))->error = message;
   longjmp(png_jmpbuf(png), 1);
 }
 
 void keepWarning(png_structp png, png_const_charp message) {
-  static_cast<Encoder*>(png_get_error_ptr(png))->warning = message;
+  static_cast<PngEncoder*>(png_get_error_ptr(png))->warning = message;
 }
 
 // Holds nothing that needs destruction: libpng leaves it by longjmp on errors.
@@ -61,7 +61,7 @@ bool encodePng(png_structp png, png_infop info, const SampleArray& frame,
     png_set_benign_errors(png, 1);  // a profile that libpng does not like is a warning
     png_set_iCCP(png, info, "ICC profile", PNG_COMPRESSION_TYPE_BASE, profile.data(),
                  static_cast<png_uint_32>(profile.size()));
-    static_cast<Encoder*>(png_get_error_ptr(png))->profileRefused =
+    static_cast<PngEncoder*>(png_get_error_ptr(png))->profileRefused =
         png_get_valid(png, info, PNG_INFO_iCCP) == 0;
   }
   png_write_info(png, info);
@@ -89,10 +89,10 @@ void writePng(const std::filesystem::path& target, const ProtectedInputs& inputs
               const ArrayToWrite& array) {
   OutputFile file(target, inputs);
   const SampleArray frame = array.frameAt(0);
-  Encoder encoder;
+  PngEncoder encoder;
   std::vector<png_bytep> rows = rowPointers(frame);
   png_structp png =
-      png_create_write_struct(PNG_LIBPNG_VER_STRING, &encoder, keepError, keepWarning);
+      png_create_write_struct(PNG_LIBPNG_VER_STRING, &encoder, keepPngError, keepWarning);
   png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
   if (info == nullptr) {
     png_destroy_write_struct(&png, &info);

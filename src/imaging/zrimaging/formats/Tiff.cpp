@@ -66,7 +66,7 @@ Storage& storageOf(thandle_t handle) {
   return *static_cast<Storage*>(handle);
 }
 
-tmsize_t readBytes(thandle_t handle, void* bytes, tmsize_t count) {
+tmsize_t readStored(thandle_t handle, void* bytes, tmsize_t count) {
   return read(storageOf(handle).descriptor, bytes, static_cast<std::size_t>(count));
 }
 
@@ -102,7 +102,7 @@ toff_t sizeOf(thandle_t handle) {
 
 constexpr int kHandled = 1;  // libtiff tells nobody else then
 
-int keepError(TIFF*, void* storage, const char*, const char* format, std::va_list arguments) {
+int keepTiffError(TIFF*, void* storage, const char*, const char* format, std::va_list arguments) {
   auto& message = static_cast<Storage*>(storage)->message;
   if (message.front() == '\0') {  // what follows are consequences
     (void)std::vsnprintf(message.data(), message.size(), format, arguments);
@@ -127,9 +127,9 @@ TiffHandle openTiff(Storage& storage, bool big) {
   if (!options) {
     throw std::bad_alloc();
   }
-  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), keepError, &storage);
+  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), keepTiffError, &storage);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), ignoreWarning, nullptr);
-  return TiffHandle(TIFFClientOpenExt("TIFF", big ? "w8" : "w", &storage, readBytes, writeBytes,
+  return TiffHandle(TIFFClientOpenExt("TIFF", big ? "w8" : "w", &storage, readStored, writeBytes,
                                       seekTo, leaveOpen, sizeOf, nullptr, nullptr, options.get()));
 }
 
@@ -262,7 +262,7 @@ bool writePages(Storage& storage, const ArrayToWrite& array) {
   return TIFFFlush(tiff.get()) == 1;
 }
 
-void requireSize(const std::filesystem::path& target, const SampleArray& layout) {
+void requireTiffSize(const std::filesystem::path& target, const SampleArray& layout) {
   constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
   if (layout.columns > kMost || layout.rows > kMost) {
     throw Error(Reason::CannotWrite, "cannot make " + target.string() +
@@ -285,7 +285,7 @@ bool needsBigTiff(const ArrayToWrite& array) {
 
 void writeTiff(const std::filesystem::path& target, const ProtectedInputs& inputs,
                const ArrayToWrite& array) {
-  requireSize(target, array.layout);
+  requireTiffSize(target, array.layout);
   LibraryFile file(target, inputs);
   Storage storage;
   constexpr mode_t kNew = 0666;

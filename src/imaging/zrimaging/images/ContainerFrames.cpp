@@ -20,7 +20,7 @@ namespace zr {
 namespace {
 
 /// Whether samples went through a lossy compression.
-bool isLossy(const File& file) {
+bool wentThroughLoss(const File& file) {
   std::string unused;  // of samples that the slice decoder does not know the attribute tells
   Zrg::SliceImage slice;
   OFString text;
@@ -44,7 +44,7 @@ ContainerFrames::ContainerFrames(const File& file, const PixelDescription& pixel
   traits_.monochrome = pixels.isMonochrome();
   traits_.darkIsHigh =
       pixels.isMonochrome() && isHighShownDark(file.dataset(), pixels.photometricInterpretation);
-  traits_.lossy = isLossy(file);
+  traits_.lossy = wentThroughLoss(file);
   traits_.values = Values::kStored;
 }
 

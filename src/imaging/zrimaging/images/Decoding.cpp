@@ -50,7 +50,7 @@ ExDicomUtilities::LUT modalityTableOf(DcmItem& item) {
   return table;
 }
 
-SampleType typeOf(const Zrg::SampleTransform& transform) {
+SampleType typeOfValues(const Zrg::SampleTransform& transform) {
   const bool isSigned = transform.valuesAreSigned();
   switch (transform.bytesPerValue()) {
     case 1:
@@ -166,7 +166,7 @@ void Decoding::chooseTransform() {
                        (traits_.values == Values::kModality && hasModalityTable(item));
   transform_ = looksUp ? Zrg::SampleTransform::makingUnsigned(stored, modalityTableOf(item))
                        : Zrg::SampleTransform::isolating(stored);
-  traits_.type = typeOf(*transform_);
+  traits_.type = typeOfValues(*transform_);
   transformedType_ = traits_.type;
   traits_.sampleOffset = static_cast<double>(transform_->offset());
 }

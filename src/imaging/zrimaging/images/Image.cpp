@@ -38,7 +38,7 @@ Memory allocate(std::size_t size) {
   return {new char[size], std::default_delete<char[]>()};
 }
 
-void requireRoom(std::size_t size, std::size_t needed) {
+void requireTarget(std::size_t size, std::size_t needed) {
   if (size < needed) {
     throw Error(Reason::TooLarge, "takes " + std::to_string(needed) +
                                       " bytes; the memory handed in has " + std::to_string(size));
@@ -191,13 +191,13 @@ std::vector<Remark> Image::decodeInto(const DecodeRequest& request, const Memory
     samplesAlone.overlays = false;
     if (request.values == Values::kDisplay) {
       DecodedFrames shown = decodeForDisplay(samplesAlone, memory);
-      requireRoom(size, shown.samples().byteCount());
+      requireTarget(size, shown.samples().byteCount());
       std::memcpy(target, shown.samples().bytes, shown.samples().byteCount());
       return shown.takeRemarks();
     }
     const DecoderWatch decoders;
     Decoding decoding(*this, samplesAlone, memory);
-    requireRoom(size, decoding.bytes());
+    requireTarget(size, decoding.bytes());
     decoding.check();
     (void)decoding.decode(static_cast<char*>(target));  // no overlays were asked for
     return remarksOn(*file_, decoders, decoding);

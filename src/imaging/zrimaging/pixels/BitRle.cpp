@@ -21,7 +21,7 @@ namespace zr {
 
 namespace {
 
-constexpr std::size_t kHeaderSize = 64;
+constexpr std::size_t kRleHeaderBytes = 64;
 constexpr unsigned kNothing = 128;
 constexpr std::uint64_t kMostBytesOfARun = 128;
 
@@ -69,7 +69,7 @@ public:
 
   void check(std::uint64_t frame) override {
     const std::uint64_t size = coded_.sizeOf(frame);
-    if (size <= kHeaderSize || packedBytes() / kMostBytesOfARun > size) {
+    if (size <= kRleHeaderBytes || packedBytes() / kMostBytesOfARun > size) {
       throw notWhole(frame);
     }
   }
@@ -79,7 +79,7 @@ public:
     const std::vector<std::uint8_t>& bytes = coded_.bytesOf(frame);
     const std::uint32_t offset = littleEndian32(bytes.data() + sizeof(std::uint32_t));
     packed_.resize(static_cast<std::size_t>(packedBytes()));
-    if (littleEndian32(bytes.data()) != 1 || offset < kHeaderSize || offset > bytes.size() ||
+    if (littleEndian32(bytes.data()) != 1 || offset < kRleHeaderBytes || offset > bytes.size() ||
         !unpackSegment(bytes.data() + offset, bytes.data() + bytes.size(), packed_)) {
       throw notWhole(frame);
     }

@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::size_t kChannels = 3;
 
-ExDicomUtilities::LUT readPalette(DcmItem& item) {
+ExDicomUtilities::LUT paletteOf(DcmItem& item) {
   ExDicomUtilities::LUT palette;
   ExDicomUtilities::LUT::dcmDatasetRead(palette, item, true);
   return palette;
@@ -40,9 +40,9 @@ std::size_t bytesPerEntry(const ExDicomUtilities::LUT& palette) {
 }
 
 /// The stored bits of a container, as a number without a sign.
-class StoredBits {
+class SampleBits {
 public:
-  explicit StoredBits(const PixelDescription& pixels)
+  explicit SampleBits(const PixelDescription& pixels)
       : shift_(pixels.highBit + 1 >= pixels.bitsStored ? pixels.highBit + 1 - pixels.bitsStored
                                                        : 0),
         mask_(pixels.bitsStored == 0 ? 0 : 0xFFFFFFFFU >> (32 - std::min(pixels.bitsStored, 32U))) {
@@ -108,7 +108,7 @@ template <class Container>
 void makeRgb(const unsigned char* containers, const PixelDescription& pixels, bool isYbr,
              unsigned char* target) {
   const PixelReader<Container> reader(containers, pixels);
-  const StoredBits bits(pixels);
+  const SampleBits bits(pixels);
   auto* samples = reinterpret_cast<Container*>(target);
   for (std::size_t pixel = 0; pixel < pixels.pixels(); ++pixel) {
     std::array<std::uint32_t, kChannels> colour{};
@@ -125,7 +125,7 @@ void makeRgb(const unsigned char* containers, const PixelDescription& pixels, bo
 }
 
 /// The value of an index: the stored bits with their sign.
-std::int64_t indexOf(std::uint32_t bits, const PixelDescription& pixels) {
+std::int64_t paletteIndexOf(std::uint32_t bits, const PixelDescription& pixels) {
   const bool isNegative =
       pixels.isSigned && pixels.bitsStored > 0 && (bits >> (pixels.bitsStored - 1) & 1U) != 0;
   return isNegative ? std::int64_t{bits} - (std::int64_t{1} << pixels.bitsStored)
@@ -133,16 +133,16 @@ std::int64_t indexOf(std::uint32_t bits, const PixelDescription& pixels) {
 }
 
 template <class Container>
-void lookUp(const unsigned char* containers, const PixelDescription& pixels,
-            const ExDicomUtilities::LUT& palette, unsigned char* target) {
+void lookUpColours(const unsigned char* containers, const PixelDescription& pixels,
+                   const ExDicomUtilities::LUT& palette, unsigned char* target) {
   const PixelReader<Container> reader(containers, pixels);
-  const StoredBits bits(pixels);
+  const SampleBits bits(pixels);
   const std::size_t entryBytes = kChannels * bytesPerEntry(palette);
   const auto* const entries =
       static_cast<const unsigned char*>(std::as_const(*palette.entries).dataPtr(0));
   const std::int64_t last = palette.entries->dims().x - 1;
   for (std::size_t pixel = 0; pixel < pixels.pixels(); ++pixel) {
-    const std::int64_t index = indexOf(bits.of(reader.sample(pixel, 0)), pixels);
+    const std::int64_t index = paletteIndexOf(bits.of(reader.sample(pixel, 0)), pixels);
     const std::int64_t entry = std::clamp<std::int64_t>(index - palette.firstMapped, 0, last);
     std::memcpy(target, entries + static_cast<std::size_t>(entry) * entryBytes, entryBytes);
     target += entryBytes;
@@ -169,7 +169,7 @@ bool isDeepColour(const PixelDescription& pixels, DcmItem& item) {
     return false;
   }
   if (pixels.isPalette()) {
-    const ExDicomUtilities::LUT palette = readPalette(item);
+    const ExDicomUtilities::LUT palette = paletteOf(item);
     return hasEntries(palette) && bytesPerEntry(palette) == 2;
   }
   return pixels.bitsAllocated > 8;
@@ -178,7 +178,7 @@ bool isDeepColour(const PixelDescription& pixels, DcmItem& item) {
 ColourConversion::ColourConversion(const PixelDescription& pixels, DcmItem& item, Form form)
     : pixels_(pixels), form_(form) {
   if (form == Form::kRgb && pixels.isPalette()) {
-    palette_ = readPalette(item);
+    palette_ = paletteOf(item);
     if (!hasEntries(*palette_)) {
       throw Error(Reason::MissingAttribute, "has no palette that can be read");
     }
@@ -216,7 +216,7 @@ void ColourConversion::convert(const unsigned char* containers, const std::strin
   }
   if (palette_) {
     return withContainer(pixels_.containerType(), [&](auto container) {
-      lookUp<decltype(container)>(containers, pixels_, *palette_, target);
+      lookUpColours<decltype(container)>(containers, pixels_, *palette_, target);
     });
   }
   const bool isYbr = interpretation == "YBR_FULL";

@@ -19,9 +19,7 @@ namespace zr {
 
 namespace {
 
-constexpr std::uint64_t kBitsPerByte = 8;
-
-DcmTagKey tagOf(PixelDescription::Element element) {
+DcmTagKey tagOfElement(PixelDescription::Element element) {
   switch (element) {
     case PixelDescription::Element::kFloatPixelData:
       return DCM_FloatPixelData;
@@ -37,13 +35,13 @@ class NativeContainers final : public Containers {
 public:
   NativeContainers(const File& file, const PixelDescription& pixels)
       : file_(file), pixels_(pixels) {
-    if (file.dataset().findAndGetElement(tagOf(pixels.element), element_).bad()) {
+    if (file.dataset().findAndGetElement(tagOfElement(pixels.element), element_).bad()) {
       throw Error(Reason::Damaged, "has no pixel data");
     }
   }
 
   void check(std::uint64_t frame) override {
-    const std::uint64_t expected = (endBitOf(frame) + kBitsPerByte - 1) / kBitsPerByte;
+    const std::uint64_t expected = (endBitOf(frame) + kPixelsPerByte - 1) / kPixelsPerByte;
     const std::uint64_t found = element_->getLength();
     if (found < expected) {
       throw Error(Reason::Damaged, "Pixel data incomplete, expected " + std::to_string(expected) +
@@ -71,7 +69,7 @@ private:
 
   std::uint64_t endBitOf(std::uint64_t frame) const {
     const std::uint64_t bits = frameBits();
-    const std::uint64_t most = std::numeric_limits<std::uint64_t>::max() - kBitsPerByte;
+    const std::uint64_t most = std::numeric_limits<std::uint64_t>::max() - kPixelsPerByte;
     if (frame >= most / bits) {
       throw Error(Reason::NoSuchFrame, "has no frame " + std::to_string(frame));
     }
@@ -80,11 +78,11 @@ private:
 
   void readBits(std::uint64_t frame, unsigned char* target) {
     const std::uint64_t firstBit = frame * frameBits();
-    const std::uint64_t first = firstBit / kBitsPerByte;
-    const std::uint64_t end = (endBitOf(frame) + kBitsPerByte - 1) / kBitsPerByte;
+    const std::uint64_t first = firstBit / kPixelsPerByte;
+    const std::uint64_t end = (endBitOf(frame) + kPixelsPerByte - 1) / kPixelsPerByte;
     packed_.resize(static_cast<std::size_t>(end - first));
     readBytes(first, end - first, packed_.data());
-    unpackBits(packed_.data(), static_cast<unsigned>(firstBit % kBitsPerByte),
+    unpackBits(packed_.data(), static_cast<unsigned>(firstBit % kPixelsPerByte),
                static_cast<std::size_t>(pixels_.pixels() * pixels_.containersPerPixel()), target);
   }
 

@@ -6,6 +6,8 @@
 
 namespace zr {
 
+inline constexpr std::size_t kPixelsPerByte = 8;  ///< of one bit each
+
 /// Unpacks pixels of one bit: the first one is in the lowest bit of a byte, and frames follow each
 /// other without padding. @see PS3.5 8.1.1, 8.2 (Bits Allocated 1)
 ///

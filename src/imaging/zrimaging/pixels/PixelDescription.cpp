@@ -21,7 +21,7 @@ std::optional<unsigned> unsignedAt(DcmItem& item, const DcmTagKey& key) {
   return item.findAndGetUint16(key, value).good() ? std::optional<unsigned>(value) : std::nullopt;
 }
 
-PixelDescription::Element elementOf(DcmItem& item) {
+PixelDescription::Element pixelElementOf(DcmItem& item) {
   if (!item.tagExists(DCM_PixelData)) {
     if (item.tagExists(DCM_FloatPixelData)) {
       return PixelDescription::Element::kFloatPixelData;
@@ -50,7 +50,7 @@ bool isEncapsulated(DcmItem& item) {
          sequence != nullptr;
 }
 
-bool isKnownWidth(const PixelDescription& pixels) {
+bool hasKnownWidth(const PixelDescription& pixels) {
   switch (pixels.element) {
     case PixelDescription::Element::kPixelData:
       return pixels.bitsAllocated == 1 || pixels.bitsAllocated == 8 || pixels.bitsAllocated == 16 ||
@@ -81,7 +81,7 @@ SampleType PixelDescription::containerType() const {
 PixelDescription readPixelDescription(const File& file) {
   DcmItem& item = file.dataset();
   PixelDescription pixels;
-  pixels.element = elementOf(item);
+  pixels.element = pixelElementOf(item);
   pixels.frames = Zrg::numberOfFrames(item);
   pixels.photometricInterpretation = file.photometricInterpretation();
   pixels.transferSyntax = file.statedTransferSyntax();
@@ -104,7 +104,7 @@ PixelDescription readPixelDescription(const File& file) {
   if (pixels.pixels() == 0) {
     throw Error(Reason::NoPixelData, "has an image without pixels");
   }
-  if (!isKnownWidth(pixels) || *samples == 0 || *samples > 4) {
+  if (!hasKnownWidth(pixels) || *samples == 0 || *samples > 4) {
     throw Error(Reason::Unsupported, "has samples of " + std::to_string(*bits) + " bits, " +
                                          std::to_string(*samples) +
                                          " a pixel, which are not decoded");
