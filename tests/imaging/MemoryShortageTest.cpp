@@ -29,6 +29,7 @@
 #include <zrimaging/Frames.h>
 #include <zrimaging/Image.h>
 #include <zrimaging/MemoryBudget.h>
+#include <zrimaging/ObjectFacts.h>
 #include <zrimaging/Output.h>
 #include <zrimaging/Pictures.h>
 #include <zrimaging/Sheets.h>

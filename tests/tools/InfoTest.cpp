@@ -291,7 +291,7 @@ TEST_F(ZrdcmInfo, ListsAnObjectWithoutPixels) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.errors, "");
   EXPECT_THAT(outcome.output,
-              HasSubstr("object              RTPlanStorage (1.2.840.10008.5.1.4.1.1.481.5)\n"));
+              HasSubstr("object              RT Plan Storage (1.2.840.10008.5.1.4.1.1.481.5)\n"));
   EXPECT_THAT(outcome.output,
               HasSubstr("content             a radiotherapy plan, without pixels\n"));
   EXPECT_THAT(outcome.output, testing::Not(HasSubstr("pixels              ")));
@@ -377,6 +377,147 @@ TEST_F(ZrdcmInfo, WritesJsonThoughTheFileHoldsNoUtf8) {
   const auto report = reportOf(file);
   EXPECT_EQ(report["modality"], "\\xFF\\xFE");
   EXPECT_EQ(report["escaped"], true);
+}
+
+TEST_F(ZrdcmInfo, ReportsWhomWhenAndByWhat) {
+  const json report = reportOf(save(*support::ctSlice(2, 2)
+                                         .with(DCM_SpecificCharacterSet, "ISO_IR 100")
+                                         .with(DCM_PatientName, "M\xFCller")
+                                         .with(DCM_StudyDate, "20260131")
+                                         .with(DCM_SeriesNumber, "3")
+                                         .with(DCM_InstanceNumber, "7")
+                                         .with(DCM_SoftwareVersions, "1\\2")
+                                         .with(DCM_SOPClassUID, UID_CTImageStorage)
+                                         .build()));
+
+  EXPECT_EQ(
+      report["patient"],
+      (json{{"name", "M\xC3\xBCller"}, {"id", nullptr}, {"birthDate", nullptr}, {"sex", nullptr}}));
+  EXPECT_EQ(report["study"]["date"], "20260131");
+  EXPECT_EQ(report["study"]["description"], nullptr);
+  EXPECT_EQ(report["series"]["number"], 3);
+  EXPECT_EQ(report["instance"]["number"], 7);
+  EXPECT_EQ(report["device"]["softwareVersions"], (json{"1", "2"}));
+  EXPECT_EQ(report["sopClass"]["name"], "CTImageStorage");
+  EXPECT_EQ(report["sopClass"]["title"], "CT Image Storage");
+  EXPECT_EQ(report["transferSyntax"]["decodes"], true);
+}
+
+TEST_F(ZrdcmInfo, MarksATextWithBytesThatAreNoCharacters) {
+  const json patient =
+      reportOf(save(*support::ctSlice(2, 2).with(DCM_PatientName, "A\xE9").build()))["patient"];
+
+  EXPECT_EQ(patient["name"], "A\\xE9");
+  EXPECT_EQ(patient["escaped"], true);
+}
+
+support::DatasetBuilder ultrasoundRegion() {
+  support::DatasetBuilder region;
+  region.with(DCM_RegionSpatialFormat, "1")
+      .with(DCM_RegionDataType, "1")
+      .with(DCM_RegionLocationMinX0, "0")
+      .with(DCM_RegionLocationMinY0, "0")
+      .with(DCM_RegionLocationMaxX1, "3")
+      .with(DCM_RegionLocationMaxY1, "2")
+      .with(DCM_PhysicalUnitsXDirection, "3")
+      .with(DCM_PhysicalUnitsYDirection, "3")
+      .with(DCM_PhysicalDeltaX, "0.025")
+      .with(DCM_PhysicalDeltaY, "0.05");
+  return region;
+}
+
+TEST_F(ZrdcmInfo, ReportsUltrasoundRegions) {
+  auto image = support::monochromeImage(4, 3);
+  image.withItem(DCM_SequenceOfUltrasoundRegions, ultrasoundRegion());
+  const std::string file = save(*image.build());
+
+  EXPECT_EQ(reportOf(file)["ultrasoundRegions"],
+            json::array({{{"bounds", {0, 0, 3, 2}},
+                          {"spatialFormat", "2D"},
+                          {"dataType", "tissue"},
+                          {"units", {"cm", "cm"}},
+                          {"delta", {0.025, 0.05}},
+                          {"referencePixel", {nullptr, nullptr}},
+                          {"referenceValue", {nullptr, nullptr}},
+                          {"spacing", {0.25, 0.5}}}}));
+  EXPECT_THAT(runZrdcm({"info", file}).output,
+              HasSubstr("region 0            2D, tissue, columns 0 to 3, rows 0 to 2, x 0.025 cm a "
+                        "pixel, y 0.05 cm a pixel\n"));
+}
+
+TEST_F(ZrdcmInfo, ListsWhomWhenByWhatAndWhere) {
+  const std::string file = save(*support::ctSlice(2, 2)
+                                     .with(DCM_SOPClassUID, UID_CTImageStorage)
+                                     .with(DCM_PatientName, "Doe^Jo")
+                                     .with(DCM_PatientID, "17")
+                                     .with(DCM_PatientBirthDate, "19700131")
+                                     .with(DCM_StudyDate, "20260131")
+                                     .with(DCM_StudyDescription, "Abdomen")
+                                     .with(DCM_SeriesNumber, "3")
+                                     .with(DCM_Laterality, "L")
+                                     .with(DCM_Manufacturer, "Maker")
+                                     .with(DCM_ManufacturerModelName, "Model")
+                                     .with(DCM_SoftwareVersions, "1\\2")
+                                     .with(DCM_ImageOrientationPatient, "1\\0\\0\\0\\1\\0")
+                                     .with(DcmTagKey(0x7007, 0x0010), EVR_LO, "NOBODY 1.0")
+                                     .spacing("0.5", "0.25")
+                                     .build());
+
+  const std::string listing = runZrdcm({"info", file}).output;
+
+  EXPECT_THAT(listing,
+              HasSubstr("  object              CT Image Storage (1.2.840.10008.5.1.4.1.1.2)\n"
+                        "  patient             Doe^Jo, ID 17, born 1970-01-31\n"
+                        "  study               2026-01-31, \"Abdomen\"\n"
+                        "  series              3, side L\n"
+                        "  device              Maker Model, software 1, 2\n"));
+  EXPECT_THAT(listing,
+              HasSubstr("  spacing             Pixel Spacing 0.25 x 0.5 mm, in the patient\n"
+                        "  directions          L-P-H\n"));
+  EXPECT_THAT(listing, HasSubstr("  private elements    NOBODY 1.0 (unknown)\n"));
+}
+
+TEST_F(ZrdcmInfo, ListsWhatIsKnownOfAnImageThatDoesNotDecode) {
+  const auto dataset =
+      support::ctSlice(2, 2).with(DCM_PatientName, "Doe^Jo").spacing("0.5", "0.25").build();
+  ASSERT_TRUE(dataset->findAndDeleteElement(DCM_PixelData).good());
+  const std::string file = save(*dataset);
+
+  const Outcome outcome = runZrdcm({"info", file});
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.output, HasSubstr("  patient             Doe^Jo\n"));
+  EXPECT_THAT(outcome.output, HasSubstr("  not decoded         "));
+  EXPECT_THAT(outcome.output, HasSubstr("  spacing             Pixel Spacing 0.25 x 0.5 mm"));
+}
+
+TEST_F(ZrdcmInfo, ListsOverlaysWithDataOfTheirOwn) {
+  const std::string file = save(*support::monochromeImage(2, 2)
+                                     .with(DcmTagKey(0x6004, 0x0010), EVR_US, "2")
+                                     .with(DcmTagKey(0x6004, 0x0011), EVR_US, "3")
+                                     .withSint16s(DcmTagKey(0x6004, 0x0050), {1, 2})
+                                     .with(DcmTagKey(0x6004, 0x1500), EVR_LO, "lesion")
+                                     .withBytes(DcmTagKey(0x6004, 0x3000), {1, 0})
+                                     .build());
+
+  EXPECT_EQ(reportOf(file)["overlayPlanes"][0]["origin"], (json{1, 0}));
+  EXPECT_THAT(runZrdcm({"info", file}).output,
+              HasSubstr("overlay 6004        own data, 3 x 2, at (1, 0), lesion\n"));
+}
+
+TEST_F(ZrdcmInfo, ListsTheTitleAndPartsOfAnObjectWithoutPixels) {
+  support::DatasetBuilder plan;
+  plan.with(DCM_SOPClassUID, UID_RTPlanStorage)
+      .with(DCM_RTPlanLabel, "Boost")
+      .withItem(DCM_BeamSequence, support::DatasetBuilder());
+  const std::string file = save(*plan.build());
+
+  const json report = reportOf(file);
+
+  EXPECT_EQ(report["contentTitle"], "Boost");
+  EXPECT_EQ(report["contentParts"], json::array({{{"what", "beams"}, {"count", 1}}}));
+  EXPECT_THAT(runZrdcm({"info", file}).output,
+              HasSubstr("  title               Boost\n  holds               beams 1\n"));
 }
 
 class ZrdcmInfoOfFolders : public ZrdcmInfo {

@@ -17,48 +17,6 @@ namespace zr {
 class File;
 struct MemoryBudget;
 
-/// A UID with the name that it has in PS3.6.
-struct NamedUid {
-  std::string uid;   ///< empty when it is missing
-  std::string name;  ///< empty when it is not known here
-};
-
-/// How pixels are stored, as the attributes say (PS3.3 C.7.6.3); what is missing is not set.
-struct PixelFormat {
-  std::string photometricInterpretation;  ///< with its spelling repaired; empty when it is missing
-  std::optional<unsigned> bitsAllocated;
-  std::optional<unsigned> bitsStored;
-  std::optional<unsigned> highBit;
-  std::optional<bool> isSigned;  ///< Pixel Representation is 1
-};
-
-/// A lookup table: `entries` times `values` numbers.
-struct TableFacts {
-  std::size_t entries = 0;
-  int firstMapped = 0;     ///< the stored value that the first entry maps
-  std::size_t values = 1;  ///< of an entry: 1, or 3 of a palette
-  std::size_t bits = 0;    ///< of a number: 8 or 16
-};
-
-/// What an object is, by its attributes.
-struct ObjectFacts {
-  NamedUid sopClass;
-  std::string modality;  ///< empty when it is missing
-  NamedUid transferSyntax;
-  PixelFormat pixelFormat;
-  bool multiFrame = false;        ///< Zrg::isMultiFrame
-  bool multiFrameVolume = false;  ///< Zrg::isMultiFrameVolume
-  bool enhanced = false;          ///< Zrg::isEnhancedDicom
-  std::optional<TableFacts> modalityTable;
-  std::optional<TableFacts> palette;
-  /// What it is when it has no pixels and needs none: "a radiotherapy plan"; else empty.
-  std::string withoutPixels;
-};
-
-/// Reads what an object is. Nothing is decoded.
-/// @throws Error OutOfMemory
-[[nodiscard]] ZRIMAGING_API ObjectFacts describeObject(const File& file);
-
 /// Frames `first` to `last`, both included, 0-based.
 struct FrameRange {
   std::size_t first;

@@ -4,6 +4,7 @@
 // they can do is what is told here.
 #include "FileReport.h"
 
+#include "FactsReport.h"
 #include "FrameValues.h"
 #include "Messages.h"
 #include "zrimaging/File.h"
@@ -13,11 +14,11 @@
 #include <memory>
 #include <new>
 #include <numeric>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 #include <zrimaging/Image.h>
+#include <zrimaging/ObjectFacts.h>
 #include <zrimaging/Splitting.h>
 
 namespace zrdcm {
@@ -25,33 +26,6 @@ namespace zrdcm {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-template <class Value>
-Json valueOrNull(const std::optional<Value>& value) {
-  return value ? Json(*value) : Json(nullptr);
-}
-
-Json namedUid(const zr::NamedUid& uid) {
-  return {{"uid", jsonTextOrNull(uid.uid)}, {"name", jsonTextOrNull(uid.name)}};
-}
-
-Json pixelFormat(const zr::PixelFormat& format) {
-  return {{"photometricInterpretation", jsonTextOrNull(format.photometricInterpretation)},
-          {"bitsAllocated", valueOrNull(format.bitsAllocated)},
-          {"bitsStored", valueOrNull(format.bitsStored)},
-          {"highBit", valueOrNull(format.highBit)},
-          {"signed", valueOrNull(format.isSigned)}};
-}
-
-Json lookupTable(const std::optional<zr::TableFacts>& table) {
-  if (!table) {
-    return nullptr;
-  }
-  return {{"entries", table->entries},
-          {"firstMapped", table->firstMapped},
-          {"values", table->values},
-          {"bits", table->bits}};
-}
 
 std::vector<std::size_t> allNumbers(const zr::PerFrameAttributes& attributes) {
   std::vector<std::size_t> numbers(attributes.frames.size());
@@ -118,15 +92,39 @@ Json splittingOf(const zr::Splitting& splitting) {
           {"volumes", volumes}};
 }
 
+// All keys, in the order in which they are written.
 Json emptyReport(const std::filesystem::path& path) {
-  return {{"file", path.string()},     {"ok", false},
-          {"error", nullptr},          {"reason", nullptr},
-          {"sopClass", nullptr},       {"modality", nullptr},
-          {"transferSyntax", nullptr}, {"pixelFormat", nullptr},
-          {"multiFrame", nullptr},     {"multiFrameVolume", nullptr},
-          {"enhanced", nullptr},       {"image", nullptr},
-          {"luts", nullptr},           {"overlays", nullptr},
-          {"splitting", nullptr},      {"content", nullptr}};
+  Json report = {{"file", path.string()}, {"ok", false}};
+  for (const char* const key : {"error",
+                                "reason",
+                                "sopClass",
+                                "modality",
+                                "patient",
+                                "study",
+                                "series",
+                                "instance",
+                                "device",
+                                "transferSyntax",
+                                "pixelFormat",
+                                "multiFrame",
+                                "multiFrameVolume",
+                                "enhanced",
+                                "frames",
+                                "geometry",
+                                "ultrasoundRegions",
+                                "image",
+                                "luts",
+                                "overlayPlanes",
+                                "overlays",
+                                "splitting",
+                                "privateCreators",
+                                "content",
+                                "contentTitle",
+                                "contentType",
+                                "contentParts"}) {
+    report[key] = nullptr;
+  }
+  return report;
 }
 
 void setError(Json& report, const zr::Error& error) {
@@ -138,17 +136,8 @@ void setError(Json& report, const zr::Error& error) {
 void fillReport(Json& report, const std::filesystem::path& path, const zr::MemoryBudget& memory) {
   zr::File file(path);
   const zr::ObjectFacts facts = zr::describeObject(file);
-  report["sopClass"] = facts.sopClass.uid.empty() ? Json(nullptr) : namedUid(facts.sopClass);
-  report["modality"] = jsonTextOrNull(facts.modality);
-  report["transferSyntax"] = namedUid(facts.transferSyntax);
-  report["pixelFormat"] = pixelFormat(facts.pixelFormat);
-  report["multiFrame"] = facts.multiFrame;
-  report["multiFrameVolume"] = facts.multiFrameVolume;
-  report["enhanced"] = facts.enhanced;
-  report["luts"] = {{"modality", lookupTable(facts.modalityTable)},
-                    {"palette", lookupTable(facts.palette)}};
-  if (!facts.withoutPixels.empty()) {
-    report["content"] = facts.withoutPixels;
+  addFacts(report, facts);
+  if (!facts.content.kind.empty()) {
     report["ok"] = true;
     return;
   }

@@ -15,16 +15,11 @@ namespace zrdcm {
 /// |---------------------|----------------------------------------------------------------------|
 /// | file                | the path as given                                                    |
 /// | ok, error, reason   | whether its image decodes, or it needs none; why not; zr::Reason of it |
-/// | sopClass, modality  | {uid, name}; text                                                    |
-/// | content             | what an object is that has no pixels and needs none                  |
-/// | transferSyntax      | {uid, name} as the file states it; name null where it is not known   |
-/// | pixelFormat         | {photometricInterpretation, bitsAllocated, bitsStored, highBit, signed} |
-/// | multiFrame, multiFrameVolume, enhanced | the library's predicates                          |
+/// | sopClass, patient, ... | what the object is, see addFacts()                            |
 /// | image               | {columns, rows, frames, bytesPerSample, samplesPerPixel, lossy,        |
 /// |                     | sampleOffset, frameSpacing in mm, and what `frameValues` names: rescale,  |
 /// |                     | rescaleUnit, voiWindow, windows, pixelSpacing, position, orientation,     |
 /// |                     | space, with those that differ between frames under perFrame}              |
-/// | luts                | {modality, palette}: {entries, firstMapped, values, bits} each       |
 /// | overlays            | [{group, frame, origin [x, y], size [w, h]}]: embedded in the samples |
 /// | splitting           | {splittable, reason, reversed, pointer, pointerKind, timeSlots, rrIntervals, |
 /// |                     | volumes [[frame numbers in slice order]]}                            |

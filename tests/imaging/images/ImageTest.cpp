@@ -17,6 +17,7 @@
 #include <zrimaging/Frames.h>
 #include <zrimaging/Image.h>
 #include <zrimaging/MemoryBudget.h>
+#include <zrimaging/ObjectFacts.h>
 
 namespace {
 
@@ -62,7 +63,7 @@ TEST_F(ImageInAFile, TellsWhatItIs) {
   EXPECT_EQ(facts.transferSyntax.uid, "1.2.840.10008.1.2.1");
   EXPECT_FALSE(facts.enhanced);
   EXPECT_FALSE(facts.palette);
-  EXPECT_EQ(facts.withoutPixels, "");
+  EXPECT_EQ(facts.content.kind, "");
 }
 
 TEST_F(ImageInAFile, TellsOfOneFrameWhatTheDatasetSays) {

@@ -27,23 +27,6 @@ namespace zr {
 
 namespace {
 
-DcmSequenceOfItems* sequenceAt(DcmItem& item, const DcmTagKey& key) {
-  DcmSequenceOfItems* sequence = nullptr;
-  return item.findAndGetSequence(key, sequence).good() ? sequence : nullptr;
-}
-
-// The sequence is a list: an item by its number costs a walk, so they are collected in one.
-std::vector<DcmItem*> itemsOf(DcmSequenceOfItems* sequence) {
-  std::vector<DcmItem*> items;
-  if (sequence != nullptr) {
-    for (DcmObject* object = sequence->nextInContainer(nullptr); object != nullptr;
-         object = sequence->nextInContainer(object)) {
-      items.push_back(dynamic_cast<DcmItem*>(object));
-    }
-  }
-  return items;
-}
-
 // Secondary captures of several frames may have functional groups, and have their line and window
 // at the top level all the same (PS3.3 C.8.6.3).
 bool isSecondaryCapture(const std::string& sopClass) {
@@ -52,10 +35,8 @@ bool isSecondaryCapture(const std::string& sopClass) {
 }
 
 void readEnhanced(DcmItem& dataset, std::size_t count, PerFrameAttributes& image) {
-  const std::vector<DcmItem*> shared =
-      itemsOf(sequenceAt(dataset, DCM_SharedFunctionalGroupsSequence));
-  const std::vector<DcmItem*> own =
-      itemsOf(sequenceAt(dataset, DCM_PerFrameFunctionalGroupsSequence));
+  const std::vector<DcmItem*> shared = itemsAt(dataset, DCM_SharedFunctionalGroupsSequence);
+  const std::vector<DcmItem*> own = itemsAt(dataset, DCM_PerFrameFunctionalGroupsSequence);
   DcmItem* const sharedItem = shared.empty() ? nullptr : shared.front();
   const FrameAttributes sharedMacros = readLayer({sharedItem, true});
   const FrameAttributes sharedFlat = readLayer({sharedItem, false});

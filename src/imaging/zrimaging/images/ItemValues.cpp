@@ -71,4 +71,18 @@ std::optional<double> numberAt(DcmItem& item, const DcmTagKey& key, unsigned lon
   return number && std::isfinite(*number) ? number : std::nullopt;
 }
 
+std::vector<DcmItem*> itemsAt(DcmItem& item, const DcmTagKey& key) {
+  DcmSequenceOfItems* sequence = nullptr;
+  std::vector<DcmItem*> items;
+  if (item.findAndGetSequence(key, sequence).bad()) {
+    return items;
+  }
+  // The sequence is a list: an item by its number costs a walk, so they are collected in one.
+  for (DcmObject* object = sequence->nextInContainer(nullptr); object != nullptr;
+       object = sequence->nextInContainer(object)) {
+    items.push_back(dynamic_cast<DcmItem*>(object));
+  }
+  return items;
+}
+
 }  // namespace zr

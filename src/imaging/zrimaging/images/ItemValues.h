@@ -26,6 +26,9 @@ ValueText nameAt(DcmItem& item, const DcmTagKey& key);
 /// A number of VR DS, IS or FD; nothing when it is missing, is no number or is not finite.
 std::optional<double> numberAt(DcmItem& item, const DcmTagKey& key, unsigned long position = 0);
 
+/// The items of a sequence, which are the dataset's; none where it is missing or no sequence.
+std::vector<DcmItem*> itemsAt(DcmItem& item, const DcmTagKey& key);
+
 /// The numbers that an attribute begins with; nothing unless all of them are there.
 template <std::size_t Count>
 std::optional<std::array<double, Count>> numbersAt(DcmItem& item, const DcmTagKey& key) {

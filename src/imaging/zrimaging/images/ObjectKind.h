@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "zrimaging/ObjectFacts.h"
+
 #include <string>
 
 class DcmItem;
@@ -14,5 +16,8 @@ std::string classNameOf(DcmItem& dataset);
 /// report". Empty for an object with pixels, for an image that lacks them, and where no SOP Class
 /// UID tells.
 std::string describeWithoutPixels(DcmItem& dataset);
+
+/// The same with its title and what it holds.
+ContentFacts describeContent(DcmItem& dataset);
 
 }  // namespace zr
