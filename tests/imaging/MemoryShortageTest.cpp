@@ -151,6 +151,10 @@ INSTANTIATE_TEST_SUITE_P(
              [](Workplace& at) { (void)zr::describeObject(at.grey->file()); }},
         Work{"AttributesOfFrames",
              [](Workplace& at) { (void)zr::readFrameAttributes(at.grey->file().dataset(), 3); }},
+        Work{"DescribingFrames",
+             [](Workplace& at) {
+               (void)zr::describeFrames(std::move(*at.next), zr::MemoryBudget{});
+             }},
         Work{"Traits", [](Workplace& at) { (void)at.grey->traits(); }},
         Work{"Decoding", [](Workplace& at) { (void)at.grey->decode({}, zr::MemoryBudget{}); }},
         Work{"DecodingIntoMemory",

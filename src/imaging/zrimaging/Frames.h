@@ -103,6 +103,20 @@ public:
 [[nodiscard]] ZRIMAGING_API std::unique_ptr<Frames> framesOf(Image image,
                                                              const MemoryBudget& memory);
 
+/// What is known of the frames of an image, whose samples nobody wants to keep.
+struct FramesDescription {
+  FramesRecord record;
+  std::vector<Remark> remarks;  ///< what the user must know about the frames that were decoded
+};
+
+/// Judges whether framesOf() would deliver an image, and tells what it would say of the frames.
+///
+/// Monochrome frames that are not compressed and hold no overlay bits are judged by their attributes
+/// and the size of the pixel data alone, of which nothing is read. All others are decoded.
+/// @throws Error as framesOf()
+[[nodiscard]] ZRIMAGING_API FramesDescription describeFrames(Image image,
+                                                             const MemoryBudget& memory);
+
 /// The images of a series, one frame in each file, as they are shown: see Image::forDisplay. Each
 /// is decoded when it is asked for.
 /// @param files  at least one, in the order of the frames

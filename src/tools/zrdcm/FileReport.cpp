@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Gathers the report on a file: attributes and the order of frames first, then one decode, which
-// may rewrite attributes. It takes the road of the verbs that show and write frames, so that what
-// they can do is what is told here.
+// Gathers the report on a file: attributes and the order of frames first, then what decoding would
+// deliver, by the road of the verbs that show and write frames, so that what they can do is what is
+// told here.
 #include "FileReport.h"
 
 #include "FactsReport.h"
@@ -11,7 +11,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <memory>
 #include <new>
 #include <numeric>
 #include <string>
@@ -65,15 +64,14 @@ Json overlayList(const KtHandle<ZrOverlayData>& handle) {
   return list;
 }
 
-// Monochrome images are decoded whole, so that overlays of every frame are found. Colour has no
-// overlays, and its frames are all alike: one of them tells whether the file decodes, and spares
-// the memory that a long clip takes once it is decoded.
+// Decoded is only where nothing else tells what verbs that show frames would get: whether compressed
+// frames are whole, and which overlays are in the samples.
 void addImage(Json& report, zr::Image image, const zr::MemoryBudget& memory) {
-  const std::unique_ptr<zr::Frames> frames = zr::framesOf(std::move(image), memory);
-  report["image"] = imageAttributes(frames->record());
-  report["overlays"] = overlayList(frames->record().overlays);
+  const zr::FramesDescription frames = zr::describeFrames(std::move(image), memory);
+  report["image"] = imageAttributes(frames.record);
+  report["overlays"] = overlayList(frames.record.overlays);
   report["ok"] = true;
-  complainOfAll(frames->takeRemarks());
+  complainOfAll(frames.remarks);
 }
 
 Json splittingOf(const zr::Splitting& splitting) {

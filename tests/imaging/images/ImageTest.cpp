@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 #include <zrimaging/Error.h>
@@ -263,6 +264,47 @@ TEST_F(FramesOfAFile, AreDescribedForTheHeaderOfAFile) {
   EXPECT_THAT(description.attributes,
               ElementsAre(Pair("frame spacing", "unknown"), Pair("modality slope", "1"),
                           Pair("modality intercept", "0")));
+}
+
+TEST_F(FramesOfAFile, AreDescribedAsTheyWouldBeDecoded) {
+  const auto image = [&] {
+    return zr::Image(save(threeFrames().rescale("2", "-10").spacing("0.5", "0.25")));
+  };
+
+  const zr::FramesDescription described = zr::describeFrames(image(), {});
+
+  const auto decoded = zr::framesOf(image(), {});
+  EXPECT_EQ(described.record.name, decoded->record().name);
+  EXPECT_EQ(described.record.traits.type, decoded->record().traits.type);
+  EXPECT_EQ(described.record.traits.columns, 2U);
+  EXPECT_EQ(described.record.traits.rows, 1U);
+  ASSERT_EQ(described.record.attributes.frames.size(), 3U);
+  EXPECT_EQ(described.record.attributes.frames[2].rescale,
+            (zr::RescaleLine{2, -10, zr::ValueText{}}));
+  EXPECT_THAT(described.remarks, IsEmpty());
+}
+
+TEST_F(FramesOfAFile, AreDescribedWithoutTheirSamples) {
+  ImageBuilder large = support::monochromeImage(200, 200);
+  zr::Image image(save(large));
+  std::filesystem::resize_file(folder_.file("in.dcm"), 2000);  // the samples are not in memory yet
+
+  EXPECT_EQ(zr::describeFrames(std::move(image), {}).record.traits.columns, 200U);
+  EXPECT_TRUE(zr::describeFrames(zr::Image(save(large.overlayBits(0x6000, 15, {{1, 1}}, 0))), {})
+                  .record.overlays.isNotNull());
+}
+
+TEST_F(FramesOfAFile, AreNotDescribedWhenThePixelDataIsTooShort) {
+  const auto dataset = support::monochromeImage(2, 2).build();
+  ASSERT_TRUE(dataset->putAndInsertString(DCM_NumberOfFrames, "5").good());
+  support::saveFile(*dataset, folder_.file("short.dcm"));
+
+  try {
+    (void)zr::describeFrames(zr::Image(zr::File(folder_.file("short.dcm"))), {});
+    FAIL() << "the pixel data holds one frame";
+  } catch (const zr::Error& error) {
+    EXPECT_EQ(error.reason(), zr::Reason::Damaged);
+  }
 }
 
 }  // namespace

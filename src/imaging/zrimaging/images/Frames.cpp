@@ -8,6 +8,7 @@
 #include "zrimaging/Image.h"
 #include "zrimaging/MemoryBudget.h"
 #include "zrimaging/images/DecoderWarnings.h"
+#include "zrimaging/images/Decoding.h"
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/FrameDecoder.h"
 #include "zrimaging/images/FrameNumbers.h"
@@ -83,6 +84,38 @@ bool isMonochrome(const File& file) {
   return interpretation == "MONOCHROME1" || interpretation == "MONOCHROME2";
 }
 
+/// Whether bits of samples are overlays (PS3.3 C.9.2): planes that have an Overlay Bit Position.
+bool mayEmbedOverlays(DcmItem& dataset) {
+  constexpr Uint16 kFirstGroup = 0x6000;
+  constexpr Uint16 kLastGroup = 0x60FF;
+  for (DcmObject* object = dataset.nextInContainer(nullptr); object != nullptr;
+       object = dataset.nextInContainer(object)) {
+    const Uint16 group = object->getGTag();
+    if (group >= kFirstGroup && group <= kLastGroup &&
+        object->getETag() == DCM_OverlayBitPosition.getElement()) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool tellsWithoutSamples(const File& file) {
+  return isMonochrome(file) && !DcmXfer(file.dataset().getOriginalXfer()).isEncapsulated() &&
+         !mayEmbedOverlays(file.dataset());
+}
+
+FramesRecord recordWithoutSamples(const Image& image, const MemoryBudget& memory) {
+  DecodeRequest all;
+  all.values = image.valuesToShow();
+  Decoding decoding(image, all, memory);
+  decoding.check();
+  FramesRecord record;
+  record.traits = decoding.traits();
+  record.name = image.file().path().filename().string();
+  record.attributes = readFrameAttributes(image.file().dataset(), image.frameCount());
+  return record;
+}
+
 }  // namespace
 
 std::unique_ptr<Frames> framesOf(Image image, const MemoryBudget& memory) {
@@ -94,6 +127,16 @@ std::unique_ptr<Frames> framesOf(Image image, const MemoryBudget& memory) {
       return std::make_unique<DecodedFrames>(image.decode(all, memory));
     }
     return std::make_unique<FramesOnDemand>(std::move(image), memory);
+  });
+}
+
+FramesDescription describeFrames(Image image, const MemoryBudget& memory) {
+  return atBoundary([&]() -> FramesDescription {
+    if (tellsWithoutSamples(image.file())) {
+      return {recordWithoutSamples(image, memory), {}};
+    }
+    const std::unique_ptr<Frames> frames = framesOf(std::move(image), memory);
+    return {frames->record(), frames->takeRemarks()};
   });
 }
 

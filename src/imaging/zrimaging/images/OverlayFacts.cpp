@@ -53,14 +53,18 @@ OverlayPlaneFacts planeOf(DcmItem& dataset, Uint16 group) {
 }  // namespace
 
 std::vector<OverlayPlaneFacts> readOverlayPlanes(DcmItem& dataset) {
+  // Elements are in order, so that a plane is known by the first of its two.
   std::vector<OverlayPlaneFacts> planes;
-  for (unsigned group = kFirstGroup; group <= kLastGroup; group += 2) {
-    const auto number = static_cast<Uint16>(group);
-    const bool announced =
-        dataset.tagExists(DcmTagKey(number, DCM_OverlayBitPosition.getElement())) ||
-        dataset.tagExists(DcmTagKey(number, DCM_OverlayData.getElement()));
-    if (announced) {
-      planes.push_back(planeOf(dataset, number));
+  for (DcmObject* object = dataset.nextInContainer(nullptr); object != nullptr;
+       object = dataset.nextInContainer(object)) {
+    const Uint16 group = object->getGTag();
+    const Uint16 element = object->getETag();
+    const bool announces =
+        element == DCM_OverlayBitPosition.getElement() || element == DCM_OverlayData.getElement();
+    const bool isPlane = group >= kFirstGroup && group <= kLastGroup && group % 2 == 0;
+    const bool isNew = planes.empty() || planes.back().group != group;
+    if (isPlane && announces && isNew) {
+      planes.push_back(planeOf(dataset, group));
     }
   }
   return planes;
