@@ -7,6 +7,7 @@
 #include "Input.h"
 #include "zrimaging/files/HeaderWalk.h"
 #include "zrimaging/files/NestingGuard.h"
+#include "zrimaging/files/ScannedReading.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcdeftag.h"
@@ -103,9 +104,7 @@ void compareFile(const std::string& bytes) {
   }
   CountingStream stream(bytes);
   DcmFileFormat file;
-  file.transferInit();
-  (void)file.read(stream, EXS_Unknown);  // what it has read is looked at in any case
-  file.transferEnd();
+  (void)zr::readAsScanned(file, stream, scan);  // what it has read is looked at in any case
   require(scan.deepest >= std::max(depthOf(*file.getMetaInfo()), depthOf(*file.getDataset())));
 }
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 #include <zrimaging/Attribute.h>
 #include <zrimaging/Error.h>
 #include <zrimaging/MemoryBudget.h>
@@ -49,6 +50,10 @@ public:
   /// As it was handed in; empty for bytes.
   [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
+  /// What users should know of the way in which the file was read: lines such as "has bytes behind
+  /// its pixel data that are no whole element: left out". Empty for files that are in order.
+  [[nodiscard]] const std::vector<std::string>& remarks() const { return remarks_; }
+
   /// Transfer Syntax UID (0002,0010) as the file states it, without padding; empty without meta
   /// information. DCMTK takes a syntax that it does not know for another one.
   [[nodiscard]] std::string statedTransferSyntax() const;
@@ -70,6 +75,7 @@ private:
 
   std::filesystem::path path_;
   std::unique_ptr<DcmFileFormat> format_;
+  std::vector<std::string> remarks_;
   std::size_t frameCount_ = 1;
 };
 

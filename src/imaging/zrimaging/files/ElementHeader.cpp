@@ -170,6 +170,14 @@ std::optional<ElementHeader> readItemHeader(HeaderBytes& bytes, Encoding encodin
   return header;
 }
 
+DcmTagKey littleEndianTag(const unsigned char* header) {
+  return tagAt(header, false);
+}
+
+bool hasStandardVR(const unsigned char* header) {
+  return isStandardVR(header + kTagBytes);
+}
+
 std::optional<std::uint32_t> peekLongWord(HeaderBytes& bytes, Encoding encoding) {
   const unsigned char* const at = bytes.peek(sizeof(std::uint32_t));
   return at == nullptr ? std::nullopt : std::optional(longWord(at, encoding.bigEndian));

@@ -81,6 +81,11 @@ std::optional<ElementHeader> readElementHeader(HeaderBytes& bytes, Encoding enco
 /// Reads the header of what stands in a sequence: always a tag and a length of four bytes.
 std::optional<ElementHeader> readItemHeader(HeaderBytes& bytes, Encoding encoding);
 
+/// The tag of a header in little endian.
+DcmTagKey littleEndianTag(const unsigned char* header);
+/// Whether the two characters behind a tag name a VR of the standard.
+bool hasStandardVR(const unsigned char* header);
+
 /// The number that comes next; nothing when fewer than four bytes are left.
 std::optional<std::uint32_t> peekLongWord(HeaderBytes& bytes, Encoding encoding);
 

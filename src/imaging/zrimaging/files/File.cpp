@@ -6,12 +6,14 @@
 #include "zrimaging/Boundary.h"
 #include "zrimaging/files/CodecRegistration.h"
 #include "zrimaging/files/NestingGuard.h"
+#include "zrimaging/files/ScannedReading.h"
 
 #include <zrdcmexport/ZrFrames.h>
 #include <zrvolren/ExDicomUtilitiesHelpers.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcistrmb.h"
+#include "dcmtk/dcmdata/dcistrmf.h"
 #include "dcmtk/dcmdata/dctk.h"
 
 #include <algorithm>
@@ -20,9 +22,9 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
-#include <functional>
 #include <span>
 #include <system_error>
+#include <vector>
 
 namespace zr {
 
@@ -124,38 +126,47 @@ void refuseWhatDoesHarm(const HeaderScan& headers, const MemoryBudget& memory) {
   }
 }
 
-/// Lets DCMTK read; `read` is handed the file to fill.
+/// What users should know of the way in which a file was read.
+std::vector<std::string> remarksOn(const HeaderScan& headers, const Reading& reading,
+                                   DcmFileFormat& format) {
+  std::vector<std::string> remarks;
+  const E_TransferSyntax actual = headers.actualSyntax.value_or(EXS_Unknown);
+  const DcmXfer stated(textOf(*format.getMetaInfo(), DCM_TransferSyntaxUID).c_str());
+  if (actual != EXS_Unknown && DcmXfer(actual).isExplicitVR() != stated.isExplicitVR()) {
+    remarks.push_back(
+        std::string("states transfer syntax ") + stated.getXferName() + ", but is written in " +
+        (actual == EXS_LittleEndianImplicit ? "implicit" : "explicit") + " VR: read as it is");
+  }
+  if (reading.leftOutTheRest) {
+    remarks.emplace_back("has bytes behind its pixel data that are no whole element: left out");
+  }
+  return remarks;
+}
+
+/// Lets DCMTK read.
+/// @param remarks receives what users should know
 std::unique_ptr<DcmFileFormat> readGuarded(bool saysDicom, const HeaderScan& headers,
-                                           const MemoryBudget& memory,
-                                           const std::function<OFCondition(DcmFileFormat&)>& read) {
+                                           const MemoryBudget& memory, DcmInputStream& stream,
+                                           std::vector<std::string>& remarks) {
   refuseWhatDoesHarm(headers, memory);
   auto format = std::make_unique<DcmFileFormat>();
-  const OFCondition loaded = read(*format);
-  if (loaded == EC_MemoryExhausted && headers.overlong.empty()) {
+  const Reading reading = readAsScanned(*format, stream, headers);
+  if (reading.status == EC_MemoryExhausted && headers.overlong.empty()) {
     throw Error(Reason::OutOfMemory, "out of memory");  // the file itself is whole
   }
-  if (loaded.bad()) {
+  if (reading.status.bad()) {
     throw Error(
         Reason::Damaged,
         std::string(saysDicom ? "is damaged: " : "is damaged or no DICOM file: ") +
-            (headers.overlong.empty() ? std::string(loaded.text())
+            (headers.overlong.empty() ? std::string(reading.status.text())
                                       : headers.overlong + ", more than the file has left"));
   }
   if (!saysDicom && !holdsKnownAttributes(*format->getDataset())) {
     throw Error(Reason::NotDicom, "is not a DICOM file");
   }
+  remarks = remarksOn(headers, reading, *format);
   letCodecsDecode(*format);
   return format;
-}
-
-OFCondition readBytes(DcmFileFormat& format, std::span<const unsigned char> bytes) {
-  DcmInputBufferStream stream;
-  stream.setBuffer(bytes.data(), static_cast<offile_off_t>(bytes.size()));
-  stream.setEos();
-  format.transferInit();
-  const OFCondition read = format.read(stream, EXS_Unknown);
-  format.transferEnd();
-  return read;
 }
 
 }  // namespace
@@ -170,10 +181,12 @@ File::File(const fs::path& path, const MemoryBudget& memory) {
     path_ = path;
     refuseWhatIsNoFile(path);
     const bool saysDicom = hasPreamble(beginningOf(path));
-    format_ = readGuarded(saysDicom, scanHeaders(path, {kDeepestNesting, memory.bytes}), memory,
-                          [&](DcmFileFormat& format) {
-                            return format.loadFile(OFFilename(path.c_str()), EXS_Unknown);
-                          });
+    const HeaderScan headers = scanHeaders(path, {kDeepestNesting, memory.bytes});
+    DcmInputFileStream stream(OFFilename(path.c_str()));
+    if (stream.status().bad()) {
+      throw Error(Reason::NotDicom, std::string("cannot be opened: ") + stream.status().text());
+    }
+    format_ = readGuarded(saysDicom, headers, memory, stream, remarks_);
     frameCount_ = Zrg::numberOfFrames(dataset());
   });
 }
@@ -186,9 +199,11 @@ File File::fromBytes(const void* bytes, std::size_t size, const MemoryBudget& me
     const std::span content(static_cast<const unsigned char*>(bytes), size);
     const bool saysDicom = hasPreamble(beginningOf(content));
     File file;
-    file.format_ =
-        readGuarded(saysDicom, scanHeaders(content, {kDeepestNesting, memory.bytes}), memory,
-                    [&](DcmFileFormat& format) { return readBytes(format, content); });
+    const HeaderScan headers = scanHeaders(content, {kDeepestNesting, memory.bytes});
+    DcmInputBufferStream stream;
+    stream.setBuffer(content.data(), static_cast<offile_off_t>(content.size()));
+    stream.setEos();
+    file.format_ = readGuarded(saysDicom, headers, memory, stream, file.remarks_);
     file.frameCount_ = Zrg::numberOfFrames(file.dataset());
     return file;
   });

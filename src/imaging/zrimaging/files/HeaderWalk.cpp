@@ -134,7 +134,7 @@ bool HeaderWalk::readContent(const ElementHeader& header, Encoding encoding) {
   constexpr Encoding kImplicitLittleEndian{false, false};
   switch (header.content()) {
     case Content::kBytes:
-      return skipValue(header);
+      return skipValue(header) && notePixelData(header);
     case Content::kSequence:
       return openSequence(header, encoding);
     case Content::kSequenceInUnknown:
@@ -196,6 +196,20 @@ void HeaderWalk::close() {
   const Kind kind = levels_.back().kind;
   openSequences_ -= kind == Kind::kSequence || kind == Kind::kDirectory ? 1 : 0;
   levels_.pop_back();
+  scan_.hasWholePixelData = scan_.hasWholePixelData || (kind == Kind::kFragments && isInDataset());
+}
+
+/// @return true, as the walk goes on
+bool HeaderWalk::notePixelData(const ElementHeader& header) {
+  if (isInDataset() && header.tag == DCM_PixelData && header.length > 0) {
+    scan_.hasNativePixelData = true;
+    scan_.hasWholePixelData = true;
+  }
+  return true;
+}
+
+bool HeaderWalk::isInDataset() const {
+  return levels_.size() == 1 && levels_.front().kind == Kind::kItem;
 }
 
 bool HeaderWalk::skipValue(const ElementHeader& header) {
@@ -214,6 +228,7 @@ void HeaderWalk::noteOverlong(const ElementHeader& header) {
   (void)std::snprintf(text, sizeof text, "(%04x,%04x) claims %u bytes", header.tag.getGroup(),
                       header.tag.getElement(), header.length);  // always fits
   scan_.overlong = text;
+  scan_.overlongElement = {header.tag, header.length};
 }
 
 }  // namespace zr

@@ -48,9 +48,11 @@ private:
   bool readItem();
   bool openSequence(const ElementHeader& header, Encoding encoding);
   bool skipValue(const ElementHeader& header);
+  bool notePixelData(const ElementHeader& header);
 
   void open(Kind kind, Encoding encoding, std::uint32_t length);
   void close();
+  [[nodiscard]] bool isInDataset() const;
   [[nodiscard]] bool isUsedUp(const Level& level) const;
   [[nodiscard]] bool isLongerThanItem(const ElementHeader& header, const Level& item) const;
   void noteOverlong(const ElementHeader& header);

@@ -6,6 +6,7 @@
 
 #include "zrimaging/files/HeaderBytes.h"
 #include "zrimaging/files/HeaderWalk.h"
+#include "zrimaging/files/WrittenEncoding.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcistrmb.h"
@@ -54,11 +55,17 @@ void scanDataset(DcmInputStream& stream, E_TransferSyntax syntax, const ScanLimi
     return;
   }
   HeaderBytes bytes(stream, compression != ESC_none ? limits.mostInflated : HeaderBytes::kNoLimit);
+  scan.actualSyntax = otherWayOfWriting(bytes, syntax);
+  const E_TransferSyntax actual = scan.actualSyntax.value_or(syntax);
   const std::optional<Encoding> encoding =
-      syntax == EXS_Unknown ? Encoding::guess(bytes) : Encoding::of(syntax);
-  if (encoding) {
-    HeaderWalk(bytes, limits.deepest, scan).walkDataset(*encoding);
-    scan.inflatesBeyondLimit = bytes.isBeyondLimit();
+      actual == EXS_Unknown ? Encoding::guess(bytes) : Encoding::of(actual);
+  if (!encoding) {
+    return;
+  }
+  HeaderWalk(bytes, limits.deepest, scan).walkDataset(*encoding);
+  scan.inflatesBeyondLimit = bytes.isBeyondLimit();
+  if (!scan.actualSyntax && scan.hasNativePixelData && DcmXfer(syntax).isEncapsulated()) {
+    scan.actualSyntax = EXS_LittleEndianExplicit;  // so are all that have fragments
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctagkey.h"
+#include "dcmtk/dcmdata/dcxfer.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +12,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 namespace zr {
 
@@ -44,6 +46,14 @@ struct HeaderScan {
   /// The first element that is longer than the rest of the file, and how long it claims to be;
   /// empty when there is none.
   std::string overlong;
+  /// Its tag and that length.
+  std::optional<std::pair<DcmTagKey, std::uint32_t>> overlongElement;
+  /// How the dataset is written, where that is plainly another way than the meta information says.
+  std::optional<E_TransferSyntax> actualSyntax;
+  /// Pixel Data (7FE0,0010) of the dataset itself is there to its last byte.
+  bool hasWholePixelData = false;
+  /// It is not in fragments.
+  bool hasNativePixelData = false;
 };
 
 /// How much is looked at.
@@ -53,8 +63,7 @@ struct ScanLimits {
   std::uint64_t mostInflated = std::numeric_limits<std::uint64_t>::max();
 };
 
-/// Looks at the headers of a DICOM file as `DcmFileFormat::loadFile` reads them when it is told no
-/// transfer syntax and DCMTK's switches for the parser are as they are by default: with or without
+/// Looks at the headers of a DICOM file as readAsScanned() has DCMTK read them, when DCMTK's switches for the parser are as they are by default: with or without
 /// preamble and meta information, in any transfer syntax, deflated ones too. Takes constant stack,
 /// and time and memory that grow no faster than the file. Where DCMTK would stop it stops, and
 /// leaves the complaint to the real reader; so it does when the file cannot be opened.
