@@ -94,12 +94,12 @@ TEST_P(SyntaxWithoutDecoder, IsNamedByItsOwnUid) {
   EXPECT_EQ(syntax["name"], GetParam().text == nullptr ? json(nullptr) : json(GetParam().text));
 }
 
-INSTANTIATE_TEST_SUITE_P(Syntaxes, SyntaxWithoutDecoder,
-                         testing::Values(Syntax{"JpegXl", "1.2.840.10008.1.2.4.112", "JPEG XL"},
-                                         Syntax{"Mpeg2", "1.2.840.10008.1.2.4.100",
-                                                "MPEG2 Main Profile @ Main Level"},
-                                         Syntax{"Unknown", "1.2.3.4.5", nullptr}),
-                         support::nameOf<Syntax>);
+INSTANTIATE_TEST_SUITE_P(
+    Syntaxes, SyntaxWithoutDecoder,
+    testing::Values(Syntax{"JpipHtJpeg2000", "1.2.840.10008.1.2.4.204", "JPIP HTJ2K Referenced"},
+                    Syntax{"Mpeg2", "1.2.840.10008.1.2.4.100", "MPEG2 Main Profile @ Main Level"},
+                    Syntax{"Unknown", "1.2.3.4.5", nullptr}),
+    support::nameOf<Syntax>);
 
 // A range takes another road, on which packed bits would come out as samples.
 // --- frames beyond sixteen bits

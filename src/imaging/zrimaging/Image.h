@@ -84,6 +84,10 @@ public:
 
   const File& file() const { return *file_; }
 
+  /// What of the dataset was repaired so that it decodes, in lines for users; decoding tells it
+  /// among its remarks. Repairs are made where there is no doubt what is meant.
+  const std::vector<Remark>& repairs() const { return repairs_; }
+
   /// Number of Frames, in full; how many frames the pixel data holds is not looked at.
   std::size_t frameCount() const;
 
@@ -120,6 +124,7 @@ private:
   const PerFrameAttributes& attributesOf(std::size_t frames) const;
 
   std::unique_ptr<File> file_;
+  std::vector<Remark> repairs_;
   mutable PerFrameAttributes attributes_;  ///< of as many frames as were asked for so far
 };
 

@@ -4,10 +4,8 @@
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
 #include "zrimaging/images/Explanation.h"
+#include "zrimaging/images/LossyFlag.h"
 #include "zrimaging/images/Polarity.h"
-
-#include <zrdcmexport/ZrFrames.h>
-#include <zrdcmexport/ZrSliceImage.h>
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -16,20 +14,6 @@
 #include <utility>
 
 namespace zr {
-
-namespace {
-
-/// Whether samples went through a lossy compression.
-bool wentThroughLoss(const File& file) {
-  std::string unused;  // of samples that the slice decoder does not know the attribute tells
-  Zrg::SliceImage slice;
-  OFString text;
-  return (Zrg::describeImage(file.dataset(), slice, unused) && slice.lossy) ||
-         (file.dataset().findAndGetOFString(DCM_LossyImageCompression, text).good() &&
-          text == "01");
-}
-
-}  // namespace
 
 ContainerFrames::ContainerFrames(const File& file, const PixelDescription& pixels,
                                  std::optional<ColourConversion> colour)

@@ -10,6 +10,8 @@
 #include "zrimaging/File.h"
 #include "zrimaging/files/CodecRegistration.h"
 #include "zrimaging/images/ObjectKind.h"
+#include "zrimaging/pixels/OwnReaders.h"
+#include "zrimaging/pixels/SegmentedPalette.h"
 
 #include <zrdcmexport/ZrFrames.h>
 #include <zrdcmexport/ZrTransferSyntax.h>
@@ -115,7 +117,7 @@ std::string noDecoder(const Facts& facts) {
   if (facts.known == nullptr) {
     return "is in transfer syntax " + facts.syntaxText() + ", which is not known here";
   }
-  return Zrg::isDecodable(facts.syntax.uid) || facts.isAdopted
+  return Zrg::isDecodable(facts.syntax.uid) || facts.isAdopted || isReadHere(facts.syntax.uid)
              ? ""
              : "is compressed as " + facts.syntaxText() +
                    ", for which there is no decoder; convert it to an uncompressed transfer syntax "
@@ -181,14 +183,12 @@ std::string sampleSize(const Facts& facts) {
          " bits (Bits Allocated (0028,0100)); those of 1, 8, 16 and 32 bits are decoded";
 }
 
-std::string segmentedPalette(const Facts& facts) {
-  if (facts.photometricInterpretation == "PALETTE COLOR" &&
-      !facts.dataset.tagExistsWithValue(DCM_RedPaletteColorLookupTableData) &&
-      facts.dataset.tagExists(DCM_SegmentedRedPaletteColorLookupTableData)) {
-    return "has a segmented palette (Segmented Red Palette Color Lookup Table Data (0028,1221)), "
-           "which is not decoded; write the palette in full first";
+std::string damagedPalette(const Facts& facts) {
+  if (facts.photometricInterpretation != "PALETTE COLOR" || !hasSegmentedPalette(facts.dataset)) {
+    return "";
   }
-  return "";
+  const std::string fault = writePaletteInFull(facts.dataset);
+  return fault.empty() ? "" : "has a palette in segments that is damaged: " + fault;
 }
 
 std::string noPalette(const Facts& facts) {
@@ -282,7 +282,7 @@ constexpr std::array<Cause, 14> kCauses = {{{noPixelsAtAll, Reason::NoPixelData}
                                             {noSize, Reason::NoPixelData},
                                             {floatingPointSize, Reason::Damaged},
                                             {sampleSize, Reason::Unsupported},
-                                            {segmentedPalette, Reason::Unsupported},
+                                            {damagedPalette, Reason::Damaged},
                                             {noPalette, Reason::MissingAttribute},
                                             {noBytes, Reason::NoPixelData},
                                             {tooFewFrames, Reason::Damaged},

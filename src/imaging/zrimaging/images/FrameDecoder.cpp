@@ -8,7 +8,9 @@
 #include "zrimaging/images/ContainerFrames.h"
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/LibraryFrames.h"
+#include "zrimaging/images/RenderedFrames.h"
 #include "zrimaging/pixels/ColourConversion.h"
+#include "zrimaging/pixels/OwnReaders.h"
 #include "zrimaging/pixels/PixelDescription.h"
 
 #include "dcmtk/config/osconfig.h"
@@ -21,6 +23,7 @@ namespace {
 /// Whether the slice decoder reads monochrome samples of this kind.
 bool isKnownToTheLibrary(const PixelDescription& pixels) {
   return pixels.element == PixelDescription::Element::kPixelData &&
+         findOwnReader(pixels) == nullptr &&
          (pixels.bitsAllocated == 8 || pixels.bitsAllocated == 16);
 }
 
@@ -39,6 +42,9 @@ std::unique_ptr<FrameDecoder> chooseDecoder(const File& file, Values values) {
   if (values == Values::kSamples && isDeepColour(pixels, file.dataset())) {
     return std::make_unique<ContainerFrames>(
         file, pixels, ColourConversion(pixels, file.dataset(), ColourConversion::Form::kRgb));
+  }
+  if (findOwnReader(pixels) != nullptr) {
+    return std::make_unique<RenderedFrames>(file, pixels);
   }
   return std::make_unique<LibraryFrames>(file);
 }

@@ -13,6 +13,7 @@
 #include "zrimaging/images/FrameNumbers.h"
 #include "zrimaging/images/IccProfile.h"
 #include "zrimaging/images/ModalityTable.h"
+#include "zrimaging/images/Repairs.h"
 
 #include <zrdcmexport/ZrFrames.h>
 
@@ -45,9 +46,10 @@ void requireTarget(std::size_t size, std::size_t needed) {
   }
 }
 
-std::vector<Remark> remarksOn(const File& file, const DecoderWatch& decoders,
+std::vector<Remark> remarksOn(const Image& image, const DecoderWatch& decoders,
                               const Decoding& decoding) {
-  std::vector<Remark> remarks;
+  const File& file = image.file();
+  std::vector<Remark> remarks = image.repairs();
   for (std::string& text : decoders.remarks(file.path())) {
     remarks.push_back({file.path().string(), std::move(text)});
   }
@@ -71,7 +73,13 @@ std::vector<Remark> DecodedFrames::takeRemarks() {
 }
 
 Image::Image(File file)
-    : file_(atBoundary([&] { return std::make_unique<File>(std::move(file)); })) {}
+    : file_(atBoundary([&] { return std::make_unique<File>(std::move(file)); })) {
+  atBoundary([&] {
+    for (std::string& text : repairForDecoding(*file_)) {
+      repairs_.push_back({file_->path().string(), std::move(text)});
+    }
+  });
+}
 Image::~Image() = default;
 Image::Image(Image&& other) noexcept = default;
 Image& Image::operator=(Image&& other) noexcept = default;
@@ -147,7 +155,7 @@ DecodedFrames Image::decode(const DecodeRequest& request, const MemoryBudget& me
                                     first + static_cast<std::ptrdiff_t>(decoding.wanted().count()));
     SampleArray samples = record.traits.layout(decoding.wanted().count());
     samples.bytes = reinterpret_cast<const unsigned char*>(owned.get()) + decoding.offset();
-    return {std::move(record), samples, owned, remarksOn(*file_, decoders, decoding)};
+    return {std::move(record), samples, owned, remarksOn(*this, decoders, decoding)};
   });
 }
 
@@ -200,7 +208,7 @@ std::vector<Remark> Image::decodeInto(const DecodeRequest& request, const Memory
     requireTarget(size, decoding.bytes());
     decoding.check();
     (void)decoding.decode(static_cast<char*>(target));  // no overlays were asked for
-    return remarksOn(*file_, decoders, decoding);
+    return remarksOn(*this, decoders, decoding);
   });
 }
 

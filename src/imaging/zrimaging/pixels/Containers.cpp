@@ -5,6 +5,7 @@
 
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
+#include "zrimaging/pixels/OwnReaders.h"
 #include "zrimaging/pixels/PixelDescription.h"
 
 #include <zrdcmexport/ZrFrames.h>
@@ -15,8 +16,6 @@
 namespace zr {
 
 namespace {
-
-constexpr const char* kRleLossless = "1.2.840.10008.1.2.5";
 
 class DecodedContainers final : public Containers {
 public:
@@ -65,10 +64,8 @@ std::unique_ptr<Containers> containersOf(const File& file, const PixelDescriptio
   if (!pixels.encapsulated) {
     return nativeContainers(file, pixels);
   }
-  if (pixels.bitsAllocated == 1 && pixels.transferSyntax == kRleLossless) {
-    return bitRleContainers(file, pixels);
-  }
-  return decodedContainers(file, pixels);
+  const OwnReader* const reader = findOwnReader(pixels);
+  return reader != nullptr ? reader->containers(file, pixels) : decodedContainers(file, pixels);
 }
 
 }  // namespace zr

@@ -46,4 +46,14 @@ std::unique_ptr<Containers> decodedContainers(const File& file, const PixelDescr
 /// @see PS3.5 8.2.2, G.3 (RLE)
 std::unique_ptr<Containers> bitRleContainers(const File& file, const PixelDescription& pixels);
 
+/// Frames that are deflated one by one.
+/// @see PS3.5 A.4.12 (Deflated Image Frame Compression)
+std::unique_ptr<Containers> deflatedContainers(const File& file, const PixelDescription& pixels);
+
+/// Frames of JPEG-LS whose samples have less than 8 bits; see JpegLsThresholds.h.
+std::unique_ptr<Containers> jpegLsContainers(const File& file, const PixelDescription& pixels);
+
+/// Frames of JPEG XL. @see PS3.5 A.4.11 (JPEG XL Image Compression)
+std::unique_ptr<Containers> jpegXlContainers(const File& file, const PixelDescription& pixels);
+
 }  // namespace zr

@@ -3,6 +3,7 @@
 
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
+#include "zrimaging/pixels/OwnReaders.h"
 
 #include <zrdcmexport/ZrFrames.h>
 
@@ -86,6 +87,8 @@ PixelDescription readPixelDescription(const File& file) {
   pixels.photometricInterpretation = file.photometricInterpretation();
   pixels.transferSyntax = file.statedTransferSyntax();
   pixels.encapsulated = isEncapsulated(item);
+  pixels.hasNativeFrames =
+      !pixels.encapsulated || pixels.transferSyntax == kDeflatedImageFrameCompression;
   const auto rows = unsignedAt(item, DCM_Rows);
   const auto columns = unsignedAt(item, DCM_Columns);
   const auto bits = unsignedAt(item, DCM_BitsAllocated);

@@ -29,8 +29,9 @@ struct PixelDescription {
   bool isSigned = false;
   bool planesApart = false;               ///< Planar Configuration is 1
   std::string photometricInterpretation;  ///< with its spelling repaired
-  std::string transferSyntax;  ///< UID as the file states it; empty without meta information
-  bool encapsulated = false;   ///< the pixel data is in fragments
+  std::string transferSyntax;   ///< UID as the file states it; empty without meta information
+  bool encapsulated = false;    ///< the pixel data is in fragments
+  bool hasNativeFrames = true;  ///< frames are laid out as uncompressed ones, deflated or not
 
   std::uint64_t pixels() const { return std::uint64_t{rows} * columns; }
   bool isMonochrome() const {
@@ -40,8 +41,8 @@ struct PixelDescription {
   /// Whether two pixels share their colour differences in the file: Y Y Cb Cr. Decoders give every
   /// pixel its own. @see PS3.3 C.7.6.3.1.2 (YBR_FULL_422)
   bool sharesColour() const {
-    return !encapsulated && (photometricInterpretation == "YBR_FULL_422" ||
-                             photometricInterpretation == "YBR_PARTIAL_422");
+    return hasNativeFrames && (photometricInterpretation == "YBR_FULL_422" ||
+                               photometricInterpretation == "YBR_PARTIAL_422");
   }
   /// Samples of a pixel in a container each, as they are in the file.
   std::size_t containersPerPixel() const { return sharesColour() ? 2 : samplesPerPixel; }
