@@ -6,6 +6,7 @@
 
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
+#include "zrimaging/images/AttributeRepairs.h"
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/pixels/SegmentedPalette.h"
 
@@ -41,8 +42,7 @@ struct Subject {
   }
 };
 
-/// A repair that has been made, with the remark on it; there is none to make on what is in order.
-using Made = std::optional<std::string>;
+using Made = MadeRepair;
 
 /// Decoders of JPEG 2000 deliver samples of one bit in bytes.
 Made widenBitsOfJpeg2000(const Subject& subject) {
@@ -145,16 +145,28 @@ constexpr std::array kRepairs = {
     expandPalette,
 };
 
+constexpr std::array kAttributeRepairs = {
+    spellPhotometricInterpretation,
+    addSamplesPerPixel,
+    matchPhotometricInterpretation,
+    addPlanarConfiguration,
+};
+
 }  // namespace
 
 std::vector<std::string> repairForDecoding(const File& file) {
   const Subject subject{file, file.dataset()};
   std::vector<std::string> remarks = file.remarks();
-  for (const auto& repair : kRepairs) {
-    const Made made = repair(subject);
+  const auto note = [&remarks](const MadeRepair& made) {
     if (made && !made->empty()) {
       remarks.push_back(*made);
     }
+  };
+  for (const auto& repair : kRepairs) {
+    note(repair(subject));
+  }
+  for (const auto& repair : kAttributeRepairs) {
+    note(repair(file));
   }
   return remarks;
 }
