@@ -287,6 +287,14 @@ void writeTables(const Folder& folder) {
     profile.list({0, 0, 0, 0, 0, 0, 0, 156, 0, 0, 0, 20});
   }
   folder.write("icc_profile", "two-tags", profile.bytes(Bytes(20, 0)).all());
+  // An image of 40 x 6, a plane of 33 x 4 on two frames of it, then one that lies on all of them.
+  for (const unsigned several : {0U, 1U}) {
+    folder.write("overlay_data", "plane-" + std::to_string(several),
+                 Output()
+                     .list({39, 5, 0, 0, 4, 0, 33, 0, 2, 0, 3, several, 2, 2})
+                     .bytes(Bytes(34, 0x5A))
+                     .all());
+  }
   for (const unsigned road : {0U, 1U, 3U}) {
     folder.write("overlays", "planes-" + std::to_string(road),
                  Output()

@@ -440,8 +440,9 @@ TEST_F(OverlayMasks, OfAnImageWithoutOverlaysAreAFailure) {
   const Outcome outcome = write(*support::monochromeImage(3, 2).build());
 
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.errors, "zrdcm: " + folder_.file("in.dcm").string() +
-                                ": has no overlay embedded in its samples\n");
+  EXPECT_EQ(outcome.errors,
+            "zrdcm: " + folder_.file("in.dcm").string() +
+                ": has no overlay with anything drawn, in its samples or with data of its own\n");
   EXPECT_THAT(tools::namesIn(folder_.path()), ElementsAre("in.dcm"));
 }
 

@@ -59,8 +59,9 @@ struct FramesRecord {
   FrameTraits traits;
   PerFrameAttributes attributes;  ///< by index; of a series those of the first file alone
   std::size_t firstNumber = 0;    ///< the number in the file that the frame of index 0 has
-  /// Overlays that are embedded in the samples (PS3.3 C.9.2); their frames are numbers in the file.
-  /// Null when there are none, or none were asked for.
+  /// Overlays, embedded in the samples or with data of their own (PS3.3 C.9.2), as far as they are
+  /// in the image; their frames are numbers in the file. Null when there are none, or none were
+  /// asked for.
   KtHandle<ZrOverlayData> overlays;
   std::string name;  ///< of the file, without folders; empty for bytes
   /// ICC profile of colour as the dataset has it (PS3.3 C.11.15), not looked at; empty when there is
@@ -94,8 +95,8 @@ public:
 
 /// All frames of an image.
 ///
-/// Monochrome frames, and a single one, are decoded at once and stay in memory, with the overlays
-/// that are embedded in them. Several colour frames are decoded one by one when they are asked for,
+/// Monochrome frames, and a single one, are decoded at once and stay in memory, all with their
+/// overlays. Several colour frames are decoded one by one when they are asked for,
 /// into memory for one frame.
 /// @throws Error when the image, or the first frame of a colour image, does not decode or takes
 ///         more memory than there may be; of more colour frames than 65,535 also when the last one

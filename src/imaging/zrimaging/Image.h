@@ -32,7 +32,7 @@ struct FrameRange {
 struct DecodeRequest {
   std::optional<FrameRange> frames;  ///< numbers in the file; all frames when not set
   Values values = Values::kSamples;  ///< what the samples are to be
-  bool overlays = false;             ///< read the overlays embedded in the samples, too
+  bool overlays = false;             ///< read the overlays, too: FramesRecord::overlays
 };
 
 /// Frames that are decoded and in memory.

@@ -141,7 +141,7 @@ using Colour = std::array<unsigned char, 3>;
 [[nodiscard]] ZRIMAGING_API Colour overlayColour(unsigned group);
 
 /// Draws the overlays that are on a frame into its picture, each group in its own colour.
-/// @param picture gray
+/// @param picture gray or RGB
 /// @param record  of the image that the frame is in
 /// @param index   of the frame
 /// @return the picture in RGB

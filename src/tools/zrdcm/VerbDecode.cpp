@@ -198,9 +198,19 @@ Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memo
 
 zr::Picture pictureOf(const Decoded& decoded, std::size_t index, bool withOverlays) {
   const zr::FramesRecord& record = decoded.frames.record();
-  const zr::Picture grey = zr::renderFrame(record.traits, decoded.frames.samples().frame(index),
-                                           decoded.display->frame(index));
-  return withOverlays ? zr::burnOverlays(grey, record, index) : grey;
+  const zr::SampleArray frame = decoded.frames.samples().frame(index);
+  const zr::Picture picture =
+      decoded.display
+          ? zr::renderFrame(record.traits, frame, decoded.display->frame(index))
+          : zr::Picture{
+                frame.rows, frame.columns, 3, {frame.bytes, frame.bytes + frame.frameBytes()}};
+  return withOverlays ? zr::burnOverlays(picture, record, index) : picture;
+}
+
+/// Whether what is written is not the decoded samples themselves.
+bool isDrawn(const Decoded& decoded, const DecodeOptions& options) {
+  const bool isColourPicture = isShown(options) && decoded.frames.record().traits.channels == 3;
+  return decoded.display || (options.overlays && isColourPicture);
 }
 
 /// Writes arrays as the options say. What has to be left out is told once, as the frames of a file
@@ -239,7 +249,7 @@ std::vector<fs::path> writeFrameByFrame(const Decoded& decoded, const DecodeOpti
   Progress progress("writing", numbers.count());
   for (std::size_t i = 0; i < numbers.count(); ++i) {
     written.push_back(nameOfFrame(options.target(), numbers, i));
-    if (decoded.display) {
+    if (isDrawn(decoded, options)) {
       const zr::Picture picture = pictureOf(decoded, i, options.overlays);
       writer.write(written.back(), zr::arrayOf(picture.view(), decoded.description({i})));
     } else {
@@ -365,7 +375,8 @@ VerbAction configureDecode(CLI::App& command) {
       ->excludes(stored);
   command
       .add_flag("--overlays", options->overlays,
-                "Draw the overlays that are embedded in the samples into the picture")
+                "Draw the overlays into the picture, those embedded in the samples and those "
+                "with data of their own")
       ->excludes(stored);
   command.add_flag("--json", options->json, "Describe on stdout what was written");
   command.footer("The ending of OUT, or --format, decides what is written:\n" +

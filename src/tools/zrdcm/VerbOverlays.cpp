@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// zrdcm overlays: the overlays that are embedded in the samples, each as a mask of its own.
+// zrdcm overlays: the overlays of an image, embedded in the samples or with data of their own, each
+// as a mask of its own.
 #include "ExitStatus.h"
 #include "FileNamed.h"
 #include "FormatOption.h"
@@ -11,16 +12,19 @@
 #include "zrimaging/Formats.h"
 #include "zrimaging/Image.h"
 #include "zrimaging/Output.h"
+#include "zrimaging/Overlays.h"
 #include "zrimaging/Pictures.h"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zrdcm {
@@ -30,9 +34,9 @@ namespace {
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
 
-constexpr const char* kFooter = R"(Writes DIR/overlay-GGGG-FFFFF.png for every overlay plane that
-stands in unused bits of the samples and has something drawn: GGGG is its group, FFFFF the number of
-its frame (0-based). The masks are as large as the frame, 255 where the overlay is and 0 elsewhere.
+constexpr const char* kFooter = R"(Writes DIR/overlay-GGGG-FFFFF.png for every overlay plane, in
+unused bits of the samples or with data of its own, that has something drawn in the image: GGGG is its
+group, FFFFF the number of its frame (0-based). A plane that cannot be read is told of. The masks are as large as the frame, 255 where the overlay is and 0 elsewhere.
 
 Example:
   zrdcm overlays ct.dcm -o masks)";
@@ -51,31 +55,56 @@ std::string nameOf(const ZrOverlayData& overlays, int index) {
   return name + pictureEnding();
 }
 
-Json planeReport(const ZrOverlayData& overlays, int index, const fs::path& file) {
+/// An overlay plane and the mask that is written of it for one frame.
+Json maskReport(const ZrOverlayData& overlays, int index, const fs::path& file,
+                const std::vector<zr::OverlayPlane>& planes) {
+  const auto plane = std::find_if(
+      planes.begin(), planes.end(),
+      [&](const zr::OverlayPlane& candidate) { return candidate.group == overlays.group(index); });
+  const bool embedded = plane != planes.end() && plane->storage == zr::OverlayStorage::kEmbedded;
   const KtVec2i origin = overlays.origin(index);
   const KtVec2i size = overlays.size(index);
-  return {{"file", file.string()},
-          {"group", overlays.group(index)},
-          {"frame", overlays.frame(index)},
-          {"origin", {origin.x, origin.y}},
-          {"size", {size.x, size.y}}};
+  return {{"file", file.string()},          {"group", overlays.group(index)},
+          {"frame", overlays.frame(index)}, {"origin", {origin.x, origin.y}},
+          {"size", {size.x, size.y}},       {"embedded", embedded}};
 }
 
-zr::DecodedFrames decodeWithOverlays(const std::string& file, const zr::MemoryBudget& memory) {
+/// Frames with their overlays, and the planes that these are of.
+struct Overlaid {
+  std::vector<zr::OverlayPlane> planes;
+  zr::DecodedFrames frames;
+};
+
+void complainOfUnread(const std::string& file, const std::vector<zr::OverlayPlane>& planes) {
+  for (const zr::OverlayPlane& plane : planes) {
+    if (!plane.problem.empty()) {
+      char group[8];
+      (void)std::snprintf(group, sizeof group, "%04X", plane.group & 0xFFFFU);  // always fits
+      complain(file + ": overlay " + group + " " + plane.problem);
+    }
+  }
+}
+
+Overlaid decodeWithOverlays(const std::string& file, const zr::MemoryBudget& memory) {
   zr::DecodeRequest request;
   request.values = zr::Values::kStored;  // the samples themselves are not looked at
   request.overlays = true;
-  zr::DecodedFrames frames = zr::Image(zr::File(file)).decode(request, memory);
-  const KtHandle<ZrOverlayData>& overlays = frames.record().overlays;
+  const zr::Image image{zr::File(file)};
+  std::vector<zr::OverlayPlane> planes = zr::describeOverlays(image.file());
+  complainOfUnread(file, planes);
+  Overlaid overlaid{std::move(planes), image.decode(request, memory)};
+  const KtHandle<ZrOverlayData>& overlays = overlaid.frames.record().overlays;
   if (overlays.isNull() || overlays->count() == 0) {
-    throw zr::Error(zr::Reason::MissingAttribute, "has no overlay embedded in its samples");
+    throw zr::Error(zr::Reason::MissingAttribute,
+                    "has no overlay with anything drawn, in its samples or with data of its own");
   }
-  return frames;
+  return overlaid;
 }
 
 int writeOverlays(const OverlaysOptions& options, const zr::MemoryBudget& memory) {
-  zr::DecodedFrames frames =
+  Overlaid overlaid =
       withFileNamed(options.file, [&] { return decodeWithOverlays(options.file, memory); });
+  zr::DecodedFrames& frames = overlaid.frames;
   complainOfAll(frames.takeRemarks());
   const ZrOverlayData& overlays = *frames.record().overlays;
   const zr::ProtectedInputs inputs({options.file});
@@ -88,7 +117,7 @@ int writeOverlays(const OverlaysOptions& options, const zr::MemoryBudget& memory
   for (int index = 0; index < overlays.count(); ++index) {
     const fs::path target = fs::path(options.folder) / nameOf(overlays, index);
     zr::writePicture(target, inputs, zr::overlayMask(frames.record(), index).view());
-    list.push_back(planeReport(overlays, index, target));
+    list.push_back(maskReport(overlays, index, target, overlaid.planes));
     progress.advance();
   }
   progress.clear();

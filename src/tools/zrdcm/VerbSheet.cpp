@@ -32,7 +32,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr const char* kFooter = R"(Every frame is drawn with its number (0-based) below, monochrome
 ones through --window, else through their window or VOI table in the file, else over the range of the
-values that occur (as zrdcm decode shows pictures); overlays embedded in the samples are drawn in colour. Gated data has a row for each volume.
+values that occur (as zrdcm decode shows pictures); overlays are drawn in colour. Gated data has a row for each volume.
 A sheet is at most 4096 pixels wide and high: many frames get small tiles, and of thousands every
 n-th is drawn, which a line at the top tells. Several files are drawn in the order given; they are
 the images of one series: one frame each, of one size, with the window of the first.

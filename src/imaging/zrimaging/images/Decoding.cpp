@@ -11,6 +11,7 @@
 #include "zrimaging/images/Explanation.h"
 #include "zrimaging/images/FrameNumbers.h"
 #include "zrimaging/images/ModalityTable.h"
+#include "zrimaging/images/OverlayPlanes.h"
 #include "zrimaging/images/Padding.h"
 
 #include <zrdcmexport/ExDicomUtilitiesLUT.h>
@@ -109,7 +110,8 @@ Decoding::Decoding(const Image& image, const DecodeRequest& request, const Memor
       traits_(decoder_->traits()) {
   traits_.values = request.values;
   // Overlay bits are looked up by the frame's number in the file, from the first frame on.
-  if (request.overlays && traits_.monochrome && bytesOf(traits_.type) <= 2) {
+  if (request.overlays && traits_.monochrome && bytesOf(traits_.type) <= 2 &&
+      hasEmbeddedOverlays(file_.dataset())) {
     decoded_.first = 0;
     memory.requireFor(file_.dataset(), 0, decoded_.last);
     readsOverlays_ = true;

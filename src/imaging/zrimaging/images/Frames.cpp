@@ -13,6 +13,7 @@
 #include "zrimaging/images/FrameDecoder.h"
 #include "zrimaging/images/FrameNumbers.h"
 #include "zrimaging/images/IccProfile.h"
+#include "zrimaging/images/OverlayPlanes.h"
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dctk.h"
@@ -45,6 +46,7 @@ public:
       throw whyNotDecoded(image_.file(), error);
     }
     record_.attributes = readFrameAttributes(image_.file().dataset(), count_);
+    addOwnOverlays(image_.file().dataset(), record_.traits, {0, count_ - 1}, record_.overlays);
   }
 
   const FramesRecord& record() const override { return record_; }

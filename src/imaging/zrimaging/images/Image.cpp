@@ -13,6 +13,7 @@
 #include "zrimaging/images/FrameNumbers.h"
 #include "zrimaging/images/IccProfile.h"
 #include "zrimaging/images/ModalityTable.h"
+#include "zrimaging/images/OverlayPlanes.h"
 #include "zrimaging/images/Repairs.h"
 
 #include <zrdcmexport/ZrFrames.h>
@@ -143,6 +144,9 @@ DecodedFrames Image::decode(const DecodeRequest& request, const MemoryBudget& me
     FramesRecord record;
     record.overlays = decoding.decode(owned.get());
     record.traits = decoding.traits();
+    if (request.overlays) {
+      addOwnOverlays(file_->dataset(), record.traits, decoding.wanted(), record.overlays);
+    }
     record.firstNumber = decoding.wanted().first;
     record.name = file_->path().filename().string();
     if (!record.traits.monochrome) {

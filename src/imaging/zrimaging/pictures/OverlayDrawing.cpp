@@ -11,8 +11,11 @@ namespace zr {
 
 namespace {
 
-// The gray levels as RGB.
+// Gray levels as RGB; what is RGB as it is.
 Picture inRgb(const Picture& picture) {
+  if (picture.channels == 3) {
+    return picture;
+  }
   Picture colour{picture.rows, picture.columns, 3, {}};
   colour.samples.resize(picture.rows * picture.columns * 3);
   for (std::size_t i = 0; i < colour.samples.size(); ++i) {
