@@ -110,8 +110,10 @@ ZRIMAGING_API void writeArray(const OutputFormat& format, const std::filesystem:
 /// Writes samples as a picture: in the format for pictures that the ending of the target means, in
 /// PNG when it means none.
 /// `frame` is one frame, gray or RGB, 8 bits, or 16 in PNG, where signed samples keep their bits.
+/// `remark` is told what was left out; may be empty.
 /// @throws Error as writeArray()
 ZRIMAGING_API void writePicture(const std::filesystem::path& target, const ProtectedInputs& inputs,
-                                const SampleArray& frame);
+                                const SampleArray& frame, ArrayDescription description = {},
+                                std::function<void(const std::string& text)> remark = {});
 
 }  // namespace zr

@@ -91,6 +91,9 @@ struct PerFrameAttributes {
   bool modalityTable = false;
   /// That table is not meant for display (PS3.3 C.8.7.1.1.2: X-ray angiography and fluoroscopy).
   bool tableKeptOutOfDisplay = false;
+  /// Height of a pixel over its width, by what the image says besides the spacing of its frames:
+  /// Imager Pixel Spacing, Nominal Scanned Pixel Spacing, Pixel Aspect Ratio, in this order.
+  std::optional<double> pixelAspect;
 };
 
 /// Reads the attributes of `frames` frames, in time linear in their number.

@@ -59,6 +59,8 @@ struct FramesRecord {
   FrameTraits traits;
   PerFrameAttributes attributes;  ///< by index; of a series those of the first file alone
   std::size_t firstNumber = 0;    ///< the number in the file that the frame of index 0 has
+  /// Numbers in the file of all frames, where they do not follow each other; else empty.
+  std::vector<std::size_t> numbers;
   /// Overlays, embedded in the samples or with data of their own (PS3.3 C.9.2), as far as they are
   /// in the image; their frames are numbers in the file. Null when there are none, or none were
   /// asked for.
@@ -67,6 +69,11 @@ struct FramesRecord {
   /// ICC profile of colour as the dataset has it (PS3.3 C.11.15), not looked at; empty when there is
   /// none.
   std::vector<unsigned char> iccProfile;
+
+  /// The number in the file that a frame has.
+  std::size_t numberOf(std::size_t index) const {
+    return numbers.empty() ? firstNumber + index : numbers.at(index);
+  }
 };
 
 /// What the user must know about the samples of a file, in one line.

@@ -28,6 +28,10 @@ struct FrameRange {
 /// Reads "A" or "A-B"; nothing when the text is neither or B is below A.
 [[nodiscard]] ZRIMAGING_API std::optional<FrameRange> parseFrameRange(const std::string& text);
 
+/// Reads a list such as "0,5,10-19", in its order; nothing when a part of it is no range.
+[[nodiscard]] ZRIMAGING_API std::optional<std::vector<FrameRange>> parseFrameRanges(
+    const std::string& text);
+
 /// What to decode, and how.
 struct DecodeRequest {
   std::optional<FrameRange> frames;  ///< numbers in the file; all frames when not set
@@ -54,7 +58,8 @@ public:
   const SampleArray& samples() const { return samples_; }
   const std::shared_ptr<const void>& memory() const { return memory_; }
 
-  /// The frames' numbers in the file.
+  /// The frames' numbers in the file, when they follow each other: FramesRecord::numberOf() knows
+  /// any others.
   FrameRange numbers() const {
     return {record_.firstNumber, record_.firstNumber + samples_.frames - 1};
   }
@@ -109,6 +114,12 @@ public:
   ///         there may be
   DecodedFrames decode(const DecodeRequest& request, const MemoryBudget& memory) const;
 
+  /// The same for several ranges, in their order. Memory is taken for the frames alone, and for
+  /// overlays embedded in the samples besides for all frames up to the last one.
+  /// @param ranges  at least one; they decide instead of DecodeRequest::frames
+  DecodedFrames decode(const std::vector<FrameRange>& ranges, const DecodeRequest& request,
+                       const MemoryBudget& memory) const;
+
   /// Decodes frames into memory of the caller. Overlays are not read.
   /// @param request which frames, and how
   /// @param memory  that decoding may take
@@ -120,7 +131,7 @@ public:
                                  void* target, std::size_t size) const;
 
 private:
-  DecodedFrames decodeForDisplay(const DecodeRequest& request, const MemoryBudget& memory) const;
+  DecodedFrames shown(DecodedFrames decoded, const MemoryBudget& memory) const;
   const PerFrameAttributes& attributesOf(std::size_t frames) const;
 
   std::unique_ptr<File> file_;

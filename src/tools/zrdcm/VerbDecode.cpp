@@ -50,7 +50,7 @@ LUT Shape) is turned round so that it looks right; a modality LUT of angiography
 
 Examples:
   zrdcm decode ct.dcm -o ct.png --window 40,400
-  zrdcm decode clip.dcm -o clip.npy --frames 0-9
+  zrdcm decode clip.dcm -o clip.npy --frames 0,5,10-19
   zrdcm decode ct.dcm -o - --format nrrd --compress | ssh host 'cat > ct.nrrd')";
 
 constexpr const char* kStandardOutput = "-";
@@ -64,6 +64,7 @@ struct DecodeOptions {
   std::string values;
   bool stored = false;
   bool overlays = false;
+  bool square = false;
   std::optional<int> quality;
   bool compressed = false;
   bool json = false;
@@ -113,21 +114,39 @@ std::vector<std::string> namesOfValues() {
   return names;
 }
 
-std::optional<zr::FrameRange> framesAskedFor(const DecodeOptions& options) {
+// Frames of one number would go into one file, or one after the other into the same.
+void refuseTwice(std::vector<zr::FrameRange> ranges) {
+  std::sort(ranges.begin(), ranges.end(),
+            [](const auto& one, const auto& other) { return one.first < other.first; });
+  for (std::size_t i = 1; i < ranges.size(); ++i) {
+    if (ranges[i].first <= ranges[i - 1].last) {
+      throw UsageError("--frames names frame " + std::to_string(ranges[i].first) + " twice");
+    }
+  }
+}
+
+/// The frames wanted; none for all of them.
+std::vector<zr::FrameRange> framesAskedFor(const DecodeOptions& options) {
   if (options.frames.empty()) {
-    return std::nullopt;
+    return {};
   }
-  const std::optional<zr::FrameRange> frames = zr::parseFrameRange(options.frames);
-  if (!frames) {
-    throw UsageError("--frames wants A or A-B, 0-based, A not above B: " + options.frames);
+  const auto ranges = zr::parseFrameRanges(options.frames);
+  if (!ranges) {
+    throw UsageError("--frames wants A or A-B, or a list of these, 0-based, A not above B: " +
+                     options.frames);
   }
-  return frames;
+  refuseTwice(*ranges);
+  return *ranges;
 }
 
 void refuseWhatOnlyPicturesHave(const DecodeOptions& options, const zr::OutputFormat& format) {
   if (!format.holds(zr::kForEyes) && (!options.window.empty() || options.overlays)) {
     throw UsageError("--window and --overlays shape pictures: they go with " +
                      endingsInWords(pictureFormats()) + " only");
+  }
+  if (options.square && !isShown(options)) {
+    throw UsageError("--square makes pixels of pictures square: it goes with " +
+                     endingsInWords(pictureFormats()) + " only, without --values");
   }
 }
 
@@ -146,8 +165,11 @@ void refuseWhatStandardOutputCannot(const DecodeOptions& options) {
 // Standard output is one file.
 void refuseSeveralFiles(const DecodeOptions& options, const zr::Image& image) {
   const zr::OutputFormat& format = knownFormatOf(options);
-  const std::optional<zr::FrameRange> wanted = framesAskedFor(options);
-  const std::size_t frames = wanted ? wanted->count() : image.frameCount();
+  const std::vector<zr::FrameRange> wanted = framesAskedFor(options);
+  std::size_t frames = wanted.empty() ? image.frameCount() : 0;
+  for (const zr::FrameRange& range : wanted) {
+    frames += range.count();
+  }
   if (options.toStandardOutput() && frames > 1 && !format.holds(zr::kSeveralFrames)) {
     throw zr::Error(zr::Reason::Unsupported,
                     std::to_string(frames) + " frames make as many files of the format " +
@@ -156,12 +178,13 @@ void refuseSeveralFiles(const DecodeOptions& options, const zr::Image& image) {
 }
 
 // One frame keeps the name that was asked for; several are told apart by their number in the file.
-fs::path nameOfFrame(const fs::path& output, const zr::FrameRange& numbers, std::size_t index) {
-  if (numbers.count() == 1) {
+fs::path nameOfFrame(const fs::path& output, const zr::DecodedFrames& frames, std::size_t index) {
+  if (frames.count() == 1) {
     return output;
   }
   char number[24];
-  (void)std::snprintf(number, sizeof number, "-%03zu", numbers.first + index);  // always fits
+  (void)std::snprintf(number, sizeof number, "-%03zu",
+                      frames.record().numberOf(index));  // always fits
   return output.parent_path() / (output.stem().string() + number + output.extension().string());
 }
 
@@ -186,9 +209,11 @@ Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memo
   const zr::Image image =
       shown ? zr::Image::forDisplay(std::move(file)) : zr::Image(std::move(file));
   refuseSeveralFiles(options, image);
-  const zr::DecodeRequest request{framesAskedFor(options), valuesWanted(options, image),
-                                  options.overlays};
-  Decoded decoded{image.decode(request, memory), std::nullopt};
+  const zr::DecodeRequest request{std::nullopt, valuesWanted(options, image), options.overlays};
+  const std::vector<zr::FrameRange> ranges = framesAskedFor(options);
+  Decoded decoded{
+      ranges.empty() ? image.decode(request, memory) : image.decode(ranges, request, memory),
+      std::nullopt};
   if (shown && decoded.frames.record().traits.monochrome) {
     decoded.display =
         zr::displayOf(decoded.frames, decoded.frames.count(), windowFromOption(options.window));
@@ -196,7 +221,7 @@ Decoded decodeAsAsked(const DecodeOptions& options, const zr::MemoryBudget& memo
   return decoded;
 }
 
-zr::Picture pictureOf(const Decoded& decoded, std::size_t index, bool withOverlays) {
+zr::Picture pictureOf(const Decoded& decoded, std::size_t index, const DecodeOptions& options) {
   const zr::FramesRecord& record = decoded.frames.record();
   const zr::SampleArray frame = decoded.frames.samples().frame(index);
   const zr::Picture picture =
@@ -204,13 +229,25 @@ zr::Picture pictureOf(const Decoded& decoded, std::size_t index, bool withOverla
           ? zr::renderFrame(record.traits, frame, decoded.display->frame(index))
           : zr::Picture{
                 frame.rows, frame.columns, 3, {frame.bytes, frame.bytes + frame.frameBytes()}};
-  return withOverlays ? zr::burnOverlays(picture, record, index) : picture;
+  const zr::Picture drawn = options.overlays ? zr::burnOverlays(picture, record, index) : picture;
+  return options.square ? zr::withSquarePixels(drawn, zr::pixelAspectOf(record, index)) : drawn;
 }
 
 /// Whether what is written is not the decoded samples themselves.
 bool isDrawn(const Decoded& decoded, const DecodeOptions& options) {
   const bool isColourPicture = isShown(options) && decoded.frames.record().traits.channels == 3;
-  return decoded.display || (options.overlays && isColourPicture);
+  return decoded.display || ((options.overlays || options.square) && isColourPicture);
+}
+
+/// What is known of a frame, which may have been made square.
+zr::ArrayDescription descriptionOf(const Decoded& decoded, std::size_t index,
+                                   const DecodeOptions& options) {
+  zr::ArrayDescription description = decoded.description({index});
+  auto& [betweenColumns, betweenRows, ignored] = description.spacingMm;
+  if (options.square && zr::pixelAspectOf(decoded.frames.record(), index) != 1) {
+    betweenColumns = betweenRows = std::min(betweenColumns, betweenRows);
+  }
+  return description;
 }
 
 /// Writes arrays as the options say. What has to be left out is told once, as the frames of a file
@@ -240,18 +277,18 @@ private:
 
 std::vector<fs::path> writeFrameByFrame(const Decoded& decoded, const DecodeOptions& options,
                                         const zr::ProtectedInputs& inputs) {
-  const zr::FrameRange numbers = decoded.frames.numbers();
-  for (std::size_t i = 0; i < numbers.count(); ++i) {
-    inputs.refuseToReplace(nameOfFrame(options.target(), numbers, i));
+  const std::size_t count = decoded.frames.count();
+  for (std::size_t i = 0; i < count; ++i) {
+    inputs.refuseToReplace(nameOfFrame(options.target(), decoded.frames, i));
   }
   Writer writer(options, inputs);
   std::vector<fs::path> written;
-  Progress progress("writing", numbers.count());
-  for (std::size_t i = 0; i < numbers.count(); ++i) {
-    written.push_back(nameOfFrame(options.target(), numbers, i));
+  Progress progress("writing", count);
+  for (std::size_t i = 0; i < count; ++i) {
+    written.push_back(nameOfFrame(options.target(), decoded.frames, i));
     if (isDrawn(decoded, options)) {
-      const zr::Picture picture = pictureOf(decoded, i, options.overlays);
-      writer.write(written.back(), zr::arrayOf(picture.view(), decoded.description({i})));
+      const zr::Picture picture = pictureOf(decoded, i, options);
+      writer.write(written.back(), zr::arrayOf(picture.view(), descriptionOf(decoded, i, options)));
     } else {
       writer.write(written.back(),
                    zr::arrayOf(decoded.frames.samples().frame(i), decoded.description({i})));
@@ -288,10 +325,17 @@ void addDecodedValues(nlohmann::ordered_json& report, const Decoded& decoded) {
                    }}});
 }
 
+/// First and last number of the frames; of a list all of them.
+nlohmann::ordered_json jsonNumbers(const zr::DecodedFrames& frames) {
+  if (!frames.record().numbers.empty()) {
+    return frames.record().numbers;
+  }
+  return {frames.numbers().first, frames.numbers().last};
+}
+
 nlohmann::ordered_json report(const Decoded& decoded, const std::string& file,
                               const std::vector<fs::path>& written) {
   const zr::SampleArray& samples = decoded.frames.samples();
-  const zr::FrameRange numbers = decoded.frames.numbers();
   nlohmann::ordered_json shape = {samples.frames, samples.rows, samples.columns};
   if (samples.channels != 1) {
     shape.push_back(samples.channels);
@@ -303,7 +347,7 @@ nlohmann::ordered_json report(const Decoded& decoded, const std::string& file,
   nlohmann::ordered_json report = {
       {"file", file},
       {"outputs", outputs},
-      {"frames", {numbers.first, numbers.last}},
+      {"frames", jsonNumbers(decoded.frames)},
       {"shape", shape},
       {"type", zr::typeName(samples.type)},
       {"values", zr::valuesName(decoded.display ? zr::Values::kDisplay
@@ -356,8 +400,10 @@ VerbAction configureDecode(CLI::App& command) {
                   "Of pictures with loss, 1 to 100: " + endingsInWords(zr::formatsWith(zr::kLossy)))
       ->type_name("N")
       ->check(CLI::Range(1, 100).description(""));
-  command.add_option("--frames", options->frames, "Frame A, or frames A to B, 0-based")
-      ->type_name("A[-B]");
+  command
+      .add_option("--frames", options->frames,
+                  "Frame A, or frames A to B, 0-based; a list of them in the order wanted")
+      ->type_name("A[-B],...");
   CLI::Option* stored =
       command.add_flag("--stored", options->stored, "The same as --values stored");
   command
@@ -377,6 +423,12 @@ VerbAction configureDecode(CLI::App& command) {
       .add_flag("--overlays", options->overlays,
                 "Draw the overlays into the picture, those embedded in the samples and those "
                 "with data of their own")
+      ->excludes(stored);
+  command
+      .add_flag(
+          "--square", options->square,
+          "Scale pictures of pixels that are not square (Pixel Spacing, Imager Pixel Spacing, "
+          "Pixel Aspect Ratio)")
       ->excludes(stored);
   command.add_flag("--json", options->json, "Describe on stdout what was written");
   command.footer("The ending of OUT, or --format, decides what is written:\n" +

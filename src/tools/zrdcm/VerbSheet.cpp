@@ -126,7 +126,11 @@ int writeSheet(const SheetOptions& options, const zr::MemoryBudget& memory) {
                                     return zr::drawContactSheet(*source.frames, content, layout);
                                   });
   progress.reset();
-  zr::writePicture(options.output, inputs, sheet.view());
+  zr::ArrayDescription description;
+  description.iccProfile = source.frames->record().iccProfile;
+  zr::writePicture(
+      options.output, inputs, sheet.view(), std::move(description),
+      [&options](const std::string& text) { complain(options.files.front() + ": " + text); });
   complainOfAll(source.frames->takeRemarks());
   if (content.display && !content.display->remark().empty()) {
     complain(options.files.front() + ": " + content.display->remark());

@@ -108,6 +108,34 @@ TEST_F(ImageInAFile, DecodesAnyFrameAnyNumberOfTimes) {
   EXPECT_THAT(valuesOf(again.samples()), ElementsAre(3, 4, 5, 6));
 }
 
+TEST_F(ImageInAFile, DecodesSeveralRangesInTheOrderAskedFor) {
+  const zr::Image image(save(threeFrames()));
+
+  const zr::DecodedFrames frames = image.decode({{2, 2}, {0, 1}}, zr::DecodeRequest{}, {});
+
+  EXPECT_THAT(valuesOf(frames.samples()), ElementsAre(5, 6, 1, 2, 3, 4));
+  EXPECT_THAT(frames.record().numbers, ElementsAre(2U, 0U, 1U));
+  EXPECT_EQ(frames.record().attributes.frames.size(), 3U);
+}
+
+TEST_F(ImageInAFile, RefusesRangesBeyondItsLastFrame) {
+  const zr::Image image(save(threeFrames()));
+
+  try {
+    (void)image.decode({{0, 0}, {2, 3}}, zr::DecodeRequest{}, {});
+    FAIL() << "there are three frames";
+  } catch (const zr::Error& error) {
+    EXPECT_STREQ(error.what(), "has 3 frames (0-based: up to 2); there is no frame 3");
+  }
+}
+
+TEST_F(ImageInAFile, HoldsSeveralRangesAgainstTheMemoryThatTheyTakeTogether) {
+  const zr::Image image(save(threeFrames()));
+
+  EXPECT_THROW((void)image.decode({{0, 0}, {2, 2}}, zr::DecodeRequest{}, zr::MemoryBudget{7}),
+               zr::Error);
+}
+
 TEST_F(ImageInAFile, ShiftsSignedSamplesWhenTheyAreAskedForAsUnsigned) {
   const zr::Image image(save(support::monochromeImage(2, 1).signed16().samples({-1, 2})));
 
@@ -199,6 +227,10 @@ TEST(FrameRange, IsReadFromText) {
   EXPECT_EQ(zr::parseFrameRange("4")->first, 4U);
   EXPECT_FALSE(zr::parseFrameRange("5-3"));
   EXPECT_FALSE(zr::parseFrameRange("-1"));
+  ASSERT_EQ(zr::parseFrameRanges("7,0,2-3")->size(), 3U);
+  EXPECT_EQ(zr::parseFrameRanges("7,0,2-3")->back().last, 3U);
+  EXPECT_FALSE(zr::parseFrameRanges("1,"));
+  EXPECT_FALSE(zr::parseFrameRanges("1,,2"));
 }
 
 // ---- frames ----

@@ -162,11 +162,14 @@ void writeArray(const OutputFormat& format, const std::filesystem::path& target,
 }
 
 void writePicture(const std::filesystem::path& target, const ProtectedInputs& inputs,
-                  const SampleArray& frame) {
+                  const SampleArray& frame, ArrayDescription description,
+                  std::function<void(const std::string& text)> remark) {
   atBoundary([&] {
     const OutputFormat* const format = formatOf(target);
     const bool forEyes = format != nullptr && format->holds(kForEyes);
-    writeArray(forEyes ? *format : *formatNamed("png"), target, inputs, arrayOf(frame));
+    ArrayToWrite array = arrayOf(frame, std::move(description));
+    array.remark = std::move(remark);
+    writeArray(forEyes ? *format : *formatNamed("png"), target, inputs, array);
   });
 }
 

@@ -9,6 +9,7 @@
 #include <png.h>
 
 #include <bit>
+#include <cmath>
 #include <csetjmp>
 #include <new>
 #include <span>
@@ -46,8 +47,20 @@ void keepWarning(png_structp png, png_const_charp message) {
   static_cast<PngEncoder*>(png_get_error_ptr(png))->warning = message;
 }
 
+/// Pixels per metre; 0 where it is not known.
+struct Density {
+  png_uint_32 across = 0;
+  png_uint_32 down = 0;
+};
+
+// Pixels so large or so small that their number does not fit have no density here.
+png_uint_32 perMetre(double spacingMm) {
+  const double density = std::round(1000 / spacingMm);
+  return density >= 1 && density <= PNG_UINT_31_MAX ? static_cast<png_uint_32>(density) : 0;
+}
+
 // Holds nothing that needs destruction: libpng leaves it by longjmp on errors.
-bool encodePng(png_structp png, png_infop info, const SampleArray& frame,
+bool encodePng(png_structp png, png_infop info, const SampleArray& frame, Density density,
                std::span<const unsigned char> profile, png_bytepp rows) {
   if (setjmp(png_jmpbuf(png)) != 0) {  // NOLINT(cert-err52-cpp): libpng's only way to fail
     return false;
@@ -63,6 +76,9 @@ bool encodePng(png_structp png, png_infop info, const SampleArray& frame,
                  static_cast<png_uint_32>(profile.size()));
     static_cast<PngEncoder*>(png_get_error_ptr(png))->profileRefused =
         png_get_valid(png, info, PNG_INFO_iCCP) == 0;
+  }
+  if (density.across != 0 && density.down != 0) {
+    png_set_pHYs(png, info, density.across, density.down, PNG_RESOLUTION_METER);
   }
   png_write_info(png, info);
   if (twoBytes && std::endian::native == std::endian::little) {
@@ -99,7 +115,10 @@ void writePng(const std::filesystem::path& target, const ProtectedInputs& inputs
     throw std::bad_alloc();
   }
   png_set_write_fn(png, &encoder, appendBytes, flushNothing);
-  const bool encoded = encodePng(png, info, frame, iccProfileFor(array), rows.data());
+  const auto& [betweenColumns, betweenRows, ignored] = array.description.spacingMm;
+  const bool encoded =
+      encodePng(png, info, frame, {perMetre(betweenColumns), perMetre(betweenRows)},
+                iccProfileFor(array), rows.data());
   png_destroy_write_struct(&png, &info);
   if (!encoded) {
     throw Error(Reason::CannotWrite, "cannot make " + target.string() + ": " + encoder.error);

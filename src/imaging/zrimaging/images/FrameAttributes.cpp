@@ -15,6 +15,7 @@
 #include "zrimaging/images/DoseGrid.h"
 #include "zrimaging/images/ItemValues.h"
 #include "zrimaging/images/ModalityTable.h"
+#include "zrimaging/images/PixelAspect.h"
 
 #include <zrdcmexport/ZrSliceImage.h>
 
@@ -86,6 +87,7 @@ PerFrameAttributes readFrameAttributes(DcmItem& dataset, std::size_t frames) {
     } else {
       readClassic(dataset, frames, image);
     }
+    image.pixelAspect = readPixelAspect(dataset);
     image.modalityTable = hasModalityTable(dataset);
     image.tableKeptOutOfDisplay = isTableKeptOutOfDisplay(dataset);
     if (image.modalityTable) {

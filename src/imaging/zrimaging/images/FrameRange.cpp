@@ -3,6 +3,7 @@
 #include "zrimaging/Boundary.h"
 #include "zrimaging/Image.h"
 
+#include <algorithm>
 #include <charconv>
 #include <system_error>
 
@@ -33,6 +34,22 @@ std::optional<FrameRange> parseFrameRange(const std::string& text) {
       return std::nullopt;
     }
     return FrameRange{*first, *last};
+  });
+}
+
+std::optional<std::vector<FrameRange>> parseFrameRanges(const std::string& text) {
+  return atBoundary([&]() -> std::optional<std::vector<FrameRange>> {
+    std::vector<FrameRange> ranges;
+    for (std::size_t begin = 0; begin <= text.size();) {
+      const std::size_t end = std::min(text.find(',', begin), text.size());
+      const std::optional<FrameRange> range = parseFrameRange(text.substr(begin, end - begin));
+      if (!range) {
+        return std::nullopt;
+      }
+      ranges.push_back(*range);
+      begin = end + 1;
+    }
+    return ranges;
   });
 }
 

@@ -135,7 +135,9 @@ Values Image::valuesToShow() const {
 DecodedFrames Image::decode(const DecodeRequest& request, const MemoryBudget& memory) const {
   return atBoundary([&]() -> DecodedFrames {
     if (request.values == Values::kDisplay) {
-      return decodeForDisplay(request, memory);
+      DecodeRequest toShow = request;
+      toShow.values = valuesToShow();
+      return shown(decode(toShow, memory), memory);
     }
     const DecoderWatch decoders;
     Decoding decoding(*this, request, memory);
@@ -164,11 +166,7 @@ DecodedFrames Image::decode(const DecodeRequest& request, const MemoryBudget& me
 }
 
 /// Frames as they look on a screen.
-DecodedFrames Image::decodeForDisplay(const DecodeRequest& request,
-                                      const MemoryBudget& memory) const {
-  DecodeRequest toShow = request;
-  toShow.values = valuesToShow();
-  DecodedFrames decoded = decode(toShow, memory);
+DecodedFrames Image::shown(DecodedFrames decoded, const MemoryBudget& memory) const {
   FramesRecord record = decoded.record();
   record.traits.values = Values::kDisplay;
   if (!record.traits.monochrome) {
@@ -202,10 +200,10 @@ std::vector<Remark> Image::decodeInto(const DecodeRequest& request, const Memory
     DecodeRequest samplesAlone = request;
     samplesAlone.overlays = false;
     if (request.values == Values::kDisplay) {
-      DecodedFrames shown = decodeForDisplay(samplesAlone, memory);
-      requireTarget(size, shown.samples().byteCount());
-      std::memcpy(target, shown.samples().bytes, shown.samples().byteCount());
-      return shown.takeRemarks();
+      DecodedFrames greys = decode(samplesAlone, memory);
+      requireTarget(size, greys.samples().byteCount());
+      std::memcpy(target, greys.samples().bytes, greys.samples().byteCount());
+      return greys.takeRemarks();
     }
     const DecoderWatch decoders;
     Decoding decoding(*this, samplesAlone, memory);

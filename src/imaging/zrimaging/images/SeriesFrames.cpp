@@ -50,6 +50,9 @@ public:
       } catch (const std::bad_alloc&) {
         throw Error(Reason::OutOfMemory, file.string() + ": out of memory");
       }
+      if (current_->record().iccProfile != record_.iccProfile) {
+        record_.iccProfile.clear();  // one profile is not for colours of another
+      }
       append(remarks_, current_->takeRemarks());
       return current_->samples();
     });

@@ -55,7 +55,7 @@ Picture burnOverlays(const Picture& picture, const FramesRecord& record, std::si
     }
     const ZrOverlayData& overlays = *record.overlays;
     for (int overlay = 0; overlay < overlays.count(); ++overlay) {
-      if (overlays.frame(overlay) == static_cast<int>(record.firstNumber + index)) {
+      if (overlays.frame(overlay) == static_cast<int>(record.numberOf(index))) {
         drawOverlay(burnt, overlays, overlay);
       }
     }

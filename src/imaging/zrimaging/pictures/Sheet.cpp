@@ -29,7 +29,6 @@ constexpr Colour kLabel = {206, 212, 222};
 constexpr Colour kFaint = {104, 112, 126};
 constexpr Colour kNotice = {255, 168, 64};
 constexpr std::size_t kLegendGap = 24;
-constexpr double kOddestPixel = 8;  // beyond it the spacings are more likely wrong than the pixels
 
 int asInt(std::size_t value) {
   return static_cast<int>(value);  // sheets are at most a few thousand pixels wide
@@ -129,9 +128,7 @@ SheetNeeds sheetNeedsOf(const FrameTraits& traits, const SheetContent& content, 
   needs.frameWidth = static_cast<double>(traits.columns);
   needs.frameHeight = static_cast<double>(traits.rows);
   const double aspect = content.pixelAspect;
-  if (aspect > 1 / kOddestPixel && aspect < kOddestPixel) {
-    (aspect > 1 ? needs.frameHeight : needs.frameWidth) *= aspect > 1 ? aspect : 1 / aspect;
-  }
+  (aspect > 1 ? needs.frameHeight : needs.frameWidth) *= aspect > 1 ? aspect : 1 / aspect;
   needs.wantedColumns = content.columns;
   needs.headerLines = legend ? 2 : 1;
   return needs;

@@ -35,9 +35,7 @@ SheetContent contentOf(Frames& frames, std::size_t deciding,
                        const std::optional<WindowChoice>& wanted) {
   const FramesRecord& record = frames.record();
   SheetContent content;
-  if (const auto& spacing = frameAt(record.attributes, 0).pixelSpacing) {
-    content.pixelAspect = (*spacing)[1] / (*spacing)[0];
-  }
+  content.pixelAspect = pixelAspectOf(record, 0);
   if (record.traits.monochrome) {
     content.display = displayOf(frames, deciding, wanted);
   }
