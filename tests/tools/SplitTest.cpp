@@ -421,7 +421,8 @@ TEST_F(OverlayMasks, AreAsLargeAsTheFrame) {
                            {"group", 0x6000},
                            {"frame", 1},
                            {"origin", {1, 0}},
-                           {"size", {2, 2}}}));
+                           {"size", {2, 2}},
+                           {"embedded", true}}));
 }
 
 TEST_F(OverlayMasks, AreListedByName) {
