@@ -191,7 +191,8 @@ TEST_F(DecodeFormats, HaveAQualityBetweenOneAndAHundred) {
 
 // ---- ICC profiles ----
 
-/// A profile that has the lengths and names of one (ICC.1, 7.2), and a text by which a test finds it.
+/// A profile that has the lengths and names of one (ICC.1, 7.2), and a text by which a test finds
+/// it.
 std::vector<Uint8> profile() {
   std::vector<Uint8> bytes(152);
   const auto set = [&bytes](std::size_t at, const std::string& text) {

@@ -26,8 +26,8 @@ struct CodecOptions {
   /// A frame of more samples (columns x rows x samples per pixel) is refused before memory is
   /// taken.
   std::uint64_t mostSamplesPerFrame = std::uint64_t{1} << 28U;
-  /// Whether codecs of transfer syntaxes that DCMTK decodes itself are registered too. There is none
-  /// so far: those of the table above are all.
+  /// Whether codecs of transfer syntaxes that DCMTK decodes itself are registered too. There is
+  /// none so far: those of the table above are all.
   bool replaceBuiltIn = true;
 };
 

@@ -26,7 +26,8 @@ public:
   /// Says in which fragment a frame begins, for frames that DCMTK does not find.
   void beginAt(Uint32 frame, Uint32 fragment);
 
-  /// Whether the coded data of a frame may be decoded and fills `frameSize` bytes; nothing is decoded.
+  /// Whether the coded data of a frame may be decoded and fills `frameSize` bytes; nothing is
+  /// decoded.
   [[nodiscard]] bool mayDecode(Uint32 frame, Uint32 frameSize);
 
   /// Decodes one frame.

@@ -40,8 +40,8 @@ public:
   /// Whether the pixel data is still as it was when the frames were made: not decompressed since.
   [[nodiscard]] bool areUpToDate() const;
 
-  /// Judges one frame without decoding it: whether it can be there with the size that the attributes
-  /// promise.
+  /// Judges one frame without decoding it: whether it can be there with the size that the
+  /// attributes promise.
   /// @param frame 0-based
   [[nodiscard]] Result<void> check(std::uint64_t frame);
 

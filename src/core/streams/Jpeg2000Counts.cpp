@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Packets and code-blocks that a JPEG 2000 image promises, counted from its headers (T.800 Annex B):
-// OpenJPEG takes memory for each of them, and time for each place where one may be.
+// Packets and code-blocks that a JPEG 2000 image promises, counted from its headers (T.800 Annex
+// B): OpenJPEG takes memory for each of them, and time for each place where one may be.
 #include "dicom/FrameSize.h"
 #include "streams/Jpeg2000Headers.h"
 

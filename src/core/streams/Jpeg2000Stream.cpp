@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // Walks over the headers of a JPEG 2000 image, never into its packets. All numbers are big endian.
 //
-// The codestream (T.800 Annex A) is alone or in a box of a JP2 file (Jpeg2000Boxes.cpp): SOC (FF4F),
-// SIZ and other segments of the main header (Jpeg2000Segments.cpp), tile-parts
+// The codestream (T.800 Annex A) is alone or in a box of a JP2 file (Jpeg2000Boxes.cpp): SOC
+// (FF4F), SIZ and other segments of the main header (Jpeg2000Segments.cpp), tile-parts
 // (Jpeg2000TileParts.cpp), EOC (FFD9). What they promise is counted at the end
 // (Jpeg2000Counts.cpp).
 //

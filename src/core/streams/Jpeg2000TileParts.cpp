@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Tile-parts of a codestream (T.800 A.4.2), each a header and packets, into which nobody looks here:
+// Tile-parts of a codestream (T.800 A.4.2), each a header and packets, into which nobody looks
+// here:
 //
 //   SOT  Uint16 tile, Uint32 bytes of the tile-part from its marker on (0: to the end of the
 //        codestream), Uint8 tile-part, Uint8 their number; more segments up to SOD (FF93), then

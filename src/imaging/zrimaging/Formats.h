@@ -24,8 +24,8 @@ struct ArrayDescription {
   std::array<double, 3> spacingMm{kUnknown, kUnknown, kUnknown};
   std::string content;                                          ///< one line about the image
   std::vector<std::pair<std::string, std::string>> attributes;  ///< further keys and values
-  /// ICC profile of colour, as the dataset has it (PS3.3 C.11.15); empty when there is none. It goes
-  /// into PNG, TIFF and JPEG.
+  /// ICC profile of colour, as the dataset has it (PS3.3 C.11.15); empty when there is none. It
+  /// goes into PNG, TIFF and JPEG.
   std::vector<unsigned char> iccProfile;
 };
 

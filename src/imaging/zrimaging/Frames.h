@@ -66,8 +66,8 @@ struct FramesRecord {
   /// asked for.
   KtHandle<ZrOverlayData> overlays;
   std::string name;  ///< of the file, without folders; empty for bytes
-  /// ICC profile of colour as the dataset has it (PS3.3 C.11.15), not looked at; empty when there is
-  /// none.
+  /// ICC profile of colour as the dataset has it (PS3.3 C.11.15), not looked at; empty when there
+  /// is none.
   std::vector<unsigned char> iccProfile;
 
   /// The number in the file that a frame has.
@@ -119,8 +119,9 @@ struct FramesDescription {
 
 /// Judges whether framesOf() would deliver an image, and tells what it would say of the frames.
 ///
-/// Monochrome frames that are not compressed and hold no overlay bits are judged by their attributes
-/// and the size of the pixel data alone, of which nothing is read. All others are decoded.
+/// Monochrome frames that are not compressed and hold no overlay bits are judged by their
+/// attributes and the size of the pixel data alone, of which nothing is read. All others are
+/// decoded.
 /// @throws Error as framesOf()
 [[nodiscard]] ZRIMAGING_API FramesDescription describeFrames(Image image,
                                                              const MemoryBudget& memory);

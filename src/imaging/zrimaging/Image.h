@@ -105,8 +105,8 @@ public:
   /// @throws Error when the attributes do not make an image that can be decoded
   FrameTraits traits(Values values = Values::kSamples) const;
 
-  /// The values that windows and VOI tables are applied to: kUnsigned, or kSamples of floating-point
-  /// numbers, which have no unsigned form.
+  /// The values that windows and VOI tables are applied to: kUnsigned, or kSamples of
+  /// floating-point numbers, which have no unsigned form.
   Values valuesToShow() const;
 
   /// Decodes frames into memory of their own, contiguous.

@@ -204,8 +204,8 @@ struct ObjectFacts {
 /// @throws Error OutOfMemory
 [[nodiscard]] ZRIMAGING_API ObjectFacts describeObject(const File& file);
 
-/// The name of a SOP class in words, as PS3.6 writes it: "CT Image Storage". Empty for a UID that is
-/// not known here.
+/// The name of a SOP class in words, as PS3.6 writes it: "CT Image Storage". Empty for a UID that
+/// is not known here.
 /// @throws Error OutOfMemory
 [[nodiscard]] ZRIMAGING_API std::string uidTitle(const std::string& uid);
 

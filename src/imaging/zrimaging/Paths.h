@@ -27,8 +27,8 @@ using PathVisitor = std::function<void(const PathEntry&)>;
 /// Visits the files that paths stand for, in the order of the paths:
 ///
 ///     file        itself, whether or not it is there
-///     folder      all regular files in it and in the folders below, by name, byte by byte; links to
-///                 folders are followed, but no folder is walked twice under one path
+///     folder      all regular files in it and in the folders below, by name, byte by byte; links
+///                 to folders are followed, but no folder is walked twice under one path
 ///     @list.txt   the files and folders that a list names, one a line; empty lines are left out
 ///     -           the same for a list that `input` gives; each line is visited once it is read
 ///

@@ -10,23 +10,24 @@
 
 namespace zr {
 
-/// Type of one sample: integers with and without a sign, of 8, 16 and 32 bits, and the floating-point
-/// numbers of IEEE 754, of 32 and 64 bits.
+/// Type of one sample: integers with and without a sign, of 8, 16 and 32 bits, and the
+/// floating-point numbers of IEEE 754, of 32 and 64 bits.
 enum class SampleType : std::uint8_t { kU8, kS8, kU16, kS16, kU32, kS32, kF32, kF64 };
 
 /// What decoded samples are.
 ///
-///     kSamples   the stored bits alone, with their sign: what a rescale line applies to. Colours are
-///                RGB in the depth in which they are stored, palettes in that of their entries.
-///     kUnsigned  as SliceImage delivers: the modality LUT applied where there is one, signed samples
-///                shifted by 128, 32768 or 2147483648. Colours are RGB of 8 bits.
+///     kSamples   the stored bits alone, with their sign: what a rescale line applies to. Colours
+///                are RGB in the depth in which they are stored, palettes in that of their entries.
+///     kUnsigned  as SliceImage delivers: the modality LUT applied where there is one, signed
+///                samples shifted by 128, 32768 or 2147483648. Colours are RGB of 8 bits.
 ///     kStored    the containers as they are in the file, with overlay bits and what else is in
 ///                them; samples of one bit take a byte each. Colours keep their colour model, the
 ///                samples of a pixel side by side.
 ///     kModality  numbers of 32 bits with a floating point: samples through the modality LUT or the
-///                rescale line of their frame, doses in Gy (PS3.3 C.11.1, C.8.8.3). Monochrome only.
-///     kDisplay   8 bits through the first window of each frame (PS3.3 C.11.2), else the range of the
-///                values that occur; MONOCHROME1 turned round. Colours are RGB of 8 bits.
+///                rescale line of their frame, doses in Gy (PS3.3 C.11.1, C.8.8.3). Monochrome
+///                only.
+///     kDisplay   8 bits through the first window of each frame (PS3.3 C.11.2), else the range of
+///                the values that occur; MONOCHROME1 turned round. Colours are RGB of 8 bits.
 enum class Values : std::uint8_t { kSamples, kUnsigned, kStored, kModality, kDisplay };
 
 /// The word that users choose values by: "samples", "unsigned", "stored", "modality", "display".

@@ -64,8 +64,8 @@ Json overlayList(const KtHandle<ZrOverlayData>& handle) {
   return list;
 }
 
-// Decoded is only where nothing else tells what verbs that show frames would get: whether compressed
-// frames are whole, and which overlays are in the samples.
+// Decoded is only where nothing else tells what verbs that show frames would get: whether
+// compressed frames are whole, and which overlays are in the samples.
 void addImage(Json& report, zr::Image image, const zr::MemoryBudget& memory) {
   const zr::FramesDescription frames = zr::describeFrames(std::move(image), memory);
   report["image"] = imageAttributes(frames.record);

@@ -90,7 +90,8 @@ std::vector<char> readPixels(const std::string& file, const std::string& size,
   return samples;
 }
 
-/// Takes the attributes of a DICOM file over, then those of a file of tags; either name may be empty.
+/// Takes the attributes of a DICOM file over, then those of a file of tags; either name may be
+/// empty.
 void addAttributes(zr::NewImage& image, const std::string& from, const std::string& tags) {
   if (!from.empty()) {
     withFileNamed(from, [&] { image.deriveFrom(zr::File(from)); });

@@ -293,7 +293,8 @@ TEST(FrameReader, TakesItsImageAlongWhenItMoves) {
   EXPECT_THAT(read(other, 2), Each(2 * kStep));
 }
 
-// ---- containers as the decoder leaves them ---------------------------------------------------------
+// ---- containers as the decoder leaves them
+// ---------------------------------------------------------
 
 TEST(ContainersOfFrames, KeepTheDepthOfColour) {
   const auto native =

@@ -108,7 +108,8 @@ DatasetBuilder imageOf(Uint16 columns, Uint16 rows, Uint16 bits, Uint16 pixelRep
       .withUint16(DCM_PixelRepresentation, pixelRepresentation);
 }
 
-// ---- the stored bits alone ------------------------------------------------------------------------
+// ---- the stored bits alone
+// ------------------------------------------------------------------------
 
 TEST(Samples, AreTheStoredBitsWithTheirSign) {
   const auto image = support::monochromeImage(4, 1)
@@ -159,7 +160,8 @@ TEST(Samples, AreNotMappedByAModalityLut) {
   EXPECT_THAT(decode(*image, Values::kModality).numbers, ElementsAre(700, 900));
 }
 
-// ---- samples of one bit -----------------------------------------------------------------------------
+// ---- samples of one bit
+// -----------------------------------------------------------------------------
 
 /// Three frames of 3 x 3 pixels: 27 bits, so that frames begin within bytes. Frame 0 has its first
 /// pixel set, frame 1 its middle, frame 2 its last.
@@ -192,7 +194,8 @@ TEST(SamplesOfOneBit, AreRefusedWhenTheyEndEarly) {
             "Pixel data incomplete, expected 4 bytes, found 2 bytes");
 }
 
-// ---- samples of 32 bits and floating-point numbers --------------------------------------------------
+// ---- samples of 32 bits and floating-point numbers
+// --------------------------------------------------
 
 std::unique_ptr<DcmDataset> wide(Uint16 pixelRepresentation) {
   return imageOf(2, 1, 32, pixelRepresentation)
@@ -279,7 +282,8 @@ TEST(DoubleFloatPixelData, IsDecodedAsItIs) {
   EXPECT_THAT(decoded.numbers, ElementsAre(1e300, -0.25));
 }
 
-// ---- modality values --------------------------------------------------------------------------------
+// ---- modality values
+// --------------------------------------------------------------------------------
 
 TEST(ModalityValues, AreSamplesThroughTheRescaleLine) {
   const auto image = support::ctSlice(2, 1)
@@ -312,7 +316,8 @@ TEST(ModalityValues, AreNoColours) {
             "has colours, which have no modality values; ask for samples");
 }
 
-// ---- colours ----------------------------------------------------------------------------------------
+// ---- colours
+// ----------------------------------------------------------------------------------------
 
 TEST(SamplesOfColour, KeepTheirDepth) {
   const auto image =
@@ -377,7 +382,8 @@ std::unique_ptr<DcmDataset> paletteOfSixteenBits() {
       .build();
 }
 
-// Indices before the first entry mean it, those behind the last one mean that. @see PS3.3 C.7.6.3.1.5
+// Indices before the first entry mean it, those behind the last one mean that. @see PS3.3
+// C.7.6.3.1.5
 TEST(SamplesOfAPalette, AreItsEntriesInTheirDepth) {
   const Decoded decoded = decode(*paletteOfSixteenBits(), Values::kSamples);
 
@@ -392,7 +398,8 @@ TEST(SamplesOfAPalette, AreIndicesAsTheyAreStored) {
   EXPECT_THAT(decoded.numbers, ElementsAre(9, 10, 12));
 }
 
-// ---- what is shown ----------------------------------------------------------------------------------
+// ---- what is shown
+// ----------------------------------------------------------------------------------
 
 TEST(DisplayedValues, AreGreysThroughTheWindow) {
   const auto image = support::ctSlice(3, 1)

@@ -63,10 +63,11 @@ struct ScanLimits {
   std::uint64_t mostInflated = std::numeric_limits<std::uint64_t>::max();
 };
 
-/// Looks at the headers of a DICOM file as readAsScanned() has DCMTK read them, when DCMTK's switches for the parser are as they are by default: with or without
-/// preamble and meta information, in any transfer syntax, deflated ones too. Takes constant stack,
-/// and time and memory that grow no faster than the file. Where DCMTK would stop it stops, and
-/// leaves the complaint to the real reader; so it does when the file cannot be opened.
+/// Looks at the headers of a DICOM file as readAsScanned() has DCMTK read them, when DCMTK's
+/// switches for the parser are as they are by default: with or without preamble and meta
+/// information, in any transfer syntax, deflated ones too. Takes constant stack, and time and
+/// memory that grow no faster than the file. Where DCMTK would stop it stops, and leaves the
+/// complaint to the real reader; so it does when the file cannot be opened.
 HeaderScan scanHeaders(const std::filesystem::path& file, const ScanLimits& limits = {});
 
 /// The same for bytes in memory.

@@ -11,8 +11,8 @@ struct z_stream_s;
 
 namespace zr {
 
-/// How hard deflate tries. On CT, MR and dose grids zlib's own 6 takes two to three times as long for
-/// files that are 3 to 12 % smaller.
+/// How hard deflate tries. On CT, MR and dose grids zlib's own 6 takes two to three times as long
+/// for files that are 3 to 12 % smaller.
 constexpr int kDeflateLevel = 4;
 
 /// Compresses bytes as they come (RFC 1952) in a few hundred KB of memory.

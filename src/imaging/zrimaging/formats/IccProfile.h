@@ -12,8 +12,8 @@ namespace zr {
 /// table); empty when nothing is. A byte of padding behind it is none of its own.
 std::string faultOfIccProfile(std::span<const unsigned char> profile);
 
-/// The profile that goes into the file of a colour array, without padding: empty when there is none,
-/// and when it is broken, which the array is told as a remark.
+/// The profile that goes into the file of a colour array, without padding: empty when there is
+/// none, and when it is broken, which the array is told as a remark.
 std::span<const unsigned char> iccProfileFor(const ArrayToWrite& array);
 
 /// Tells the array that its profile is left out, and why.

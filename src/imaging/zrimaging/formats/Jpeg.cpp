@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // JPEG through libjpeg, baseline, chroma at full resolution: edges in colour stay where
-// they are. JFIF has the density in whole pixels per cm, APP2 the ICC profile of colour. The picture
-// is encoded into memory first, so that the library's error exit (longjmp) never crosses a C++
-// object.
+// they are. JFIF has the density in whole pixels per cm, APP2 the ICC profile of colour. The
+// picture is encoded into memory first, so that the library's error exit (longjmp) never crosses a
+// C++ object.
 #include "zrimaging/Error.h"
 #include "zrimaging/Output.h"
 #include "zrimaging/formats/IccProfile.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// NRRD with an attached header (NRRD0004, encoding raw, or gzip on request): axes columns, rows, frames, and in front
-// of them the three channels of colour. See https://teem.sourceforge.net/nrrd/format.html
+// NRRD with an attached header (NRRD0004, encoding raw, or gzip on request): axes columns, rows,
+// frames, and in front of them the three channels of colour. See https://teem.sourceforge.net/nrrd/format.html
 #include "zrimaging/Output.h"
 #include "zrimaging/formats/FrameBytes.h"
 #include "zrimaging/formats/Gzip.h"

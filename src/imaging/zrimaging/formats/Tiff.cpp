@@ -273,8 +273,8 @@ void requireTiffSize(const std::filesystem::path& target, const SampleArray& lay
 }  // namespace
 
 bool needsBigTiff(const ArrayToWrite& array) {
-  // Of a page besides its samples: directory and profile, and two numbers of each strip. The rest of
-  // 4 GiB is more than any description takes.
+  // Of a page besides its samples: directory and profile, and two numbers of each strip. The rest
+  // of 4 GiB is more than any description takes.
   const std::uint64_t pageBytes = 4096 + array.description.iccProfile.size();
   constexpr std::uint64_t kClassicBytes = std::uint64_t{4000} << 20U;
   const SampleArray& layout = array.layout;

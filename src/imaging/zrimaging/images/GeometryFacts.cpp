@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Distances between pixels of each kind, with what PS3.3 10.7.1 says that they mean: in a projection
-// image a pixel at the detector shows a smaller piece of the patient, so that who measures must know
-// which of the two a number is.
+// Distances between pixels of each kind, with what PS3.3 10.7.1 says that they mean: in a
+// projection image a pixel at the detector shows a smaller piece of the patient, so that who
+// measures must know which of the two a number is.
 #include "zrimaging/images/GeometryFacts.h"
 
 #include "zrimaging/Boundary.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// How frames are shown. Lines and windows are those of each frame. Which window an image gets is decided once for all of
-// its decoded frames, because what one grey tells of a single frame (it is blank) is no reason to
-// show it otherwise than its neighbours.
+// How frames are shown. Lines and windows are those of each frame. Which window an image gets is
+// decided once for all of its decoded frames, because what one grey tells of a single frame (it is
+// blank) is no reason to show it otherwise than its neighbours.
 #include "zrimaging/Boundary.h"
 #include "zrimaging/Pictures.h"
 #include "zrimaging/images/FrameNumbers.h"

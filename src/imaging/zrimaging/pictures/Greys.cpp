@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// From decoded samples to grey levels: modality line, then window or table. Samples of 8 and 16 bits
-// are looked up in a table of all values that they can take.
+// From decoded samples to grey levels: modality line, then window or table. Samples of 8 and 16
+// bits are looked up in a table of all values that they can take.
 #include "zrimaging/Boundary.h"
 #include "zrimaging/Pictures.h"
 #include "zrimaging/pictures/SampleRange.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
-// Frames that are not compressed stand one behind the other without padding, also those whose pixels
-// have one bit: a frame may begin within a byte. Of an element whose value is still in the file only
-// the bytes of the frame are read.
+// Frames that are not compressed stand one behind the other without padding, also those whose
+// pixels have one bit: a frame may begin within a byte. Of an element whose value is still in the
+// file only the bytes of the frame are read.
 #include "zrimaging/Error.h"
 #include "zrimaging/File.h"
 #include "zrimaging/pixels/Containers.h"

@@ -55,8 +55,9 @@ struct PixelDescription {
 };
 
 /// Reads the description of a file's image.
-/// @throws Error MissingAttribute, NoPixelData or Unsupported when it is none that is known: without
-///         rows or columns, or with samples of other than 1, 8, 16, 32 bits or floating-point ones
+/// @throws Error MissingAttribute, NoPixelData or Unsupported when it is none that is known:
+///         without rows or columns, or with samples of other than 1, 8, 16, 32 bits or
+///         floating-point ones
 PixelDescription readPixelDescription(const File& file);
 
 }  // namespace zr
