@@ -157,8 +157,8 @@ using Colour = std::array<unsigned char, 3>;
 // ---- pixels that are not square ----
 
 /// Height of a pixel of a frame over its width: by Pixel Spacing, else as the image says otherwise
-/// (PerFrameAttributes::pixelAspect); 1 when nothing says it, and beyond 8 in either direction, where
-/// it is more likely wrong than the pixels.
+/// (PerFrameAttributes::pixelAspect); 1 when nothing says it, and beyond 8 in either direction,
+/// where it is more likely wrong than the pixels.
 [[nodiscard]] ZRIMAGING_API double pixelAspectOf(const FramesRecord& record, std::size_t index);
 
 /// A picture as large as its pixels would be if they were square: the direction in which they are
