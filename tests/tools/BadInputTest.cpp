@@ -283,7 +283,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(Folder, IsNoDicomFile) {
   const support::TempDir folder;
 
-  const Outcome outcome = runZrdcm({"info", folder.path().string()});
+  const Outcome outcome =
+      runZrdcm({"decode", folder.path().string(), "-o", folder.file("out.npy").string()});
 
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(outcome.errors,
