@@ -160,7 +160,7 @@ Result<std::string> ImageFrames::decodeContainers(std::uint64_t frame, char* tar
       !taken) {
     return taken.reason();
   }
-  return std::string(decoder_.colourModel().c_str());
+  return decoder_.colourModel();
 }
 
 /// Whether there is such a frame, and DCMTK can count its bytes.
