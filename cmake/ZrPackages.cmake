@@ -119,9 +119,10 @@ if(ZRDCMEXPORT_BUILD_TOOLS)
   set(CPACK_COMPONENT_PROGRAM_DEPENDS imaging)
   set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
 "looks into DICOM images, decodes and writes them (command line)
-Prints what DICOM files hold, decodes their samples into NumPy, NRRD, TIFF,
-raw, PNG and JPEG files, splits multi-frame datasets into volumes, shows lookup tables,
-orders series and writes new DICOM files.")
+Prints what DICOM files hold, decodes their samples into NumPy, NRRD,
+TIFF, raw, PNG and JPEG files, splits multi-frame datasets into
+volumes, shows lookup tables, orders series and writes new DICOM
+files.")
 endif()
 
 include(CPack)

@@ -117,6 +117,8 @@ public:
   /// The same for several ranges, in their order. Memory is taken for the frames alone, and for
   /// overlays embedded in the samples besides for all frames up to the last one.
   /// @param ranges  at least one; they decide instead of DecodeRequest::frames
+  /// @param request how to decode
+  /// @param memory  that decoding may take
   DecodedFrames decode(const std::vector<FrameRange>& ranges, const DecodeRequest& request,
                        const MemoryBudget& memory) const;
 

@@ -118,6 +118,7 @@ public:
 
   /// @param frame  one or more frames of the traits
   /// @param first  sample, counted over all frames
+  /// @param count  of samples
   /// @param levels receives so many
   void render(const SampleArray& frame, std::size_t first, std::size_t count,
               unsigned char* levels) const;
